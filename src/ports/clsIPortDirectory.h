@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// One port of the machine, as it is listed to a person.
+struct PortEntry {
+    std::string Name;         ///< "COM5", or a HID device's name
+    std::string Device;       ///< the device file
+    std::string Description;  ///< product text, may be empty
+    std::string Maker;        ///< may be empty
+    std::string Serial;       ///< may be empty
+    bool Access = true;       ///< whether this user may open it
+};
+
+/// The list of ports with what a person wants to know of each. Built by main beside the control it describes.
+class clsIPortDirectory {
+  public:
+    virtual ~clsIPortDirectory() = default;
+    [[nodiscard]] virtual std::vector<PortEntry> Ports() const = 0;
+};

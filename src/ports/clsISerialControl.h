@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "base/clsEvent.h"
+#include "ports/clsIMScomm.h"
+
+/// The platform's serial communications control: one line of the machine at a time, chosen by port number,
+/// and the list of the machine's ports. Built by main, outlives the comm control that drives it. Events are
+/// raised from the loop only, never from inside a call; every member may be called from a handler.
+class clsISerialControl {
+  public:
+    clsISerialControl() = default;
+    clsISerialControl(const clsISerialControl&) = delete;
+    clsISerialControl& operator=(const clsISerialControl&) = delete;
+    virtual ~clsISerialControl() = default;
+
+    /// The number n of port COMn.
+    [[nodiscard]] virtual int CommPort() const = 0;
+    /// False when the number is refused (below 1, or an open line cannot change); the former number stays.
+    virtual bool SetCommPort(int number) = 0;
+    [[nodiscard]] virtual bool PortOpen() const = 0;
+    /// A line that cannot be opened stays closed; LastError then gives the system's reason. Opening raises
+    /// DTR and RTS where the line has them and drops what an earlier opening left in the buffers.
+    virtual void SetPortOpen(bool value) = 0;
+    /// The system's reason for the last failure to open, empty when it succeeded.
+    [[nodiscard]] virtual std::string LastError() const = 0;
+    /// "19200,N,8,1" at start. A text it rejects (rate 0, bad parity or bits) leaves the former one.
+    [[nodiscard]] virtual std::string Settings() const = 0;
+    virtual void SetSettings(const std::string& value) = 0;
+
+    [[nodiscard]] virtual bool DTREnable() const = 0;
+    virtual void SetDTREnable(bool value) = 0;
+    [[nodiscard]] virtual bool RTSEnable() const = 0;
+    virtual void SetRTSEnable(bool value) = 0;
+    [[nodiscard]] virtual bool CDHolding() const = 0;
+    [[nodiscard]] virtual bool CTSHolding() const = 0;
+    [[nodiscard]] virtual bool DSRHolding() const = 0;
+    [[nodiscard]] virtual std::int32_t CommID() const = 0;
+
+    [[nodiscard]] virtual bool EOFEnable() const = 0;
+    virtual void SetEOFEnable(bool value) = 0;
+    [[nodiscard]] virtual int HandShaking() const = 0;
+    virtual void SetHandShaking(int value) = 0;
+    [[nodiscard]] virtual bool NullDiscard() const = 0;
+    virtual void SetNullDiscard(bool value) = 0;
+    [[nodiscard]] virtual int InputLen() const = 0;
+    virtual void SetInputLen(int value) = 0;
+    [[nodiscard]] virtual int InputMode() const = 0;
+    virtual void SetInputMode(int value) = 0;
+    [[nodiscard]] virtual int InBufferSize() const = 0;
+    virtual void SetInBufferSize(int value) = 0;
+    [[nodiscard]] virtual int OutBufferSize() const = 0;
+    virtual void SetOutBufferSize(int value) = 0;
+
+    /// Everything that has arrived, also what the loop has not announced yet. Writing 0 drops it.
+    [[nodiscard]] virtual int InBufferCount() const = 0;
+    virtual void SetInBufferCount(int value) = 0;
+    [[nodiscard]] virtual int OutBufferCount() const = 0;
+    virtual void SetOutBufferCount(int value) = 0;
+    /// Takes `InputLen` waiting bytes, all of them when that is 0.
+    virtual std::string Input() = 0;
+    /// The bytes are handed to the system when it returns.
+    virtual void Output(const std::string& bytes) = 0;
+    /// The cause of the last OnComm: CommEventReceive or CommEventFrameError.
+    [[nodiscard]] virtual int CommEvent() const = 0;
+
+    [[nodiscard]] virtual int NumberOfCommPorts() const = 0;
+    /// "COMn" of the port at the index, from 0; empty outside the range.
+    [[nodiscard]] virtual std::string EnumCommPort(int index) const = 0;
+
+    /// Bytes have arrived, or the line reported an error.
+    clsEvent<> OnComm;
+    /// The open line is gone (end of file, I/O error). Raised once, after the control has stopped watching
+    /// it; the port still reads as open until it is closed.
+    clsEvent<> OnLost;
+};

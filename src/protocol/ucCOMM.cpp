@@ -1,0 +1,107 @@
+#include "protocol/ucCOMM.h"
+
+#include <utility>
+
+#include "base/clsScopeGuard.h"
+#include "base/modText.h"
+
+namespace {
+constexpr int packetTime = 100;  // ms after which a packet without terminator is cut
+}
+
+ucCOMM::ucCOMM(clsIHost& host, clsISerialControl& serial, clsISettingsStore& store,
+               const std::string& application, bool live)
+    : m_host(host),
+      m_store(store),
+      m_live(live),
+      m_ports(application),
+      m_timerOnPacket(host, packetTime, [this] {
+          m_timerOnPacket.SetEnabled(false);
+          if (!m_waiting) m_cutter.CutByTime(*this);
+      }) {
+    m_onComm = m_ports.OnComm.Connect([this] { HandleComm(); });
+    m_onLost = serial.OnLost.Connect([this] { HandleLost(); });
+    AttachCommObject(m_msComm, serial, /*inFront=*/false);
+    m_ports.SetInputMode(CommInputBinary);
+    m_ports.SetInputLen(0);
+    m_ports.SetCommPort("COM1");
+}
+
+ucCOMM::~ucCOMM() { m_abort = true; }
+
+void ucCOMM::AttachCommObject(clsMSComm& port, clsISerialControl& control, bool inFront) {
+    port.Attach(&control, &m_ports.CommPortEvent());
+    m_ports.Attach(port, inFront);
+}
+
+void ucCOMM::SetCommPort(const std::string& name) {
+    if (m_ports.PortOpen()) ClosePort();
+    m_ports.SetCommPort(name);
+}
+
+void ucCOMM::SetPortOpen(bool value) {
+    if (value) {
+        m_ports.SetPortOpen(true);
+    } else {
+        ClosePort();
+    }
+}
+
+// The next reader on the same cable is another one: it is asked afresh for its name.
+void ucCOMM::ClosePort() {
+    m_ports.SetPortOpen(false);
+    m_autoScanReceive.clear();
+}
+
+std::int32_t ucCOMM::BaudRate() const { return modText::ValInteger(m_ports.Settings()); }
+
+void ucCOMM::SetBaudRate(std::int32_t rate) {
+    const std::string settings = m_ports.Settings();
+    const auto comma = settings.find(',');
+    m_ports.SetSettings(std::to_string(rate) + (comma == std::string::npos ? "" : settings.substr(comma)));
+}
+
+// A handler of OnChar, OnPacket or OnMonitorData may run the loop and so meet the next event in here: it is
+// remembered, and the outer call reads on until nothing is left.
+void ucCOMM::HandleComm() {
+    m_receiveAgain = true;
+    if (m_receiving) return;
+    m_receiving = true;
+    const clsScopeGuard leave([this] { m_receiving = false; });
+    while (std::exchange(m_receiveAgain, false)) Receive();
+}
+
+void ucCOMM::Receive() {
+    m_ports.SetRThreshold(0);
+    const clsScopeGuard restore([this] { m_ports.SetRThreshold(1); });
+    bool received = false;
+    while (m_ports.InBufferCount() > 0) {
+        const std::string bytes = m_ports.CommInput();
+        if (bytes.empty()) break;
+        received = true;
+        m_dataArrived = true;
+        OnMonitorData.Raise(bytes, /*received=*/true);
+        Dispatch(bytes);
+    }
+    if (received && m_msCommMode && !m_dump.Active) OnComm.Raise();
+}
+
+void ucCOMM::Dispatch(const std::string& bytes) {
+    if (m_dump.Active && !m_dump.Done()) {
+        const std::size_t taken = std::min(bytes.size(), m_dump.Wanted - m_dump.Bytes.size());
+        m_dump.Bytes.append(bytes, 0, taken);
+        m_cutter.Feed(std::string_view(bytes).substr(taken), *this);
+    } else if (m_msCommMode) {
+        m_cutter.AppendRaw(bytes);
+    } else {
+        m_cutter.Feed(bytes, *this);
+    }
+}
+
+void ucCOMM::HandleLost() {
+    if (&m_ports.PortInUse() != &m_msComm || !m_ports.PortOpen()) return;
+    const std::string name = m_ports.CommPort();
+    ClosePort();
+    std::string message = name + " is removed and closed";
+    OnPort.Raise(message, name);
+}

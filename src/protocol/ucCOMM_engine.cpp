@@ -1,0 +1,193 @@
+// The comm control's command engine: one exchange, and the one waiting loop.
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "base/clsScopeGuard.h"
+#include "protocol/ucCOMM.h"
+
+namespace {
+constexpr std::int32_t chunkTime = 500;      // ms that each chunk gives the reply
+constexpr std::int32_t longestGap = 10;      // ms; a longer rest of the gap is not waited for, on purpose
+constexpr std::int32_t quietTime = 50;       // ms without a byte after which no late reply is expected
+constexpr std::int32_t quietLimit = 1000;    // ms after which a line that never gets quiet is used as it is
+constexpr std::int32_t dumpTimeout = 10000;  // ms until a dump's first byte
+constexpr std::int32_t dumpReport = 127;     // ms; OnDumpWait is raised when more than this has passed
+}  // namespace
+
+void ucCOMM::SetOrvNetTimeout(std::int32_t value) {
+    if (value > 150) m_orvNetTimeout = value;
+}
+
+void ucCOMM::CancelCommand() {
+    m_abort = true;
+    ++m_cancelGeneration;
+}
+
+std::string ucCOMM::SendOrvNetCMD(const std::string& szCMD, bool bTxChkSum, bool bRxChkSum,
+                                  std::int32_t lngCMDTimeout) {
+    const bool formerMode = std::exchange(m_msCommMode, false);
+    const clsScopeGuard restore([this, formerMode] {
+        m_cutter.ClearState();
+        m_msCommMode = formerMode;
+    });
+    m_cutter.ClearState();
+    m_timeout = false;
+    m_abort = false;
+    if (!m_live) return {};
+    const clsScopeGuard ended([this] { m_endTime = m_host.TickCount(); });
+    return Exchange(szCMD, bTxChkSum, bRxChkSum, lngCMDTimeout);
+}
+
+std::string ucCOMM::Exchange(const std::string& command, bool txChkSum, bool rxChkSum, std::int32_t timeout) {
+    WaitForGap();
+    const bool open = m_ports.PortOpen();
+    // What has arrived by now answers nothing that is still to be asked.
+    if (open && m_ports.InBufferCount() > 0) HandleComm();
+    m_cutter.ClearState();
+    m_cutter.ClearBuffer();
+    m_timerOnPacket.SetEnabled(false);
+    if (!open) {
+        OnError.Raise("SendOrvNetCMD - Port is Close!");
+        return {};
+    }
+
+    m_dataArrived = false;
+    std::string reply;
+    {
+        m_waiting = true;
+        const clsScopeGuard leave([this] { m_waiting = false; });
+        SendFrame(OrvNetFrame::BuildFrame(command, txChkSum));
+        if (timeout == -1) timeout = m_orvNetTimeout;
+        if (timeout == 0) {
+            m_checkReply = rxChkSum;
+            return {};
+        }
+        const bool complete = WaitFor(
+            timeout, [this] { return m_cutter.HasReply(); }, [](std::int32_t) {});
+        m_timeout = !m_cutter.Complete();
+        if (!complete) {
+            m_lateReplyDue = true;
+            return {};
+        }
+        reply = m_cutter.Text();
+        m_cutter.ClearState();
+        m_cutter.ClearBuffer();
+    }
+    if (m_lateReplyDue) WaitUntilQuiet();
+    return rxChkSum ? OrvNetFrame::CheckReply(reply) : reply;
+}
+
+void ucCOMM::WaitForGap() {
+    if (m_commandGap <= 0) return;
+    const std::uint32_t elapsed = m_host.TickCount() - m_endTime;
+    if (elapsed >= static_cast<std::uint32_t>(m_commandGap)) return;
+    const std::int32_t rest = m_commandGap - static_cast<std::int32_t>(elapsed);
+    if (rest < longestGap) m_host.Sleep(rest);
+}
+
+void ucCOMM::SendFrame(const std::string& frame) {
+    OnMonitorData.Raise(frame, /*received=*/false);
+    if (m_byteDelay <= 0) {
+        m_ports.CommOutput(frame);
+        return;
+    }
+    for (std::size_t i = 0; i < frame.size(); ++i) {
+        if (i > 0) m_host.Sleep(m_byteDelay);
+        m_ports.CommOutput(frame.substr(i, 1));
+    }
+}
+
+// While this waits, any handler of the program may run: the receive handler, which fills the buffer and sets
+// m_dataArrived; timers, of which m_timerOnPacket is held off by m_waiting; buttons, which look at Busy; and
+// CancelCommand or the loss of the port, which end it or let it run out.
+template <class Done, class Turn>
+bool ucCOMM::WaitFor(std::int32_t timeout, Done done, Turn turn) {
+    std::int64_t remaining = timeout < 1 ? m_orvNetTimeout : timeout;
+    std::uint32_t last = m_host.TickCount();
+    m_abort = false;
+    ++m_waitDepth;
+    const clsScopeGuard leave([this] { --m_waitDepth; });
+    m_host.DoEvents();
+    while (!done()) {
+        const std::uint32_t now = m_host.TickCount();
+        const std::uint32_t elapsed = now - last;
+        last = now;
+        remaining -= elapsed;
+        if (std::exchange(m_dataArrived, false)) remaining = chunkTime;
+        turn(static_cast<std::int32_t>(
+            std::min<std::uint32_t>(elapsed, std::numeric_limits<std::int32_t>::max())));
+        if (remaining < 1 || m_abort) return false;
+        const std::int64_t longest = m_dump.Active ? dumpReport + 1 : remaining;
+        m_host.WaitEvents(static_cast<int>(std::min(remaining, longest)));
+    }
+    return true;
+}
+
+// A command has succeeded after one that ran out of time: the answer may have been the late one, and another
+// is then still on its way. It goes to OnChar and OnPacket here, so that it never answers the next command.
+void ucCOMM::WaitUntilQuiet() {
+    m_lateReplyDue = false;
+    ++m_waitDepth;
+    const clsScopeGuard leave([this] { --m_waitDepth; });
+    const std::uint32_t start = m_host.TickCount();
+    std::uint32_t quietSince = start;
+    while (!m_abort && m_host.TickCount() - start < quietLimit) {
+        m_dataArrived = false;
+        const std::uint32_t quiet = m_host.TickCount() - quietSince;
+        if (quiet >= quietTime) break;
+        m_host.WaitEvents(quietTime - static_cast<int>(quiet));
+        if (m_dataArrived) quietSince = m_host.TickCount();
+    }
+}
+
+void ucCOMM::ReplyComplete() {
+    if (m_commandCheckSwitch) OnCommand();
+}
+
+void ucCOMM::OnCommand() {
+    if (m_live && m_checkReply) m_cutter.SetText(OrvNetFrame::CheckReply(m_cutter.Text()));
+}
+
+bool ucCOMM::DumpOnce(std::size_t count) {
+    static const std::string request{OrvNetFrame::STX, 'Y', OrvNetFrame::CR};
+    m_ports.SetInBufferCount(0);
+    m_dataArrived = false;
+    m_dump.Bytes.clear();
+    m_dump.Wanted = count;
+    OnMonitorData.Raise(request, /*received=*/false);
+    m_ports.CommOutput(request);
+    std::int64_t total = 0;
+    std::int64_t reported = 0;
+    const bool done = WaitFor(
+        dumpTimeout, [this] { return m_dump.Done(); },
+        [&](std::int32_t elapsed) {
+            total += elapsed;
+            if (total - reported > dumpReport) {
+                reported = total;
+                OnDumpWait.Raise(static_cast<std::int32_t>(total));
+            }
+        });
+    m_timeout = !done;
+    if (!done) m_lateReplyDue = true;
+    return done;
+}
+
+bool ucCOMM::Dump(std::span<std::uint8_t> image) {
+    if (image.empty() || !m_live || !m_ports.PortOpen()) return false;
+    const std::uint32_t generation = m_cancelGeneration;
+    m_dump.Active = true;
+    const clsScopeGuard leave([this] { m_dump = {}; });
+    if (!DumpOnce(image.size())) return false;
+    std::copy(m_dump.Bytes.begin(), m_dump.Bytes.end(), image.begin());
+    if (Cancelled(generation) || !DumpOnce(image.size()) || Cancelled(generation)) return false;
+    const std::string second = std::exchange(m_dump.Bytes, {});
+    for (std::size_t i = 0; i < image.size(); ++i) {
+        if (static_cast<std::uint8_t>(second[i]) == image[i]) continue;
+        bool goOn = false;
+        OnDumpDifference.Raise(goOn, static_cast<std::int32_t>(i));
+        if (!goOn) return false;
+    }
+    return true;
+}

@@ -1,0 +1,114 @@
+#pragma once
+
+#include <algorithm>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/clsIHost.h"
+#include "ports/clsISerialControl.h"
+
+/// A serial control that a test scripts: it records what is done to it and lets bytes arrive when told.
+/// Numbers 1 to 9 exist, except those in Refused, which do not open.
+class clsScriptedSerial final : public clsISerialControl {
+  public:
+    explicit clsScriptedSerial(clsIHost& host) : m_host(host) {}
+
+    std::vector<std::string> Calls;                          ///< writes of properties, as "Name=value"
+    std::vector<std::string> Sent;                           ///< one entry for each Output
+    std::function<void(const std::string& bytes)> OnOutput;  ///< the script's answer
+    std::vector<int> Listed{1};
+    std::vector<int> Refused;
+
+    /// Bytes that arrive after `ms`, announced by one event.
+    void Arrive(const std::string& bytes, int ms = 0) {
+        m_host.StartTimer(ms, [this, bytes] {
+            m_input += bytes;
+            m_event = CommEventReceive;
+            OnComm.Raise();
+        });
+    }
+    /// Bytes that lie in the buffer without any event.
+    void Buffer(const std::string& bytes) { m_input += bytes; }
+    void Event(int cause) {
+        m_event = cause;
+        OnComm.Raise();
+    }
+
+    [[nodiscard]] int CommPort() const override { return m_number; }
+    bool SetCommPort(int number) override {
+        if (number < 1 || number > 9) return false;
+        Note("CommPort", std::to_string(number));
+        m_number = number;
+        return true;
+    }
+    [[nodiscard]] bool PortOpen() const override { return m_open; }
+    void SetPortOpen(bool value) override {
+        Note("PortOpen", value ? "True" : "False");
+        const bool refused = std::find(Refused.begin(), Refused.end(), m_number) != Refused.end();
+        m_open = value && !refused;
+    }
+    [[nodiscard]] std::string LastError() const override { return {}; }
+    [[nodiscard]] std::string Settings() const override { return m_settings; }
+    void SetSettings(const std::string& value) override {
+        Note("Settings", value);
+        if (!value.starts_with("0,")) m_settings = value;
+    }
+    [[nodiscard]] bool DTREnable() const override { return m_dtr; }
+    void SetDTREnable(bool value) override {
+        Note("DTREnable", value ? "True" : "False");
+        m_dtr = value;
+    }
+    [[nodiscard]] bool RTSEnable() const override { return m_rts; }
+    void SetRTSEnable(bool value) override {
+        Note("RTSEnable", value ? "True" : "False");
+        m_rts = value;
+    }
+    [[nodiscard]] bool CDHolding() const override { return false; }
+    [[nodiscard]] bool CTSHolding() const override { return false; }
+    [[nodiscard]] bool DSRHolding() const override { return false; }
+    [[nodiscard]] std::int32_t CommID() const override { return -1; }
+    [[nodiscard]] bool EOFEnable() const override { return false; }
+    void SetEOFEnable(bool) override {}
+    [[nodiscard]] int HandShaking() const override { return 0; }
+    void SetHandShaking(int) override {}
+    [[nodiscard]] bool NullDiscard() const override { return false; }
+    void SetNullDiscard(bool) override {}
+    [[nodiscard]] int InputLen() const override { return m_inputLen; }
+    void SetInputLen(int value) override { m_inputLen = value; }
+    [[nodiscard]] int InputMode() const override { return m_inputMode; }
+    void SetInputMode(int value) override { m_inputMode = value; }
+    [[nodiscard]] int InBufferSize() const override { return 1024; }
+    void SetInBufferSize(int) override {}
+    [[nodiscard]] int OutBufferSize() const override { return 512; }
+    void SetOutBufferSize(int) override {}
+    [[nodiscard]] int InBufferCount() const override { return static_cast<int>(m_input.size()); }
+    void SetInBufferCount(int) override { m_input.clear(); }
+    [[nodiscard]] int OutBufferCount() const override { return 0; }
+    void SetOutBufferCount(int) override {}
+    std::string Input() override { return std::exchange(m_input, {}); }
+    void Output(const std::string& bytes) override {
+        Sent.push_back(bytes);
+        if (OnOutput) OnOutput(bytes);
+    }
+    [[nodiscard]] int CommEvent() const override { return m_event; }
+    [[nodiscard]] int NumberOfCommPorts() const override { return static_cast<int>(Listed.size()); }
+    [[nodiscard]] std::string EnumCommPort(int index) const override {
+        return "COM" + std::to_string(Listed.at(static_cast<std::size_t>(index)));
+    }
+
+  private:
+    void Note(const std::string& name, const std::string& value) { Calls.push_back(name + "=" + value); }
+
+    clsIHost& m_host;
+    int m_number = 1;
+    bool m_open = false;
+    bool m_dtr = true;
+    bool m_rts = true;
+    std::string m_settings = "19200,N,8,1";
+    int m_inputLen = 0;
+    int m_inputMode = 0;
+    int m_event = 0;
+    std::string m_input;
+};
