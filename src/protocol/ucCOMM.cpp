@@ -6,8 +6,9 @@
 #include "base/modText.h"
 
 namespace {
-constexpr int packetTime = 100;  // ms after which a packet without terminator is cut
-}
+constexpr int packetTime = 100;                  // ms after which a packet without terminator is cut
+constexpr std::size_t receiveLimit = 64 * 1024;  // bytes taken before the loop has its turn again
+}  // namespace
 
 ucCOMM::ucCOMM(clsIHost& host, clsISerialControl& serial, clsISettingsStore& store,
                const std::string& application, bool live)
@@ -15,9 +16,14 @@ ucCOMM::ucCOMM(clsIHost& host, clsISerialControl& serial, clsISettingsStore& sto
       m_store(store),
       m_live(live),
       m_ports(application),
-      m_timerOnPacket(host, packetTime, [this] {
-          m_timerOnPacket.SetEnabled(false);
-          if (!m_waiting) m_cutter.CutByTime(*this);
+      m_timerOnPacket(host, packetTime,
+                      [this] {
+                          m_timerOnPacket.SetEnabled(false);
+                          if (!m_waiting) m_cutter.CutByTime(*this);
+                      }),
+      m_timerReadOn(host, /*interval=*/0, [this] {
+          m_timerReadOn.SetEnabled(false);
+          HandleComm();
       }) {
     m_onComm = m_ports.OnComm.Connect([this] { HandleComm(); });
     m_onLost = serial.OnLost.Connect([this] { HandleLost(); });
@@ -51,6 +57,14 @@ void ucCOMM::SetPortOpen(bool value) {
 void ucCOMM::ClosePort() {
     m_ports.SetPortOpen(false);
     m_autoScanReceive.clear();
+    m_unanswered.clear();
+    m_lateReplyDue = false;
+}
+
+// What was sent at another speed is not answered readably any more.
+void ucCOMM::SetSettings(const std::string& value) {
+    m_unanswered.clear();
+    m_ports.SetSettings(value);
 }
 
 std::int32_t ucCOMM::BaudRate() const { return modText::ValInteger(m_ports.Settings()); }
@@ -58,7 +72,12 @@ std::int32_t ucCOMM::BaudRate() const { return modText::ValInteger(m_ports.Setti
 void ucCOMM::SetBaudRate(std::int32_t rate) {
     const std::string settings = m_ports.Settings();
     const auto comma = settings.find(',');
-    m_ports.SetSettings(std::to_string(rate) + (comma == std::string::npos ? "" : settings.substr(comma)));
+    SetSettings(std::to_string(rate) + (comma == std::string::npos ? "" : settings.substr(comma)));
+}
+
+void ucCOMM::CutPacket(int terminator, const std::string& text) {
+    ++m_packetsCut;
+    OnPacket.Raise(terminator, text);
 }
 
 // A handler of OnChar, OnPacket or OnMonitorData may run the loop and so meet the next event in here: it is
@@ -74,16 +93,21 @@ void ucCOMM::HandleComm() {
 void ucCOMM::Receive() {
     m_ports.SetRThreshold(0);
     const clsScopeGuard restore([this] { m_ports.SetRThreshold(1); });
-    bool received = false;
+    std::size_t received = 0;
     while (m_ports.InBufferCount() > 0) {
+        // A line that floods faster than it is read must not keep the program from its other work.
+        if (received >= receiveLimit) {
+            m_timerReadOn.SetEnabled(true);
+            break;
+        }
         const std::string bytes = m_ports.CommInput();
         if (bytes.empty()) break;
-        received = true;
+        received += bytes.size();
         m_dataArrived = true;
         OnMonitorData.Raise(bytes, /*received=*/true);
         Dispatch(bytes);
     }
-    if (received && m_msCommMode && !m_dump.Active) OnComm.Raise();
+    if (received > 0 && m_msCommMode && !m_dump.Active) OnComm.Raise();
 }
 
 void ucCOMM::Dispatch(const std::string& bytes) {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
+#include <functional>
 #include <span>
 #include <string>
 #include <vector>
@@ -53,7 +55,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     /// A port that cannot be opened stays closed. Closing forgets AutoScanReceive.
     void SetPortOpen(bool value);
     [[nodiscard]] std::string Settings() const { return m_ports.Settings(); }
-    void SetSettings(const std::string& value) { m_ports.SetSettings(value); }
+    void SetSettings(const std::string& value);
     /// The first field of Settings, in bits per second; writing it keeps the other three.
     [[nodiscard]] std::int32_t BaudRate() const;
     void SetBaudRate(std::int32_t rate);
@@ -117,6 +119,8 @@ class ucCOMM : private clsPacketCutter::clsISink {
     /// The same for one port, at the remembered rate and then the list's.
     bool AutoScanPort(const std::string& pattern, bool noAddress, const std::string& baudRates,
                       const std::string& name);
+    /// Before each poll of a scan: poll `number` of at most `count`, for a progress display. May be empty.
+    std::function<void(int number, int count)> OnScanStep;
 
   protected:
     // No public setter; a build or a test that needs one derives.
@@ -136,6 +140,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
         std::string Pattern;  // upper case
         bool NoAddress = false;
         std::vector<std::int32_t> Rates;
+        int Ports = 1;
         std::uint32_t Generation = 0;
     };
     enum class ScanResult { NotFound, Found, Cancelled };
@@ -148,7 +153,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     void ClosePort();
     // clsPacketCutter::clsISink
     void CutChar(std::uint8_t byte) override { OnChar.Raise(byte); }
-    void CutPacket(int terminator, const std::string& text) override { OnPacket.Raise(terminator, text); }
+    void CutPacket(int terminator, const std::string& text) override;
     void PacketGrew() override { m_timerOnPacket.Restart(); }
     void ReplyComplete() override;
     [[nodiscard]] bool CommandWaiting() const override { return m_waiting; }
@@ -159,14 +164,14 @@ class ucCOMM : private clsPacketCutter::clsISink {
     void SendFrame(const std::string& frame);
     template <class Done, class Turn>
     bool WaitFor(std::int32_t timeout, Done done, Turn turn);
-    void WaitUntilQuiet();
+    void WaitForLateReplies(std::uint32_t sent);
     [[nodiscard]] bool Cancelled(std::uint32_t since) const { return m_cancelGeneration != since; }
     bool DumpOnce(std::size_t count);
 
     // discovery
     ScanPlan MakeScanPlan(const std::string& pattern, bool noAddress, const std::string& baudRates) const;
     std::vector<std::string> PortNames() const;
-    ScanResult ScanPort(const ScanPlan& plan, const std::string& name);
+    ScanResult ScanPort(const ScanPlan& plan, const std::string& name, int portsBefore);
 
     clsIHost& m_host;
     clsISettingsStore& m_store;
@@ -176,6 +181,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
 
     clsPacketCutter m_cutter;
     clsHostTimer m_timerOnPacket;
+    clsHostTimer m_timerReadOn;  // goes on with an input that was too much for one turn of the loop
     DumpCollector m_dump;
     bool m_msCommMode = true;
     bool m_receiving = false;
@@ -186,8 +192,10 @@ class ucCOMM : private clsPacketCutter::clsISink {
     bool m_dataArrived = false;
     bool m_abort = false;
     bool m_timeout = false;
-    bool m_checkReply = false;    // of the last command sent without waiting
-    bool m_lateReplyDue = false;  // a wait ran out; its reply may still come
+    bool m_checkReply = false;               // of the last command sent without waiting
+    bool m_lateReplyDue = false;             // a wait ran out; its reply may still come
+    std::deque<std::uint32_t> m_unanswered;  // when the commands of such waits were sent, at this line speed
+    std::size_t m_packetsCut = 0;            // packets told since late replies are waited for
     std::int16_t m_waitDepth = 0;
     std::uint32_t m_endTime = 0;
     std::uint32_t m_cancelGeneration = 0;

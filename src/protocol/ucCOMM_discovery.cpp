@@ -58,9 +58,10 @@ bool ucCOMM::AutoScan(const std::string& pattern, bool noAddress, const std::str
     std::vector<std::string> names = PortNames();
     std::erase(names, lastPort);
     names.insert(names.begin(), lastPort);
-    const ScanPlan plan = MakeScanPlan(pattern, noAddress, baudRates);
-    for (const std::string& name : names) {
-        switch (ScanPort(plan, name)) {
+    ScanPlan plan = MakeScanPlan(pattern, noAddress, baudRates);
+    plan.Ports = static_cast<int>(names.size());
+    for (int i = 0; i < plan.Ports; ++i) {
+        switch (ScanPort(plan, names[static_cast<std::size_t>(i)], /*portsBefore=*/i)) {
             case ScanResult::Found: return true;
             case ScanResult::Cancelled: return false;
             case ScanResult::NotFound: break;
@@ -71,10 +72,11 @@ bool ucCOMM::AutoScan(const std::string& pattern, bool noAddress, const std::str
 
 bool ucCOMM::AutoScanPort(const std::string& pattern, bool noAddress, const std::string& baudRates,
                           const std::string& name) {
-    return ScanPort(MakeScanPlan(pattern, noAddress, baudRates), name) == ScanResult::Found;
+    return ScanPort(MakeScanPlan(pattern, noAddress, baudRates), name, /*portsBefore=*/0) ==
+           ScanResult::Found;
 }
 
-ucCOMM::ScanResult ucCOMM::ScanPort(const ScanPlan& plan, const std::string& name) {
+ucCOMM::ScanResult ucCOMM::ScanPort(const ScanPlan& plan, const std::string& name, int portsBefore) {
     if (!m_live || name.empty() || !m_ports.IsServed(name)) return ScanResult::NotFound;
     SetCommPort(name);
     if (m_ports.CommPort() != name) return ScanResult::NotFound;
@@ -84,8 +86,11 @@ ucCOMM::ScanResult ucCOMM::ScanPort(const ScanPlan& plan, const std::string& nam
     const clsScopeGuard restore([this, former = m_orvNetTimeout] { m_orvNetTimeout = former; });
     m_orvNetTimeout = scanTimeout;
     const bool bauds = CommPort_IsBaudrateSupported(name);
+    const int rates = static_cast<int>(plan.Rates.size());
+    int polls = portsBefore * rates;
     for (const std::int32_t rate : plan.Rates) {
         if (Cancelled(plan.Generation)) break;
+        if (OnScanStep) OnScanStep(++polls, plan.Ports * rates);
         SetBaudRate(rate);
         OnScan.Raise("Scan " + name + (bauds ? ", BaudRate=" + std::to_string(rate) : ""));
         const std::string reply = modText::UCase(Polling(/*address=*/0, plan.NoAddress));

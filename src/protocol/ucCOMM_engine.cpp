@@ -10,8 +10,9 @@
 namespace {
 constexpr std::int32_t chunkTime = 500;      // ms that each chunk gives the reply
 constexpr std::int32_t longestGap = 10;      // ms; a longer rest of the gap is not waited for, on purpose
-constexpr std::int32_t quietTime = 50;       // ms without a byte after which no late reply is expected
-constexpr std::int32_t quietLimit = 1000;    // ms after which a line that never gets quiet is used as it is
+constexpr std::uint32_t quietTime = 50;      // ms without a byte after which no late reply is expected
+constexpr std::uint32_t latestReply = 2000;  // ms; an older command is not answered any more
+constexpr std::uint32_t quietLimit = 5000;   // ms after which a line that never rests is used as it is
 constexpr std::int32_t dumpTimeout = 10000;  // ms until a dump's first byte
 constexpr std::int32_t dumpReport = 127;     // ms; OnDumpWait is raised when more than this has passed
 }  // namespace
@@ -55,9 +56,11 @@ std::string ucCOMM::Exchange(const std::string& command, bool txChkSum, bool rxC
 
     m_dataArrived = false;
     std::string reply;
+    std::uint32_t sent = 0;
     {
         m_waiting = true;
         const clsScopeGuard leave([this] { m_waiting = false; });
+        sent = m_host.TickCount();
         SendFrame(OrvNetFrame::BuildFrame(command, txChkSum));
         if (timeout == -1) timeout = m_orvNetTimeout;
         if (timeout == 0) {
@@ -69,13 +72,14 @@ std::string ucCOMM::Exchange(const std::string& command, bool txChkSum, bool rxC
         m_timeout = !m_cutter.Complete();
         if (!complete) {
             m_lateReplyDue = true;
+            m_unanswered.push_back(sent);
             return {};
         }
         reply = m_cutter.Text();
         m_cutter.ClearState();
         m_cutter.ClearBuffer();
     }
-    if (m_lateReplyDue) WaitUntilQuiet();
+    if (m_lateReplyDue) WaitForLateReplies(sent);
     return rxChkSum ? OrvNetFrame::CheckReply(reply) : reply;
 }
 
@@ -125,19 +129,27 @@ bool ucCOMM::WaitFor(std::int32_t timeout, Done done, Turn turn) {
     return true;
 }
 
-// A command has succeeded after one that ran out of time: the answer may have been the late one, and another
-// is then still on its way. It goes to OnChar and OnPacket here, so that it never answers the next command.
-void ucCOMM::WaitUntilQuiet() {
+// A command has succeeded after one or more that ran out of time. The answer may have been that of the first
+// of them, and then as many are still on their way, each up to as late behind the one before as this one was:
+// they go to OnChar and OnPacket here, so that none ever answers a later command. Without such evidence a
+// quiet line is enough.
+void ucCOMM::WaitForLateReplies(std::uint32_t sent) {
+    const std::uint32_t start = m_host.TickCount();
+    while (!m_unanswered.empty() && sent - m_unanswered.front() > latestReply) m_unanswered.pop_front();
+    const std::uint32_t delay = m_unanswered.empty() ? 0 : start - m_unanswered.front();
+    const std::size_t due = m_unanswered.size();
+    m_unanswered.clear();
     m_lateReplyDue = false;
+    m_packetsCut = 0;
     ++m_waitDepth;
     const clsScopeGuard leave([this] { --m_waitDepth; });
-    const std::uint32_t start = m_host.TickCount();
     std::uint32_t quietSince = start;
     while (!m_abort && m_host.TickCount() - start < quietLimit) {
-        m_dataArrived = false;
+        const std::uint32_t wanted = m_packetsCut >= due ? quietTime : delay + quietTime;
         const std::uint32_t quiet = m_host.TickCount() - quietSince;
-        if (quiet >= quietTime) break;
-        m_host.WaitEvents(quietTime - static_cast<int>(quiet));
+        if (quiet >= wanted) break;
+        m_dataArrived = false;
+        m_host.WaitEvents(static_cast<int>(wanted - quiet));
         if (m_dataArrived) quietSince = m_host.TickCount();
     }
 }

@@ -50,16 +50,6 @@ std::string Lower(std::string_view text) {
     return result;
 }
 
-std::optional<int> WholeNumber(std::string_view text, int highest) {
-    const bool hexadecimal = text.starts_with("0x");
-    if (hexadecimal) text.remove_prefix(2);
-    int value = 0;
-    const auto end = std::from_chars(text.data(), text.data() + text.size(), value, hexadecimal ? 16 : 10);
-    if (text.empty() || end.ec != std::errc() || end.ptr != text.data() + text.size()) return {};
-    if (value < 0 || value > highest) return {};
-    return value;
-}
-
 std::vector<std::string> Words(std::string_view text) {
     std::vector<std::string> words;
     bool inWord = false;
@@ -114,7 +104,7 @@ std::string ReadWord(const std::string& word, const FaultRow& row, SimFaultRule&
                "\"; known are once, always, command=, register=, skip=, count=, value=";
     }
     if (key == "value" && row.ValueName.empty()) return std::string(row.Name) + " takes no value";
-    const std::optional<int> number = WholeNumber(text, at->Highest);
+    const std::optional<int> number = ParseSimNumber(text, at->Highest);
     if (!number) {
         const std::string unit = key == "value" ? " (" + std::string(row.ValueName) + ")" : "";
         return key + unit + " must be a number from 0 to " + std::to_string(at->Highest) + ", not \"" + text +
@@ -127,11 +117,18 @@ std::string ReadWord(const std::string& word, const FaultRow& row, SimFaultRule&
 }  // namespace
 
 std::string_view SimFaultName(SimFault fault) { return Row(fault).Name; }
-std::string_view SimFaultHelp(SimFault fault) { return Row(fault).Help; }
+std::string SimFaultHelp(SimFault fault) {
+    const FaultRow& row = Row(fault);
+    std::string text(row.Help);
+    if (row.ValueName.empty()) return text;
+    return text + "; value: " + std::string(row.ValueName) + ", " + std::to_string(row.DefaultValue) +
+           " if not given";
+}
 
 const std::vector<SimFault>& AllSimFaults() {
     static const std::vector<SimFault> all = [] {
         std::vector<SimFault> faults;
+        faults.reserve(faultRows.size());
         for (const FaultRow& row : faultRows) faults.push_back(row.Fault);
         return faults;
     }();
@@ -141,6 +138,16 @@ const std::vector<SimFault>& AllSimFaults() {
 bool SimFaultMeets(SimFault fault, char command) {
     const std::string_view commands = Row(fault).Commands;
     return commands.empty() || commands.find(command) != std::string_view::npos;
+}
+
+std::optional<int> ParseSimNumber(std::string_view text, int highest) {
+    const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
+    if (hexadecimal) text.remove_prefix(2);
+    int value = 0;
+    const auto end = std::from_chars(text.data(), text.data() + text.size(), value, hexadecimal ? 16 : 10);
+    if (text.empty() || end.ec != std::errc() || end.ptr != text.data() + text.size()) return {};
+    if (value < 0 || value > highest) return {};
+    return value;
 }
 
 std::optional<SimFaultRule> ParseSimFault(std::string_view text, std::string& error) {

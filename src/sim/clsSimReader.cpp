@@ -70,6 +70,10 @@ clsSimReader::clsSimReader(clsIHost& host) : m_host(host) { Registers.fill(0xFF)
 
 clsSimReader::~clsSimReader() { m_host.StopTimer(m_timer); }
 
+void clsSimReader::SetRegister(int number, std::uint8_t value) {
+    if (std::exchange(Registers.at(static_cast<std::size_t>(number)), value) != value) OnRegister.Raise();
+}
+
 void clsSimReader::PowerUp() {
     m_inFrame = false;
     m_frame.clear();
@@ -227,8 +231,7 @@ std::string clsSimReader::MakeReply(const Request& request, const SimFaultRule* 
         return image;
     }
     if (request.Command == 'C' && !refuse && !has(SimFault::DroppedWrite)) {
-        auto& place = Registers[static_cast<std::size_t>(request.Register)];
-        if (std::exchange(place, request.Value) != request.Value) OnRegister.Raise(request.Register);
+        SetRegister(request.Register, request.Value);
     }
     std::string text = refuse ? "N" + TwoDigits(refused) : AcceptedText(request);
     if (request.Command == 'B') {

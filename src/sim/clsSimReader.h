@@ -45,6 +45,8 @@ class clsSimReader {
     /// reader goes on as it is.
     std::string LoaderAnswer = "True";
 
+    /// Writes a register as a frame does: OnRegister tells when that changed it. `number` is 0..511.
+    void SetRegister(int number, std::uint8_t value);
     /// Bytes from the host. Answers go out through OnSend, from inside this call or later.
     void Receive(std::string_view bytes);
     /// Forgets a half-received frame and what is still to be sent, as after power-up; the line speed of
@@ -72,7 +74,7 @@ class clsSimReader {
 
     clsEvent<const std::string&> OnSend;         ///< bytes on their way to the host
     clsEvent<const std::string&, bool> OnFrame;  ///< a whole frame or reply; True for received by the reader
-    clsEvent<int> OnRegister;                    ///< a write changed this register; raised before the answer
+    clsEvent<> OnRegister;                       ///< a write has changed a register; raised before its answer
 
   private:
     struct Request;

@@ -10,29 +10,30 @@
 
 namespace {
 
-constexpr std::int64_t psPerMs = 1'000'000'000;
-constexpr std::int64_t psPerSecond = 1000 * psPerMs;
-constexpr int bitsPerByte = 10;
+constexpr std::int64_t nsPerMs = 1'000'000;
 
-// The rate of a settings text; 0 when the text is not one that a line takes.
-int RateOf(const std::string& settings) {
-    const std::vector<std::string> fields = modText::Split(settings, ',');
-    if (fields.size() != 4) return 0;
-    const std::string rate = modText::Trim(fields[0]);
-    const std::string parity = modText::UCase(modText::Trim(fields[1]));
-    const std::string bits = modText::Trim(fields[2]);
-    const std::string stop = modText::Trim(fields[3]);
+struct LineSettings {
+    int Rate = 0;
+    std::string Text;
+};
+
+// Nothing for a text that a line does not take.
+std::optional<LineSettings> ReadSettings(const std::string& text) {
+    const std::vector<std::string> fields = modText::Split(modText::UCase(text), ',');
+    if (fields.size() != 4 || fields[1].size() != 1 || fields[2].size() != 1) return {};
     constexpr std::array<std::string_view, 3> stops{"1", "1.5", "2"};
-    if (parity.size() != 1 || std::string_view("NEOMS").find(parity) == std::string_view::npos) return 0;
-    if (bits.size() != 1 || bits < "5" || bits > "8") return 0;
-    if (std::find(stops.begin(), stops.end(), stop) == stops.end()) return 0;
-    if (rate.empty() || rate.find_first_not_of("0123456789") != std::string::npos) return 0;
-    return std::max(modText::ValInteger(rate), 0);
+    const int rate = modText::ValInteger(fields[0]);
+    const bool parity = std::string_view("NEOMS").find(fields[1]) != std::string_view::npos;
+    const bool bits = fields[2] >= "5" && fields[2] <= "8";
+    const bool stop = std::find(stops.begin(), stops.end(), fields[3]) != stops.end();
+    if (rate < 1 || !parity || !bits || !stop) return {};
+    return LineSettings{rate, std::to_string(rate) + "," + fields[1] + "," + fields[2] + "," + fields[3]};
 }
 
 }  // namespace
 
-clsSimSerialControl::clsSimSerialControl(clsIHost& host) : m_host(host), m_lastTick(host.TickCount()) {}
+clsSimSerialControl::clsSimSerialControl(clsIHost& host)
+    : m_host(host), m_lastTick(host.TickCount()), m_cable(nsPerMs) {}
 
 clsSimSerialControl::~clsSimSerialControl() { m_host.StopTimer(m_timer); }
 
@@ -53,8 +54,7 @@ void clsSimSerialControl::Unplug(int number) {
     at->second.Plugged = false;
     if (m_open != number || m_lost) return;
     m_lost = true;
-    m_toReader = {};
-    m_toHost = {};
+    m_cable.Clear();
     PostToLine([this] { OnLost.Raise(); });
 }
 
@@ -119,10 +119,10 @@ void clsSimSerialControl::SetPortOpen(bool value) {
 }
 
 void clsSimSerialControl::SetSettings(const std::string& value) {
-    const int rate = RateOf(value);
-    if (rate == 0) return;
-    m_rate = rate;
-    m_settings = modText::UCase(value);
+    const std::optional<LineSettings> settings = ReadSettings(value);
+    if (!settings) return;
+    m_rate = settings->Rate;
+    m_settings = settings->Text;
 }
 
 const clsSimSerialControl::Line* clsSimSerialControl::OpenLine() const {
@@ -137,85 +137,45 @@ bool clsSimSerialControl::SpeedFits(const Line& line) const {
 
 std::int64_t clsSimSerialControl::Now() {
     const std::uint32_t tick = m_host.TickCount();
-    m_now += static_cast<std::int64_t>(tick - std::exchange(m_lastTick, tick)) * psPerMs;
+    m_now += static_cast<std::int64_t>(tick - std::exchange(m_lastTick, tick)) * nsPerMs;
     return m_now;
-}
-
-// The clock ticks once a ms and a byte is through somewhere inside a ms. What is sent in answer within the
-// same ms begins where that byte ended, so that no exchange loses the rest of its last ms.
-std::int64_t clsSimSerialControl::Moment() {
-    if (m_delivering) return m_lastDue;
-    const std::int64_t now = Now();
-    return now - m_lastDue < psPerMs ? m_lastDue : now;
-}
-
-void clsSimSerialControl::Put(Wire& wire, const std::string& bytes, bool paced) {
-    wire.Free = std::max(wire.Free, Moment());
-    if (!paced) {
-        wire.Pieces.push_back({bytes, wire.Free});
-        return;
-    }
-    const std::int64_t start = wire.Free;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        wire.Free = start + static_cast<std::int64_t>(i + 1) * bitsPerByte * psPerSecond / m_rate;
-        wire.Pieces.push_back({bytes.substr(i, 1), wire.Free});
-    }
 }
 
 void clsSimSerialControl::Output(const std::string& bytes) {
     const Line* line = OpenLine();
     if (line == nullptr || line->Reader == nullptr || !SpeedFits(*line)) return;
-    Put(m_toReader, bytes, line->Paced);
+    m_cable.SendToReader(bytes, Now(), line->Paced ? m_rate : 0);
     Schedule();
 }
 
 void clsSimSerialControl::ReaderSends(int number, const std::string& bytes) {
     const Line* line = OpenLine();
     if (line == nullptr || m_open != number || !SpeedFits(*line)) return;
-    Put(m_toHost, bytes, line->Paced);
+    m_cable.SendToHost(bytes, Now(), line->Paced ? m_rate : 0);
     Schedule();
 }
 
 void clsSimSerialControl::Schedule() {
-    if (m_delivering) return;
-    std::int64_t next = -1;
-    for (const Wire* wire : {&m_toReader, &m_toHost}) {
-        if (wire->Pieces.empty()) continue;
-        const std::int64_t due = wire->Pieces.front().Due;
-        next = next < 0 ? due : std::min(next, due);
-    }
     m_host.StopTimer(std::exchange(m_timer, 0));
-    if (next < 0) return;
-    const std::int64_t wait = std::max<std::int64_t>(next - Now(), 0);
-    m_timer = m_host.StartTimer(static_cast<int>((wait + psPerMs - 1) / psPerMs), [this] {
+    const std::optional<std::int64_t> due = m_cable.NextDue();
+    if (!due) return;
+    const std::int64_t wait = std::max<std::int64_t>(*due - Now(), 0);
+    m_timer = m_host.StartTimer(static_cast<int>((wait + nsPerMs - 1) / nsPerMs), [this] {
         m_timer = 0;
         Deliver();
     });
 }
 
-// The reader's answers come back into ReaderSends from here, and join the wire.
 void clsSimSerialControl::Deliver() {
-    m_delivering = true;
-    {
-        const clsScopeGuard leave([this] { m_delivering = false; });
-        const std::int64_t now = Now();
-        while (true) {
-            const bool in = !m_toReader.Pieces.empty() && m_toReader.Pieces.front().Due <= now;
-            const bool out = !m_toHost.Pieces.empty() && m_toHost.Pieces.front().Due <= now;
-            if (!in && !out) break;
-            const bool first = in && (!out || m_toReader.Pieces.front().Due <= m_toHost.Pieces.front().Due);
-            Wire& wire = first ? m_toReader : m_toHost;
-            const Piece piece = std::move(wire.Pieces.front());
-            wire.Pieces.pop_front();
-            m_lastDue = std::max(m_lastDue, piece.Due);
-            if (!first) {
-                m_input += piece.Bytes;
-                if (!std::exchange(m_receivePosted, true)) PostEvent(CommEventReceive);
-            } else if (const Line* line = OpenLine(); line != nullptr && line->Reader != nullptr) {
-                line->Reader->Receive(piece.Bytes);
-            }
-        }
-    }
+    const auto toReader = [this](const std::string& bytes) {
+        const Line* line = OpenLine();
+        if (line != nullptr && line->Reader != nullptr) line->Reader->Receive(bytes);
+    };
+    const auto toHost = [this](const std::string& bytes) {
+        m_input += bytes;
+        if (!std::exchange(m_receivePosted, true)) PostEvent(CommEventReceive);
+    };
+    m_cable.Deliver(Now(), toReader, toHost);
     Schedule();
 }
 
@@ -238,23 +198,8 @@ void clsSimSerialControl::PostToLine(std::function<void()> handler) {
 void clsSimSerialControl::ClearBuffers() {
     m_input.clear();
     m_receivePosted = false;
-    m_toReader = {};
-    m_toHost = {};
+    m_cable.Clear();
     m_host.StopTimer(std::exchange(m_timer, 0));
-}
-
-void clsSimSerialControl::SetInBufferCount(int value) {
-    if (value == 0) m_input.clear();
-}
-
-int clsSimSerialControl::OutBufferCount() const {
-    std::size_t count = 0;
-    for (const Piece& piece : m_toReader.Pieces) count += piece.Bytes.size();
-    return static_cast<int>(count);
-}
-
-void clsSimSerialControl::SetOutBufferCount(int value) {
-    if (value == 0) m_toReader = {};
 }
 
 std::string clsSimSerialControl::Input() {

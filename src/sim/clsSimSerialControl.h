@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <map>
 #include <memory>
 #include <string>
@@ -10,6 +9,7 @@
 #include "base/clsIHost.h"
 #include "ports/clsIPortDirectory.h"
 #include "ports/clsISerialControl.h"
+#include "sim/clsSimCable.h"
 #include "sim/clsSimReader.h"
 
 /// A serial control over simulated lines: what the platform's control is to real ones, so that a whole
@@ -78,9 +78,13 @@ class clsSimSerialControl final : public clsISerialControl, public clsIPortDirec
     void SetOutBufferSize(int value) override { m_outBufferSize = value; }
 
     [[nodiscard]] int InBufferCount() const override { return static_cast<int>(m_input.size()); }
-    void SetInBufferCount(int value) override;
-    [[nodiscard]] int OutBufferCount() const override;
-    void SetOutBufferCount(int value) override;
+    void SetInBufferCount(int value) override {
+        if (value == 0) m_input.clear();
+    }
+    [[nodiscard]] int OutBufferCount() const override { return static_cast<int>(m_cable.ToReaderCount()); }
+    void SetOutBufferCount(int value) override {
+        if (value == 0) m_cable.ClearToReader();
+    }
     std::string Input() override;
     void Output(const std::string& bytes) override;
     [[nodiscard]] int CommEvent() const override { return m_commEvent; }
@@ -94,21 +98,9 @@ class clsSimSerialControl final : public clsISerialControl, public clsIPortDirec
         bool Plugged = true;
         clsConnection OnSend;
     };
-    /// Bytes on one direction of the wire, and the time (ps) at which the last of them is through.
-    struct Piece {
-        std::string Bytes;
-        std::int64_t Due = 0;
-    };
-    struct Wire {
-        std::deque<Piece> Pieces;
-        std::int64_t Free = 0;
-    };
-
     [[nodiscard]] const Line* OpenLine() const;
     [[nodiscard]] bool SpeedFits(const Line& line) const;
     [[nodiscard]] std::int64_t Now();
-    [[nodiscard]] std::int64_t Moment();
-    void Put(Wire& wire, const std::string& bytes, bool paced);
     void Schedule();
     void Deliver();
     void ReaderSends(int number, const std::string& bytes);
@@ -130,12 +122,9 @@ class clsSimSerialControl final : public clsISerialControl, public clsIPortDirec
     bool m_receivePosted = false;
     int m_commEvent = 0;
     std::uint32_t m_lastTick;
-    std::int64_t m_now = 0;      // ps since the start
-    std::int64_t m_lastDue = 0;  // of the last bytes that came through
-    Wire m_toReader;
-    Wire m_toHost;
+    std::int64_t m_now = 0;  // ns since the start
+    clsSimCable m_cable;
     clsIHost::TimerId m_timer = 0;
-    bool m_delivering = false;
 
     bool m_dtr = true;
     bool m_rts = true;

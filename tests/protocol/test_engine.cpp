@@ -200,11 +200,27 @@ TEST_F(Engine, ALateReplyNeverAnswersTheNextCommand) {
     EXPECT_EQ(value, 0x22);
     EXPECT_EQ(host.Now(), 640 + AnswerDelay);  // waited for once, not for ever
 
+    // A reader that is always too late: each of its answers is taken for the command that it was meant for.
+    std::int64_t idle = 0;
+    for (const bool oneByOne : {false, true}) {
+        serial.OnOutput = [this, &idle, oneByOne](const std::string& frame) {
+            idle = (oneByOne ? std::max(idle, host.Now()) : host.Now()) + 700;
+            // the register's number is its value
+            serial.Arrive(Checked("A" + frame.substr(2, 2)), static_cast<int>(idle - host.Now()));
+        };
+        for (int number = 0x10; number < 0x20; ++number) {
+            EXPECT_TRUE(comm.GetRegister(number, value));
+            EXPECT_EQ(value, number);
+        }
+    }
+
     // A line that never gets quiet does not hold the program.
-    for (int i = 0; i < 200; ++i) serial.Arrive("z", 700 + 20 * i);
+    serial.OnOutput = {};
+    const auto start = host.Now();
+    for (int i = 0; i < 900; ++i) serial.Arrive("z", 700 + 20 * i);
     serial.Arrive(Checked("A44"), 701);
     EXPECT_TRUE(comm.GetRegister(9, value));
-    EXPECT_LT(host.Now(), 640 + 701 + 1100);
+    EXPECT_LT(host.Now() - start, 701 + 5100);
 }
 
 TEST_F(Engine, NestedCommandsAreCountedAndBytesThatMeetTheGuardAreReadOn) {
@@ -252,6 +268,18 @@ TEST_F(Engine, ALostPortIsClosedAndReportedOnceAndTheWaitRunsOut) {
     EXPECT_FALSE(comm.PortOpen());
     serial.OnLost.Raise();  // closed already
     EXPECT_EQ(news, Texts{"COM1 is removed and closed|COM1"});
+}
+
+TEST_F(Engine, AFloodingLineLeavesTheProgramItsTurnAndLosesNothing) {
+    std::size_t heard = 0;
+    const auto count = comm.OnChar.Connect([&](std::uint8_t) {
+        if (++heard < 1000000) serial.Buffer("z");  // comes in as fast as it is taken
+    });
+    serial.Arrive("z");
+    host.DoEvents();
+    EXPECT_LT(heard, 70000U);
+    host.Run(1000);
+    EXPECT_EQ(heard, 1000000U);
 }
 
 struct WrappingEngine : CommFixture {

@@ -127,6 +127,8 @@ TEST_F(Registers, ACancelEndsRetriesAndRunsNotOnlyTheWait) {
     EXPECT_FALSE(comm.SetRegister(7, 0));
     EXPECT_EQ(host.Now(), 200);
 
+    comm.SetPortOpen(false);  // no late reply is waited for on a line that was closed
+    comm.SetPortOpen(true);
     AnswerDelay = 60;
     Answers = {Checked("A01"), Checked("A02"), Checked("A03")};
     Image values(3);

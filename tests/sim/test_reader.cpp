@@ -2,18 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
-#include "sim/SimImage.h"
+#include "sim/WireText.h"
 #include "sim/clsSimReader.h"
 #include "support/clsVirtualHost.h"
 
 namespace {
 
-using namespace std::string_literals;
-
-/// A reader on a virtual host, and everything it has sent with the ms at which it did.
+/// A reader on a virtual host, and all that it sends, with the ms at which it does.
 struct Bench {
     clsVirtualHost Host;
     clsSimReader Reader{Host};
@@ -24,23 +23,18 @@ struct Bench {
         Times.push_back(Host.Now());
     });
 
-    std::string Ask(const std::string& bytes) {
+    /// The answer that comes at once.
+    std::string Ask(std::string_view frames) {
         Sent.clear();
         Times.clear();
-        Reader.Receive(bytes);
-        return Sent;
+        Reader.Receive(Wire(frames));
+        return Unwire(Sent);
     }
-    /// The answer with everything that comes within ten seconds.
-    std::string AskAndWait(const std::string& bytes) {
-        Ask(bytes);
-        Host.Run(10000);
-        return Sent;
-    }
-    void Arm(const std::string& text) {
+    SimFaultRule& Arm(const std::string& text) {
         std::string error;
         const auto rule = ParseSimFault(text, error);
-        ASSERT_TRUE(rule) << error;
-        Reader.AddFault(*rule);
+        EXPECT_TRUE(rule) << text << ": " << error;
+        return Reader.AddFault(rule.value_or(SimFaultRule{}));
     }
 };
 
@@ -51,98 +45,179 @@ TEST(SimReader, AnswersEachFrameAsTheWireAsks) {
     const struct {
         std::string Frame, Answer;
     } rows[] = {
-        {"\x02V\r", "\x02"s + "AV1.02R007,FWQ-K4436\r"},
-        {"\x02"
-         "D\r",
-         "\x02"s + "AZarn74,00\r"},
-        {"\x02"
-         "D00\r",
-         "\x02"s + "AZarn74,00\r"},
-        {"\x02"
-         "DA5\r",
-         "\x02"s + "AZarn74,00\r"},
-        {"\x02"
-         "B05\r",
-         "\x02"s + "A0AB2\r"},
-        {"\x02"
-         "B012C\r",
-         "\x02"s + "AC4B8\r"},
-        {"\x02"
-         "BFF\r",
-         "\x02"s + "AFFCD\r"},
-        {"\x02J\r", "\x02"s + "AFF\r"},
-        {"\x02X\r", "\x02"s + "True\r"},
+        {"[V]", "[AV1.02R007,FWQ-K4436]"},
+        {"[D]", "[AZarn74,00]"},
+        {"[D00]", "[AZarn74,00]"},
+        {"[DA5]", "[AZarn74,00]"},
+        {"[B05]", "[A0AB2]"},
+        {"[B012C]", "[AC4B8]"},
+        {"[BFF]", "[AFFCD]"},
+        {"[J]", "[AFF]"},
+        {"[X]", "[True]"},
         // writes, with the checksum of everything between STX and it
-        {"\x02"
-         "C05,0135\r",
-         "\x02"s + "A\r"},
-        {"\x02"
-         "B05\r",
-         "\x02"s + "A01A2\r"},
-        {"\x02"
-         "C012C,0AB6\r",
-         "\x02"s + "A\r"},
-        {"\x02"
-         "B012C\r",
-         "\x02"s + "A0AB2\r"},
+        {"[C05,0135]", "[A]"},
+        {"[B05]", "[A01A2]"},
+        {"[C012C,0AB6]", "[A]"},
+        {"[B012C]", "[A0AB2]"},
         // whole frames that ask for what there is not
-        {"\x02"
-         "B0005\r",
-         "\x02"s + "N02B0\r"},
-        {"\x02"
-         "B2C1\r",
-         "\x02"s + "N02B0\r"},
-        {"\x02"
-         "B0200\r",
-         "\x02"s + "N02B0\r"},
-        {"\x02"
-         "Bff\r",
-         "\x02"s + "N02B0\r"},
-        {"\x02"
-         "B\r",
-         "\x02"s + "N02B0\r"},
-        {"\x02"
-         "C05,G04B\r",
-         "\x02"s + "N03\r"},
-        {"\x02"
-         "C05,1\x30\x34\r",
-         "\x02"s},
-        {"\x02"
-         "C0005,0195\r",
-         "\x02"s + "N02\r"},
-        {"\x02V56\r", "\x02"s + "N03\r"},
-        {"\x02"
-         "D5\r",
-         "\x02"s + "N03\r"},
-        {"\x02Q\r", "\x02"s + "N01\r"},
+        {"[B0005]", "[N02B0]"},
+        {"[B2C1]", "[N02B0]"},
+        {"[B0200]", "[N02B0]"},
+        {"[Bff]", "[N02B0]"},
+        {"[B]", "[N02B0]"},
+        {"[C0005,0195]", "[N02]"},
+        {"[C05,G04B]", "[N03]"},
+        {"[C05,105]", "[N03]"},
+        {"[V56]", "[N03]"},
+        {"[D5]", "[N03]"},
+        {"[Q]", "[N01]"},
         // broken ones, which nobody answers
-        {"V\r", ""},
-        {"\x02V", ""},
-        {"\r", ""},
-        {"\x02\r", ""},
-        {"\x02"
-         "C05,01\r",
-         ""},
-        {"\x02"
-         "C05,0136\r",
-         ""},
-        {"\x02"
-         "C012C,0Ab6\r",
-         ""},
-        {"\x02V" + std::string(40, 'V') + "\r", ""},
+        {"V]", ""},
+        {"[V", ""},
+        {"[]", ""},
+        {"[C05,01]", ""},
+        {"[C05,0136]", ""},
+        {"[C012C,0Ab6]", ""},
+        {"[V" + std::string(40, 'V') + "]", ""},
         // a new STX drops what stood before it, and what is outside a frame means nothing
-        {"\x02"
-         "B0\x02"
-         "B05\r",
-         "\x02"s + "A01A2\r"},
-        {"xyz\r\n\x02"
-         "B05\r\n",
-         "\x02"s + "A01A2\r"},
+        {"[B0[B05]", "[A01A2]"},
+        {"xyz]\n[B05]\n", "[A01A2]"},
+        {"[B05][D]", "[A01A2][AZarn74,00]"},
     };
     for (const auto& row : rows) {
-        if (row.Answer == "\x02") continue;
-        EXPECT_EQ(bench.Ask(row.Frame), row.Answer) << testing::PrintToString(row.Frame);
+        EXPECT_EQ(bench.Ask(row.Frame), row.Answer) << row.Frame;
         bench.Reader.PowerUp();
+    }
+    EXPECT_EQ(bench.Reader.Registers[5], 0x01);
+    EXPECT_EQ(bench.Reader.FramesReceived('B'), 13);
+    EXPECT_EQ(bench.Reader.FramesReceived(), 28);
+    EXPECT_EQ(bench.Reader.FramesRejected(), 6);
+}
+
+TEST(SimReader, ChangesItsLineSpeedAtPowerUpAlone) {
+    Bench bench;
+    const struct {
+        int Code, Speed;
+    } rows[] = {{4, 2400}, {5, 4800}, {6, 9600}, {7, 14400}, {0xFF, 19200}, {0, 19200}, {8, 19200}};
+    for (const auto& row : rows) {
+        const int former = bench.Reader.LineSpeed();
+        bench.Reader.SetRegister(209, static_cast<std::uint8_t>(row.Code));
+        EXPECT_EQ(bench.Reader.LineSpeed(), former);
+        bench.Reader.PowerUp();
+        EXPECT_EQ(bench.Reader.LineSpeed(), row.Speed) << row.Code;
+    }
+}
+
+TEST(SimReader, ShowsEachFaultOnTheWire) {
+    const struct {
+        std::string Fault, Frame, Answer;
+        int Fired = 1;
+        int Register5 = 0xFF;
+    } rows[] = {
+        {"no-answer", "[B05]", ""},
+        {"no-answer", "[C05,0135]", "", 1, 0x01},
+        {"refuse-busy", "[B05]", "[N07B5]"},
+        {"refuse-busy", "[C05,0135]", "[N07]"},
+        {"refuse-busy", "[Y]", "[N07]"},
+        {"refuse-code value=0x1F", "[V]", "[N1F]"},
+        {"refuse-code", "[C05,0135]", "[N05]"},
+        {"wrong-checksum", "[B05]", "[AFF98]"},
+        {"truncated-reply", "[B05]", "[AFFCD"},
+        {"truncated-reply", "[C05,0135]", "[A", 1, 0x01},
+        {"truncated-reply", "[Y]", std::string(511, '\xff')},
+        {"garbage-before-stx", "[D]", "\x7f\xa5?\xff\x10[AZarn74,00]"},
+        {"dropped-write", "[C05,0135]", "[A]"},
+        {"short-dump value=3", "[Y]", "\xff\xff\xff"},
+        {"different-dumps value=2", "[Y]", "\xff\xff\xfe" + std::string(509, '\xff')},
+        // what a fault does not meet goes on as ever
+        {"wrong-checksum", "[V]", "[AV1.02R007,FWQ-K4436]", 0},
+        {"short-dump", "[B05]", "[AFFCD]", 0},
+        {"dropped-write", "[B05]", "[AFFCD]", 0},
+        {"no-answer register=6", "[B05]", "[AFFCD]", 0},
+        {"no-answer command=C", "[B05]", "[AFFCD]", 0},
+    };
+    for (const auto& row : rows) {
+        Bench bench;
+        const SimFaultRule& rule = bench.Arm(row.Fault + " once");
+        EXPECT_EQ(bench.Ask(row.Frame), row.Answer) << row.Fault << " " << row.Frame;
+        EXPECT_EQ(rule.Fired, row.Fired) << row.Fault << " " << row.Frame;
+        EXPECT_EQ(bench.Reader.Registers[5], row.Register5) << row.Fault << " " << row.Frame;
+        EXPECT_EQ(bench.Ask("[V]"), "[AV1.02R007,FWQ-K4436]") << "after " << row.Fault;
+    }
+}
+
+TEST(SimReader, CountsAndSkipsTheFramesThatAFaultMeets) {
+    Bench bench;
+    const SimFaultRule& busy = bench.Arm("refuse-busy command=B register=5 skip=1 count=2");
+    const SimFaultRule& mute = bench.Arm("no-answer command=B register=5 count=1");
+    const SimFaultRule& differs = bench.Arm("different-dumps value=0");
+    // one fault a frame: the silence takes the first frame, and the refusals those after it
+    for (const char* answer : {"", "[N07B5]", "[N07B5]", "[AFFCD]"}) {
+        EXPECT_EQ(bench.Ask("[B05]"), answer);
+        EXPECT_EQ(bench.Ask("[B06]"), "[AFFCD]");
+    }
+    EXPECT_EQ(busy.Fired, 2);
+    EXPECT_EQ(mute.Fired, 1);
+    for (const char first : {'\xfe', '\xff', '\xfe'}) EXPECT_EQ(bench.Ask("[Y]")[0], first);
+    EXPECT_EQ(differs.Fired, 2);
+    bench.Reader.ClearFaults();
+    EXPECT_EQ(bench.Ask("[Y]")[0], '\xff');
+}
+
+TEST(SimReader, SendsLateAndTrickledRepliesInTheOrderOfTheirCommands) {
+    Bench bench;
+    bench.Arm("late-reply command=B value=700 once");
+    bench.Arm("trickled-reply command=C value=40 once");
+    EXPECT_EQ(bench.Ask("[B05][C05,0135][V]"), "");
+    EXPECT_EQ(bench.Reader.Registers[5], 0x01) << "a write is done when it is heard";
+    bench.Host.Run(699);
+    EXPECT_EQ(bench.Sent, "");
+    bench.Host.Run(1000);
+    EXPECT_EQ(Unwire(bench.Sent), "[AFFCD][A][AV1.02R007,FWQ-K4436]");
+    EXPECT_EQ(bench.Times, (std::vector<std::int64_t>{700, 700, 740, 780, 780}));
+
+    bench.Arm("late-reply command=B value=100 once");
+    bench.Ask("[B05]");
+    bench.Reader.PowerUp();
+    bench.Host.Run(1000);
+    EXPECT_EQ(bench.Sent, "") << "power-up forgets what was still to be sent";
+}
+
+// Codes that a configuration program lists, filters within a card's digits, one row of each card type.
+TEST(SimReader, HoldsAnExampleThatAProgramCanShowWhole) {
+    Bench bench;
+    LoadExampleConfiguration(bench.Reader);
+    const auto& registers = bench.Reader.Registers;
+    const struct {
+        std::size_t Register;
+        std::vector<int> Listed;
+    } lists[] = {{210, {0, 1, 2, 3, 4, 255}},
+                 {211, {0, 255}},
+                 {208, {0, 1, 2, 255}},
+                 {215, {0, 255}},
+                 {136, {0, 255}},
+                 {137, {0, 255}},
+                 {209, {4, 5, 6, 7, 255}}};
+    for (const auto& list : lists) {
+        EXPECT_EQ(std::count(list.Listed.begin(), list.Listed.end(), registers[list.Register]), 1)
+            << list.Register;
+    }
+    EXPECT_NE(registers[218] & 3, 0);
+    const int digits[] = {8, 8, 14, 14, 10, 10, 10, 18, 18, 14};
+    for (std::size_t i = 0; i < 10; ++i) {
+        const std::size_t at = i < 5 ? 224 + 2 * i : 144 + 2 * (i - 5);
+        EXPECT_GE(registers[at], 1) << i;
+        EXPECT_LE(registers[at] + registers[at + 1] - 1, digits[i]) << i;
+    }
+    for (std::size_t row = 0; row < 16; ++row) {
+        EXPECT_EQ(registers[8 * row], row < 5 ? row + 1 : 0xFF) << row;
+        EXPECT_EQ(registers[256 + 16 * row] == 0xFF, row >= 5) << row;
+    }
+    for (const std::size_t text : {160U, 176U, 192U}) {
+        const auto first = registers.begin() + static_cast<std::ptrdiff_t>(text);
+        const auto end = std::find(first, first + 16, 0xFF);
+        EXPECT_TRUE(std::any_of(first, end, [](std::uint8_t c) { return c < 32; })) << text;
+        EXPECT_EQ(std::count(first, end, 0), 0) << text;
     }
 }
 

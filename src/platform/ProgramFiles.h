@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+/// Where the programs' own files lie, as the bytes of the system's file names; no folder ends in a slash.
+namespace ProgramFiles {
+
+/// The folder of the running program.
+std::string ProgramFolder();
+/// The user's folder, "zarn74" inside the configuration folder. It may not exist yet.
+std::string UserFolder();
+/// "Default.ini" in the program's folder, else in the user's, else in that of the installation's data; the
+/// first of them when it is nowhere.
+std::string DefaultFile();
+
+}  // namespace ProgramFiles

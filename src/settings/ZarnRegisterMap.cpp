@@ -1,0 +1,102 @@
+#include "settings/ZarnRegisterMap.h"
+
+#include <algorithm>
+#include <span>
+
+#include "base/modText.h"
+#include "settings/modByte.h"
+
+namespace {
+
+struct SpeedCode {
+    std::uint8_t Byte;
+    std::int32_t Speed;
+};
+constexpr std::array speeds{SpeedCode{4, 2400}, SpeedCode{5, 4800}, SpeedCode{6, 9600}, SpeedCode{7, 14400}};
+constexpr SpeedCode otherSpeed{0xFF, 19200};
+
+constexpr std::uint8_t endOfText = 0xFF;
+constexpr std::uint8_t lowTwoBits = 0x03;
+
+// Bytes of a card ID by type, from 1 on.
+constexpr std::array<std::size_t, 5> cardIDBytes{4, 4, 7, 7, 5};
+constexpr std::int32_t mostIDBytes = 7;
+
+}  // namespace
+
+namespace ZarnRegisterMap {
+
+std::int32_t DecodeNumber(NumberCode code, std::uint8_t byte) {
+    if (code == NumberCode::LowTwoBits) return byte & lowTwoBits;
+    if (code == NumberCode::Raw) return byte;
+    const auto at =
+        std::find_if(speeds.begin(), speeds.end(), [byte](const SpeedCode& row) { return row.Byte == byte; });
+    return at == speeds.end() ? otherSpeed.Speed : at->Speed;
+}
+
+std::optional<std::uint8_t> EncodeNumber(NumberCode code, std::int32_t value, std::uint8_t former) {
+    if (code == NumberCode::Baudrate) {
+        const auto at = std::find_if(speeds.begin(), speeds.end(),
+                                     [value](const SpeedCode& row) { return row.Speed == value; });
+        return at == speeds.end() ? otherSpeed.Byte : at->Byte;
+    }
+    if (value < 0 || value > 0xFF) return std::nullopt;
+    const int kept = code == NumberCode::LowTwoBits ? former & ~lowTwoBits : 0;
+    return static_cast<std::uint8_t>(kept | value);
+}
+
+bool DecodeFlag(FlagCode code, std::uint8_t byte) {
+    switch (code) {
+        case FlagCode::OnNonzero: return byte != 0x00;
+        case FlagCode::OffFF: return byte != 0xFF;
+        case FlagCode::OnZero: return byte == 0x00;
+    }
+    return false;
+}
+
+std::uint8_t EncodeFlag(FlagCode code, bool on) { return on == (code == FlagCode::OnNonzero) ? 0xFF : 0x00; }
+
+std::string DecodeKeyString(const KeyStringBytes& bytes) {
+    return {bytes.begin(), std::find(bytes.begin(), bytes.end(), endOfText)};
+}
+
+KeyStringBytes EncodeKeyString(std::string_view text) {
+    KeyStringBytes bytes{};
+    const auto source = modByte::StringToBytes(text.substr(0, bytes.size()));
+    const auto end = std::copy(source.begin(), source.end(), bytes.begin());
+    if (end != bytes.end()) *end = endOfText;
+    return bytes;
+}
+
+CardConvertEntry DecodeEntry(const EntryBytes& bytes, const std::string& text) {
+    const std::size_t type = bytes.front();
+    if (type == static_cast<std::size_t>(cardTypeEmpty)) return {};
+    if (type < 1 || type > cardIDBytes.size()) return {cardTypeOther, {}, text};
+    const std::span<const std::uint8_t> id = std::span(bytes).subspan(1, cardIDBytes[type - 1]);
+    return {static_cast<std::int32_t>(type), modByte::BytesToHexString(id, /*separator=*/""), text};
+}
+
+std::optional<EntryBytes> EncodeEntry(const CardConvertEntry& entry) {
+    const std::string& id = entry.CardID;
+    if (entry.CardType < 0 || entry.CardType > 0xFF) return std::nullopt;
+    if (modByte::GetAnsiLength(id) > 2 * mostIDBytes) return std::nullopt;
+    EntryBytes bytes{static_cast<std::uint8_t>(entry.CardType)};
+    for (std::size_t i = 0; i < id.size(); i += 2) {
+        bytes[1 + i / 2] = static_cast<std::uint8_t>(modText::HexValue(std::string_view(id).substr(i, 2)));
+    }
+    return bytes;
+}
+
+void CorrectFilter(int index, CardFilterRange& filter) {
+    const std::int32_t digits = FilterDigits(index);
+    if (filter.Start < 0 || filter.Start > digits) filter.Start = 1;
+    const std::int64_t last = std::int64_t{filter.Start} + filter.Length - 1;
+    if (last < 0 || last > digits) filter.Length = digits - filter.Start + 1;
+}
+
+bool Same(Setting setting, const ZarnInfo& a, const ZarnInfo& b) {
+    return std::visit([&](const auto& field) { return a.*field.Member == b.*field.Member; },
+                      RowOf(setting).Field);
+}
+
+}  // namespace ZarnRegisterMap

@@ -1,0 +1,125 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "base/clsIMessageSink.h"
+#include "protocol/ucCOMM.h"
+#include "settings/ZarnInfo.h"
+#include "settings/ZarnRegisterMap.h"
+
+/// The settings module: turns the reader's register space into a ZarnInfo and back, one pair of operations
+/// per setting, and reads or writes everything in a fixed order, one progress line per step. One instance per
+/// program, owned by its top object and attached once at start-up, before anything else is called. Every
+/// operation answers False when a command failed, was cancelled, or a value is out of range (then nothing is
+/// sent); none throws. The waits are the comm control's: any handler of the program may run before an
+/// operation returns, and must not start another one here.
+class modZarn74 {
+  public:
+    /// Both outlive the module. `log` may be null: then no progress line is written.
+    void Attach(ucCOMM& comm, clsIMessageSink* log);
+
+    bool GetPrefix(ZarnInfo& info);
+    bool SetPrefix(const ZarnInfo& info);
+    bool GetPostfix(ZarnInfo& info);
+    bool SetPostfix(const ZarnInfo& info);
+    bool GetOnRemove(ZarnInfo& info);
+    bool SetOnRemove(const ZarnInfo& info);
+    bool GetBaudrate(ZarnInfo& info);
+    bool SetBaudrate(const ZarnInfo& info);
+    bool GetLanguage(ZarnInfo& info);
+    bool SetLanguage(const ZarnInfo& info);
+    bool GetTagFrequency(ZarnInfo& info);
+    bool SetTagFrequency(const ZarnInfo& info);
+    bool GetUsbInterface(ZarnInfo& info);
+    bool SetUsbInterface(const ZarnInfo& info);
+    bool GetKeyboardOutput(ZarnInfo& info);
+    bool SetKeyboardOutput(const ZarnInfo& info);
+    bool GetBuzzerEnabled(ZarnInfo& info);
+    bool SetBuzzerEnabled(const ZarnInfo& info);
+    bool GetDelimiter(ZarnInfo& info);
+    bool SetDelimiter(const ZarnInfo& info);
+    bool GetDisplayCardType(ZarnInfo& info);
+    bool SetDisplayCardType(const ZarnInfo& info);
+    bool GetCardConvert(ZarnInfo& info);
+    bool SetCardConvert(const ZarnInfo& info);
+    bool GetUseRightKeypad(ZarnInfo& info);
+    bool SetUseRightKeypad(const ZarnInfo& info);
+    bool GetCardNumericSys(ZarnInfo& info);
+    bool SetCardNumericSys(const ZarnInfo& info);
+    bool GetCardNumericSeq(ZarnInfo& info);
+    bool SetCardNumericSeq(const ZarnInfo& info);
+    bool GetEMCardNumericSeq(ZarnInfo& info);
+    bool SetEMCardNumericSeq(const ZarnInfo& info);
+    bool GetIDWithoutLeadingZeros(ZarnInfo& info);
+    bool SetIDWithoutLeadingZeros(const ZarnInfo& info);
+    /// One filter; an index outside 0..9 is False without a command. Reading and writing put the range back
+    /// into its digits, writing does so in place before anything is sent.
+    bool GetCardFilter(int index, CardFilterRange& filter);
+    bool SetCardFilter(int index, CardFilterRange& filter);
+    /// One conversion entry; an index outside 0..15 is False without a command.
+    bool GetCardInfo(int index, CardConvertEntry& entry);
+    bool SetCardInfo(int index, const CardConvertEntry& entry);
+
+    /// Reads everything; `quick` out of one memory image where the reader gives one. Stops at the first
+    /// failure or cancel and leaves what was read so far in the record, `Valid` then being False.
+    bool GetZarnInfo(ZarnInfo& info, bool quick);
+    /// Writes everything; with `onlyChanged` only what differs from a quick read made first, which writes no
+    /// lines. When that read fails everything is written; when it is cancelled nothing is. Filters are
+    /// corrected in place.
+    bool SetZarnInfo(ZarnInfo& info, bool onlyChanged);
+
+    /// Step `number` (1 and up) of `count` of the read-all or write-all under way begins; `count` stays the
+    /// same throughout and includes the read that a write makes first. For a progress display; must not run
+    /// the event loop. May be empty.
+    std::function<void(int number, int count)> OnStep;
+
+  private:
+    bool Get(ZarnRegisterMap::Setting setting, ZarnInfo& info);
+    bool Set(ZarnRegisterMap::Setting setting, const ZarnInfo& info);
+    bool GetField(int iRegister, const ZarnRegisterMap::TextField& field, ZarnInfo& info);
+    bool GetField(int iRegister, const ZarnRegisterMap::NumberField& field, ZarnInfo& info);
+    bool GetField(int iRegister, const ZarnRegisterMap::FlagField& field, ZarnInfo& info);
+    bool SetField(int iRegister, const ZarnRegisterMap::TextField& field, const ZarnInfo& info);
+    bool SetField(int iRegister, const ZarnRegisterMap::NumberField& field, const ZarnInfo& info);
+    bool SetField(int iRegister, const ZarnRegisterMap::FlagField& field, const ZarnInfo& info);
+    bool GetKeyString(int iRegister, std::string& text);
+    bool SetKeyString(int iRegister, std::string_view text);
+
+    // Every read goes through these two: out of the image while a quick read-all has one.
+    [[nodiscard]] bool FromImage() const { return m_quickRequested && m_imageLoaded; }
+    bool ReadByte(int iRegister, std::uint8_t& value);
+    bool ReadBlock(int iRegister, std::span<std::uint8_t> values, bool stopAtEnd);
+
+    // The walk through all settings.
+    void BeginFlow(int stepCount);
+    [[nodiscard]] bool Cancelled() const { return m_comm->CancelGeneration() != m_generation; }
+    void NextStep();
+    template <class Work>
+    bool Step(const std::string& name, const std::string& resultName, Work work);
+    template <class Work, class Last>
+    bool FilterStep(const std::string& name, Work work, Last last);
+    template <class Work>
+    bool EntryStep(const std::string& name, Work work);
+    void ShowLine(int hundredths, const std::string& text);
+    bool LoadImage();
+    bool GetFirmware(ZarnInfo& info);
+    bool GetProduct(ZarnInfo& info);
+    bool ReadAll(ZarnInfo& info, bool quick);
+    bool WriteAll(ZarnInfo& info, const ZarnInfo* current);
+
+    ucCOMM* m_comm = nullptr;
+    clsIMessageSink* m_log = nullptr;
+    std::array<std::uint8_t, registerCount> m_image{};
+    bool m_quickRequested = false;   // for the time of one read-all
+    bool m_imageLoaded = false;      // in the read-all under way
+    bool m_logSilent = false;        // in the read that a write-all makes first
+    std::uint32_t m_generation = 0;  // cancels counted when the flow under way began
+    int m_halfSteps = 0;             // the number of the next progress line, in halves
+    int m_stepNumber = 0;
+    int m_stepCount = 0;
+};

@@ -1,0 +1,245 @@
+// zarn74sim: a simulated reader behind a pseudo-terminal.
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstring>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "sim/SimFault.h"
+#include "sim/SimImage.h"
+#include "sim/clsSimReader.h"
+#include "sim/pty/clsFrameLog.h"
+#include "sim/pty/clsImageFiles.h"
+#include "sim/pty/clsPollHost.h"
+#include "sim/pty/clsPtyLine.h"
+#include "sim/pty/clsSimConsole.h"
+
+namespace {
+
+enum ExitCode : int { ExitDone = 0, ExitFailed = 1, ExitUsage = 2 };
+
+struct ProgramOptions {
+    clsPtyLine::Options Line;
+    std::string Image;
+    std::string Log;
+    bool Example = false;
+    std::vector<SimFaultRule> Faults;
+};
+
+// A pipe that nobody reads must not stop the reader: what it does not take is lost.
+void WriteText(int fd, std::string text) {
+    text += '\n';
+    constexpr std::size_t pipeTakes = 4096;
+    for (std::size_t at = 0; at < text.size(); at += pipeTakes) {
+        pollfd ready{fd, POLLOUT, 0};
+        if (poll(&ready, 1, 0) != 1) return;
+        const std::size_t count = std::min(pipeTakes, text.size() - at);
+        if (write(fd, text.data() + at, count) != static_cast<ssize_t>(count)) return;
+    }
+}
+void Answer(const std::string& text) { WriteText(STDOUT_FILENO, text); }
+void Complain(const std::string& text) { WriteText(STDERR_FILENO, "zarn74sim: " + text); }
+int Fail(const std::string& text) {
+    Complain(text);
+    return ExitFailed;
+}
+
+// A stream that the caller has closed must not become the descriptor of something else.
+void FillStandardStreams() {
+    int fd = open("/dev/null", O_RDWR);
+    while (fd >= 0 && fd <= STDERR_FILENO) fd = open("/dev/null", O_RDWR);
+    if (fd >= 0) close(fd);
+}
+
+/// Standard input, cut into lines. Ends with the input.
+class clsLineInput {
+  public:
+    clsLineInput(clsPollHost& host, std::function<void(std::string_view)> line, std::function<void()> ended)
+        : m_line(std::move(line)), m_ended(std::move(ended)) {
+        m_onInput = host.WatchDescriptor(STDIN_FILENO, [this] { Read(); });
+    }
+
+  private:
+    static constexpr std::size_t longestLine = 4096;
+
+    void Read() {
+        std::array<char, longestLine> buffer{};
+        const ssize_t count = read(STDIN_FILENO, buffer.data(), buffer.size());
+        if (count < 0 && (errno == EAGAIN || errno == EINTR)) return;
+        if (count < 0 && isatty(STDIN_FILENO) != 0 && tcgetpgrp(STDIN_FILENO) != getpgrp()) {
+            m_onInput.Disconnect();  // in the background: the keyboard is not ours
+            return;
+        }
+        for (ssize_t i = 0; i < count; ++i) Take(buffer[static_cast<std::size_t>(i)]);
+        if (count > 0) return;
+        m_onInput.Disconnect();
+        if (!m_text.empty()) Take('\n');
+        m_ended();
+    }
+    void Take(char byte) {
+        if (byte != '\n') {
+            if (m_text.size() <= longestLine) m_text += byte;
+            return;
+        }
+        const std::string text = std::exchange(m_text, {});
+        if (text.size() > longestLine) return Complain("a command of more than 4096 bytes is ignored");
+        m_line(text);
+    }
+
+    std::function<void(std::string_view)> m_line;
+    std::function<void()> m_ended;
+    std::string m_text;
+    clsConnection m_onInput;
+};
+
+/// Ends the loop at SIGINT, SIGTERM and SIGHUP, the last unless the program was started to survive it.
+class clsSignals {
+  public:
+    explicit clsSignals(clsPollHost& host) {
+        signal(SIGPIPE, SIG_IGN);
+        signal(SIGXFSZ, SIG_IGN);
+        signal(SIGTTIN, SIG_IGN);
+        sigset_t set{};
+        sigemptyset(&set);
+        sigaddset(&set, SIGINT);
+        sigaddset(&set, SIGTERM);
+        struct sigaction former {};
+        sigaction(SIGHUP, nullptr, &former);
+        if (former.sa_handler != SIG_IGN) sigaddset(&set, SIGHUP);
+        sigprocmask(SIG_BLOCK, &set, nullptr);
+        m_fd = signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC);
+        m_onSignal = host.WatchDescriptor(m_fd, [this, &host] {
+            m_onSignal.Disconnect();
+            host.Quit();
+        });
+    }
+    clsSignals(const clsSignals&) = delete;
+    clsSignals& operator=(const clsSignals&) = delete;
+    ~clsSignals() { close(m_fd); }
+
+  private:
+    int m_fd = -1;
+    clsConnection m_onSignal;
+};
+
+int Run(const ProgramOptions& options) {
+    clsPollHost host;
+    const clsSignals signals(host);
+    clsSimReader reader(host);
+    clsImageFiles files;
+    if (options.Example) LoadExampleConfiguration(reader);
+    for (const SimFaultRule& fault : options.Faults) reader.AddFault(fault);
+
+    const bool imageExists = !options.Image.empty() && access(options.Image.c_str(), F_OK) == 0;
+    if (imageExists) {
+        const std::string error = LoadSimImage(files, options.Image, reader);
+        if (!error.empty()) return Fail(error);
+    }
+    bool saved = true;
+    const auto save = [&] {
+        if (options.Image.empty()) return;
+        const bool former = std::exchange(saved, SaveSimImage(files, options.Image, reader));
+        if (former && !saved) Complain("cannot write the memory image " + options.Image);
+    };
+    if (!imageExists) save();
+    if (!saved) return ExitFailed;
+    const clsConnection onRegister = reader.OnRegister.Connect(save);
+
+    std::unique_ptr<clsFrameLog> log;
+    clsConnection onLogFailure;
+    if (!options.Log.empty()) {
+        std::string error;
+        log = clsFrameLog::Open(options.Log, reader, error);
+        if (log == nullptr) return Fail("cannot write the log " + options.Log + ": " + error);
+        onLogFailure = log->OnFailure.Connect([&] { Complain("cannot write the log " + options.Log); });
+    }
+
+    clsPtyLine line(host, reader, options.Line);
+    const clsConnection onLost =
+        line.OnLost.Connect([] { Complain("the terminal is gone; replug plugs the reader into a new one"); });
+    const std::string error = line.Plug();
+    if (!error.empty()) return Fail(error);
+    Answer(line.Path());
+    const bool terminal = isatty(STDIN_FILENO) != 0;
+    if (terminal && isatty(STDERR_FILENO) != 0) Complain("the reader is ready; help lists the commands");
+
+    clsSimConsole console(reader, line, Answer, Complain, [&] { host.Quit(); });
+    const clsLineInput input(
+        host, [&](std::string_view text) { console.Execute(text); },
+        [&] {
+            if (terminal) host.Quit();
+        });
+    host.Run();
+    line.Unplug();
+    save();
+    return saved ? ExitDone : ExitFailed;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    ProgramOptions options;
+    std::vector<std::string> faults;
+    CLI::App app(
+        "A simulated Zarn74 reader behind a pseudo-terminal. Prints the terminal's path, which a program "
+        "opens\n"
+        "like a serial port, and takes commands on standard input until quit, SIGINT or SIGTERM.",
+        "zarn74sim");
+    const auto rate = CLI::Range(1, 4'000'000).description("");
+    app.add_option("--image", options.Image,
+                   "Memory image of 512 bytes: loaded at the start, made when there is none,\n"
+                   "saved at every change")
+        ->type_name("FILE");
+    app.add_flag("--example", options.Example,
+                 "Start with the example configuration; without it, and without an image,\n"
+                 "the reader is factory-fresh: all registers FF");
+    app.add_option("--only-baud", options.Line.OnlyBaud,
+                   "Hear nothing unless the terminal's speed is N. Without it every speed is\n"
+                   "heard, until register 209 is changed and the reader replugged")
+        ->type_name("N")
+        ->check(rate);
+    app.add_option("--pace", options.Line.Pace,
+                   "Bytes take the time that they need on the wire at N baud, both ways")
+        ->type_name("N")
+        ->check(rate);
+    app.add_option("--log", options.Log,
+                   "Append every frame to FILE, one JSON object a line: t (seconds), dir (rx: the\n"
+                   "reader has received it, tx: it sends it), hex, text")
+        ->type_name("FILE");
+    app.add_option("--link", options.Line.Link, "Make PATH a symbolic link to the terminal")
+        ->type_name("PATH");
+    app.add_option("--fault", faults, "Arm a fault, as the command fault does; may be given several times")
+        ->type_name("RULE")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    app.set_version_flag("--version", "zarn74sim " ZARN74_VERSION, "Print the version and exit");
+    app.footer("Commands on standard input:\n" + clsSimConsole::Help() +
+               "\nA fault meets every frame that it can, always, unless its rule says less. Examples:\n"
+               "  zarn74sim --example --link reader\n"
+               "  zarn74sim --fault \"no-answer command=B register=160 once\" --pace 19200\n");
+    try {
+        app.parse(argc, argv);
+        for (const std::string& text : faults) {
+            std::string error;
+            const auto rule = ParseSimFault(text, error);
+            if (!rule) throw CLI::ValidationError("--fault", error);
+            options.Faults.push_back(*rule);
+        }
+    } catch (const CLI::Success& success) {
+        return app.exit(success);
+    } catch (const CLI::ParseError& error) {
+        Complain(std::string(error.what()) + " (zarn74sim --help tells more)");
+        return ExitUsage;
+    }
+    FillStandardStreams();
+    return Run(options);
+}

@@ -1,0 +1,136 @@
+#include <map>
+#include <vector>
+
+#include "PlatformFixture.h"
+#include "base/clsMemoryStore.h"
+#include "platform/clsPortList.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct clsPortListTest : clsPlatformTest {
+    void AddUart(const std::string& tty, const std::string& type) const {
+        Put("sys/class/tty/" + tty + "/type", type + "\n");
+        Put("dev/" + tty, "");
+    }
+    void Plug(const std::string& tty, const std::string& socket, const std::string& serial) const {
+        const std::string usb = "sys/devices/usb1/" + socket;
+        Put(usb + "/idVendor", "1a86\n");
+        Put(usb + "/idProduct", "7523\n");
+        Put(usb + "/product", "Wedge Caf\xC3\xA9\n");
+        Put(usb + "/manufacturer", "Cables\n");
+        if (!serial.empty()) Put(usb + "/serial", serial + "\n");
+        Put(usb + "/" + socket + ":1.0/bInterfaceNumber", "00\n");
+        Put(usb + "/" + socket + ":1.0/" + tty + "/x", "");
+        fs::create_directories(folder + "/sys/class/tty/" + tty);
+        fs::create_directory_symlink(folder + "/" + usb + "/" + socket + ":1.0/" + tty,
+                                     folder + "/sys/class/tty/" + tty + "/device");
+        Put("dev/" + tty, "");
+    }
+    void Unplug(const std::string& tty) const {
+        fs::remove_all(folder + "/sys/class/tty/" + tty);
+        fs::remove_all(folder + "/dev/" + tty);
+    }
+    [[nodiscard]] std::string Listed() const {
+        std::string text;
+        for (const PortEntry& port : list.Ports())
+            text += port.Name + "=" + fs::path(port.Device).filename().string() + " ";
+        return text;
+    }
+    clsMemoryStore store;
+    clsPortList list{store, {folder + "/sys", folder + "/dev"}};
+};
+
+TEST_F(clsPortListTest, BuiltInLinesAreListedWhereThereIsAChip) {
+    AddUart("ttyS0", "4");
+    AddUart("ttyS1", "0");
+    AddUart("ttyS4", "4");
+    Put("sys/class/tty/tty7/x", "");
+    EXPECT_EQ(Listed(), "COM1=ttyS0 COM5=ttyS4 ");
+    EXPECT_EQ(list.DeviceOf(5), folder + "/dev/ttyS4");
+    EXPECT_EQ(list.DeviceOf(2), "");
+}
+
+TEST_F(clsPortListTest, AnAdapterKeepsItsNumberWhateverIsPluggedInWhichOrder) {
+    Plug("ttyUSB0", "1-1", "A;=1");
+    EXPECT_EQ(Listed(), "COM5=ttyUSB0 ");
+    Plug("ttyUSB1", "1-2", "");  // no serial number: the socket tells it
+    Plug("ttyACM0", "1-3", "C3");
+    EXPECT_EQ(Listed(), "COM5=ttyUSB0 COM6=ttyUSB1 COM7=ttyACM0 ");
+    Unplug("ttyUSB0");
+    Unplug("ttyUSB1");
+    Unplug("ttyACM0");
+    AddUart("ttyS4", "4");         // takes the first adapter's number
+    Plug("ttyUSB0", "1-4", "C3");  // another socket and node, the same adapter
+    Plug("ttyUSB1", "1-2", "");
+    Plug("ttyUSB2", "1-5", "new");   // 5 to 7 are taken
+    Plug("ttyUSB3", "1-6", "A;=1");  // moved on
+    EXPECT_EQ(Listed(), "COM5=ttyS4 COM6=ttyUSB1 COM7=ttyUSB0 COM8=ttyUSB2 COM9=ttyUSB3 ");
+    const PortEntry entry = list.Ports().at(2);
+    EXPECT_EQ(entry.Description, "Wedge Caf\xE9");
+    EXPECT_EQ(entry.Maker + "," + entry.Serial, "Cables,C3");
+    EXPECT_TRUE(entry.Access);
+}
+
+TEST_F(clsPortListTest, AdaptersWithOneSerialNumberGetTwoPorts) {
+    Plug("ttyUSB1", "1-2", "0001");
+    Plug("ttyUSB0", "1-7", "0001");
+    EXPECT_EQ(Listed(), "COM5=ttyUSB1 COM6=ttyUSB0 ");
+    EXPECT_EQ(Listed(), "COM5=ttyUSB1 COM6=ttyUSB0 ");
+}
+
+TEST_F(clsPortListTest, WhenEveryNumberIsRememberedTheLongestGoneAdapterGivesItsOwnUp) {
+    std::string remembered = "5=1a86:7523:here:00";
+    for (int n = 6; n <= 255; ++n)
+        remembered += ";" + std::to_string(n) + "=1a86:7523:old" + std::to_string(n) + ":00";
+    store.SaveSetting("Ports", "Adapters", remembered);
+    Plug("ttyUSB0", "1-1", "here");
+    Plug("ttyUSB1", "1-2", "fresh");
+    EXPECT_EQ(Listed(), "COM5=ttyUSB0 COM6=ttyUSB1 ");
+}
+
+TEST_F(clsPortListTest, AMapReplacesTheList) {
+    AddUart("ttyS0", "4");
+    Plug("ttyUSB0", "1-1", "A");
+    fs::create_symlink(folder + "/dev/ttyUSB0", folder + "/reader");
+    list.SetMap(ParsePortMap({"com12=" + folder + "/reader", "COM3=/nowhere/tty"}, nullptr));
+    const auto ports = list.Ports();
+    ASSERT_EQ(ports.size(), 2u);
+    EXPECT_EQ(ports[0].Name + ports[0].Device, "COM3/nowhere/tty");
+    EXPECT_FALSE(ports[0].Access);
+    EXPECT_EQ(ports[1].Name + ports[1].Maker, "COM12Cables");
+    EXPECT_EQ(list.DeviceOf(1), "");
+
+    EXPECT_EQ(list.AddDevice(folder + "/dev/ttyUSB0"), "COM12");  // known under its link
+    EXPECT_EQ(list.AddDevice("/nowhere/else"), "COM6");           // 5 is remembered
+    EXPECT_EQ(list.AddDevice("/nowhere/third"), "COM7");
+    EXPECT_EQ(list.DeviceOf(6), "/nowhere/else");
+    EXPECT_EQ(list.Ports().size(), 2u);
+}
+
+TEST(ParsePortMap, TakesTheOptionsBeforeTheEnvironmentAndSaysWhatIsWrong) {
+    const struct {
+        std::vector<std::string> options;
+        const char* environment;
+        std::map<int, std::string> lines;
+        std::string error;
+    } rows[] = {
+        {{}, nullptr, {}, ""},
+        {{}, "", {}, ""},
+        {{}, "COM1=/a,COM7=/b=c", {{1, "/a"}, {7, "/b=c"}}, ""},
+        {{"COM2=/x"}, "nonsense", {{2, "/x"}}, ""},
+        {{"COM0=/x"}, nullptr, {}, "'COM0=/x' is not COMn=PATH with n from 1 to 255"},
+        {{"COM1"}, nullptr, {}, "'COM1' is not COMn=PATH with n from 1 to 255"},
+        {{"COM1="}, nullptr, {}, "'COM1=' is not COMn=PATH with n from 1 to 255"},
+        {{}, "COM1=/a,LPT1=/b", {{1, "/a"}}, "'LPT1=/b' is not COMn=PATH with n from 1 to 255"},
+        {{"COM4=/a", "com4=/b"}, nullptr, {{4, "/a"}}, "COM4 is mapped twice"},
+    };
+    for (const auto& row : rows) {
+        const PortMap map = ParsePortMap(row.options, row.environment);
+        EXPECT_EQ(map.Error, row.error);
+        EXPECT_EQ(map.Lines, row.lines) << row.error;
+    }
+}
+
+}  // namespace
