@@ -1,0 +1,17 @@
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+
+#include "ports/clsIPortDirectory.h"
+#include "settings/ZarnInfo.h"
+
+/// The program's results as JSON. A byte of a text is the code point of the same number.
+namespace CliJson {
+
+nlohmann::ordered_json Text(const std::string& text);
+nlohmann::ordered_json Port(const PortEntry& port);
+/// The settings under their names in the settings file.
+nlohmann::ordered_json Settings(const ZarnInfo& record);
+
+}  // namespace CliJson

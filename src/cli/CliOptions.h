@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/// Exit codes of the program.
+enum ExitCode : int {
+    ExitDone = 0,
+    ExitFailed = 1,  ///< the operation failed
+    ExitUsage = 2,
+    ExitNoReader = 3,  ///< a scan found nothing, or the named port cannot be opened
+    ExitInterrupted = 130
+};
+
+enum class CliCommand { None, Ports, Scan, Info, Read, Write, Default, Dump, Get, Set, TestEeprom, Monitor };
+
+/// The command's name as it is typed.
+const char* CommandName(CliCommand command);
+
+/// What was typed, checked.
+struct CliOptions {
+    CliCommand Command = CliCommand::None;
+    std::string Port;
+    int Baud = 0;  ///< bits per second; 0: not given
+    std::vector<std::string> PortMap;
+    bool Slow = false;
+    bool Json = false;
+    bool Trace = false;
+    bool Demo = false;  ///< on a simulated reader inside the process
+    std::string Image;  ///< the simulated reader's memory; empty: the example configuration
+    std::string File;   ///< to read or to write; empty: none given
+    bool All = false;   ///< write without comparing
+    bool Yes = false;   ///< destroying the settings is allowed
+    int Register = 0;   ///< 0..511
+    int Value = 0;      ///< 0..255
+};
+
+/// The outcome of reading the arguments: run the command, or say `Text` and end with `Exit`.
+struct CliParsing {
+    bool Run = false;
+    int Exit = ExitDone;
+    std::string Text;  ///< help and version (Exit 0), or one line that says what is wrong
+};
+/// `arguments` without the program's name. With a failure, `options` tells what was understood so far.
+CliParsing ParseArguments(const std::vector<std::string>& arguments, CliOptions& options);

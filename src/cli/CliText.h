@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// Between the program's texts (bytes, one character per byte) and what terminals and JSON hold.
+namespace CliText {
+
+/// UTF-8 with a character of the same number for every byte.
+std::string ToUtf8(std::string_view text);
+/// The text of UTF-8; a character above U+00FF, and what is no UTF-8, becomes "?".
+std::string FromUtf8(std::string_view utf8);
+/// The text with its control characters by name in angle brackets, so that nothing a reader sends can
+/// command the terminal.
+std::string Visible(std::string_view text);
+
+}  // namespace CliText

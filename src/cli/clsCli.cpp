@@ -1,0 +1,94 @@
+#include "cli/clsCli.h"
+
+#include <nlohmann/json.hpp>
+
+#include "base/clsScopeGuard.h"
+#include "cli/CliJson.h"
+#include "cli/CliOptions.h"
+#include "cli/CliText.h"
+#include "cli/clsCliLog.h"
+#include "cli/clsCliRun.h"
+#include "cli/clsDemoPlatform.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// What cannot be UTF-8 (a file's name) is shown as far as it can be.
+std::string Dump(const Json& json) {
+    return json.dump(-1, ' ', /*ensure_ascii=*/false, Json::error_handler_t::replace) + "\n";
+}
+
+Json Report(const CliOptions& options, const CliResult& result, const std::string& port, int baud,
+            const clsCliLog& log) {
+    Json json;
+    const std::string command = CommandName(options.Command);
+    json["command"] = command.empty() ? Json() : Json(command);
+    json["ok"] = result.Exit == ExitDone;
+    json["exit"] = result.Exit;
+    json["port"] = port.empty() ? Json() : CliJson::Text(port);
+    json["baud"] = baud == 0 ? Json() : Json(baud);
+    json["result"] = result.Json;
+    json["messages"] = Json::array();
+    for (const CliMessage& message : log.Messages())
+        json["messages"].push_back({{"time", message.Time}, {"text", CliJson::Text(message.Text)}});
+    return json;
+}
+
+}  // namespace
+
+void clsCli::Stop() {
+    if (m_run != nullptr) m_run->Stop();
+}
+
+int clsCli::Run(const std::vector<std::string>& arguments) {
+    CliOptions options;
+    CliParsing parsing = ParseArguments(arguments, options);
+    if (!parsing.Run && parsing.Exit == ExitDone) {
+        m_out.Write(parsing.Text);
+        return m_out.CurrentState() == clsITextOutput::State::Closed ? ExitInterrupted : ExitDone;
+    }
+    if (parsing.Run && !options.Demo) parsing.Text = m_platform.SetPortMap(options.PortMap);
+    const std::string usage = CliText::FromUtf8(parsing.Text);
+
+    clsCliLog log(m_platform.Host(), m_err);
+    CliResult result;
+    std::string port;
+    int baud = 0;
+    const auto run = [&](clsICliPlatform& platform) {
+        clsCliRun command(options, platform, m_out, m_err, log);
+        m_run = &command;
+        const clsScopeGuard leave([this] { m_run = nullptr; });
+        result = command.Execute();
+        port = command.Port();
+        baud = command.Baud();
+    };
+    if (!usage.empty()) {
+        log.Say(usage + " (zarn74ctl --help tells more)");
+        result.Exit = ExitUsage;
+    } else if (options.Demo) {
+        clsDemoPlatform demo(m_platform);
+        const std::string failure = options.Image.empty() ? std::string() : demo.LoadImage(options.Image);
+        if (failure.empty()) {
+            run(demo);
+        } else {
+            log.Say(failure);
+        }
+    } else {
+        run(m_platform);
+    }
+
+    // A monitor has shown all that it has to show, unless it never began.
+    const bool streamed = options.Command == CliCommand::Monitor && !port.empty();
+    if (!options.Json) {
+        m_out.Write(result.Text);
+    } else if (!streamed) {
+        m_out.Write(Dump(Report(options, result, port, baud, log)));
+    }
+    switch (m_out.CurrentState()) {
+        case clsITextOutput::State::Open: break;
+        case clsITextOutput::State::Closed: return ExitInterrupted;
+        case clsITextOutput::State::Failed: log.Say("cannot write to standard output"); return ExitFailed;
+    }
+    return result.Exit;
+}

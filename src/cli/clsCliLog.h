@@ -1,0 +1,58 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/clsITextOutput.h"
+#include "window/logic/clsIMainView.h"
+#include "window/logic/clsMessageLog.h"
+
+/// One line of the message log, as it is kept for a report.
+struct CliMessage {
+    std::string Time;  ///< "hh:nn:ss"
+    std::string Text;
+};
+
+/// The message log and all that the flows have to say, on standard error as it happens. The flows' view
+/// without controls. Owned by the run of a command.
+class clsCliLog final : public clsILogView, public clsIMainView {
+  public:
+    clsCliLog(clsIHost& host, clsITextOutput& output) : m_host(host), m_output(output) {}
+    ~clsCliLog() override { EndLine(); }
+    clsCliLog(const clsCliLog&) = delete;
+    clsCliLog& operator=(const clsCliLog&) = delete;
+
+    /// A line of the program's own, behind its name.
+    void Say(const std::string& text);
+    /// What the reader types is shown elsewhere.
+    void SetEcho(bool value) { m_echo = value; }
+    [[nodiscard]] const std::vector<CliMessage>& Messages() const { return m_messages; }
+
+    void AppendLine(const std::string& time, const std::string& text, LogColor color) override;
+    void AppendText(const std::string& text, LogColor color) override;
+    void EndLine() override;
+    void ClearText() override {}
+
+    bool ReadForm(ZarnForm&) override { return false; }
+    void ShowForm(const ZarnForm&) override {}
+    void ShowPanel(const InfoPanel&) override {}
+    void EnableButtons(const ButtonStates&) override {}
+    void ShowProgress(int, int) override {}
+    void ShowTest(const std::string&, TestIndicator) override {}
+    void ShowMessageBox(const std::string& text) override { Say(text); }
+    void ShowNotice(const std::string& text) override { Say(text); }
+    bool GetFileName(std::string&, bool, const std::string&) override { return false; }
+    void FocusLog() override {}
+
+  private:
+    void Write(const std::string& text, LogColor color);
+
+    clsIHost& m_host;
+    clsITextOutput& m_output;
+    std::vector<CliMessage> m_messages;
+    bool m_echo = true;
+    bool m_lineOpen = false;
+};
+
+/// "hh:nn:ss".
+std::string TimeText(const TimeOfDayRecord& time);

@@ -1,0 +1,294 @@
+#include "cli/clsCliRun.h"
+
+#include <array>
+#include <cstdint>
+
+#include "base/TraceLine.h"
+#include "base/modText.h"
+#include "cli/CliJson.h"
+#include "cli/CliText.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr int monitorTurn = 1000;  // ms; only how often the loop looks whether it is to end
+
+std::string HexTable(const std::array<std::uint8_t, registerCount>& image) {
+    constexpr std::size_t width = 16;
+    std::string table;
+    for (std::size_t row = 0; row < image.size(); row += width) {
+        table += modText::Hex(static_cast<std::uint32_t>(row), 3) + ":";
+        for (std::size_t i = row; i < row + width; ++i) table += " " + modText::Hex(image[i], 2);
+        table += "\n";
+    }
+    return table;
+}
+
+// Decimal and hexadecimal.
+std::string BothWays(int number, int digits) {
+    return std::to_string(number) + " (0x" + modText::Hex(static_cast<std::uint32_t>(number), digits) + ")";
+}
+
+}  // namespace
+
+clsCliRun::clsCliRun(const CliOptions& options, clsICliPlatform& platform, clsITextOutput& out,
+                     clsITextOutput& err, clsCliLog& log)
+    : m_options(options),
+      m_platform(platform),
+      m_out(out),
+      m_err(err),
+      m_log(log),
+      m_comm(platform.Host(), platform.Serial(), platform.Store(), "zarn74"),
+      m_messages(platform.Host(), log),
+      m_settingsFile(platform.Files()),
+      m_flows(platform.Host(), m_comm, m_settings, m_messages, m_settingsFile, log) {
+    m_flows.SetQuickRead(!options.Slow);
+    m_flows.SetOnlyChanged(!options.All);
+    if (!options.Trace) return;
+    m_trace.emplace(platform.Host(), m_comm, [this](const FrameRecord& record) {
+        m_err.Write(TraceLine(record.Microseconds, record.Received, record.Bytes) + "\n");
+    });
+}
+
+clsCliRun::~clsCliRun() {
+    m_log.EndLine();
+    m_comm.SetPortOpen(false);
+}
+
+void clsCliRun::Stop() {
+    m_stopped = true;
+    m_comm.CancelCommand();
+}
+
+CliResult clsCliRun::Execute() {
+    switch (m_options.Command) {
+        case CliCommand::Ports: return Ports();
+        case CliCommand::Scan:
+        case CliCommand::Info: return Identify();
+        case CliCommand::Read: return Read();
+        case CliCommand::Write:
+        case CliCommand::Default: return Write();
+        case CliCommand::Dump: return Dump();
+        case CliCommand::Get: return Get();
+        case CliCommand::Set: return Set();
+        case CliCommand::TestEeprom: return TestEeprom();
+        case CliCommand::Monitor: return Monitor();
+        case CliCommand::None: break;
+    }
+    return {};
+}
+
+int clsCliRun::ExitOf(FlowResult result) const {
+    if (result == FlowResult::Done) return ExitDone;
+    return m_stopped || result == FlowResult::Cancelled ? ExitInterrupted : ExitFailed;
+}
+
+int clsCliRun::ExitOf(bool done) const { return ExitOf(done ? FlowResult::Done : FlowResult::Failed); }
+
+// -- the port -----------------------------------------------------------------------------------------------
+
+// The listed name for what the user calls the port, or that of a device file; empty when there is neither.
+std::string clsCliRun::PortName() {
+    const std::string upper = modText::UCase(m_options.Port);
+    for (const PortEntry& port : m_platform.Ports().Ports()) {
+        if (port.Name == m_options.Port || port.Name == upper) return port.Name;
+    }
+    return m_platform.AddDevice(m_options.Port);
+}
+
+// Finds the reader, or opens the port that was named. The port is open when it is ExitDone.
+int clsCliRun::Connect() {
+    std::string name;
+    const std::string typed = CliText::FromUtf8(m_options.Port);
+    if (!typed.empty()) {
+        name = PortName();
+        if (name.empty()) {
+            m_log.Say(typed + ": there is no such port");
+            return ExitNoReader;
+        }
+    }
+    if (m_options.Baud != 0) {
+        if (!OpenAtRate(name)) {
+            m_log.Say(typed + ": " + m_platform.Serial().LastError());
+            return ExitNoReader;
+        }
+    } else {
+        const FlowResult found = m_flows.Scan(name);
+        if (found == FlowResult::Cancelled || m_stopped) return ExitInterrupted;
+        if (found != FlowResult::Done) {
+            const std::string reason = name.empty() ? std::string() : m_platform.Serial().LastError();
+            m_log.Say(reason.empty() ? "Missing Device" : typed + ": " + reason);
+            return ExitNoReader;
+        }
+    }
+    m_port = m_comm.CommPort();
+    m_baud = m_comm.BaudRate();
+    return ExitDone;
+}
+
+bool clsCliRun::OpenAtRate(const std::string& name) {
+    m_comm.SetCommPort(name);
+    m_comm.SetBaudRate(m_options.Baud);
+    m_comm.SetPortOpen(true);
+    return m_comm.PortOpen();
+}
+
+// -- commands -----------------------------------------------------------------------------------------------
+
+CliResult clsCliRun::Ports() {
+    CliResult result{ExitDone, {}, Json::array()};
+    for (const PortEntry& port : m_platform.Ports().Ports()) {
+        result.Json.push_back(CliJson::Port(port));
+        std::string line = CliText::ToUtf8(port.Name);
+        line.resize(std::max<std::size_t>(line.size(), 7), ' ');
+        line += " " + port.Device;
+        std::string more = port.Description;
+        if (!port.Maker.empty()) more += (more.empty() ? "" : ", ") + port.Maker;
+        if (!port.Access) more += more.empty() ? "no access" : " (no access)";
+        if (!more.empty()) line += "  " + CliText::ToUtf8(CliText::Visible(more));
+        result.Text += line + "\n";
+    }
+    if (result.Text.empty()) m_log.Say("there are no ports");
+    return result;
+}
+
+CliResult clsCliRun::Identify() {
+    CliResult result;
+    result.Exit = Connect();
+    if (result.Exit != ExitDone) return result;
+    ReaderIdentity reader;
+    result.Exit = ExitOf(m_flows.Identify(reader));
+    if (result.Exit == ExitFailed) m_log.Say("the reader does not say what it is");
+    if (result.Exit != ExitDone) return result;
+    result.Json = {{"product", CliJson::Text(reader.Product)},
+                   {"version", CliJson::Text(reader.Firmware.Version)},
+                   {"firmwareSerial", CliJson::Text(reader.Firmware.FirmwareSN)}};
+    result.Text = CliText::ToUtf8(CliText::Visible("Product Name: " + reader.Product)) + "\n" +
+                  CliText::ToUtf8(CliText::Visible("Firmware Version: " + reader.Firmware.Version)) + "\n" +
+                  CliText::ToUtf8(CliText::Visible("Firmware Serial Number: " + reader.Firmware.FirmwareSN)) +
+                  "\n" + CliText::ToUtf8("COM Port: " + m_port);
+    if (m_comm.CommPort_IsBaudrateSupported(m_port)) result.Text += ", " + std::to_string(m_baud) + " baud";
+    result.Text += "\n";
+    return result;
+}
+
+CliResult clsCliRun::Read() {
+    CliResult result;
+    result.Exit = Connect();
+    if (result.Exit != ExitDone) return result;
+    result.Exit = ExitOf(m_flows.Read());
+    if (result.Exit != ExitDone) return result;
+    if (!m_options.File.empty()) result.Exit = ExitOf(m_flows.SaveFile(m_options.File));
+    if (result.Exit != ExitDone) return result;
+    result.Json = CliJson::Settings(m_flows.Record());
+    if (m_options.File.empty()) result.Text = m_flows.RecordText();
+    return result;
+}
+
+CliResult clsCliRun::Write() {
+    const bool defaults = m_options.Command == CliCommand::Default;
+    const std::string file = defaults && m_options.File.empty() ? m_platform.DefaultFile() : m_options.File;
+    CliResult result;
+    result.Exit = ExitOf(defaults ? m_flows.CheckDefault(file) : m_flows.CheckFile(file));
+    if (result.Exit == ExitDone) result.Exit = Connect();
+    if (result.Exit == ExitDone)
+        result.Exit = ExitOf(defaults ? m_flows.WriteDefault(file) : m_flows.WriteFile(file));
+    return result;
+}
+
+bool clsCliRun::Logged(const char* operation, bool done) {
+    m_messages.ShowMsg(std::string(operation) + (done ? " OK" : " NG"));
+    return done;
+}
+
+CliResult clsCliRun::Dump() {
+    CliResult result;
+    result.Exit = Connect();
+    if (result.Exit != ExitDone) return result;
+    std::array<std::uint8_t, registerCount> image{};
+    m_messages.ShowMsg("Dump...");
+    result.Exit = ExitOf(Logged("Dump", m_comm.Dump(image)));
+    if (result.Exit != ExitDone) return result;
+    if (m_options.File.empty()) {
+        result.Text = HexTable(image);
+    } else {
+        const std::string bytes(image.begin(), image.end());
+        result.Exit =
+            ExitOf(Logged("Save Dump To File", m_platform.Files().ReplaceFile(m_options.File, bytes)));
+        if (result.Exit != ExitDone) return result;
+    }
+    result.Json = {{"registers", image}};
+    return result;
+}
+
+CliResult clsCliRun::RegisterResult(int value) const {
+    CliResult result{ExitDone, BothWays(m_options.Register, 3) + " = " + BothWays(value, 2) + "\n", {}};
+    result.Json = {{"register", m_options.Register}, {"value", value}};
+    return result;
+}
+
+CliResult clsCliRun::Get() {
+    CliResult result;
+    result.Exit = Connect();
+    if (result.Exit != ExitDone) return result;
+    std::uint8_t value = 0;
+    m_messages.ShowMsg("GetRegister...");
+    result.Exit = ExitOf(Logged("GetRegister", m_comm.GetRegister(m_options.Register, value)));
+    return result.Exit == ExitDone ? RegisterResult(value) : result;
+}
+
+// A reader's "accepted" is taken at its word nowhere: what stands in the register is what is shown.
+CliResult clsCliRun::Set() {
+    CliResult result;
+    result.Exit = Connect();
+    if (result.Exit != ExitDone) return result;
+    const auto wanted = static_cast<std::uint8_t>(m_options.Value);
+    std::uint8_t value = 0;
+    m_messages.ShowMsg("SetRegister...");
+    bool done = m_comm.SetRegister(m_options.Register, wanted) && !m_stopped;
+    if (done) {
+        done = m_comm.GetRegister(m_options.Register, value);
+        if (done && value != wanted) {
+            m_log.Say("register " + BothWays(m_options.Register, 3) + " reads " + BothWays(value, 2) +
+                      " after " + BothWays(wanted, 2) + " was written");
+            done = false;
+        }
+    }
+    result.Exit = ExitOf(Logged("SetRegister", done));
+    return result.Exit == ExitDone ? RegisterResult(value) : result;
+}
+
+CliResult clsCliRun::TestEeprom() {
+    CliResult result;
+    result.Exit = Connect();
+    if (result.Exit != ExitDone) return result;
+    const FlowResult tested = m_flows.TestEeprom();
+    result.Exit = ExitOf(tested);
+    result.Json = {{"passed", tested == FlowResult::Done}};
+    result.Text = tested == FlowResult::Done ? "passed\n" : "failed\n";
+    return result;
+}
+
+CliResult clsCliRun::Monitor() {
+    CliResult result;
+    m_log.SetEcho(false);
+    m_monitor.emplace(m_platform.Host(), m_comm, [this](const FrameRecord& record) { ShowRecord(record); });
+    result.Exit = Connect();
+    if (result.Exit != ExitDone) return result;
+    // Anything the line brings runs in here; a lost line closes the port, Ctrl-C and a closed output stop.
+    while (!m_stopped && m_comm.PortOpen()) m_platform.Host().WaitEvents(monitorTurn);
+    m_monitor.reset();
+    result.Exit = ExitOf(/*done=*/false);
+    return result;
+}
+
+void clsCliRun::ShowRecord(const FrameRecord& record) {
+    if (m_options.Json) {
+        m_out.Write(TraceLine(record.Microseconds, record.Received, record.Bytes) + "\n");
+    } else {
+        m_out.Write(TimeText(m_platform.Host().TimeOfDay()) + (record.Received ? " rx " : " tx ") +
+                    CliText::ToUtf8(CliText::Visible(record.Bytes)) + "\n");
+    }
+    if (m_out.CurrentState() != clsITextOutput::State::Open) Stop();
+}

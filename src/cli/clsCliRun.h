@@ -1,0 +1,79 @@
+#pragma once
+
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+
+#include "cli/CliOptions.h"
+#include "cli/clsCliLog.h"
+#include "cli/clsFrameTrace.h"
+#include "cli/clsICliPlatform.h"
+#include "cli/clsITextOutput.h"
+#include "protocol/ucCOMM.h"
+#include "settings/modZarn74.h"
+#include "window/logic/clsReaderFlows.h"
+#include "window/logic/clsSettingsFile.h"
+
+/// How a command ended, and what it has to show.
+struct CliResult {
+    int Exit = ExitFailed;
+    std::string Text;  ///< for standard output, as bytes
+    nlohmann::ordered_json Json;
+};
+
+/// One run of one command: the comm control and the flows on a machine's parts. Owned by clsCli while the
+/// command runs. Stop may be called from any handler inside it.
+class clsCliRun {
+  public:
+    clsCliRun(const CliOptions& options, clsICliPlatform& platform, clsITextOutput& out, clsITextOutput& err,
+              clsCliLog& log);
+    clsCliRun(const clsCliRun&) = delete;
+    clsCliRun& operator=(const clsCliRun&) = delete;
+    ~clsCliRun();
+
+    CliResult Execute();
+    void Stop();
+    /// The port that was opened and its rate; empty and 0 when none was, the rate also where the port has
+    /// none.
+    [[nodiscard]] const std::string& Port() const { return m_port; }
+    [[nodiscard]] int Baud() const { return m_baud; }
+
+  private:
+    CliResult Ports();
+    CliResult Identify();
+    CliResult Read();
+    CliResult Write();
+    CliResult Dump();
+    CliResult Get();
+    CliResult Set();
+    CliResult TestEeprom();
+    CliResult Monitor();
+
+    int Connect();
+    bool OpenAtRate(const std::string& name);
+    std::string PortName();
+    [[nodiscard]] int ExitOf(FlowResult result) const;
+    [[nodiscard]] int ExitOf(bool done) const;
+    bool Logged(const char* operation, bool done);
+    void SaveTo(const std::string& content, const char* what, CliResult& result);
+    CliResult RegisterResult(int value) const;
+    void ShowRecord(const FrameRecord& record);
+
+    const CliOptions& m_options;
+    clsICliPlatform& m_platform;
+    clsITextOutput& m_out;
+    clsITextOutput& m_err;
+    clsCliLog& m_log;
+    bool m_stopped = false;
+    std::string m_port;
+    int m_baud = 0;
+
+    ucCOMM m_comm;
+    modZarn74 m_settings;
+    clsMessageLog m_messages;
+    clsSettingsFile m_settingsFile;
+    clsReaderFlows m_flows;
+    std::optional<clsFrameTrace> m_trace;
+    std::optional<clsFrameTrace> m_monitor;
+};

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "base/clsIFiles.h"
+#include "base/clsIHost.h"
+#include "base/clsISettingsStore.h"
+#include "ports/clsIPortDirectory.h"
+#include "ports/clsISerialControl.h"
+
+/// What the command line takes of its machine. Each part is made when it is first asked for, so that a
+/// question that needs none is answered at once. Built by main, or by a test.
+class clsICliPlatform {
+  public:
+    virtual ~clsICliPlatform() = default;
+    virtual clsIHost& Host() = 0;
+    virtual clsISerialControl& Serial() = 0;
+    virtual clsIPortDirectory& Ports() = 0;
+    virtual clsISettingsStore& Store() = 0;
+    virtual clsIFiles& Files() = 0;
+    /// The user's map of ports: the options' entries, or the environment's when there are none. What is
+    /// wrong with it, empty when nothing is.
+    virtual std::string SetPortMap(const std::vector<std::string>& entries) = 0;
+    /// The name of the line behind a device file; empty when the text names none.
+    virtual std::string AddDevice(const std::string& path) = 0;
+    /// The file of defaults: where it is, or where it should be.
+    virtual std::string DefaultFile() = 0;
+};

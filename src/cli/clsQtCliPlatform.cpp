@@ -1,0 +1,60 @@
+#include "cli/clsQtCliPlatform.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <utility>
+
+#include "platform/ProgramFiles.h"
+
+clsQtCliPlatform::clsQtCliPlatform(int& argc, char** argv, std::function<void()> onStop)
+    : m_argc(argc), m_argv(argv), m_onStop(std::move(onStop)) {}
+
+clsIHost& clsQtCliPlatform::Host() {
+    if (!m_host) {
+        m_application.emplace(m_argc, m_argv);
+        m_host.emplace();
+        m_signals.emplace(*m_host, m_onStop);
+        WatchOutput();
+    }
+    return *m_host;
+}
+
+// A pipe is watched, so that a command ends when its reader does, not when it has something to write.
+void clsQtCliPlatform::WatchOutput() {
+    struct stat info {};
+    if (fstat(STDOUT_FILENO, &info) != 0 || !S_ISFIFO(info.st_mode)) return;
+    m_outputWatch = m_host->WatchDescriptor(STDOUT_FILENO, [this] {
+        m_outputWatch.Disconnect();
+        m_onStop();
+    });
+}
+
+clsISettingsStore& clsQtCliPlatform::Store() {
+    if (!m_store) m_store.emplace();
+    return *m_store;
+}
+
+clsPortList& clsQtCliPlatform::PortList() {
+    if (!m_ports) m_ports.emplace(Store());
+    return *m_ports;
+}
+
+clsISerialControl& clsQtCliPlatform::Serial() {
+    if (!m_serial) m_serial.emplace(Host(), PortList());
+    return *m_serial;
+}
+
+std::string clsQtCliPlatform::SetPortMap(const std::vector<std::string>& entries) {
+    const PortMap map = ParsePortMap(entries, std::getenv("ZARN74_PORT_MAP"));
+    if (map.Error.empty()) PortList().SetMap(map);
+    return map.Error;
+}
+
+std::string clsQtCliPlatform::AddDevice(const std::string& path) {
+    if (path.find('/') == std::string::npos && access(path.c_str(), F_OK) != 0) return {};
+    return PortList().AddDevice(path);
+}
+
+std::string clsQtCliPlatform::DefaultFile() { return ProgramFiles::DefaultFile(); }

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QCoreApplication>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "cli/clsICliPlatform.h"
+#include "platform/clsPortList.h"
+#include "platform/clsQtHost.h"
+#include "platform/clsQtSerialControl.h"
+#include "platform/clsQtStore.h"
+#include "platform/clsStopSignals.h"
+#include "platform/clsSystemFiles.h"
+
+/// The real machine. Ctrl-C, SIGTERM and a standard output that nobody reads any more call `onStop` from the
+/// host's loop. Built by main.
+class clsQtCliPlatform final : public clsICliPlatform {
+  public:
+    clsQtCliPlatform(int& argc, char** argv, std::function<void()> onStop);
+
+    clsIHost& Host() override;
+    clsISerialControl& Serial() override;
+    clsIPortDirectory& Ports() override { return PortList(); }
+    clsISettingsStore& Store() override;
+    clsIFiles& Files() override { return m_files; }
+    std::string SetPortMap(const std::vector<std::string>& entries) override;
+    std::string AddDevice(const std::string& path) override;
+    std::string DefaultFile() override;
+
+  private:
+    void WatchOutput();
+    clsPortList& PortList();
+
+    int& m_argc;
+    char** m_argv;
+    std::function<void()> m_onStop;
+    clsSystemFiles m_files;
+    std::optional<QCoreApplication> m_application;
+    std::optional<clsQtHost> m_host;
+    std::optional<clsStopSignals> m_signals;
+    std::optional<clsQtStore> m_store;
+    std::optional<clsPortList> m_ports;
+    std::optional<clsQtSerialControl> m_serial;
+    clsConnection m_outputWatch;
+};

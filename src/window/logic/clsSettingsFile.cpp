@@ -1,0 +1,268 @@
+#include "window/logic/clsSettingsFile.h"
+
+#include <algorithm>
+#include <array>
+#include <variant>
+
+#include "base/modText.h"
+#include "settings/modByte.h"
+
+namespace {
+
+constexpr std::string_view lineEnd = "\r\n";
+constexpr std::string_view sectionName = "GENERAL";
+constexpr std::size_t chunkSize = 65536;
+constexpr std::size_t backupLimit = 1048576;  // bytes; a start-up file has about 2000
+
+using NumberField = std::int32_t ZarnInfo::*;
+using FlagField = Flag ZarnInfo::*;
+using TextField = std::string ZarnInfo::*;
+using FilterField = std::int32_t CardFilterRange::*;
+
+struct ConvertKey {};
+struct AutoReadKey {};
+/// The hexadecimal form of a key string.
+struct HexField {
+    TextField Text;
+};
+
+/// A key that the reader of a file knows, in upper case, and where its value goes.
+struct Key {
+    std::string_view Name;
+    std::variant<NumberField, FlagField, TextField, HexField, FilterField, ConvertKey, AutoReadKey> Target;
+};
+const std::array<Key, 24> keys{{
+    {"BAUDRATE", &ZarnInfo::Baudrate},
+    {"LANGUAGE", &ZarnInfo::Language},
+    {"TAGFREQUENCY", &ZarnInfo::TagFrequency},
+    {"USBINTERFACE", &ZarnInfo::UsbInterface},
+    {"KEYBOARDOUTPUT", &ZarnInfo::KeyboardOutput},
+    {"BUZZERENABLED", &ZarnInfo::BuzzerEnabled},
+    {"CARDIDNUMERICSYSTEM", &ZarnInfo::CardIDNumericSystem},
+    {"CARDIDNUMERICSEQUENCE", &ZarnInfo::CardIDNumericSequence},
+    {"EMCARDIDNUMERICSEQUENCE", &ZarnInfo::EMCardIDNumericSequence},
+    {"FILTER_START", &CardFilterRange::Start},
+    {"FILTER_LENGTH", &CardFilterRange::Length},
+    {"PREFIX", &ZarnInfo::Prefix},
+    {"PREFIXHEX", HexField{&ZarnInfo::Prefix}},
+    {"POSTFIX", &ZarnInfo::Postfix},
+    {"POSTFIXHEX", HexField{&ZarnInfo::Postfix}},
+    {"ONREMOVE", &ZarnInfo::OnRemove},
+    {"ONREMOVEHEX", HexField{&ZarnInfo::OnRemove}},
+    {"DELIMITER", &ZarnInfo::Delimiter},
+    {"DISPLAYCARDTYPE", &ZarnInfo::DisplayCardType},
+    {"CARDSNCONVERT", &ZarnInfo::CardSNConvert},
+    {"USERIGHTKEYPAD", &ZarnInfo::UseRightKeypad},
+    {"CONVERT", ConvertKey{}},
+    {"AUTOREAD", AutoReadKey{}},
+    {"IDWITHOUTLEADINGZEROS", &ZarnInfo::IDWithoutLeadingZeros},
+}};
+
+std::string WithoutCR(std::string text) {
+    std::erase(text, '\r');
+    return text;
+}
+
+std::string FlagWord(Flag flag) { return flag ? "True" : "False"; }
+
+class clsTextMaker {
+  public:
+    void Line(std::string_view key, std::string_view value) {
+        Text += key;
+        Text += '=';
+        Text += value;
+        Text += lineEnd;
+    }
+    void Line(std::string_view key, std::int32_t value) { Line(key, std::to_string(value)); }
+    void Line(std::string_view key, std::size_t index, std::string_view value) {
+        Line(std::string(key) + "(" + std::to_string(index + 1) + ")", value);
+    }
+    // A line cannot carry CR, so the plain form lacks it; the other form has every byte.
+    void KeyString(std::string_view key, const std::string& value) {
+        Line(key, WithoutCR(value));
+        Line(std::string(key) + "Hex", modByte::StringToHexString(value, ""));
+    }
+    std::string Text;
+};
+
+std::string RowLine(const ConvertRow& row, bool& lostCR) {
+    std::string text = row.Text.substr(0, rowOutputAt);
+    text.resize(rowOutputAt, ' ');
+    text[rowSerialAt - 1] = ',';
+    text[rowOutputAt - 1] = ',';
+    const std::string output = row.Text.size() > rowOutputAt ? row.Text.substr(rowOutputAt) : std::string();
+    lostCR = lostCR || output.find('\r') != std::string::npos;
+    return (row.Checked ? "+" : "-") + text + WithoutCR(output);
+}
+
+// The check mark's sign is recognised and dropped, on purpose: an entry has no place for it.
+void ApplyConvertRow(std::string_view value, CardConvertEntry& entry) {
+    const auto parts = modText::Split(value, ',', 3);
+    if (parts.size() != 3) return;
+    std::string tag = modText::UCase(modText::Trim(parts[0]));
+    if (tag.starts_with('+') || tag.starts_with('-')) tag.erase(0, 1);
+    entry = {CardTypeOfTag(tag), parts[1], parts[2]};
+}
+
+/// Puts one value where its key says. `index` is the number in the key's parentheses, -1 without any.
+struct ValueTaker {
+    ZarnInfo& Record;
+    bool& AutoRead;
+    std::string_view Value;
+    std::int32_t Index;
+
+    [[nodiscard]] bool Flagged() const { return modText::ToFlag(Value).value_or(false); }
+
+    void operator()(NumberField field) const { Record.*field = modText::ValInteger(Value); }
+    void operator()(FlagField field) const { Record.*field = Flagged(); }
+    void operator()(TextField field) const { Record.*field = Value; }
+    void operator()(HexField field) const { Record.*field.Text = modByte::HexStringToString(Value); }
+    void operator()(FilterField field) const {
+        if (Index < 1 || Index > cardFilterCount) return;
+        Record.CardFilter.at(static_cast<std::size_t>(Index - 1)).*field = modText::ValInteger(Value);
+    }
+    void operator()(ConvertKey) const {
+        if (Index < 1 || Index > convertCount) return;
+        ApplyConvertRow(Value, Record.Convert.at(static_cast<std::size_t>(Index - 1)));
+    }
+    void operator()(AutoReadKey) const { AutoRead = Flagged(); }
+};
+
+}  // namespace
+
+// -- reading ------------------------------------------------------------------------------------------------
+
+clsSettingsParser::clsSettingsParser(ZarnInfo& record, bool& autoRead)
+    : m_record(record), m_autoRead(autoRead) {
+    // Serial number and text of an emptied entry are left as they are.
+    for (CardConvertEntry& entry : record.Convert) entry.CardType = cardTypeEmpty;
+}
+
+void clsSettingsParser::Feed(std::string_view bytes) {
+    while (!bytes.empty() && !Finished()) {
+        if (m_afterCR && bytes.front() == '\n') bytes.remove_prefix(1);
+        m_afterCR = false;
+        const auto end = bytes.find('\r');
+        const std::string_view piece = bytes.substr(0, end);
+        m_line.append(piece.substr(0, lineLimit - m_line.size()));
+        if (end == std::string_view::npos) return;
+        bytes.remove_prefix(end + 1);
+        m_afterCR = true;
+        if (!m_line.empty()) End();
+    }
+}
+
+void clsSettingsParser::End() {
+    std::string_view line = m_line;
+    line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
+    if (!Finished()) ApplyLine(line);
+    m_line.clear();
+}
+
+void clsSettingsParser::ApplyLine(std::string_view line) {
+    if (line.starts_with('[')) {
+        ApplyHeader(line);
+    } else if (m_section == Section::Inside) {
+        ApplyKey(line);
+    }
+}
+
+// Any header ends the section, a second one of the same name too.
+void clsSettingsParser::ApplyHeader(std::string_view line) {
+    const auto close = line.find(']');
+    if (close == std::string_view::npos || close < 2) return;
+    if (m_section == Section::Inside) {
+        m_section = Section::Behind;
+    } else if (modText::UCase(modText::Trim(line.substr(1, close - 1))) == sectionName) {
+        m_section = Section::Inside;
+    }
+}
+
+void clsSettingsParser::ApplyKey(std::string_view line) {
+    const auto equals = line.find('=');
+    if (equals == std::string_view::npos || equals == 0) return;
+    std::string name = modText::UCase(line.substr(0, equals));
+    std::int32_t index = -1;
+    const auto open = name.find('(');
+    if (open != std::string::npos && open > 0) {
+        index = modText::ValInteger(std::string_view(name).substr(open + 1));
+        name.erase(open);
+    }
+    const auto key = std::find_if(keys.begin(), keys.end(),
+                                  [&name](const Key& candidate) { return candidate.Name == name; });
+    if (key == keys.end()) return;
+    m_knownKey = true;
+    std::visit(ValueTaker{m_record, m_autoRead, line.substr(equals + 1), index}, key->Target);
+}
+
+bool clsSettingsFile::OpenInfoFile(const std::string& name, ZarnInfo& record, bool& autoRead,
+                                   bool& knownKey) {
+    const auto reader = m_files.OpenFile(name);
+    if (!reader) return false;
+    clsSettingsParser parser(record, autoRead);
+    std::string chunk(chunkSize, '\0');
+    while (!parser.Finished()) {
+        const std::size_t count = reader->Read(chunk.data(), chunk.size());
+        if (count == 0) break;
+        parser.Feed(std::string_view(chunk).substr(0, count));
+    }
+    parser.End();
+    knownKey = parser.KnownKey();
+    return true;
+}
+
+// -- writing ------------------------------------------------------------------------------------------------
+
+std::string clsSettingsFile::MakeText(const ZarnInfo& record, const std::vector<ConvertRow>& rows,
+                                      bool autoRead, bool& lostCR) {
+    clsTextMaker out;
+    out.Text = "[General]";
+    out.Text += lineEnd;
+    out.Line("FileVersion", "1.1");
+    out.Line("Baudrate", record.Baudrate);
+    out.Line("Language", record.Language);
+    out.Line("TagFrequency", record.TagFrequency);
+    out.Line("UsbInterface", record.UsbInterface);
+    out.Line("KeyboardOutput", FlagWord(record.KeyboardOutput));
+    out.Line("BuzzerEnabled", FlagWord(record.BuzzerEnabled));
+    out.Line("CardIDNumericSystem", record.CardIDNumericSystem);
+    out.Line("CardIDNumericSequence", record.CardIDNumericSequence);
+    out.Line("EMCardIDNumericSequence", record.EMCardIDNumericSequence);
+    for (std::size_t i = 0; i < record.CardFilter.size(); ++i) {
+        out.Line("Filter_Start", i, std::to_string(record.CardFilter[i].Start));
+        out.Line("Filter_Length", i, std::to_string(record.CardFilter[i].Length));
+    }
+    out.KeyString("Prefix", record.Prefix);
+    out.KeyString("Postfix", record.Postfix);
+    out.KeyString("OnRemove", record.OnRemove);
+    out.Line("Delimiter", record.Delimiter);
+    out.Line("DisplayCardType", FlagWord(record.DisplayCardType));
+    out.Line("CardSNConvert", FlagWord(record.CardSNConvert));
+    out.Line("UseRightKeypad", FlagWord(record.UseRightKeypad));
+    out.Line("ConvertCount", static_cast<std::int32_t>(rows.size()));
+    lostCR = false;
+    for (std::size_t i = 0; i < rows.size(); ++i) out.Line("Convert", i, RowLine(rows[i], lostCR));
+    out.Line("AutoRead", autoRead ? "1" : "0");
+    out.Line("IDWithoutLeadingZeros", record.IDWithoutLeadingZeros ? "1" : "0");
+    return out.Text;
+}
+
+bool clsSettingsFile::SaveInfoFile(const std::string& name, const ZarnInfo& record,
+                                   const std::vector<ConvertRow>& rows, bool autoRead, bool& lostCR) {
+    return m_files.ReplaceFile(name, MakeText(record, rows, autoRead, lostCR));
+}
+
+bool clsSettingsFile::KeepBackup(const std::string& name) {
+    const auto reader = m_files.OpenFile(name);
+    if (!reader) return true;
+    std::string content(backupLimit + 1, '\0');
+    std::size_t size = 0;
+    while (size < content.size()) {
+        const std::size_t count = reader->Read(content.data() + size, content.size() - size);
+        if (count == 0) break;
+        size += count;
+    }
+    if (size > backupLimit) return false;
+    content.resize(size);
+    return m_files.ReplaceFile(name + ".bak", content);
+}

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/clsIFiles.h"
+#include "settings/ZarnInfo.h"
+#include "window/logic/clsConvertTable.h"
+
+/// Takes a settings file's bytes piece by piece and applies its lines to a record. Starting one empties the
+/// record's conversion table. A line counts with its first 64 KiB, so that memory stays bounded whatever the
+/// file holds.
+class clsSettingsParser {
+  public:
+    static constexpr std::size_t lineLimit = 65536;
+
+    /// `record` and `autoRead` outlive the parser; what the file does not name stays as it is in them.
+    clsSettingsParser(ZarnInfo& record, bool& autoRead);
+    void Feed(std::string_view bytes);
+    /// The end of the file: the last line may lack its line end.
+    void End();
+    /// Nothing that follows can change anything any more.
+    [[nodiscard]] bool Finished() const { return m_section == Section::Behind; }
+    /// Whether any key of a setting was found.
+    [[nodiscard]] bool KnownKey() const { return m_knownKey; }
+
+  private:
+    enum class Section { Before, Inside, Behind };
+    void ApplyLine(std::string_view line);
+    void ApplyHeader(std::string_view line);
+    void ApplyKey(std::string_view line);
+
+    ZarnInfo& m_record;
+    bool& m_autoRead;
+    std::string m_line;
+    bool m_afterCR = false;
+    bool m_knownKey = false;
+    Section m_section = Section::Before;
+};
+
+/// The settings file: one section of keys, every line ended by CR LF. Knows nothing of reader and controls.
+class clsSettingsFile {
+  public:
+    explicit clsSettingsFile(clsIFiles& files) : m_files(files) {}
+
+    /// The file's text. `lostCR` tells that a row's output text held a CR, which no line can carry: the row
+    /// is written without it.
+    static std::string MakeText(const ZarnInfo& record, const std::vector<ConvertRow>& rows, bool autoRead,
+                                bool& lostCR);
+    /// Replaces the file. False, and the file as it was, when it cannot be written.
+    bool SaveInfoFile(const std::string& name, const ZarnInfo& record, const std::vector<ConvertRow>& rows,
+                      bool autoRead, bool& lostCR);
+    /// Lays the file over the record, whose conversion table is emptied first. False, and nothing changed,
+    /// when the file cannot be opened; true whatever it holds. `knownKey` tells whether it held any setting.
+    bool OpenInfoFile(const std::string& name, ZarnInfo& record, bool& autoRead, bool& knownKey);
+    /// Keeps the file as it is now under `name` + ".bak". False when it cannot be kept whole; a file that is
+    /// not there needs no keeping.
+    bool KeepBackup(const std::string& name);
+
+  private:
+    clsIFiles& m_files;
+};

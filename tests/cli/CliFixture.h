@@ -1,0 +1,102 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "base/clsMemoryStore.h"
+#include "cli/clsCli.h"
+#include "cli/clsICliPlatform.h"
+#include "sim/clsSimReader.h"
+#include "sim/clsSimSerialControl.h"
+#include "support/clsMemoryFiles.h"
+#include "support/clsVirtualHost.h"
+
+struct clsMemoryOutput final : clsITextOutput {
+    void Write(std::string_view bytes) override {
+        if (Now == State::Open && Text.size() + bytes.size() > Limit) Now = State::Closed;
+        if (Now == State::Open) Text += bytes;
+    }
+    [[nodiscard]] State CurrentState() const override { return Now; }
+    [[nodiscard]] bool Colored() const override { return InColor; }
+    std::string Text;
+    std::size_t Limit = 1U << 20;  ///< its reader goes away when more comes
+    State Now = State::Open;
+    bool InColor = false;
+};
+
+/// The program in virtual time on a machine with a reader on COM1, an empty COM2 and a COM3 that does not
+/// open.
+struct clsCliTest : testing::Test, clsICliPlatform {
+    clsCliTest() {
+        LoadExampleConfiguration(reader);
+        clsSimSerialControl::Line line;
+        line.Description = "Caf\xE9";
+        line.Reader = &reader;
+        serial.AddLine(1, line);
+        line.Reader = nullptr;
+        serial.AddLine(2, line);
+        line.Opens = false;
+        serial.AddLine(3, line);
+        onFrame = reader.OnFrame.Connect([this](const std::string& frame, bool received) {
+            if (received) sent += frame.at(1);
+        });
+    }
+    /// The exit status of a command line; its words are separated by single blanks.
+    int Run(const std::string& line) {
+        out.Text.clear();
+        err.Text.clear();
+        sent.clear();
+        std::vector<std::string> words;
+        std::istringstream stream(line);
+        for (std::string word; std::getline(stream, word, ' ');) words.push_back(word);
+        const int exit = cli.Run(words);
+        EXPECT_FALSE(serial.PortOpen()) << line;
+        return exit;
+    }
+    int RunAndStop(const std::string& line, int ms, const std::function<void()>& what) {
+        const auto timer = host.StartTimer(ms, what);
+        const int exit = Run(line);
+        host.StopTimer(timer);
+        return exit;
+    }
+    [[nodiscard]] long Sent(char command) const { return std::count(sent.begin(), sent.end(), command); }
+    /// What the run said last, without time or program name.
+    [[nodiscard]] std::string Said() const {
+        const auto start = err.Text.rfind('\n', err.Text.size() - 2) + 1;
+        const std::string line = err.Text.substr(start, err.Text.size() - start - 1);
+        return line.substr(line.find(line.starts_with("zarn74ctl: ") ? ": " : "- ") + 2);
+    }
+    static std::vector<std::string> Lines(const std::string& text) {
+        std::vector<std::string> lines;
+        std::istringstream stream(text);
+        for (std::string line; std::getline(stream, line);) lines.push_back(line);
+        return lines;
+    }
+
+    clsIHost& Host() override { return host; }
+    clsISerialControl& Serial() override { return serial; }
+    clsIPortDirectory& Ports() override { return serial; }
+    clsISettingsStore& Store() override { return store; }
+    clsIFiles& Files() override { return files; }
+    std::string SetPortMap(const std::vector<std::string>& entries) override {
+        return entries.empty() ? "" : "no map here";
+    }
+    std::string AddDevice(const std::string& path) override { return path == "/dev/reader" ? "COM1" : ""; }
+    std::string DefaultFile() override { return "Default.ini"; }
+
+    clsVirtualHost host;
+    clsSimReader reader{host};
+    clsSimSerialControl serial{host};
+    clsMemoryStore store;
+    clsMemoryFiles files;
+    clsMemoryOutput out;
+    clsMemoryOutput err;
+    clsCli cli{*this, out, err};
+    std::string sent;  ///< command letters that the reader received
+    clsConnection onFrame;
+};

@@ -1,0 +1,177 @@
+#include <gtest/gtest.h>
+
+#include "RecordText.h"
+#include "window/logic/ZarnForm.h"
+
+namespace {
+
+std::string message;  // of the last display
+
+ZarnForm Shown(const ZarnInfo& record) {
+    ZarnForm form;
+    message.clear();
+    const bool complete = form.ShowZarn74(record, message);
+    EXPECT_EQ(complete, message.empty());
+    return form;
+}
+
+TEST(Firmware, DecidesByVersionAndSerialNumber) {
+    const struct {
+        const char *Version, *Serial;
+        bool Zeros, Frequency, Model, None;
+    } cases[] = {
+        {"V1.01R003", "FWQ-K3861", false, false, false, false},
+        {"V1.01R004", "FWQ-K3861", true, false, false, false},
+        {"V1.01R005", "FWQ-K3861", true, false, false, true},
+        {"V1.01R006", "FWQ-K1", true, false, false, false},
+        {"V1.02R001", "FWQ-K1", true, false, false, true},
+        {"V1.02R002", "FWQ-K1", true, true, false, true},
+        {"V1.00R000", "FWQ-K4436", false, true, true, false},
+        {"1.5R9", "FWQ-K4407", false, true, true, false},
+    };
+    for (const auto& c : cases) {
+        const FirmwareRules expected{c.Zeros, c.Frequency, c.Model, c.Model, c.None, /*Known=*/true};
+        EXPECT_EQ(FirmwareRules::For(c.Version, c.Serial), expected) << c.Version << c.Serial;
+    }
+}
+
+TEST(Form, AFreshOneIsAFreshRecordAndEveryOtherComesBackAsItWas) {
+    ZarnInfo record = RecordOf(unusual);
+    EXPECT_TRUE(ZarnForm().SaveZarn74(record));
+    EXPECT_EQ(TextOf(record), TextOf(ZarnInfo()));
+    const ZarnForm form = Shown(RecordOf(unusual));
+    EXPECT_EQ(form.Page, 1);
+    EXPECT_TRUE(form.SaveZarn74(record));
+    EXPECT_EQ(TextOf(record), TextOf(RecordOf(unusual)));
+    EXPECT_EQ(ZarnForm::FilterBoxText(ZarnForm::FilterIndex(0, 0)), "12345678");
+    EXPECT_EQ(ZarnForm::FilterBoxText(ZarnForm::FilterIndex(1, 2)), "123456789012345678");
+}
+
+TEST(Form, StopsAtTheFirstValueWithoutAnEntry) {
+    const std::pair<const char*, const char*> cases[] = {
+        {";Language=5", "Language not found!"},
+        {";Baudrate=0", "BaudRate not found!"},
+        {";TagFrequency=0", "TagFrequency not found!"},
+        {";UsbInterface=1", "USBInterface not found!"},
+        {";Delimiter=4", "Delimiter not found!"},
+        {";CardIDNumericSystem=1", "Card Numeric System not found!"},
+        {";CardIDNumericSequence=1", "Card Numeric Sequence not found!"},
+        {";EMCardIDNumericSequence=1", "Card Numeric Sequence not found!"},
+    };
+    auto selected = ZarnForm().Selected;
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
+        const ZarnForm form = Shown(RecordOf(unusual + std::string(cases[i].first)));
+        EXPECT_EQ(message, cases[i].second);
+        EXPECT_EQ(form.Selected, selected) << message;
+        EXPECT_TRUE(form.Prefix.empty() && form.Table.Rows.empty() && form.Page == 0) << message;
+        selected[i] = Shown(RecordOf(unusual)).Selected[i];
+    }
+}
+
+TEST(Form, AListWithoutSelectionKeepsItsFieldAndFailsTheTransfer) {
+    ZarnForm form;
+    form.ClearSelections();
+    ZarnInfo record = RecordOf(unusual);
+    EXPECT_FALSE(form.SaveZarn74(record));
+    EXPECT_EQ(TextOf(record),
+              TextOf(RecordOf("Baudrate=9600;Language=3;TagFrequency=1;UsbInterface=0;Delimiter=2")));
+}
+
+TEST(Form, NoneIsOfferedByFirmwareOrForARecordWhileNoReaderIsKnown) {
+    const ZarnInfo record = RecordOf("Delimiter=3");
+    EXPECT_EQ(ZarnForm().Entries(FormList::Delimiter).size(), 4U);
+    ZarnForm form = Shown(record);
+    form.SetFirmware(FirmwareRules::For("V1.01R007", "x"));
+    EXPECT_EQ(form.GetComboItemData(FormList::Delimiter), 3);
+    form.SetFirmware(FirmwareRules::For("V1.01R003", "x"));
+    EXPECT_EQ(form.GetComboItemData(FormList::Delimiter), std::nullopt);
+    EXPECT_FALSE(form.ShowZarn74(record, message));
+    EXPECT_EQ(message, "Delimiter not found!");
+}
+
+TEST(Table, RowsAndEntriesAreTheSameThing) {
+    const struct {
+        CardConvertEntry Entry;
+        const char* Text;
+        bool Checked;
+        std::int32_t BackAs;
+    } cases[] = {
+        {{1, "04A1B2C3", "1234"}, "[1K ] 04A1B2C3       1234", true, 1},
+        {{2, "", ""}, "[4K ]                ", true, 2},
+        {{3, "04526AF13B2C80", "a,b"}, "[UL ] 04526AF13B2C80 a,b", true, 3},
+        {{4, "123456789012345", "x"}, "[DSF] 12345678901234 x", true, 4},
+        {{5, "2B008E41F6", " x"}, "[EM ] 2B008E41F6      x", true, 5},
+        {{240, "", "t"}, "[???]                t", false, 240},
+        {{9, "", "t"}, "[???]                t", true, 240},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(RowOfEntry(c.Entry), (ConvertRow{c.Text, c.Checked}));
+        const CardConvertEntry expected{c.BackAs, c.Entry.CardID.substr(0, 14), c.Entry.OutputText};
+        EXPECT_EQ(EntryOfRow({c.Text, true}), expected) << c.Text;
+    }
+    EXPECT_FALSE(RowOfEntry({0xF3, "", ""}).Checked);
+    // A gap closes up, and what stands behind the sixteenth row is left out.
+    ZarnForm form = Shown(RecordOf("Convert(4)=[1K ],04A1B2C3,x"));
+    form.Table.Rows.resize(17, {"[EM ]", true});
+    ZarnInfo record;
+    ASSERT_TRUE(form.SaveZarn74(record));
+    EXPECT_EQ(record.Convert[0], (CardConvertEntry{1, "04A1B2C3", "x"}));
+    EXPECT_EQ(record.Convert[15], (CardConvertEntry{5, "", ""}));
+}
+
+TEST(Table, AddAndModifyNeedAFullSerialATextAndNoOtherRowAlike) {
+    clsConvertTable table;
+    table.Rows = {{"[1K ] 04A1B2C3       one", true}, {"[1K ] 04a1b2c4       two", false}};
+    const struct {
+        const char* Why;
+        int Type;
+        const char *Serial, *Output;
+        int Selected;
+        bool Add, Modify;
+    } cases[] = {
+        {"there already", 0, "04A1B2C3", "x", -1, false, false},
+        {"another type, nothing selected", 1, "04A1B2C3", "x", -1, true, false},
+        {"the row itself", 0, "04A1B2C3", "x", 0, false, true},
+        {"the other row, letter case ignored", 0, "04A1B2C4", "x", 0, false, false},
+        {"a digit short", 0, "04A1B2C", "x", 0, false, false},
+        {"no text", 0, "04A1B2C9", "", 0, false, false},
+        {"UltraLight has 14 digits", 2, "04A1B2C9", "x", 0, false, false},
+        {"EM125K has 10 digits", 4, "04A1B2C9AA", "x", 1, true, true},
+        {"no type", -1, "", "x", 1, false, false},
+    };
+    for (const auto& c : cases) {
+        table.CardType = c.Type;
+        table.OutputID = c.Serial;
+        table.OutputString = c.Output;
+        table.SelectedRow = c.Selected;
+        EXPECT_EQ(table.CheckCanAdd(), c.Add) << c.Why;
+        EXPECT_EQ(table.CheckCanModify(), c.Modify) << c.Why;
+    }
+    table.Rows[1] = table.Rows[0];  // twins out of a file: each conflicts with the other
+    table.SelectRow(0);
+    EXPECT_FALSE(table.CheckCanModify());
+}
+
+TEST(Table, RowsAreAddedModifiedSelectedAndRemoved) {
+    clsConvertTable table;
+    table.ShowCard(5, "2B008E41F6");
+    table.OutputString = "gate";
+    table.Enabled = false;
+    table.Add();
+    table.ShowCard(1, "04A1B2C3");
+    table.Enabled = true;
+    table.Add();
+    table.SelectRow(0);
+    table.OutputString = "door";
+    table.Modify();
+    EXPECT_EQ(table.Rows[0], (ConvertRow{"[EM ] 2B008E41F6     door", false}));
+    table.Remove();
+    EXPECT_FALSE(table.CheckCanRemove());
+    EXPECT_EQ(table.Rows.size(), 1U);
+    table.Rows.resize(16);
+    EXPECT_FALSE(table.CheckCanAdd());
+    table.Rows.pop_back();
+    EXPECT_TRUE(table.CheckCanAdd());
+}
+
+}  // namespace

@@ -1,0 +1,123 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+
+#include "RecordText.h"
+#include "support/clsMemoryFiles.h"
+
+namespace {
+
+struct FileFixture : testing::Test {
+    void Open(const std::string& text) {
+        disk.Contents["f"] = text;
+        ASSERT_TRUE(file.OpenInfoFile("f", record, autoRead, knownKey));
+    }
+    clsMemoryFiles disk;
+    clsSettingsFile file{disk};
+    ZarnInfo record;
+    bool autoRead = false;
+    bool knownKey = false;
+    bool lostCR = false;
+};
+
+TEST_F(FileFixture, TheShippedDefaultsAreAFreshRecord) {
+    std::ifstream shipped(ZARN74_DATA_FOLDER "/Default.ini", std::ios::binary);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(shipped), {}), TextOf(record));
+}
+
+TEST_F(FileFixture, KeyStringsAndRowsAreWrittenInTheirForms) {
+    const std::string text = TextOf(RecordOf(unusual), /*autoRead=*/true);
+    for (const std::string& lines :
+         {std::string("Prefix=\n\r\nPrefixHex=0D0A\r\nPostfix=a\0\xFF=[\r\nPostfixHex=6100FF3D5B\r\n", 57),
+          std::string(
+              "ConvertCount=2\r\nConvert(1)=+[1K ],04A1B2C3      ,1234\r\n"
+              "Convert(2)=-[???],              ,a,b, c\r\nAutoRead=1\r\nIDWithoutLeadingZeros=1\r\n")}) {
+        EXPECT_NE(text.find(lines), std::string::npos) << text;
+    }
+    record.Convert[0] = {1, "04A1B2C3", "x\ry"};
+    const auto made = clsSettingsFile::MakeText(record, RowsOfRecord(record), autoRead, lostCR);
+    EXPECT_NE(made.find(",xy\r\nAutoRead"), std::string::npos);
+    EXPECT_TRUE(lostCR);
+}
+
+TEST_F(FileFixture, ReadsBackWhatItWroteInPiecesOfAnySize) {
+    const std::string written = TextOf(RecordOf(unusual), /*autoRead=*/true);
+    for (const std::size_t step : {std::size_t{1}, std::size_t{7}, written.size()}) {
+        record = ZarnInfo();
+        autoRead = false;
+        clsSettingsParser parser(record, autoRead);
+        for (std::size_t at = 0; at < written.size(); at += step) parser.Feed(written.substr(at, step));
+        parser.End();
+        EXPECT_EQ(TextOf(record, autoRead), written) << step;
+    }
+}
+
+TEST_F(FileFixture, ALineMeansWhatItsRulesSay) {
+    // Lines inside [General], and lines of the text that is written afterwards.
+    const std::pair<const char*, const char*> cases[] = {
+        {"  bAUDRATE=9600\rLanguage=-3", "Baudrate=9600\r\nLanguage=-3"},
+        {"Baudrate =9600\r\n\tBaudrate=9600\r\n=Baudrate=9600\r\nBaudrate", "Baudrate=19200"},
+        {"Language= &H10x\r\nTagFrequency=2.5\r\nUsbInterface=USA",
+         "Language=16\r\nTagFrequency=2\r\nUsbInterface=0"},
+        {"Language=3000000000", "Language=0"},
+        {"KeyboardOutput=yes\r\nBuzzerEnabled=tRUE ", "KeyboardOutput=False\r\nBuzzerEnabled=True"},
+        {"DisplayCardType=1\r\nCardSNConvert=-2", "DisplayCardType=True\r\nCardSNConvert=True"},
+        {"Filter_Start(0)=5\r\nFilter_Start(11)=5\r\nFilter_Start=5\r\nFILTER_length(1=6",
+         "Filter_Start(1)=1\r\nFilter_Length(1)=6"},
+        {"Filter_Length(10)=5\r\nPrefix= a=b ", "Filter_Length(10)=5\r\nPrefix= a=b "},
+        {"PrefixHex=0D 0a\r\nPrefix=x", "PrefixHex=78"},
+        {"Prefix=x\r\nPrefixHex=0D 0a\r\nPostfixHex= ", "PrefixHex=0D0A\r\nPostfix=\r\nPostfixHex="},
+        {"PostfixHex=ABC\r\nOnRemoveHex=4GG4", "PostfixHex=AB0C\r\nOnRemove=\4"},
+        {"Postfix=a\nBaudrate=9600", "Postfix=a\nBaudrate=9600"},
+        {"Convert(1)= -[em ],12345678      ,a,b", "Convert(1)=+[EM ],12345678      ,a,b"},
+        {"Convert(2)=[XY ],1,2", "Convert(1)=-[???],1             ,2"},
+        {"Convert(16)=+[DSF],1,\r\nConvert(17)=+[1K ],2,x",
+         "ConvertCount=1\r\nConvert(1)=+[DSF],1             ,\r\nAutoRead=0"},
+        {"Convert(1)=[1K ],1,x\r\nConvert(1)=[4K ],2,y\r\nConvert(1)=[UL ],3\r\nAutoRead=2",
+         "ConvertCount=1\r\nConvert(1)=+[4K ],2             ,y\r\nAutoRead=1"},
+        {"[]\r\n[x\r\nBaudrate=9600", "Baudrate=9600"},
+        {"[Other]\r\nBaudrate=9600", "Baudrate=19200"},
+        {"[ ]\r\nBaudrate=9600", "Baudrate=19200"},
+        {"[General]\r\nBaudrate=9600", "Baudrate=19200"}};
+    for (const auto& [lines, expected] : cases) {
+        record = ZarnInfo();
+        Open("Baudrate=4800\r\n[Before]\r\nBaudrate=4800\r\n [ general ] x\r\n" + std::string(lines));
+        const std::string text = TextOf(record, autoRead);
+        EXPECT_NE(text.find("\r\n" + std::string(expected)), std::string::npos) << lines << text;
+    }
+}
+
+TEST_F(FileFixture, AnyOtherFileOnlyEmptiesTheTableAndAMissingOneNothing) {
+    for (const char* text :
+         {"", "Baudrate=9600\r\n", "[General]\nBaudrate=9600\n", "[General]\r\nnothing=1\r\n",
+          "[General]\r\nFileVersion=1.1\r\nConvertCount=4\r\n", "\x7F\x45LF\1\2\r\r\r\n\n"}) {
+        record = RecordOf(unusual);
+        knownKey = true;
+        Open(text);
+        EXPECT_FALSE(knownKey) << text;
+        EXPECT_EQ(record.Convert[0], (CardConvertEntry{cardTypeEmpty, "04A1B2C3", "1234"}));
+        record.Convert = RecordOf(unusual).Convert;
+        EXPECT_EQ(TextOf(record), TextOf(RecordOf(unusual))) << text;
+    }
+    EXPECT_FALSE(file.OpenInfoFile("missing", record, autoRead, knownKey));
+    EXPECT_EQ(TextOf(record), TextOf(RecordOf(unusual)));
+}
+
+TEST_F(FileFixture, ALineCountsWithItsFirst64KiB) {
+    Open("[General]\r\nPrefix=" + std::string(200000, 'x') + "=\r\nBaudrate=9600");
+    EXPECT_EQ(record.Prefix.size(), clsSettingsParser::lineLimit - 7);
+    EXPECT_EQ(record.Baudrate, 9600);
+    EXPECT_TRUE(knownKey);
+}
+
+TEST_F(FileFixture, ABackupIsTheWholeFileOrNone) {
+    disk.Contents["f"] = std::string(1 << 20, 'a');
+    EXPECT_TRUE(file.KeepBackup("f"));
+    EXPECT_EQ(disk.Contents["f.bak"], disk.Contents["f"]);
+    disk.Contents["f"] += "a";
+    EXPECT_FALSE(file.KeepBackup("f"));
+    EXPECT_TRUE(file.KeepBackup("missing"));
+}
+
+}  // namespace
