@@ -26,7 +26,9 @@ std::size_t CountDigits(std::string_view text, std::size_t from) {
     return n;
 }
 
-// Long digit runs lose precision, not range: the value is built in double, where 400 digits are infinite.
+// Digits that a double cannot hold are not added up, only counted, so that no run of them leaves its range.
+constexpr int digitsThatMatter = 20;
+
 ParsedNumber ParseNumber(std::string_view text) {
     std::size_t at = 0;
     while (at < text.size() && text[at] == ' ') ++at;
@@ -54,10 +56,20 @@ ParsedNumber ParseNumber(std::string_view text) {
 
     // strtod would follow the process's locale; the digits are scaled here instead.
     double mantissa = 0;
+    int used = 0;
+    std::int64_t scale = 0;  // powers of ten that the digits used stand above their value
+    bool behindPoint = false;
     for (std::size_t i = at; i < end; ++i) {
-        if (text[i] != '.') mantissa = mantissa * 10 + (text[i] - '0');
+        if (text[i] == '.') {
+            behindPoint = true;
+            continue;
+        }
+        const bool counts = used < digitsThatMatter;
+        if (counts) mantissa = mantissa * 10 + (text[i] - '0');
+        if (counts && mantissa != 0) ++used;
+        if (counts == behindPoint) scale += behindPoint ? -1 : 1;
     }
-    int exponent = 0;
+    std::int64_t exponent = 0;
     if (end < text.size() && (Upper(text[end]) == 'E' || Upper(text[end]) == 'D')) {
         std::size_t mark = end + 1;
         const bool negativeExponent = mark < text.size() && text[mark] == '-';
@@ -65,17 +77,17 @@ ParsedNumber ParseNumber(std::string_view text) {
         const std::size_t digits = CountDigits(text, mark);
         if (digits > 0) {
             for (std::size_t i = mark; i < mark + digits; ++i) {
-                exponent = std::min(exponent * 10 + (text[i] - '0'), 100000);
+                exponent = std::min<std::int64_t>(exponent * 10 + (text[i] - '0'), 100000);
             }
             if (negativeExponent) exponent = -exponent;
             end = mark + digits;
         }
     }
-    exponent -= static_cast<int>(std::min<std::size_t>(fraction, 100000));
+    exponent += scale;
     // Division by an exact power of ten keeps short decimals (1.01) the nearest double.
     const double value = mantissa == 0  ? 0
-                         : exponent < 0 ? mantissa / std::pow(10.0, -exponent)
-                                        : mantissa * std::pow(10.0, exponent);
+                         : exponent < 0 ? mantissa / std::pow(10.0, static_cast<double>(-exponent))
+                                        : mantissa * std::pow(10.0, static_cast<double>(exponent));
     return {negative ? -value : value, end};
 }
 

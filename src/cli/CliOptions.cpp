@@ -30,6 +30,9 @@ constexpr std::array<CommandRow, 11> commands{{
     {CliCommand::Monitor, "monitor", "Show what the reader types and every frame until interrupted"},
 }};
 
+// An empty text (of a shell variable that is not set) is not the same as none.
+std::string NotEmpty(const std::string& text) { return text.empty() ? "must not be empty" : ""; }
+
 // Decimal, or hexadecimal after 0x; nothing when it is neither or above `highest`.
 std::optional<int> Number(const std::string& text, int highest) {
     const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
@@ -72,7 +75,7 @@ void AddCommands(CLI::App& app, CliOptions& options) {
         command->fallthrough();
         command->callback([&options, &row] { options.Command = row.Command; });
         const auto file = [&](const char* name, const char* help) {
-            return command->add_option(name, options.File, help)->type_name("FILE");
+            return command->add_option(name, options.File, help)->type_name("FILE")->check(NotEmpty);
         };
         switch (row.Command) {
             case CliCommand::Read: file("-o", "Save to FILE instead of printing"); break;
@@ -113,7 +116,8 @@ CliParsing ParseArguments(const std::vector<std::string>& arguments, CliOptions&
     app.set_version_flag("--version", "zarn74ctl " ZARN74_VERSION, "Print the version and exit");
     app.add_option("--port", options.Port,
                    "Port of the reader: a COM name or a device file; else it is searched")
-        ->type_name("NAME");
+        ->type_name("NAME")
+        ->check(NotEmpty);
     AddNumber(app, "--baud", options.Baud, 1, highestRate, "Open the port at this rate, without a search");
     app.add_option("--port-map", options.PortMap,
                    "Give a device file a COM name; then only such ports exist. May be given\n"
@@ -130,7 +134,9 @@ CliParsing ParseArguments(const std::vector<std::string>& arguments, CliOptions&
     AddCommands(app, options);
     CLI::App* demo = app.add_subcommand("demo", "Run the command that follows on a simulated reader");
     demo->fallthrough();
-    demo->add_option("--image", options.Image, "Its memory: a file of 512 bytes")->type_name("FILE");
+    demo->add_option("--image", options.Image, "Its memory: a file of 512 bytes")
+        ->type_name("FILE")
+        ->check(NotEmpty);
     AddCommands(*demo, options);
     app.footer(
         "Exit status: 0 done, 1 failed, 2 wrong usage, 3 no reader, 130 interrupted.\n"

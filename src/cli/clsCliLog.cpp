@@ -16,14 +16,12 @@ void clsCliLog::Say(const std::string& text) {
 void clsCliLog::AppendLine(const std::string& time, const std::string& text, LogColor color) {
     constexpr std::size_t timeLength = 8;
     m_messages.push_back({time.substr(0, timeLength), text});
-    m_output.Write(time);
-    Write(text, color);
-    m_output.Write("\n");
+    m_output.Write(time + Painted(text, color) + "\n");
 }
 
 void clsCliLog::AppendText(const std::string& text, LogColor color) {
     if (!m_echo) return;
-    Write(text, color);
+    m_output.Write(Painted(text, color));
     m_lineOpen = true;
 }
 
@@ -32,8 +30,8 @@ void clsCliLog::EndLine() {
     m_lineOpen = false;
 }
 
-void clsCliLog::Write(const std::string& text, LogColor color) {
-    const std::string utf8 = CliText::ToUtf8(CliText::Visible(text));
-    const char* paint = color == LogColor::Blue ? "\x1b[94m" : color == LogColor::Red ? "\x1b[91m" : nullptr;
-    m_output.Write(paint != nullptr && m_output.Colored() ? paint + utf8 + "\x1b[0m" : utf8);
+std::string clsCliLog::Painted(const std::string& text, LogColor color) const {
+    std::string utf8 = CliText::ToUtf8(CliText::Visible(text));
+    if (color == LogColor::Black || !m_output.Colored()) return utf8;
+    return (color == LogColor::Blue ? "\x1b[94m" : "\x1b[91m") + utf8 + "\x1b[0m";
 }

@@ -45,7 +45,7 @@ class clsCliLog final : public clsILogView, public clsIMainView {
     void FocusLog() override {}
 
   private:
-    void Write(const std::string& text, LogColor color);
+    [[nodiscard]] std::string Painted(const std::string& text, LogColor color) const;
 
     clsIHost& m_host;
     clsITextOutput& m_output;

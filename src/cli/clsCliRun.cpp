@@ -108,27 +108,27 @@ int clsCliRun::Connect() {
             return ExitNoReader;
         }
     }
+    bool open = false;
     if (m_options.Baud != 0) {
-        if (!OpenAtRate(name)) {
-            m_log.Say(typed + ": " + m_platform.Serial().LastError());
-            return ExitNoReader;
-        }
+        open = OpenAtRate(name);
     } else {
         const FlowResult found = m_flows.Scan(name);
         if (found == FlowResult::Cancelled || m_stopped) return ExitInterrupted;
-        if (found != FlowResult::Done) {
-            const std::string reason = name.empty() ? std::string() : m_platform.Serial().LastError();
-            m_log.Say(reason.empty() ? "Missing Device" : typed + ": " + reason);
-            return ExitNoReader;
-        }
+        open = found == FlowResult::Done;
+    }
+    if (!open) {
+        const std::string reason = name.empty() ? std::string() : m_platform.Serial().LastError();
+        m_log.Say(reason.empty() ? "Missing Device" : typed + ": " + reason);
+        return ExitNoReader;
     }
     m_port = m_comm.CommPort();
-    m_baud = m_comm.BaudRate();
+    if (m_comm.CommPort_IsBaudrateSupported(m_port)) m_baud = m_comm.BaudRate();
     return ExitDone;
 }
 
 bool clsCliRun::OpenAtRate(const std::string& name) {
     m_comm.SetCommPort(name);
+    if (m_comm.CommPort() != name) return false;  // it has gone since it was listed
     m_comm.SetBaudRate(m_options.Baud);
     m_comm.SetPortOpen(true);
     return m_comm.PortOpen();
@@ -168,7 +168,7 @@ CliResult clsCliRun::Identify() {
                   CliText::ToUtf8(CliText::Visible("Firmware Version: " + reader.Firmware.Version)) + "\n" +
                   CliText::ToUtf8(CliText::Visible("Firmware Serial Number: " + reader.Firmware.FirmwareSN)) +
                   "\n" + CliText::ToUtf8("COM Port: " + m_port);
-    if (m_comm.CommPort_IsBaudrateSupported(m_port)) result.Text += ", " + std::to_string(m_baud) + " baud";
+    if (m_baud != 0) result.Text += ", " + std::to_string(m_baud) + " baud";
     result.Text += "\n";
     return result;
 }

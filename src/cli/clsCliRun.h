@@ -34,8 +34,7 @@ class clsCliRun {
 
     CliResult Execute();
     void Stop();
-    /// The port that was opened and its rate; empty and 0 when none was, the rate also where the port has
-    /// none.
+    /// The port that was opened and its rate; empty and 0 when none was. A port without a rate has 0.
     [[nodiscard]] const std::string& Port() const { return m_port; }
     [[nodiscard]] int Baud() const { return m_baud; }
 
@@ -56,7 +55,6 @@ class clsCliRun {
     [[nodiscard]] int ExitOf(FlowResult result) const;
     [[nodiscard]] int ExitOf(bool done) const;
     bool Logged(const char* operation, bool done);
-    void SaveTo(const std::string& content, const char* what, CliResult& result);
     CliResult RegisterResult(int value) const;
     void ShowRecord(const FrameRecord& record);
 

@@ -1,5 +1,6 @@
 // zarn74ctl: the command-line twin of the window.
 
+#include <fcntl.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -42,9 +43,20 @@ class clsDescriptorOutput final : public clsITextOutput {
     State m_state = State::Open;
 };
 
+// What is opened later must not take the place of a standard stream that was closed: a reader would be sent
+// what is meant for a person. Writing into the replacement fails.
+void FillStandardStreams() {
+    int fd = 0;
+    do {
+        fd = open("/dev/null", O_RDONLY);
+    } while (fd >= 0 && fd <= STDERR_FILENO);
+    if (fd > STDERR_FILENO) close(fd);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    FillStandardStreams();
     signal(SIGPIPE, SIG_IGN);
     // Qt's own loop serves a line with less work than the one that it borrows.
     setenv("QT_NO_GLIB", "1", /*overwrite=*/1);

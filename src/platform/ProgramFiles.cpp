@@ -24,7 +24,7 @@ std::string UserFolder() {
 }
 
 std::string DefaultFile() {
-    const std::string inProgramFolder = ProgramFolder() + "/Default.ini";
+    std::string inProgramFolder = ProgramFolder() + "/Default.ini";
     for (const std::string& file :
          {inProgramFolder, UserFolder() + "/Default.ini", ProgramFolder() + "/../share/zarn74/Default.ini"}) {
         if (access(file.c_str(), F_OK) == 0) return file;

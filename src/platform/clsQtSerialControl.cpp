@@ -112,7 +112,7 @@ void clsQtSerialControl::Open() {
     m_lastError.clear();
     m_open = true;
     m_announced = false;
-    ++m_opening;
+    m_opening = std::make_shared<bool>(true);
     SetInBufferCount(0);
     SetDTREnable(true);
     SetRTSEnable(true);
@@ -123,6 +123,7 @@ void clsQtSerialControl::Open() {
 
 void clsQtSerialControl::Close() {
     m_open = false;
+    m_opening.reset();
     m_port.close();
     m_input.clear();
 }
@@ -167,12 +168,12 @@ void clsQtSerialControl::Store(const char* bytes, std::size_t count) const {
     if (m_nullDiscard) std::erase(m_input, '\0');
     if (std::exchange(m_announced, true)) return;
     auto* self = const_cast<clsQtSerialControl*>(this);  // only to raise its event, from the loop
-    m_host.Post([self, opening = m_opening] { self->Announce(opening); });
+    m_host.Post([self, opening = std::weak_ptr<bool>(m_opening)] {
+        if (!opening.expired()) self->Announce();
+    });
 }
 
-// The line may have been closed, or closed and opened, since the bytes came.
-void clsQtSerialControl::Announce(std::uint32_t opening) {
-    if (!m_open || opening != m_opening) return;
+void clsQtSerialControl::Announce() {
     m_announced = false;
     m_commEvent = FrameErrorsGrew() ? CommEventFrameError : CommEventReceive;
     OnComm.Raise();
@@ -218,9 +219,15 @@ std::string clsQtSerialControl::Input() {
     return taken;
 }
 
+// Straight to the system: the port's own way there takes another turn of the loop for every frame. What the
+// system does not take at once goes that way.
 void clsQtSerialControl::Output(const std::string& bytes) {
     if (!m_port.isOpen()) return;
-    m_port.write(bytes.data(), static_cast<qint64>(bytes.size()));
+    ssize_t written = 0;
+    if (m_port.bytesToWrite() == 0) written = write(m_port.handle(), bytes.data(), bytes.size());
+    const auto taken = static_cast<std::size_t>(std::max<ssize_t>(written, 0));
+    if (taken == bytes.size()) return;
+    m_port.write(bytes.data() + taken, static_cast<qint64>(bytes.size() - taken));
     m_port.flush();
 }
 
@@ -231,8 +238,8 @@ void clsQtSerialControl::HandleError(QSerialPort::SerialPortError error) {
                       error == QSerialPort::WriteError;
     if (!lost || !m_open) return;
     m_port.close();
-    m_host.Post([this, opening = m_opening] {
-        if (m_open && opening == m_opening) OnLost.Raise();
+    m_host.Post([this, opening = std::weak_ptr<bool>(m_opening)] {
+        if (!opening.expired()) OnLost.Raise();
     });
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QSerialPort>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -69,7 +70,7 @@ class clsQtSerialControl final : public clsISerialControl {
     [[nodiscard]] bool Line(QSerialPort::PinoutSignal signal) const;
     void Store(const char* bytes, std::size_t count) const;
     void PullIn() const;
-    void Announce(std::uint32_t opening);
+    void Announce();
     void HandleError(QSerialPort::SerialPortError error);
     [[nodiscard]] bool FrameErrorsGrew();
 
@@ -84,7 +85,7 @@ class clsQtSerialControl final : public clsISerialControl {
     bool m_countsFrameErrors = false;
     int m_frameErrors = 0;
     int m_commEvent = 0;
-    std::uint32_t m_opening = 0;  // counts the openings, so that a posted event never meets the next one
+    std::shared_ptr<bool> m_opening;  // lives as long as the line stays open: a posted event looks for it
     std::string m_lastError;
     std::string m_settings = "19200,N,8,1";
     bool m_dtr = true;

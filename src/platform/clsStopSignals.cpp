@@ -15,7 +15,7 @@ namespace {
 volatile sig_atomic_t stops = 0;
 std::array<int, 2> wakePipe{-1, -1};
 
-constexpr std::array<int, 3> signals{SIGINT, SIGTERM, SIGPIPE};
+constexpr std::array<int, 4> signals{SIGINT, SIGTERM, SIGHUP, SIGPIPE};
 std::array<struct sigaction, signals.size()> former;
 
 extern "C" void HandleStop(int) {
@@ -41,6 +41,9 @@ clsStopSignals::clsStopSignals(clsIHost& host, std::function<void()> onStop) {
         action.sa_handler = signals[i] == SIGPIPE ? SIG_IGN : HandleStop;
         action.sa_flags = SA_RESTART;
         sigaction(signals[i], &action, &former[i]);
+        // Whoever starts a program so that it outlives the terminal has said so here.
+        const bool ignored = former[i].sa_handler == SIG_IGN;
+        if (signals[i] == SIGHUP && ignored) sigaction(signals[i], &former[i], nullptr);
     }
 }
 

@@ -4,9 +4,9 @@
 
 #include "base/clsIHost.h"
 
-/// Ctrl-C and SIGTERM as an event of the host's loop: the first runs the handler, the second ends the process
-/// at once with status 130. A write into a closed pipe fails instead of killing. One object at a time; the
-/// former rules are back when it is gone.
+/// Ctrl-C, SIGTERM and SIGHUP as an event of the host's loop: the first runs the handler, the second ends the
+/// process at once with status 130. A write into a closed pipe fails instead of killing. One object at a
+/// time; the former rules are back when it is gone.
 class clsStopSignals {
   public:
     clsStopSignals(clsIHost& host, std::function<void()> onStop);

@@ -61,9 +61,9 @@ std::string LinkTarget(std::string name) {
         char target[PATH_MAX];
         const ssize_t length = readlink(name.c_str(), target, sizeof target);
         if (length < 0) return name;
-        const std::string text(target, static_cast<std::size_t>(length));
-        const auto slash = name.rfind('/');
-        name = text.starts_with('/') || slash == std::string::npos ? text : name.substr(0, slash + 1) + text;
+        if (target[0] == '/') name.clear();
+        name.erase(name.rfind('/') + 1);  // what is not absolute begins in the link's own folder
+        name.append(target, static_cast<std::size_t>(length));
     }
     return {};
 }
@@ -116,6 +116,7 @@ bool clsSystemFiles::ReplaceFile(const std::string& name, const std::string& con
     const auto slash = target.rfind('/');
     const std::string directory = slash == std::string::npos ? "." : target.substr(0, slash + 1);
     const std::string side = directory + "/.zarn74-" + std::to_string(getpid()) + ".new";
+    unlink(side.c_str());  // a process of the same number was killed here
     // First as a file without a name; where the file system has no such files, under a name from the start.
     for (const bool named : {false, true}) {
         const clsDescriptor file(named ? open(side.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, everyone)

@@ -18,7 +18,8 @@ class clsISerialControl {
 
     /// The number n of port COMn.
     [[nodiscard]] virtual int CommPort() const = 0;
-    /// False when the number is refused (below 1, or an open line cannot change); the former number stays.
+    /// False when the number is refused (no such line); the former number stays. An open line stays the one
+    /// that it is until it is closed.
     virtual bool SetCommPort(int number) = 0;
     [[nodiscard]] virtual bool PortOpen() const = 0;
     /// A line that cannot be opened stays closed; LastError then gives the system's reason. Opening raises

@@ -1,5 +1,6 @@
 #include "protocol/ucCOMM.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/clsScopeGuard.h"
@@ -104,6 +105,7 @@ void ucCOMM::Receive() {
         if (bytes.empty()) break;
         received += bytes.size();
         m_dataArrived = true;
+        if (!m_replyBegan) m_replyBegan = m_host.TickCount();
         OnMonitorData.Raise(bytes, /*received=*/true);
         Dispatch(bytes);
     }

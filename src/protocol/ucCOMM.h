@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -23,8 +24,9 @@
 /// constructor outlive it.
 ///
 /// One thread. A command waits inside the host's WaitEvents, so every handler of the program may run before
-/// it returns; a command started from such a handler nests (Busy tells). It must not be destroyed while Busy.
-/// Operations never throw: they return False or an empty text, and OnError says why.
+/// it returns; a command started from such a handler nests (Busy tells). A handler of OnComm, OnChar,
+/// OnPacket or OnMonitorData must not start one: nothing is read before it has returned. The control must not
+/// be destroyed while Busy. Operations never throw: they return False or an empty text, and OnError says why.
 class ucCOMM : private clsPacketCutter::clsISink {
   public:
     /// `application` is the program's name. A control that is not `live` (inside a design tool) answers every
@@ -163,7 +165,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     void WaitForGap();
     void SendFrame(const std::string& frame);
     template <class Done, class Turn>
-    bool WaitFor(std::int32_t timeout, Done done, Turn turn);
+    bool WaitFor(std::int32_t timeout, std::uint32_t generation, Done done, Turn turn);
     void WaitForLateReplies(std::uint32_t sent);
     [[nodiscard]] bool Cancelled(std::uint32_t since) const { return m_cancelGeneration != since; }
     bool DumpOnce(std::size_t count);
@@ -195,7 +197,8 @@ class ucCOMM : private clsPacketCutter::clsISink {
     bool m_checkReply = false;               // of the last command sent without waiting
     bool m_lateReplyDue = false;             // a wait ran out; its reply may still come
     std::deque<std::uint32_t> m_unanswered;  // when the commands of such waits were sent, at this line speed
-    std::size_t m_packetsCut = 0;            // packets told since late replies are waited for
+    std::optional<std::uint32_t> m_replyBegan;  // when the first byte since the last frame came
+    std::size_t m_packetsCut = 0;               // packets told since late replies are waited for
     std::int16_t m_waitDepth = 0;
     std::uint32_t m_endTime = 0;
     std::uint32_t m_cancelGeneration = 0;

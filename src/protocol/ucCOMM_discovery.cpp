@@ -89,7 +89,7 @@ ucCOMM::ScanResult ucCOMM::ScanPort(const ScanPlan& plan, const std::string& nam
     const int rates = static_cast<int>(plan.Rates.size());
     int polls = portsBefore * rates;
     for (const std::int32_t rate : plan.Rates) {
-        if (Cancelled(plan.Generation)) break;
+        if (Cancelled(plan.Generation) || !PortOpen()) break;
         if (OnScanStep) OnScanStep(++polls, plan.Ports * rates);
         SetBaudRate(rate);
         OnScan.Raise("Scan " + name + (bauds ? ", BaudRate=" + std::to_string(rate) : ""));

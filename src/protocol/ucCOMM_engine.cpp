@@ -33,7 +33,6 @@ std::string ucCOMM::SendOrvNetCMD(const std::string& szCMD, bool bTxChkSum, bool
         m_cutter.ClearState();
         m_msCommMode = formerMode;
     });
-    m_cutter.ClearState();
     m_timeout = false;
     m_abort = false;
     if (!m_live) return {};
@@ -42,6 +41,7 @@ std::string ucCOMM::SendOrvNetCMD(const std::string& szCMD, bool bTxChkSum, bool
 }
 
 std::string ucCOMM::Exchange(const std::string& command, bool txChkSum, bool rxChkSum, std::int32_t timeout) {
+    const std::uint32_t generation = m_cancelGeneration;
     WaitForGap();
     const bool open = m_ports.PortOpen();
     // What has arrived by now answers nothing that is still to be asked.
@@ -61,6 +61,7 @@ std::string ucCOMM::Exchange(const std::string& command, bool txChkSum, bool rxC
         m_waiting = true;
         const clsScopeGuard leave([this] { m_waiting = false; });
         sent = m_host.TickCount();
+        m_replyBegan.reset();
         SendFrame(OrvNetFrame::BuildFrame(command, txChkSum));
         if (timeout == -1) timeout = m_orvNetTimeout;
         if (timeout == 0) {
@@ -68,7 +69,7 @@ std::string ucCOMM::Exchange(const std::string& command, bool txChkSum, bool rxC
             return {};
         }
         const bool complete = WaitFor(
-            timeout, [this] { return m_cutter.HasReply(); }, [](std::int32_t) {});
+            timeout, generation, [this] { return m_cutter.HasReply(); }, [](std::int32_t) {});
         m_timeout = !m_cutter.Complete();
         if (!complete) {
             m_lateReplyDue = true;
@@ -107,7 +108,7 @@ void ucCOMM::SendFrame(const std::string& frame) {
 // m_dataArrived; timers, of which m_timerOnPacket is held off by m_waiting; buttons, which look at Busy; and
 // CancelCommand or the loss of the port, which end it or let it run out.
 template <class Done, class Turn>
-bool ucCOMM::WaitFor(std::int32_t timeout, Done done, Turn turn) {
+bool ucCOMM::WaitFor(std::int32_t timeout, std::uint32_t generation, Done done, Turn turn) {
     std::int64_t remaining = timeout < 1 ? m_orvNetTimeout : timeout;
     std::uint32_t last = m_host.TickCount();
     m_abort = false;
@@ -122,7 +123,8 @@ bool ucCOMM::WaitFor(std::int32_t timeout, Done done, Turn turn) {
         if (std::exchange(m_dataArrived, false)) remaining = chunkTime;
         turn(static_cast<std::int32_t>(
             std::min<std::uint32_t>(elapsed, std::numeric_limits<std::int32_t>::max())));
-        if (remaining < 1 || m_abort) return false;
+        // A cancel that came while the frame went out has been cleared above; the count still tells.
+        if (remaining < 1 || m_abort || Cancelled(generation)) return false;
         const std::int64_t longest = m_dump.Active ? dumpReport + 1 : remaining;
         m_host.WaitEvents(static_cast<int>(std::min(remaining, longest)));
     }
@@ -136,10 +138,9 @@ bool ucCOMM::WaitFor(std::int32_t timeout, Done done, Turn turn) {
 void ucCOMM::WaitForLateReplies(std::uint32_t sent) {
     const std::uint32_t start = m_host.TickCount();
     while (!m_unanswered.empty() && sent - m_unanswered.front() > latestReply) m_unanswered.pop_front();
-    const std::uint32_t delay = m_unanswered.empty() ? 0 : start - m_unanswered.front();
+    const std::uint32_t began = m_replyBegan.value_or(start);  // a reply that trickles is not later for it
+    const std::uint32_t delay = m_unanswered.empty() ? 0 : began - m_unanswered.front();
     const std::size_t due = m_unanswered.size();
-    m_unanswered.clear();
-    m_lateReplyDue = false;
     m_packetsCut = 0;
     ++m_waitDepth;
     const clsScopeGuard leave([this] { --m_waitDepth; });
@@ -152,6 +153,9 @@ void ucCOMM::WaitForLateReplies(std::uint32_t sent) {
         m_host.WaitEvents(static_cast<int>(wanted - quiet));
         if (m_dataArrived) quietSince = m_host.TickCount();
     }
+    if (m_abort) return;  // they are still on their way
+    m_unanswered.clear();
+    m_lateReplyDue = false;
 }
 
 void ucCOMM::ReplyComplete() {
@@ -164,6 +168,8 @@ void ucCOMM::OnCommand() {
 
 bool ucCOMM::DumpOnce(std::size_t count) {
     static const std::string request{OrvNetFrame::STX, 'Y', OrvNetFrame::CR};
+    if (!m_ports.PortOpen()) return false;
+    const std::uint32_t generation = m_cancelGeneration;
     m_ports.SetInBufferCount(0);
     m_dataArrived = false;
     m_dump.Bytes.clear();
@@ -173,7 +179,7 @@ bool ucCOMM::DumpOnce(std::size_t count) {
     std::int64_t total = 0;
     std::int64_t reported = 0;
     const bool done = WaitFor(
-        dumpTimeout, [this] { return m_dump.Done(); },
+        dumpTimeout, generation, [this] { return m_dump.Done(); },
         [&](std::int32_t elapsed) {
             total += elapsed;
             if (total - reported > dumpReport) {

@@ -39,6 +39,10 @@ TEST(modText, ReadsTheNumberThatATextBeginsWith) {
     }
     EXPECT_EQ(modText::ValInteger(std::string(100000, '9')), 0);
     EXPECT_EQ(modText::ValInteger("1e" + std::string(100000, '9')), 0);
+    EXPECT_EQ(modText::ValInteger("1." + std::string(400, '0')), 1);
+    EXPECT_EQ(modText::ValInteger("." + std::string(400, '9')), 1);
+    EXPECT_EQ(modText::ValInteger(std::string(400, '0') + "7"), 7);
+    EXPECT_EQ(modText::ValInteger("0." + std::string(400, '0') + "7e401"), 7);
     EXPECT_EQ(modText::ValInteger("&H123456789"), 0);
 }
 

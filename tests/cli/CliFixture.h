@@ -58,12 +58,6 @@ struct clsCliTest : testing::Test, clsICliPlatform {
         EXPECT_FALSE(serial.PortOpen()) << line;
         return exit;
     }
-    int RunAndStop(const std::string& line, int ms, const std::function<void()>& what) {
-        const auto timer = host.StartTimer(ms, what);
-        const int exit = Run(line);
-        host.StopTimer(timer);
-        return exit;
-    }
     [[nodiscard]] long Sent(char command) const { return std::count(sent.begin(), sent.end(), command); }
     /// What the run said last, without time or program name.
     [[nodiscard]] std::string Said() const {

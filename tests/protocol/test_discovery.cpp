@@ -105,6 +105,13 @@ TEST_F(Discovery, NamesThatNobodyServesOrThatDoNotReadBackAreSkippedUnopened) {
     EXPECT_EQ(std::count(serial.Calls.begin(), serial.Calls.end(), "PortOpen=True"), 0);
 }
 
+TEST_F(Discovery, APulledLineIsNotScannedOn) {
+    host.StartTimer(700, [this] { serial.OnLost.Raise(); });
+    EXPECT_FALSE(comm.AutoScan("Zarn*", /*noAddress=*/true, rates));
+    EXPECT_EQ(Scans.size(), 2U);
+    EXPECT_TRUE(Errors.empty());
+}
+
 TEST_F(Discovery, ACancelEndsTheScanAndClosesThePort) {
     serial.Listed = {1, 2};
     host.StartTimer(700, [this] { comm.CancelCommand(); });

@@ -179,7 +179,11 @@ TEST_F(Engine, APacketWithoutTerminatorIsCutAfter100Milliseconds) {
 }
 
 TEST_F(Engine, WhatCameBeforeTheFrameNeverAnswersIt) {
-    serial.Buffer(Reply("Aold") + "x");  // arrived, not yet announced
+    serial.Arrive(
+        "\x02"
+        "A");  // the beginning of a packet, announced; the rest has arrived, not yet announced
+    host.DoEvents();
+    serial.Buffer("old\rx");
     Answers = {Reply("Anew")};
     EXPECT_EQ(comm.SendOrvNetCMD("V", /*bTxChkSum=*/false, /*bRxChkSum=*/false), "Anew");
     EXPECT_EQ(Heard, (Texts{"\x02", "13:Aold", "x"}));
@@ -280,6 +284,26 @@ TEST_F(Engine, AFloodingLineLeavesTheProgramItsTurnAndLosesNothing) {
     EXPECT_LT(heard, 70000U);
     host.Run(1000);
     EXPECT_EQ(heard, 1000000U);
+}
+
+TEST_F(Engine, ACancelNeitherForgetsLateRepliesNorIsItSwallowed) {
+    std::uint8_t value = 0;
+    serial.Arrive(Checked("A11"), 560);  // the first attempt's; the second's is as late
+    serial.Arrive(Checked("A11"), 1110);
+    host.StartTimer(600, [this] { comm.CancelCommand(); });  // while the second's is waited for
+    comm.GetRegister(7, value);
+    EXPECT_EQ(host.Now(), 600);
+    serial.OnOutput = [this](const std::string&) { serial.Arrive(Checked("A22"), 580); };
+    EXPECT_TRUE(comm.GetRegister(8, value));
+    EXPECT_TRUE(comm.GetRegister(9, value));
+    EXPECT_EQ(value, 0x22);
+
+    const auto cancel = comm.OnMonitorData.Connect([this](const std::string&, bool received) {
+        if (!received) comm.CancelCommand();  // before the wait begins
+    });
+    const auto start = host.Now();
+    comm.SendOrvNetCMD("V", /*bTxChkSum=*/false, /*bRxChkSum=*/false);
+    EXPECT_EQ(host.Now(), start);
 }
 
 struct WrappingEngine : CommFixture {

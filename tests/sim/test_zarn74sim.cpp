@@ -211,7 +211,7 @@ TEST_F(Zarn74sim, AnswersOverItsTerminalAndSavesEachWriteBeforeItAnswers) {
 
 TEST_F(Zarn74sim, HangsUpWhenUnpluggedAndComesBackOnANewTerminal) {
     const std::string link = File("reader");
-    fs::create_symlink(File("nowhere"), link);
+    fs::create_symlink("/dev/pts/99999", link);
     clsRun run({"--link", link});
     run.Line();
     const clsClient former(link);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,7 @@ struct clsRecordingLogView final : clsILogView {
     void AppendLine(const std::string& time, const std::string& text, LogColor color) override {
         Text += time + Run(text, color) + "\n";
         Messages.push_back(text);
+        if (OnLine) OnLine();
     }
     void AppendText(const std::string& text, LogColor color) override { Text += Run(text, color); }
     void EndLine() override { Text += "\n"; }
@@ -28,4 +30,5 @@ struct clsRecordingLogView final : clsILogView {
 
     std::string Text;                   ///< everything
     std::vector<std::string> Messages;  ///< the texts of whole lines
+    std::function<void()> OnLine;
 };

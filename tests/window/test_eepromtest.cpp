@@ -59,6 +59,14 @@ TEST_F(EepromTest, ASecondClickCancelsTheCommandThatRuns) {
     EXPECT_EQ(view.Indicator, TestIndicator::Red);
 }
 
+TEST_F(EepromTest, ACancelBetweenTwoBlocksCountsToo) {
+    logView.OnLine = [this] {
+        if (Last() == "Write 0x0 to EEPROM 16~31 byte OK") flows.Cancel();
+    };
+    EXPECT_EQ(flows.TestEeprom(), FlowResult::Cancelled);
+    EXPECT_EQ(LastLines(2), (Texts{"Write 0x0 to EEPROM 16~31 byte OK", "Test EEPROM NG"}));
+}
+
 TEST_F(EepromTest, AWindowThatIsToCloseEndsItBehindItsBlock) {
     host.InWait = [this] {
         if (Count('C') == 40) flows.RequestClose();

@@ -34,9 +34,9 @@ enum class FMTTypes { Decimal = 0, Hexadecimal = 1, Text = 2 };
 
 /// What may be typed into a control and how a value is written into it. Texts are bytes, one a character.
 struct ValueFormat {
-    clsFixedPoint MinValue;
-    clsFixedPoint MaxValue;  ///< 0 or less: no upper limit
-    int ByteLen = 0;         ///< characters; below 1 is unlimited
+    clsFixedPoint MinValue = 0;
+    clsFixedPoint MaxValue = 0;  ///< 0 or less: no upper limit
+    int ByteLen = 0;             ///< characters; below 1 is unlimited
     FMTTypes FMTType = FMTTypes::Decimal;
     bool HaveToFixLen = false;  ///< always ByteLen characters, padded on the left with "0"
 

@@ -1,0 +1,118 @@
+// What the core costs on its own: everything read in virtual time, and a settings file's text.
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+
+#include "FullImage.h"
+#include "base/clsMemoryStore.h"
+#include "platform/clsSystemFiles.h"
+#include "protocol/ucCOMM.h"
+#include "settings/modZarn74.h"
+#include "sim/clsSimReader.h"
+#include "sim/clsSimSerialControl.h"
+#include "support/clsVirtualHost.h"
+#include "window/logic/clsConvertTable.h"
+#include "window/logic/clsSettingsFile.h"
+
+namespace {
+
+/// The program's core on a simulated reader, in time that jumps.
+struct Machine {
+    Machine() {
+        Serial.AddLine(/*number=*/1, {.Reader = &Reader, .Description = {}});
+        Comm.SetCommPort("COM1");
+        Comm.SetMSCommMode(false);
+        Settings.Attach(Comm, /*log=*/nullptr);
+    }
+    clsVirtualHost Host;
+    clsSimReader Reader{Host};
+    clsSimSerialControl Serial{Host};
+    clsMemoryStore Store;
+    ucCOMM Comm{Host, Serial, Store, "benchmark"};
+    modZarn74 Settings;
+};
+
+/// The record of the longest texts.
+ZarnInfo FullRecord() {
+    Machine machine;
+    const auto image = FullImage();
+    std::copy(image.begin(), image.end(), machine.Reader.Registers.begin());
+    machine.Comm.SetPortOpen(true);
+    ZarnInfo record;
+    machine.Settings.GetZarnInfo(record, /*quick=*/true);
+    return record;
+}
+
+void ReadEverything(benchmark::State& state, bool full, bool quick, int exchanges) {
+    Machine machine;
+    if (full) {
+        const auto image = FullImage();
+        std::copy(image.begin(), image.end(), machine.Reader.Registers.begin());
+    }
+    ZarnInfo info;
+    for (auto unused : state) {
+        machine.Comm.SetPortOpen(true);
+        const int before = machine.Reader.FramesReceived();
+        const bool good = machine.Settings.GetZarnInfo(info, quick);
+        if (!good || machine.Reader.FramesReceived() - before != exchanges) {
+            state.SkipWithError(("failed, or not made of the exchanges it should be: " +
+                                 std::to_string(machine.Reader.FramesReceived() - before))
+                                    .c_str());
+            break;
+        }
+        machine.Comm.SetPortOpen(false);  // the product name is asked for anew
+        machine.Host.Run(/*ms=*/1);
+        benchmark::DoNotOptimize(info);
+    }
+    state.counters["exchanges"] = exchanges;
+}
+BENCHMARK_CAPTURE(ReadEverything, slow, /*full=*/true, /*quick=*/false, /*exchanges=*/468)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(ReadEverything, slow_fresh, /*full=*/false, /*quick=*/false, /*exchanges=*/183)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(ReadEverything, quick, /*full=*/true, /*quick=*/true, /*exchanges=*/4)
+    ->Unit(benchmark::kMillisecond);
+
+void SettingsText(benchmark::State& state) {
+    const ZarnInfo record = FullRecord();
+    const auto rows = RowsOfRecord(record);
+    for (auto unused : state) {
+        bool lostCR = false;
+        const std::string text = clsSettingsFile::MakeText(record, rows, /*autoRead=*/false, lostCR);
+        ZarnInfo again;
+        bool autoRead = false;
+        clsSettingsParser parser(again, autoRead);
+        parser.Feed(text);
+        parser.End();
+        if (again.Convert[15].OutputText != record.Convert[15].OutputText ||
+            again.OnRemove != record.OnRemove) {
+            state.SkipWithError("the text does not give the record back");
+            break;
+        }
+    }
+}
+BENCHMARK(SettingsText)->Unit(benchmark::kMillisecond);
+
+void SettingsFileSaved(benchmark::State& state) {
+    clsSystemFiles system;
+    clsSettingsFile file(system);
+    const ZarnInfo record = FullRecord();
+    const auto rows = RowsOfRecord(record);
+    const std::string name = "saved-by-the-benchmark.txt";
+    for (auto unused : state) {
+        bool lostCR = false;
+        if (!file.SaveInfoFile(name, record, rows, /*autoRead=*/false, lostCR)) {
+            state.SkipWithError("it could not be saved here");
+            break;
+        }
+    }
+    std::remove(name.c_str());
+}
+BENCHMARK(SettingsFileSaved)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+}  // namespace
+
+BENCHMARK_MAIN();
