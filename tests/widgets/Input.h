@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QApplication>
+#include <QClipboard>
+#include <QDropEvent>
+#include <QMimeData>
+#include <QTest>
+
+/// What a user does that Qt Test has no function for.
+namespace Input {
+
+inline void Paste(QWidget& box, const QString& text) {
+    QGuiApplication::clipboard()->setText(text);
+    QTest::keyClick(&box, Qt::Key_Insert, Qt::ShiftModifier);
+}
+
+inline void Compose(QWidget& box, const QString& text) {
+    QInputMethodEvent composed;
+    composed.setCommitString(text);
+    QCoreApplication::sendEvent(&box, &composed);
+}
+
+/// Drops onto the left end of a box (or of its viewport).
+inline void Drop(QWidget& box, const QMimeData& what) {
+    QDragEnterEvent enter(QPoint(1, 5), Qt::CopyAction, &what, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(&box, &enter);
+    QDropEvent drop(QPointF(1, 5), Qt::CopyAction, &what, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(&box, &drop);
+}
+
+}  // namespace Input

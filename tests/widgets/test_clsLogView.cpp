@@ -1,0 +1,108 @@
+#include <gtest/gtest.h>
+
+#include <QScrollBar>
+#include <QTest>
+#include <QTextBlock>
+
+#include "window/clsLogView.h"
+
+namespace {
+
+class Log : public clsLogView {
+  public:
+    Log() {
+        resize(500, 200);
+        show();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(this));
+    }
+    void Write(int from, int to) {
+        for (int i = from; i < to; ++i) AppendLine("14:03:07 - ", std::to_string(i), LogColor::Black);
+        LogText();
+    }
+    [[nodiscard]] std::string Top() const { return firstVisibleBlock().text().toStdString(); }
+    [[nodiscard]] std::string Oldest() const { return document()->begin().text().toStdString(); }
+};
+
+}  // namespace
+
+TEST(clsLogView, LinesKeepTheirOrderTheirColoursAndTheirLineEnds) {
+    Log log;
+    log.AppendText("12\xE9", LogColor::Black);
+    log.AppendText("<CR>", LogColor::Blue);
+    log.EndLine();
+    log.AppendLine("14:03:07 - ", std::string("a\r\nb\0 NG", 8), LogColor::Red);
+    EXPECT_EQ(log.toPlainText(), "");  // waits for the next frame
+    QTRY_COMPARE_WITH_TIMEOUT(log.document()->blockCount(), 3, 1000);
+    EXPECT_EQ(log.LogText().toLatin1().toStdString(), "12\xE9<CR>\n14:03:07 - a<CR><LF>b<NUL> NG\n");
+    std::string colors;
+    for (auto block = log.document()->begin(); block.isValid(); block = block.next()) {
+        for (auto at = block.begin(); !at.atEnd(); ++at) {
+            colors += at.fragment().charFormat().foreground().color().name().toStdString();
+        }
+    }
+    EXPECT_EQ(colors, "#000000#0000ff#000000#ff0000");
+    log.AppendText("x", LogColor::Black);
+    log.ClearText();
+    EXPECT_EQ(log.LogText(), "");
+    log.AppendText(std::string(1000000, 'x'), LogColor::Black);
+    log.LogText();
+    EXPECT_LE(log.document()->lastBlock().length(), clsLogView::lineLength + 1);
+}
+
+TEST(clsLogView, KeepsTheNewestLinesHoweverFastTheyCome) {
+    Log log;
+    log.AppendText("unfinished", LogColor::Black);
+    log.LogText();
+    log.Write(0, 70000);  // at once
+    EXPECT_EQ(log.Oldest(), "14:03:07 - 50000");
+    log.Write(70000, 70100);
+    EXPECT_EQ(log.Oldest(), "14:03:07 - 50100");
+    EXPECT_EQ(log.document()->blockCount(), clsLogView::lineLimit + 1);
+}
+
+TEST(clsLogView, FollowsTheLastLineUnlessTheUserScrolledUp) {
+    Log log;
+    log.Write(0, 20000);
+    QScrollBar* const bar = log.verticalScrollBar();
+    EXPECT_EQ(bar->value(), bar->maximum());
+    bar->setValue(5000);
+    log.Write(20000, 20500);  // the oldest go, what is seen stays
+    EXPECT_EQ(log.Top(), "14:03:07 - 5000");
+    bar->setValue(bar->maximum());
+    log.selectAll();
+    const auto selected = log.textCursor().selectedText().size();
+    log.Write(20500, 20510);
+    EXPECT_EQ(bar->value(), bar->maximum());
+    EXPECT_LE(log.textCursor().selectedText().size(), selected);
+    EXPECT_GT(log.textCursor().selectedText().size(), selected / 2);
+}
+
+TEST(clsLogView, TellsKeysThatCarryACharacterAndIsLeftWithF6) {
+    QWidget window;
+    clsLogView log(&window);
+    QWidget next(&window);
+    next.setFocusPolicy(Qt::StrongFocus);
+    window.show();
+    log.setFocus();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    std::string told;
+    QObject::connect(&log, &clsLogView::KeyPressed, [&](quint16 code, quint16 shift) {
+        told += (shift & clsMessageLog::keyOnKeypad ? "k" : "") + std::to_string(code) + " ";
+    });
+    QTest::keyClicks(&log, "a5");
+    QTest::keyClick(&log, Qt::Key_5, Qt::KeypadModifier);
+    for (const auto key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Tab, Qt::Key_Escape, Qt::Key_Delete,
+                           Qt::Key_Left, Qt::Key_F5}) {
+        QTest::keyClick(&log, key);
+    }
+    for (const auto modifier : {Qt::ControlModifier, Qt::AltModifier, Qt::MetaModifier}) {
+        QTest::keyClick(&log, Qt::Key_B, modifier);
+    }
+    EXPECT_EQ(told, "97 53 k53 13 13 9 27 ");
+    EXPECT_TRUE(log.hasFocus());
+    QTest::keyClick(&log, Qt::Key_F6);
+    EXPECT_TRUE(next.hasFocus());
+    log.setFocus();
+    QTest::keyClick(&log, Qt::Key_Backtab, Qt::ShiftModifier);
+    EXPECT_TRUE(next.hasFocus());
+}
