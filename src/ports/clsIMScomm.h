@@ -7,7 +7,10 @@
 enum CommEventCode : int {
     CommEventSend = 1,
     CommEventReceive = 2,
+    CommEventCTS = 3,
     CommEventFrameError = 1004,
+    CommEventReceiveOverflow = 1008,
+    CommEventOutputFull = 1010,
 };
 
 /// Values of `InputMode`.

@@ -7,12 +7,23 @@
 #include "base/modText.h"
 
 namespace {
+
 constexpr int packetTime = 100;                  // ms after which a packet without terminator is cut
 constexpr std::size_t receiveLimit = 64 * 1024;  // bytes taken before the loop has its turn again
+
+// The HID control's persistent properties are at their defaults in a program.
+class clsNoProperties final : public clsIPropertyBag {
+  public:
+    [[nodiscard]] std::string ReadProperty(const std::string&, const std::string& value) const override {
+        return value;
+    }
+    void WriteProperty(const std::string&, const std::string&, const std::string&) override {}
+};
+
 }  // namespace
 
 ucCOMM::ucCOMM(clsIHost& host, clsISerialControl& serial, clsISettingsStore& store,
-               const std::string& application, bool live)
+               const std::string& application, const CommDevices& devices, bool live)
     : m_host(host),
       m_store(store),
       m_live(live),
@@ -29,6 +40,19 @@ ucCOMM::ucCOMM(clsIHost& host, clsISerialControl& serial, clsISettingsStore& sto
     m_onComm = m_ports.OnComm.Connect([this] { HandleComm(); });
     m_onLost = serial.OnLost.Connect([this] { HandleLost(); });
     AttachCommObject(m_msComm, serial, /*inFront=*/false);
+    if (devices.Hid != nullptr && devices.Loader != nullptr) {
+        m_hid.reset(new HidTransport{{host, *devices.Loader, *devices.Hid, live}, clsOrvHIDComm(host)});
+        m_hid->Control.ReadProperties(clsNoProperties());
+        m_onDevice = m_hid->Control.OnDevice.Connect(
+            [this](std::uint32_t event, const std::string& device) { HandleHidDevice(event, device); });
+        AttachCommObject(m_hid->Port, m_hid->Control, /*inFront=*/false);
+    }
+    if (devices.Notices != nullptr) {
+        m_onArrival = devices.Notices->OnDeviceArrival.Connect(
+            [this](int type, const std::string& name) { HandleArrival(type, name); });
+        m_onRemoval = devices.Notices->OnDeviceRemoveComplete.Connect(
+            [this](int type, const std::string& name) { HandleRemoval(type, name); });
+    }
     m_ports.SetInputMode(CommInputBinary);
     m_ports.SetInputLen(0);
     m_ports.SetCommPort("COM1");
@@ -41,23 +65,31 @@ void ucCOMM::AttachCommObject(clsMSComm& port, clsISerialControl& control, bool 
     m_ports.Attach(port, inFront);
 }
 
+void ucCOMM::AttachCommObject(clsOrvHIDComm& port, OrvHIDIO& control, bool inFront) {
+    port.Attach(control, m_ports.CommPortEvent());
+    m_ports.Attach(port, inFront);
+}
+
 void ucCOMM::SetCommPort(const std::string& name) {
     if (m_ports.PortOpen()) ClosePort();
     m_ports.SetCommPort(name);
 }
 
 void ucCOMM::SetPortOpen(bool value) {
-    if (value) {
-        m_ports.SetPortOpen(true);
-    } else {
+    if (!value) {
         ClosePort();
+        return;
     }
+    m_ports.SetPortOpen(true);
+    const bool onHid = m_hid && &m_ports.PortInUse() == &m_hid->Port;
+    if (onHid && m_ports.PortOpen()) m_adapterName = m_hid->Control.GetHIDVersion();
 }
 
 // The next reader on the same cable is another one: it is asked afresh for its name.
 void ucCOMM::ClosePort() {
     m_ports.SetPortOpen(false);
     m_autoScanReceive.clear();
+    m_adapterName.clear();
     m_unanswered.clear();
     m_lateReplyDue = false;
 }
@@ -122,12 +154,4 @@ void ucCOMM::Dispatch(const std::string& bytes) {
     } else {
         m_cutter.Feed(bytes, *this);
     }
-}
-
-void ucCOMM::HandleLost() {
-    if (&m_ports.PortInUse() != &m_msComm || !m_ports.PortOpen()) return;
-    const std::string name = m_ports.CommPort();
-    ClosePort();
-    std::string message = name + " is removed and closed";
-    OnPort.Raise(message, name);
 }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -12,11 +13,21 @@
 #include "base/clsHostTimer.h"
 #include "base/clsIHost.h"
 #include "base/clsISettingsStore.h"
+#include "hid/OrvHIDIO.h"
+#include "hid/clsOrvHIDComm.h"
 #include "ports/clsCommPorts.h"
 #include "ports/clsISerialControl.h"
 #include "ports/clsMSComm.h"
 #include "protocol/OrvNetFrame.h"
+#include "protocol/clsIDeviceNotices.h"
 #include "protocol/clsPacketCutter.h"
+
+/// What a comm control uses beside the serial line; what is null is not there.
+struct CommDevices {
+    clsILibraryLoader* Loader = nullptr;  ///< with Hid: readers on USB HID
+    clsIHidApi* Hid = nullptr;
+    clsIDeviceNotices* Notices = nullptr;  ///< serial ports that come and go
+};
 
 /// The comm control: frames OrvNet commands, sends them through the port in use, cuts what arrives into
 /// packets and waits for replies; on top of that the register and device commands, the search for a reader,
@@ -32,7 +43,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     /// `application` is the program's name. A control that is not `live` (inside a design tool) answers every
     /// command with nothing.
     ucCOMM(clsIHost& host, clsISerialControl& serial, clsISettingsStore& store,
-           const std::string& application, bool live = true);
+           const std::string& application, const CommDevices& devices = {}, bool live = true);
     ucCOMM(const ucCOMM&) = delete;
     ucCOMM& operator=(const ucCOMM&) = delete;
     ~ucCOMM() override;
@@ -51,6 +62,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     // -- the port -------------------------------------------------------------------------------------------
     /// Adds a transport: the adapter is given its control and the shared sink, then stands in the port set.
     void AttachCommObject(clsMSComm& port, clsISerialControl& control, bool inFront);
+    void AttachCommObject(clsOrvHIDComm& port, OrvHIDIO& control, bool inFront);
     [[nodiscard]] std::string CommPort() const { return m_ports.CommPort(); }
     void SetCommPort(const std::string& name);
     [[nodiscard]] bool PortOpen() const { return m_ports.PortOpen(); }
@@ -61,8 +73,11 @@ class ucCOMM : private clsPacketCutter::clsISink {
     /// The first field of Settings, in bits per second; writing it keeps the other three.
     [[nodiscard]] std::int32_t BaudRate() const;
     void SetBaudRate(std::int32_t rate);
-    /// True for every port that is not on USB HID.
+    /// True for every port that is not on USB HID; for one that is, what the HID control says.
     [[nodiscard]] bool CommPort_IsBaudrateSupported(const std::string& name) const;
+    /// The name of the USB adapter behind the open port, asked once when it opened; empty where there is
+    /// none.
+    [[nodiscard]] const std::string& AdapterName() const { return m_adapterName; }
 
     // -- the command engine ---------------------------------------------------------------------------------
     static std::uint8_t CalcChkSum(const std::string& text, std::int32_t count) {
@@ -146,12 +161,16 @@ class ucCOMM : private clsPacketCutter::clsISink {
         std::uint32_t Generation = 0;
     };
     enum class ScanResult { NotFound, Found, Cancelled };
+    /// The HID transport: the control and the port that presents it.
+    struct HidTransport {
+        OrvHIDIO Control;
+        clsOrvHIDComm Port;
+    };
 
     // receiving
     void HandleComm();
     void Receive();
     void Dispatch(const std::string& bytes);
-    void HandleLost();
     void ClosePort();
     // clsPacketCutter::clsISink
     void CutChar(std::uint8_t byte) override { OnChar.Raise(byte); }
@@ -159,6 +178,13 @@ class ucCOMM : private clsPacketCutter::clsISink {
     void PacketGrew() override { m_timerOnPacket.Restart(); }
     void ReplyComplete() override;
     [[nodiscard]] bool CommandWaiting() const override { return m_waiting; }
+
+    // ports that come and go
+    void HandleArrival(int type, const std::string& name);
+    void HandleRemoval(int type, const std::string& name);
+    void HandleLost();
+    void HandleHidDevice(std::uint32_t event, const std::string& device);
+    void RaiseOnPort(const std::string& name, const char* what);
 
     // engine
     std::string Exchange(const std::string& command, bool txChkSum, bool rxChkSum, std::int32_t timeout);
@@ -180,6 +206,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     const bool m_live;
     clsCommPorts m_ports;
     clsMSComm m_msComm;
+    std::unique_ptr<HidTransport> m_hid;  // null where the program has none
 
     clsPacketCutter m_cutter;
     clsHostTimer m_timerOnPacket;
@@ -203,7 +230,12 @@ class ucCOMM : private clsPacketCutter::clsISink {
     std::uint32_t m_endTime = 0;
     std::uint32_t m_cancelGeneration = 0;
     std::string m_autoScanReceive;
+    std::string m_adapterName;
+    std::string m_lostPort;  // reported by the open line itself; its removal notice is still to come
 
     clsConnection m_onComm;
     clsConnection m_onLost;
+    clsConnection m_onDevice;
+    clsConnection m_onArrival;
+    clsConnection m_onRemoval;
 };

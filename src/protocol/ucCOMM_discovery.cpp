@@ -26,7 +26,9 @@ std::vector<std::int32_t> BaudOrder(const std::string& list, std::int32_t lastBa
 
 }  // namespace
 
-bool ucCOMM::CommPort_IsBaudrateSupported(const std::string&) const { return true; }
+bool ucCOMM::CommPort_IsBaudrateSupported(const std::string& name) const {
+    return !m_hid || !m_hid->Port.IsMyCommPort(name) || m_hid->Control.IsBaudrateSupported();
+}
 
 ucCOMM::ScanPlan ucCOMM::MakeScanPlan(const std::string& pattern, bool noAddress,
                                       const std::string& baudRates) const {

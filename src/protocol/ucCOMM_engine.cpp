@@ -24,6 +24,7 @@ void ucCOMM::SetOrvNetTimeout(std::int32_t value) {
 void ucCOMM::CancelCommand() {
     m_abort = true;
     ++m_cancelGeneration;
+    if (m_hid) m_hid->Control.CancelHIDCommand();
 }
 
 std::string ucCOMM::SendOrvNetCMD(const std::string& szCMD, bool bTxChkSum, bool bRxChkSum,

@@ -84,7 +84,7 @@ TEST_F(Engine, AClosedPortOrADeadControlAnswersWithNothing) {
     EXPECT_EQ(comm.SendOrvNetCMD("V", /*bTxChkSum=*/false, /*bRxChkSum=*/false), "");
     EXPECT_EQ(Errors, Texts{"SendOrvNetCMD - Port is Close!"});
 
-    ucCOMM designed(host, serial, store, "zarn74", /*live=*/false);
+    ucCOMM designed(host, serial, store, "zarn74", {}, /*live=*/false);
     designed.SetPortOpen(true);
     int errors = 0;
     const auto onError = designed.OnError.Connect([&](const std::string&) { ++errors; });

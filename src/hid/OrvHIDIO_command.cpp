@@ -1,0 +1,173 @@
+// The HID control's commands: adapter packets and OrvNet frames, one at a time.
+
+#include <algorithm>
+
+#include "base/clsScopeGuard.h"
+#include "base/modText.h"
+#include "hid/OrvHIDIO.h"
+#include "protocol/OrvNetFrame.h"
+
+namespace {
+
+constexpr char ack = 0x06;
+constexpr char nak = 0x15;
+constexpr char codeNotSupported = 4;
+constexpr std::size_t headerSize = 2;  // status or code, then the number of bytes that follow
+constexpr std::size_t mostData = 255;
+constexpr std::int32_t firstByteTime = 1000;  // ms
+constexpr std::int32_t pieceTime = 150;       // ms between the pieces of an answer
+constexpr std::int32_t dumpPieceTime = 250;   // ms; an image comes in many pieces
+
+}  // namespace
+
+int OrvHIDIO::Waiting(Channel channel) {
+    return channel == Channel::Control ? m_api.BytesToReadCtrl(m_handle) : m_api.BytesToRead(m_handle);
+}
+
+std::string OrvHIDIO::TakeAll(Channel channel) {
+    const int count = Waiting(channel);
+    if (count <= 0) return {};
+    return channel == Channel::Control ? m_api.ReadCtrl(m_handle, count) : m_api.Read(m_handle, count);
+}
+
+bool OrvHIDIO::Put(Channel channel, const std::string& bytes) {
+    return channel == Channel::Control ? m_api.WriteCtrl(m_handle, bytes) : m_api.Write(m_handle, bytes);
+}
+
+void OrvHIDIO::Discard(Channel channel) {
+    if (channel == Channel::Control) {
+        m_api.DiscardReadCtrlBuffer(m_handle);
+    } else {
+        m_api.DiscardReadBuffer(m_handle);
+    }
+}
+
+void OrvHIDIO::CancelHIDCommand() {
+    m_cancel = true;
+    ++m_cancelGeneration;
+}
+
+bool OrvHIDIO::MayStart() { return !m_busy && PortOpen(); }
+
+// Hands every piece that arrives to `take` until that says True, the time is over or a cancel comes. While it
+// waits, the library's events and any handler of the program may run; m_busy and m_orvNetActive keep the
+// former from taking the answer and the latter from starting another command.
+template <class Take>
+void OrvHIDIO::Receive(Channel channel, std::int32_t pieceTimeout, Take take) {
+    if (!m_timer) m_timer.emplace(m_host);
+    m_timer->SetTimeout(firstByteTime);
+    m_cancel = false;
+    while (!m_timer->IsTimeout() && !m_cancel) {
+        const std::string piece = TakeAll(channel);
+        if (!piece.empty()) {
+            m_timer->SetTimeout(pieceTimeout);
+            if (take(piece)) return;
+            continue;
+        }
+        m_host.WaitEvents(1);
+    }
+}
+
+// Sends a packet and collects the answer. True when it was complete and acknowledged; `answerLength` is what
+// the answer's own length announces, header included.
+bool OrvHIDIO::AdapterExchange(const std::string& packet, std::string& received, std::size_t& answerLength) {
+    m_busy = true;
+    const clsScopeGuard idle([this] { m_busy = false; });
+    m_notSupported = false;
+    m_nak = false;
+    received.clear();
+    answerLength = 0;
+    Discard(Channel::Control);
+    if (!Put(Channel::Control, packet)) return false;
+    bool complete = false;
+    Receive(Channel::Control, pieceTime, [&](const std::string& piece) {
+        received += piece;
+        if (received.size() < headerSize) return false;
+        answerLength = headerSize + static_cast<unsigned char>(received[1]);
+        complete = received.size() >= answerLength;
+        return complete;
+    });
+    if (!complete) return false;
+    m_nak = received[0] == nak;
+    m_notSupported = m_nak && answerLength > headerSize && received[headerSize] == codeNotSupported;
+    return received[0] == ack;
+}
+
+bool OrvHIDIO::SendHIDCMD(std::uint8_t code, const std::string& data, std::string& answer) {
+    ++m_nesting;
+    const clsScopeGuard leave([this] { --m_nesting; });
+    if (!m_tarkaCmdSetEnabled || data.size() > mostData || !MayStart()) return false;
+    std::string received;
+    std::size_t length = 0;
+    const bool result = AdapterExchange(
+        std::string{static_cast<char>(code), static_cast<char>(data.size())} + data, received, length);
+    answer = received.size() > headerSize ? received.substr(headerSize, length - headerSize) : std::string();
+    return result;
+}
+
+bool OrvHIDIO::SendHIDRawCmd(const std::string& bytes, std::string& answer) {
+    ++m_nesting;
+    const clsScopeGuard leave([this] { --m_nesting; });
+    if (!m_tarkaCmdSetEnabled || !MayStart()) return false;
+    std::size_t length = 0;
+    return AdapterExchange(bytes, answer, length);
+}
+
+bool OrvHIDIO::SendHIDOrvNetCmd(const std::string& command, bool addChecksum, std::string& answer,
+                                bool checkChecksum) {
+    ++m_nesting;
+    const clsScopeGuard leave([this] { --m_nesting; });
+    if (!MayStart()) return false;
+    m_busy = true;
+    m_orvNetActive = !m_controlMode;
+    m_nak = false;
+    const clsScopeGuard idle([this] {
+        m_orvNetActive = false;
+        m_busy = false;
+    });
+    const Channel channel = CommandChannel();
+    Discard(channel);
+    if (!Put(channel, OrvNetFrame::BuildFrame(command, addChecksum))) return false;
+    std::string reply;
+    bool begun = false;
+    bool complete = false;
+    Receive(channel, pieceTime, [&](const std::string& piece) {
+        for (const char byte : piece) {
+            if (byte == OrvNetFrame::STX) {
+                reply.clear();
+                begun = true;
+            } else if (byte == OrvNetFrame::CR) {
+                complete = begun;
+                if (complete) break;
+            } else {
+                reply += byte;
+            }
+        }
+        return complete;
+    });
+    if (!begun) reply.clear();
+    answer = reply;
+    if (!complete) return false;
+    return !checkChecksum || reply.size() <= 2 || !OrvNetFrame::CheckReply(reply).empty();
+}
+
+bool OrvHIDIO::SendHIDOrvNetDumpCmd(std::span<std::uint8_t> image) {
+    if (!MayStart()) return false;
+    m_busy = true;
+    m_orvNetActive = !m_controlMode;
+    const clsScopeGuard idle([this] {
+        m_orvNetActive = false;
+        m_busy = false;
+    });
+    const Channel channel = CommandChannel();
+    Discard(channel);
+    if (!Put(channel, {OrvNetFrame::STX, 'Y', OrvNetFrame::CR})) return false;
+    std::string received;
+    Receive(channel, dumpPieceTime, [&](const std::string& piece) {
+        received += piece;
+        return received.size() >= image.size();
+    });
+    if (received.size() < image.size()) return false;
+    std::copy_n(received.begin(), image.size(), image.begin());
+    return true;
+}

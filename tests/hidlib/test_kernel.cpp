@@ -1,0 +1,241 @@
+// The library as it is shipped, over a kernel that umockdev plays: its devices are entries below a false
+// /sys, its nodes are pseudo-terminals whose other ends are read and written here.
+#include <linux/hidraw.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <umockdev.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <fstream>
+
+#include "HidLib.h"
+
+namespace {
+
+using namespace std::string_literals;
+using Clock = std::chrono::steady_clock;
+
+const std::string vendorDescriptor =
+    "\x06\x00\xFF\x09\x01\xA1\x01\x15\x00\x26\xFF\x00\x75\x08\x95\x07\x85\x01\x81\x02"
+    "\x91\x02\x85\x02\x81\x02\xB1\x02\xC0"s;
+const std::string keyboardDescriptor = "\x05\x01\x09\x06\xA1\x01\x75\x08\x95\x08\x81\x02\xC0"s;
+constexpr char uhid[] = "/devices/virtual/misc/uhid";
+
+class HidKernel : public testing::Test {
+  protected:
+    void SetUp() override {
+        const char* const preloaded = std::getenv("LD_PRELOAD");
+        if (preloaded == nullptr || std::string_view(preloaded).find("umockdev") == std::string_view::npos)
+            GTEST_SKIP() << "needs umockdev-wrapper";
+        m_bed = umockdev_testbed_new();
+    }
+    void TearDown() override {
+        if (m_bed != nullptr) g_object_unref(m_bed);
+    }
+
+    // A device entry: its path below /sys, its subsystem, then further lines of umockdev's format.
+    void Entry(const std::string& path, const std::string& subsystem, const std::string& more) {
+        const std::string text = "P: " + path + "\nE: SUBSYSTEM=" + subsystem + "\n" + more + "\n";
+        GError* error = nullptr;
+        EXPECT_TRUE(umockdev_testbed_add_from_string(m_bed, text.c_str(), &error)) << error->message << "\n"
+                                                                                   << text;
+    }
+    static std::string Hex(const std::string& bytes) {
+        std::string text;
+        for (const char byte : bytes) {
+            char digits[3];
+            std::snprintf(digits, sizeof digits, "%02X", static_cast<unsigned char>(byte));
+            text += digits;
+        }
+        return text;
+    }
+    // A HID device below `parent`, with its node. Returns the node's path below /sys.
+    std::string Hid(const std::string& parent, int node, const std::string& descriptor = vendorDescriptor,
+                    const std::string& product = "00000005") {
+        const std::string number = std::to_string(node);
+        const std::string hid = parent + "/0003:2E91:0005.000" + number;
+        Entry(hid, "hid",
+              "E: HID_ID=0003:00002E91:" + product + "\nE: HID_NAME=Made here " + number + "\nE: HID_UNIQ=U" +
+                  number + "\nH: report_descriptor=" + Hex(descriptor) + "\n");
+        const std::string raw = hid + "/hidraw/hidraw" + number;
+        Entry(raw, "hidraw",
+              "N: hidraw" + number + "\nE: DEVNAME=/dev/hidraw" + number +
+                  "\nE: MAJOR=247\nE: MINOR=" + number + "\n");
+        UMockdevIoctlBase* const ioctls = umockdev_ioctl_base_new();
+        g_signal_connect(ioctls, "handle-ioctl", G_CALLBACK(&HidKernel::Ioctl), this);
+        EXPECT_TRUE(umockdev_testbed_attach_ioctl(m_bed, ("/dev/hidraw" + number).c_str(), ioctls, nullptr));
+        g_object_unref(ioctls);
+        return "/sys" + raw;
+    }
+    void Tell(const std::string& path, const char* action) {
+        umockdev_testbed_uevent(m_bed, path.c_str(), action);
+    }
+    void Remove(const std::string& path) {
+        Tell(path, "remove");
+        umockdev_testbed_remove_device(m_bed, path.c_str());
+    }
+
+    // Answers the calls that need more than a terminal; on umockdev's own thread.
+    static gboolean Ioctl(UMockdevIoctlBase*, UMockdevIoctlClient* client, HidKernel* self) {
+        const auto request = static_cast<std::uint32_t>(umockdev_ioctl_client_get_request(client));
+        const auto give = [&](const void* bytes, std::size_t offset, std::size_t size, int result) {
+            UMockdevIoctlData* const data = umockdev_ioctl_data_resolve(umockdev_ioctl_client_get_arg(client),
+                                                                        0, _IOC_SIZE(request), nullptr);
+            std::vector<guint8> copy(static_cast<const guint8*>(bytes),
+                                     static_cast<const guint8*>(bytes) + size);
+            umockdev_ioctl_data_update(data, offset, copy.data(), static_cast<gint>(size));
+            umockdev_ioctl_client_complete(client, result, 0);
+            umockdev_ioctl_data_unref(data);
+            return TRUE;
+        };
+        const auto size = static_cast<std::uint32_t>(self->Descriptor.size());
+        if (request == HIDIOCGRDESCSIZE) return give(&size, 0, sizeof size, 0);
+        if (request == HIDIOCGRDESC) return give(self->Descriptor.data(), 4, size, 0);
+        if (request == HIDIOCGFEATURE(8)) return give("\x02\x02ok", 0, 4, 8);
+        if (request == HIDIOCGINPUT(8)) {
+            umockdev_ioctl_client_complete(client, -1, ENODEV);
+            return TRUE;
+        }
+        return FALSE;
+    }
+
+    int Node() { return umockdev_testbed_get_dev_fd(m_bed, "/dev/hidraw0"); }
+    std::string FromNode(std::size_t size) {
+        std::string bytes(size, '\0');
+        pollfd waiting{Node(), POLLIN, 0};
+        EXPECT_EQ(poll(&waiting, 1, /*timeout=*/5000), 1);
+        bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(read(Node(), bytes.data(), size), 0)));
+        return bytes;
+    }
+    void ToNode(const std::string& bytes) {
+        EXPECT_EQ(write(Node(), bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    }
+
+    std::string Descriptor = vendorDescriptor;
+    UMockdevTestbed* m_bed = nullptr;
+    LoadedLibrary m_library{ORVHID_REAL};
+};
+
+TEST_F(HidKernel, ADeviceWithoutUsbParentIsListedOpenedAndTalkedTo) {
+    Hid(uhid, 0);
+    Hid(uhid, 1, vendorDescriptor, "00000006");  // not accepted
+    HidHandle hid(m_library);
+    ASSERT_EQ(m_library.orvhidNumberOfDevice(hid.Id), 1);
+    EXPECT_EQ(hid.Name(0), R"(\\?\hid#vid_2e91&pid_0005#hidraw0)");
+    EXPECT_EQ(hid.Text(m_library.orvhidEnumDevice, 0), "/dev/hidraw0 Made here 0");
+    EXPECT_EQ(hid.Text(m_library.orvhidGetDeviceManufacturer, "HID1"), "");
+    EXPECT_EQ(hid.Text(m_library.orvhidGetDeviceSerialNumber, "HID1"), "U0");
+    EXPECT_EQ(m_library.orvhidGetDeviceAccess(hid.Id, "HID1"), 0);
+    ASSERT_EQ(m_library.orvhidOpen(hid.Id, hid.Name(0).c_str()), 1);
+
+    EXPECT_TRUE(hid.Write("\x02V\r"));
+    EXPECT_EQ(FromNode(8), "\x01\x03\x02V\r\0\0\0"s);
+    EXPECT_TRUE(hid.UntilEvent(2));
+    ToNode("\x01\x03"s + "abc\0\0\0"s);
+    EXPECT_EQ(hid.Read(3), "abc");
+    ToNode("\x02\x02"s + "de\0\0\0\0"s);
+    EXPECT_EQ(hid.ReadCtrl(2), "de");
+    std::uint8_t report[8]{2};
+    EXPECT_EQ(m_library.orvhidGetFeature(hid.Id, report, 8), 8);
+    EXPECT_EQ(std::string(report, report + 4), "\x02\x02ok");
+    EXPECT_EQ(m_library.orvhidSetFeature(hid.Id, report, 8), 0) << "the device refuses it";
+    EXPECT_EQ(m_library.orvhidIsOpen(hid.Id), 1);
+    EXPECT_EQ(m_library.orvhidGetInputReport(hid.Id, report, 8), 0) << "the device has gone";
+    EXPECT_TRUE(hid.UntilEvent(18));
+    EXPECT_EQ(m_library.orvhidIsOpen(hid.Id), 0);
+}
+
+TEST_F(HidKernel, AnEmptyOrBrokenDescriptorDoesNotOpen) {
+    Hid(uhid, 0);
+    HidHandle hid(m_library);
+    for (const std::string& descriptor : {""s, "\xFE"s, keyboardDescriptor.substr(0, 7)}) {
+        Descriptor = descriptor;
+        EXPECT_EQ(m_library.orvhidOpen(hid.Id, "HID1"), 0);
+    }
+}
+
+TEST_F(HidKernel, OfAUsbDeviceTheStringsAreReadAndTheKeyboardIsLeftOut) {
+    const std::string usb = "/devices/pci0000:00/usb1/1-2";
+    const std::string descriptors =
+        "\x12\x01\x00\x02\x00\x00\x00\x08\x91\x2E\x05\x00\x00\x01\x01\x02\x03\x01"  // strings 1, 2, 3
+        "\x09\x02\x3B\x00\x02\x01\x00\xA0\x32"
+        "\x09\x04\x00\x00\x01\x03\x01\x01\x00"
+        "\x09\x04\x01\x00\x01\x03\x00\x00\x05"s;  // interface 1 has string 5
+    Entry(usb, "usb",
+          "E: DEVTYPE=usb_device\nA: idVendor=2e91\nA: idProduct=0005\nA: bNumInterfaces= 3\n"
+          "A: manufacturer=Fa\xC3\xA7"
+          "ade\nA: product=T\xE2\x82\xACrka\nH: descriptors=" +
+              Hex(descriptors) + "\n");
+    std::string serial = "\xFF\x01x";  // is no UTF-8
+    umockdev_testbed_set_attribute_binary(m_bed, ("/sys" + usb).c_str(), "serial",
+                                          reinterpret_cast<guint8*>(serial.data()), 3);
+    const struct {
+        int Number;
+        const char* Protocol;
+        const std::string& Descriptor;
+    } interfaces[] = {
+        {0, "01", vendorDescriptor}, {1, "00", vendorDescriptor}, {2, "00", keyboardDescriptor}};
+    for (const auto& row : interfaces) {
+        const std::string path = usb + "/1-2:1." + std::to_string(row.Number);
+        Entry(path, "usb",
+              "E: DEVTYPE=usb_interface\nA: bInterfaceNumber=0" + std::to_string(row.Number) +
+                  "\nA: bInterfaceProtocol=" + row.Protocol + "\nA: interface=Data\n");
+        Hid(path, row.Number, row.Descriptor);
+    }
+    HidHandle hid(m_library);
+    ASSERT_EQ(m_library.orvhidNumberOfDevice(hid.Id), 1) << "neither the boot keyboard nor the other one";
+    EXPECT_EQ(hid.Name(0), R"(\\?\hid#vid_2e91&pid_0005#1-2:1.1)");
+    EXPECT_EQ(hid.Text(m_library.orvhidGetDeviceFile, "HID1"), "/dev/hidraw1");
+    EXPECT_EQ(hid.Text(m_library.orvhidGetDeviceManufacturer, "HID1"),
+              "Fa\xE7"
+              "ade");
+    EXPECT_EQ(hid.Text(m_library.orvhidGetDeviceProduct, "HID1"), "T?rka");
+    EXPECT_EQ(hid.Text(m_library.orvhidGetDeviceSerialNumber, "HID1"), "\xFF\x01x");
+    ASSERT_EQ(m_library.orvhidOpen(hid.Id, "HID1"), 1);
+    const std::pair<int, std::string> strings[] = {{0, ""},
+                                                   {1,
+                                                    "Fa\xE7"
+                                                    "ade"},
+                                                   {2, "T?rka"},
+                                                   {3, "\xFF\x01x"},
+                                                   {4, ""},
+                                                   {5, "Data"},
+                                                   {-1, ""}};
+    for (const auto& [index, text] : strings)
+        EXPECT_EQ(hid.Text(m_library.orvhidGetIndexedString, index), text) << index;
+}
+
+TEST_F(HidKernel, ArrivalAndRemovalAreReportedAtOnce) {
+    HidHandle hid(m_library);
+    std::vector<double> arrivals;
+    std::vector<double> removals;
+    const auto ms = [](Clock::time_point since) {
+        return std::chrono::duration<double, std::milli>(Clock::now() - since).count();
+    };
+    for (int i = 0; i < 20; ++i) {
+        const std::string path = Hid(uhid, i);
+        const auto plugged = Clock::now();
+        Tell(path, "add");
+        ASSERT_TRUE(hid.UntilEvent(16));
+        arrivals.push_back(ms(plugged));
+        const bool open = i % 2 == 0;
+        ASSERT_EQ(m_library.orvhidOpen(hid.Id, open ? "HID1" : "HID2"), open ? 1 : 0);
+        const auto pulled = Clock::now();
+        Remove(path);
+        ASSERT_TRUE(hid.UntilEvent(open ? 18 : 17));
+        removals.push_back(ms(pulled));
+        EXPECT_EQ(hid.Events.size(), 2U);
+        EXPECT_EQ(hid.Events[0].Name, hid.Events[1].Name);
+        hid.Events.clear();
+    }
+    for (auto* const list : {&arrivals, &removals}) {
+        std::ranges::sort(*list);
+        std::printf("%s reported: median %.1f ms, worst %.1f ms\n", list == &arrivals ? "arrival" : "removal",
+                    (*list)[10], list->back());
+        EXPECT_LT(list->back(), 300);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,124 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "hidlib/ReportDescriptor.h"
+#include "hidlib/ReportLayout.h"
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+Bytes operator+(Bytes left, const Bytes& right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
+const Bytes vendor{0x06, 0x00, 0xFF, 0x09, 0x01, 0xA1, 0x01};
+const Bytes keyboard{0x05, 0x01, 0x09, 0x06, 0xA1, 0x01};
+const Bytes bytes64{0x75, 0x08, 0x95, 0x40};
+const Bytes input{0x81, 0x02};
+const Bytes output{0x91, 0x02};
+const Bytes feature{0xB1, 0x02};
+const Bytes end{0xC0};
+
+// "id:input/output/feature" of every report, or why there is none.
+std::string Sizes(const Bytes& descriptor) {
+    const auto parsed = ParseReportDescriptor(descriptor);
+    if (!parsed) return "nonsense";
+    std::string text = parsed->Keyboard ? "keyboard" : "";
+    for (const auto& [id, sizes] : parsed->Reports)
+        text += " " + std::to_string(id) + ":" + std::to_string(sizes.Input) + "/" +
+                std::to_string(sizes.Output) + "/" + std::to_string(sizes.Feature);
+    return text;
+}
+
+TEST(ReportDescriptors, SizesComeFromTheMainItemsWhateverElseIsInThere) {
+    const struct {
+        const char* What;
+        Bytes Descriptor;
+        const char* Sizes;
+    } rows[] = {
+        {"nothing", {}, ""},
+        {"no ids", vendor + bytes64 + input + output + end, " 0:64/64/0"},
+        {"a feature report", vendor + bytes64 + feature + end, " 0:0/0/64"},
+        {"two ids",
+         vendor + bytes64 + Bytes{0x85, 1} + input + output + Bytes{0x85, 2, 0x95, 8} + input + end,
+         " 1:64/64/0 2:8/0/0"},
+        {"fields of one report add up, bits round up",
+         vendor + Bytes{0x75, 1, 0x95, 3} + input + Bytes{0x95, 6} + input + end, " 0:2/0/0"},
+        {"push and pop", vendor + bytes64 + Bytes{0xA4, 0x95, 2} + input + Bytes{0xB4} + output + end,
+         " 0:2/64/0"},
+        {"a long item is stepped over", vendor + Bytes{0xFE, 2, 0x10, 0x81, 0x81} + bytes64 + input + end,
+         " 0:64/0/0"},
+        {"counts of four bytes", vendor + Bytes{0x75, 8, 0x97, 0x00, 0x01, 0, 0} + input + end, " 0:256/0/0"},
+        {"a keyboard", keyboard + bytes64 + input + end, "keyboard 0:64/0/0"},
+        {"a keyboard with the vendor's own beside it", keyboard + end + vendor + bytes64 + input + end,
+         " 0:64/0/0"},
+        {"a keyboard inside another collection", vendor + keyboard + bytes64 + input + end + end,
+         " 0:64/0/0"},
+        {"broken off inside an item", vendor + Bytes{0x96, 0x40}, "nonsense"},
+        {"broken off inside a long item", Bytes{0xFE, 9, 0}, "nonsense"},
+        {"more ends than collections", vendor + end + end, "nonsense"},
+        {"pop of nothing", Bytes{0xB4}, "nonsense"},
+        {"push without end", Bytes(40, 0xA4), "nonsense"},
+        {"report id 0", Bytes{0x85, 0}, "nonsense"},
+        {"a report id of two bytes", Bytes{0x86, 0, 1}, "nonsense"},
+        {"a report longer than any", vendor + Bytes{0x75, 8, 0x96, 0x01, 0x40} + input + end, "nonsense"},
+        {"sizes that wrap around", vendor + Bytes{0x77, 255, 255, 255, 255, 0x97, 255, 255, 255, 255} + input,
+         "nonsense"},
+    };
+    for (const auto& row : rows) EXPECT_EQ(Sizes(row.Descriptor), row.Sizes) << row.What;
+}
+
+TEST(ReportDescriptors, AnyPrefixAndAnyChangedByteIsReadWithoutHarm) {
+    const Bytes whole =
+        vendor + bytes64 + Bytes{0x85, 1} + input + output + Bytes{0x85, 2} + input + output + end;
+    int read = 0;
+    for (std::size_t at = 0; at < whole.size(); ++at)
+        for (int value = 0; value < 256; ++value) {
+            Bytes changed(whole.begin(), whole.end());
+            changed[at] = static_cast<std::uint8_t>(value);
+            for (const auto length : {at, whole.size()})
+                if (const auto parsed = ParseReportDescriptor({changed.data(), length})) {
+                    EXPECT_LE(LayoutOf(*parsed).DataOut.Size, longestReport);
+                    ++read;
+                }
+        }
+    EXPECT_GT(read, 1000);
+}
+
+TEST(ReportLayouts, ChannelsLieWhereTheDescriptorHasRoomForThem) {
+    const auto text = [](const Bytes& descriptor) {
+        const ReportLayout layout = LayoutOf(*ParseReportDescriptor(descriptor));
+        const auto lane = [](const ReportLane& one) {
+            return std::to_string(one.Id) + ":" + std::to_string(one.Capacity()) + " ";
+        };
+        return lane(layout.DataIn) + lane(layout.DataOut) + lane(layout.ControlIn) + lane(layout.ControlOut) +
+               (layout.ControlByFeature ? "feature" : "reports");
+    };
+    const Bytes ids = vendor + bytes64 + Bytes{0x85, 1} + input + output;
+    EXPECT_EQ(text(ids + Bytes{0x85, 2} + input + output), "1:63 1:63 2:63 2:63 reports");
+    EXPECT_EQ(text(ids + Bytes{0x85, 2} + output), "1:63 1:63 2:0 2:63 reports");
+    EXPECT_EQ(text(ids + Bytes{0x85, 2} + feature), "1:63 1:63 2:63 2:63 feature");
+    EXPECT_EQ(text(ids), "1:63 1:63 2:0 2:0 feature");
+    EXPECT_EQ(text(vendor + bytes64 + input + output + feature), "0:63 0:63 0:63 0:63 feature");
+    EXPECT_EQ(text(vendor + Bytes{0x75, 8, 0x96, 0, 2} + input + output), "0:255 0:255 0:0 0:0 feature");
+    EXPECT_FALSE(LayoutOf(*ParseReportDescriptor(vendor + Bytes{0x75, 8, 0x95, 1} + input)).Usable());
+}
+
+TEST(ReportLayouts, AFeatureAnswerBeginsBehindItsIdWhereThereIsOne) {
+    const auto open = [](const ReportLane& lane, const Bytes& report) {
+        const auto answer = OpenFeature(lane, report);
+        return std::string(answer.begin(), answer.end());
+    };
+    const ReportLane plain{0, 4};
+    const ReportLane numbered{2, 4};
+    EXPECT_EQ(open(plain, {0, 2, 'a', 'b', 0}), "ab") << "as USB gives it";
+    EXPECT_EQ(open(plain, {2, 'a', 'b', 0}), "ab") << "as others give it";
+    EXPECT_EQ(open(numbered, {2, 2, 'a', 'b', 0}), "ab");
+    EXPECT_EQ(open(numbered, {2, 9, 'a'}), "a") << "a length that lies";
+    EXPECT_EQ(open(numbered, {}), "");
+}
+
+}  // namespace
