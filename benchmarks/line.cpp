@@ -91,6 +91,7 @@ int main(int argc, char** argv) {
         const auto image = FullImage();
         return std::fwrite(image.data(), 1, image.size(), stdout) == image.size() ? 0 : 1;
     }
+    setenv("QT_NO_GLIB", "1", /*overwrite=*/1);  // as zarn74ctl does
     const QCoreApplication application(argc, argv);
     if (words.size() == 3 && words[0] == "exchange" && std::atoi(words[2].c_str()) > 0) {
         Program program(words[1]);

@@ -190,8 +190,9 @@ void clsQtSerialControl::PullIn() const {
     if (count > 0) Store(bytes.data(), static_cast<std::size_t>(count));
 }
 
+// Whoever sees that something is there takes it and asks again; the kernel is asked when nothing is.
 int clsQtSerialControl::InBufferCount() const {
-    PullIn();
+    if (m_input.empty()) PullIn();
     return static_cast<int>(m_input.size());
 }
 

@@ -1,7 +1,10 @@
 #include "widgets/TextBoxEx.h"
 
+#include <QContextMenuEvent>
+#include <QHash>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QMimeData>
 #include <QPainter>
 #include <QStyleOptionFrame>
@@ -259,6 +262,18 @@ void TextBoxEx::inputMethodEvent(QInputMethodEvent* event) {
     for (const char c : typed) InsertCharacter(static_cast<unsigned char>(c));
     QInputMethodEvent rest(event->preeditString(), event->attributes());
     QTextEdit::inputMethodEvent(&rest);
+}
+
+void TextBoxEx::contextMenuEvent(QContextMenuEvent* event) {
+    QMenu* const menu = createStandardContextMenu();
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    // The usual keys that it shows insert control characters here.
+    const QHash<QString, QString> keys{
+        {"edit-cut", "\tShift+Del"}, {"edit-copy", "\tCtrl+Ins"}, {"edit-paste", "\tShift+Ins"}};
+    for (QAction* const action : menu->actions()) {
+        action->setText(action->text().section(u'\t', 0, 0) + keys.value(action->objectName()));
+    }
+    menu->popup(event->globalPos());
 }
 
 void TextBoxEx::changeEvent(QEvent* event) {
