@@ -7,11 +7,15 @@
 
 namespace ProgramFiles {
 
-std::string ProgramFolder() {
+std::string ProgramFile() {
     char path[PATH_MAX];
     const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
-    if (length <= 0) return ".";
-    const std::string program(path, static_cast<std::size_t>(length));
+    return length <= 0 ? std::string() : std::string(path, static_cast<std::size_t>(length));
+}
+
+std::string ProgramFolder() {
+    const std::string program = ProgramFile();
+    if (program.empty()) return ".";
     const auto slash = program.rfind('/');
     return slash == 0 ? "/." : program.substr(0, slash);
 }

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "base/clsHostTimer.h"
+#include "ports/clsIPortDirectory.h"
+#include "protocol/clsIDeviceNotices.h"
+
+struct udev;
+struct udev_monitor;
+
+/// Serial ports that come and go, as the system's device manager tells it, under their COM names. Where that
+/// does not run, the ports are looked up once a second. What was there at the start is not told. Built by
+/// main; host and directory outlive it.
+class clsDeviceNotices final : public clsIDeviceNotices {
+  public:
+    clsDeviceNotices(clsIHost& host, const clsIPortDirectory& ports);
+    ~clsDeviceNotices() override;
+
+    /// Whether the ports are looked up once a second.
+    [[nodiscard]] bool Polls() const { return m_monitor == nullptr; }
+
+  private:
+    /// COM names by device file, links resolved.
+    using Known = std::map<std::string, std::string>;
+    [[nodiscard]] Known Present() const;
+    bool OpenMonitor();
+    void TakeNotices();
+    void Compare();
+    void Remove(const std::string& device);
+    void Add(const std::string& device, const Known& present);
+
+    clsIHost& m_host;
+    const clsIPortDirectory& m_ports;
+    udev* m_udev = nullptr;
+    udev_monitor* m_monitor = nullptr;
+    clsHostTimer m_poll;
+    Known m_known;
+    clsConnection m_watch;
+};
