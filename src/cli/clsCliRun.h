@@ -52,6 +52,7 @@ class clsCliRun {
     int Connect();
     bool OpenAtRate(const std::string& name);
     std::string PortName();
+    void SayWhyNotOpen(const std::string& name);
     [[nodiscard]] int ExitOf(FlowResult result) const;
     [[nodiscard]] int ExitOf(bool done) const;
     bool Logged(const char* operation, bool done);
