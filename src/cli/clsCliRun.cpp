@@ -33,6 +33,18 @@ std::string BothWays(int number, int digits) {
     return std::to_string(number) + " (0x" + modText::Hex(static_cast<std::uint32_t>(number), digits) + ")";
 }
 
+// Whether ports may come and go before the command ends.
+bool TakesTime(CliCommand command) {
+    switch (command) {
+        case CliCommand::Read:
+        case CliCommand::Write:
+        case CliCommand::Default:
+        case CliCommand::TestEeprom:
+        case CliCommand::Monitor: return true;
+        default: return false;
+    }
+}
+
 }  // namespace
 
 clsCliRun::clsCliRun(const CliOptions& options, clsICliPlatform& platform, clsITextOutput& out,
@@ -42,7 +54,8 @@ clsCliRun::clsCliRun(const CliOptions& options, clsICliPlatform& platform, clsIT
       m_out(out),
       m_err(err),
       m_log(log),
-      m_comm(platform.Host(), platform.Serial(), platform.Store(), "zarn74", platform.Devices()),
+      m_comm(platform.Host(), platform.Serial(), platform.Store(), "zarn74",
+             platform.Devices(TakesTime(options.Command))),
       m_messages(platform.Host(), log),
       m_settingsFile(platform.Files()),
       m_flows(platform.Host(), m_comm, m_settings, m_messages, m_settingsFile, log) {

@@ -40,6 +40,6 @@ std::string clsDemoPlatform::PlugIn() {
     return m_bus->Replug(device) ? "" : "the simulated USB bus takes no device";
 }
 
-CommDevices clsDemoPlatform::Devices() {
+CommDevices clsDemoPlatform::Devices(bool) {
     return m_readers ? m_readers->Devices(/*notices=*/nullptr) : CommDevices{};
 }

@@ -25,7 +25,7 @@ class clsDemoPlatform final : public clsICliPlatform {
     clsIHost& Host() override { return m_real.Host(); }
     clsISerialControl& Serial() override { return m_serial; }
     clsIPortDirectory& Ports() override { return m_serial; }
-    CommDevices Devices() override;
+    CommDevices Devices(bool watch) override;
     clsISettingsStore& Store() override { return m_store; }
     clsIFiles& Files() override { return m_real.Files(); }
     std::string SetPortMap(const std::vector<std::string>&) override { return {}; }

@@ -46,9 +46,11 @@ clsISerialControl& clsQtCliPlatform::Serial() {
     return *m_serial;
 }
 
-CommDevices clsQtCliPlatform::Devices() {
-    if (!m_readers) m_readers.emplace(clsHidReaders::Library::Real);
-    if (!m_notices) m_notices.emplace(Host(), PortList());
+CommDevices clsQtCliPlatform::Devices(bool watch) {
+    if (!watch && !clsHidReaders::AnyPresent()) return {};
+    m_readers.emplace(clsHidReaders::Library::Real);
+    if (!watch) return m_readers->Devices(/*notices=*/nullptr);
+    m_notices.emplace(Host(), PortList());
     return m_readers->Devices(&*m_notices);
 }
 

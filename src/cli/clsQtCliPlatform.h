@@ -24,7 +24,7 @@ class clsQtCliPlatform final : public clsICliPlatform {
     clsIHost& Host() override;
     clsISerialControl& Serial() override;
     clsIPortDirectory& Ports() override { return PortList(); }
-    CommDevices Devices() override;
+    CommDevices Devices(bool watch) override;
     clsISettingsStore& Store() override;
     clsIFiles& Files() override { return m_files; }
     std::string SetPortMap(const std::vector<std::string>& entries) override;

@@ -19,6 +19,8 @@ class clsHidReaders {
     clsHidReaders(const clsHidReaders&) = delete;
     clsHidReaders& operator=(const clsHidReaders&) = delete;
 
+    /// Whether the system has a HID device of the readers' maker now: takes microseconds and loads nothing.
+    [[nodiscard]] static bool AnyPresent();
     [[nodiscard]] clsILibraryLoader& Loader() { return m_loader; }
     /// For the comm control's constructor. `notices` tells of serial ports that come and go, null where
     /// nothing does.
