@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <map>
 #include <string>
 
@@ -11,25 +13,22 @@ struct udev;
 struct udev_monitor;
 
 /// Serial ports that come and go, as the system's device manager tells it, under their COM names. Where that
-/// does not run, the ports are looked up once a second. What was there at the start is not told. Built by
-/// main; host and directory outlive it.
+/// does not run, the ports are looked up once a second besides. What was there at the start is not told.
+/// Built by main; host and directory outlive it.
 class clsDeviceNotices final : public clsIDeviceNotices {
   public:
     clsDeviceNotices(clsIHost& host, const clsIPortDirectory& ports);
     ~clsDeviceNotices() override;
 
-    /// Whether the ports are looked up once a second.
-    [[nodiscard]] bool Polls() const { return m_monitor == nullptr; }
-
   private:
-    /// COM names by device file, links resolved.
-    using Known = std::map<std::string, std::string>;
+    /// COM names by device number, which is the same through every link to a device file.
+    using Known = std::map<dev_t, std::string>;
     [[nodiscard]] Known Present() const;
-    bool OpenMonitor();
+    void OpenMonitor();
     void TakeNotices();
     void Compare();
-    void Remove(const std::string& device);
-    void Add(const std::string& device, const Known& present);
+    void Remove(dev_t device);
+    void Add(dev_t device, const Known& present);
 
     clsIHost& m_host;
     const clsIPortDirectory& m_ports;
