@@ -15,7 +15,8 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr int monitorTurn = 1000;  // ms; only how often the loop looks whether it is to end
+constexpr int lossNewsTime = 1000;  // ms
+constexpr int monitorTurn = 1000;   // ms; only how often the loop looks whether it is to end
 
 std::string HexTable(const std::array<std::uint8_t, registerCount>& image) {
     constexpr std::size_t width = 16;
@@ -61,6 +62,9 @@ clsCliRun::clsCliRun(const CliOptions& options, clsICliPlatform& platform, clsIT
       m_flows(platform.Host(), m_comm, m_settings, m_messages, m_settingsFile, log) {
     m_flows.SetQuickRead(!options.Slow);
     m_flows.SetOnlyChanged(!options.All);
+    m_onPort = m_comm.OnPort.Connect([this](std::string&, const std::string& name) {
+        if (name == modOrvHID::BareName(m_port)) m_lossTold = true;
+    });
     if (!options.Trace) return;
     m_trace.emplace(platform.Host(), m_comm, [this](const FrameRecord& record) {
         m_err.Write(TraceLine(record.Microseconds, record.Received, record.Bytes) + "\n");
@@ -78,6 +82,19 @@ void clsCliRun::Stop() {
 }
 
 CliResult clsCliRun::Execute() {
+    CliResult result = ExecuteCommand();
+    if (!m_port.empty() && !m_stopped && !m_comm.PortOpen()) AwaitLossNews();
+    return result;
+}
+
+// A device that was pulled out cannot be used any more some time before its removal is told.
+void clsCliRun::AwaitLossNews() {
+    const std::uint32_t start = m_platform.Host().TickCount();
+    while (!m_lossTold && m_platform.Host().TickCount() - start < lossNewsTime)
+        m_platform.Host().WaitEvents(lossNewsTime);
+}
+
+CliResult clsCliRun::ExecuteCommand() {
     switch (m_options.Command) {
         case CliCommand::Ports: return Ports();
         case CliCommand::Scan:

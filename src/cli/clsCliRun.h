@@ -39,6 +39,8 @@ class clsCliRun {
     [[nodiscard]] int Baud() const { return m_baud; }
 
   private:
+    CliResult ExecuteCommand();
+    void AwaitLossNews();
     CliResult Ports();
     CliResult Identify();
     CliResult Read();
@@ -67,6 +69,7 @@ class clsCliRun {
     bool m_stopped = false;
     std::string m_port;
     int m_baud = 0;
+    bool m_lossTold = false;
 
     ucCOMM m_comm;
     modZarn74 m_settings;
@@ -75,4 +78,5 @@ class clsCliRun {
     clsReaderFlows m_flows;
     std::optional<clsFrameTrace> m_trace;
     std::optional<clsFrameTrace> m_monitor;
+    clsConnection m_onPort;
 };
