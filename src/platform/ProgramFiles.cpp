@@ -7,21 +7,20 @@
 #include <filesystem>
 
 namespace {
-
-std::string ProgramFile() {
-    char path[PATH_MAX];
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
-    return length <= 0 ? "./zarn74" : std::string(path, static_cast<std::size_t>(length));
-}
-
 bool Exists(const std::string& file) { return access(file.c_str(), F_OK) == 0; }
-
 }  // namespace
 
 namespace ProgramFiles {
 
+std::string ProgramFile() {
+    char path[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
+    return length <= 0 ? std::string() : std::string(path, static_cast<std::size_t>(length));
+}
+
 std::string ProgramFolder() {
     const std::string program = ProgramFile();
+    if (program.empty()) return ".";
     const auto slash = program.rfind('/');
     return slash == 0 ? "/." : program.substr(0, slash);
 }

@@ -5,6 +5,8 @@
 /// Where the programs' own files lie, as the bytes of the system's file names; no folder ends in a slash.
 namespace ProgramFiles {
 
+/// The running program's own file, links resolved; empty where the system does not tell.
+std::string ProgramFile();
 /// The folder of the running program.
 std::string ProgramFolder();
 /// The user's folder, "zarn74" inside the configuration folder. It may not exist yet.

@@ -450,8 +450,13 @@ void clsReaderFlows::ClearMsg(bool keepSelections) {
     m_log.Clear();
 }
 
+std::string clsReaderFlows::PortInfo() const {
+    const std::string& adapter = m_comm.AdapterName();
+    return m_comm.CommPort() + (adapter.empty() ? "" : " with " + adapter);
+}
+
 void clsReaderFlows::ShowCommPortInfo() {
-    m_panel.Port = m_comm.CommPort();
+    m_panel.Port = PortInfo();
     m_view.ShowPanel(m_panel);
 }
 

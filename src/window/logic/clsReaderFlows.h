@@ -50,6 +50,8 @@ class clsReaderFlows {
     ~clsReaderFlows();
 
     [[nodiscard]] const ZarnInfo& Record() const { return m_record; }
+    /// The port in use, and the USB adapter behind it.
+    [[nodiscard]] std::string PortInfo() const;
     [[nodiscard]] bool FlowRunning() const { return m_running; }
     /// Reads take the memory image where the reader gives one. True at start.
     void SetQuickRead(bool value) { m_quickRead = value; }
