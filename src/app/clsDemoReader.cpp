@@ -47,9 +47,11 @@ void clsSerialDemoReader::SetFault(const std::optional<SimFaultRule>& fault) {
     if (fault) m_reader.AddFault(*fault);
 }
 
-clsHidDemoReader::clsHidDemoReader(const clsDemoBus& bus, const clsSimReader& reader)
-    : m_bus(bus), m_device(bus.Plug("tarka")) {
+clsHidDemoReader::clsHidDemoReader(const clsDemoBus& bus) : m_bus(bus), m_device(bus.Plug("tarka example")) {
     static_cast<void>(m_bus.Unplug(m_device));
+}
+
+void clsHidDemoReader::CopyRegisters(const clsSimReader& reader) {
     int number = 0;
     for (const std::uint8_t value : reader.Registers)
         static_cast<void>(m_bus.SetRegister(m_device, number++, value));

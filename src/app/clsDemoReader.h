@@ -49,11 +49,14 @@ class clsSerialDemoReader final : public clsIDemoReader {
 /// from the bus with this object.
 class clsHidDemoReader final : public clsIDemoReader {
   public:
-    /// Not plugged in yet, with the registers of `reader`.
-    clsHidDemoReader(const clsDemoBus& bus, const clsSimReader& reader);
+    /// Not plugged in yet, with the example configuration.
+    explicit clsHidDemoReader(const clsDemoBus& bus);
     clsHidDemoReader(const clsHidDemoReader&) = delete;
     clsHidDemoReader& operator=(const clsHidDemoReader&) = delete;
     ~clsHidDemoReader() override { m_bus.Reset(); }
+
+    /// Takes another reader's registers over.
+    void CopyRegisters(const clsSimReader& reader);
 
     void PlaceCard(const std::optional<SimCard>& card) override;
     void TypeText(const std::string& bytes) override;

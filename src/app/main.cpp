@@ -160,7 +160,8 @@ int main(int argc, char** argv) {
     std::vector<clsDemoPanel::Connection> connections{{QObject::tr("serial line COM1"), &onSerial}};
     std::optional<clsHidDemoReader> onHid;
     if (bus.Ready()) {
-        onHid.emplace(bus, onSerial.Reader());
+        onHid.emplace(bus);
+        if (!options.Image.empty()) onHid->CopyRegisters(onSerial.Reader());
         connections.push_back({QObject::tr("USB HID"), &*onHid});
     } else if (options.Demo == Kind::Hid) {
         return Say("the simulated USB bus is missing: " + readers.Loader().ApplicationPath() + "\n", 1);
