@@ -9,9 +9,6 @@ class Flag {
     constexpr Flag() = default;
     constexpr Flag(bool value) : m_bits(value ? std::int16_t{-1} : std::int16_t{0}) {}  // NOLINT: implicit
     constexpr operator bool() const { return m_bits != 0; }                             // NOLINT: implicit
-    /// -1 or 0.
-    [[nodiscard]] constexpr std::int16_t Bits() const { return m_bits; }
-
   private:
     std::int16_t m_bits = 0;
 };

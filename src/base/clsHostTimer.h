@@ -13,7 +13,6 @@ class clsHostTimer {
     clsHostTimer& operator=(const clsHostTimer&) = delete;
     ~clsHostTimer() { SetEnabled(false); }
 
-    [[nodiscard]] int Interval() const { return m_interval; }  ///< ms
     [[nodiscard]] bool Enabled() const { return m_id != 0; }
     /// Enabling a running timer changes nothing; see Restart.
     void SetEnabled(bool value);

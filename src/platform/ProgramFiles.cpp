@@ -4,6 +4,11 @@
 
 #include <climits>
 #include <cstdlib>
+#include <filesystem>
+
+namespace {
+bool Exists(const std::string& file) { return access(file.c_str(), F_OK) == 0; }
+}  // namespace
 
 namespace ProgramFiles {
 
@@ -31,9 +36,21 @@ std::string DefaultFile() {
     std::string inProgramFolder = ProgramFolder() + "/Default.ini";
     for (const std::string& file :
          {inProgramFolder, UserFolder() + "/Default.ini", ProgramFolder() + "/../share/zarn74/Default.ini"}) {
-        if (access(file.c_str(), F_OK) == 0) return file;
+        if (Exists(file)) return file;
     }
     return inProgramFolder;
+}
+
+StartupFiles StartupFile(const std::string& suffix) {
+    const std::string program = ProgramFile();
+    std::string name = program.substr(program.rfind('/') + 1);
+    name = name.substr(0, name.rfind('.')) + suffix + ".ini";
+    const std::string own = ProgramFolder() + "/" + name;
+    if (access(ProgramFolder().c_str(), W_OK) == 0) return {own, own};
+    std::error_code error;  // a folder that cannot be made shows when the file is written
+    std::filesystem::create_directories(UserFolder(), error);
+    const std::string users = UserFolder() + "/" + name;
+    return {Exists(users) || !Exists(own) ? users : own, users};
 }
 
 }  // namespace ProgramFiles

@@ -15,4 +15,13 @@ std::string UserFolder();
 /// first of them when it is nowhere.
 std::string DefaultFile();
 
+/// The file that keeps the window's controls from one session to the next.
+struct StartupFiles {
+    std::string ToRead;
+    std::string ToWrite;
+};
+/// In the program's folder, under the program's name with `suffix` and ".ini"; where that folder is not
+/// writable in the user's, which is made. What the program's folder has is read while the user has none.
+StartupFiles StartupFile(const std::string& suffix);
+
 }  // namespace ProgramFiles

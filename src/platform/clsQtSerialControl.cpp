@@ -145,7 +145,7 @@ std::int32_t clsQtSerialControl::CommID() const {
 
 void clsQtSerialControl::Store(const char* bytes, std::size_t count) const {
     m_input.append(bytes, count);
-    if (m_nullDiscard) std::erase(m_input, '\0');
+    if (NullDiscard()) std::erase(m_input, '\0');
     if (std::exchange(m_announced, true)) return;
     auto* self = const_cast<clsQtSerialControl*>(this);  // only to raise its event, from the loop
     m_host.Post([self, opening = std::weak_ptr<bool>(m_opening)] {
@@ -193,9 +193,9 @@ void clsQtSerialControl::SetOutBufferCount(int value) {
 }
 
 std::string clsQtSerialControl::Input() {
-    if (m_inputLen <= 0 || static_cast<std::size_t>(m_inputLen) >= m_input.size())
+    if (InputLen() <= 0 || static_cast<std::size_t>(InputLen()) >= m_input.size())
         return std::exchange(m_input, {});
-    std::string taken = m_input.substr(0, static_cast<std::size_t>(m_inputLen));
+    std::string taken = m_input.substr(0, static_cast<std::size_t>(InputLen()));
     m_input.erase(0, taken.size());
     return taken;
 }

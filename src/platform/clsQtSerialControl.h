@@ -12,7 +12,7 @@
 /// The serial control over the system's lines: raw bytes, no flow control, exclusive. Built by main; host and
 /// port list outlive it. Bytes are stored where they arrive and announced from the host's loop, so that a
 /// handler may do anything, close the line included.
-class clsQtSerialControl final : public clsISerialControl {
+class clsQtSerialControl final : public clsSerialControlBase {
   public:
     clsQtSerialControl(clsIHost& host, const clsPortList& ports);
     ~clsQtSerialControl() override;
@@ -34,23 +34,6 @@ class clsQtSerialControl final : public clsISerialControl {
     [[nodiscard]] bool CTSHolding() const override { return Line(QSerialPort::ClearToSendSignal); }
     [[nodiscard]] bool DSRHolding() const override { return Line(QSerialPort::DataSetReadySignal); }
     [[nodiscard]] std::int32_t CommID() const override;
-
-    // Remembered alone: a reader's line is always read as bytes, without flow control and without an end.
-    [[nodiscard]] bool EOFEnable() const override { return m_eofEnable; }
-    void SetEOFEnable(bool value) override { m_eofEnable = value; }
-    [[nodiscard]] int HandShaking() const override { return m_handShaking; }
-    void SetHandShaking(int value) override { m_handShaking = value; }
-    [[nodiscard]] int InputMode() const override { return m_inputMode; }
-    void SetInputMode(int value) override { m_inputMode = value; }
-    [[nodiscard]] int InBufferSize() const override { return m_inBufferSize; }
-    void SetInBufferSize(int value) override { m_inBufferSize = value; }
-    [[nodiscard]] int OutBufferSize() const override { return m_outBufferSize; }
-    void SetOutBufferSize(int value) override { m_outBufferSize = value; }
-
-    [[nodiscard]] bool NullDiscard() const override { return m_nullDiscard; }
-    void SetNullDiscard(bool value) override { m_nullDiscard = value; }
-    [[nodiscard]] int InputLen() const override { return m_inputLen; }
-    void SetInputLen(int value) override { m_inputLen = value; }
 
     [[nodiscard]] int InBufferCount() const override;
     void SetInBufferCount(int value) override;
@@ -90,11 +73,4 @@ class clsQtSerialControl final : public clsISerialControl {
     std::string m_settings = "19200,N,8,1";
     bool m_dtr = true;
     bool m_rts = true;
-    bool m_eofEnable = false;
-    int m_handShaking = 0;
-    bool m_nullDiscard = false;
-    int m_inputLen = 0;
-    int m_inputMode = CommInputText;
-    int m_inBufferSize = 1024;
-    int m_outBufferSize = 512;
 };

@@ -93,7 +93,7 @@ bool GiveName(int fd, const std::string& side) {
 
 }  // namespace
 
-clsSystemFiles::clsSystemFiles() { signal(SIGXFSZ, SIG_IGN); }
+clsSystemFiles::clsSystemFiles(Survives survives) : m_survives(survives) { signal(SIGXFSZ, SIG_IGN); }
 
 std::unique_ptr<clsIFileReader> clsSystemFiles::OpenFile(const std::string& name) {
     struct stat info {};
@@ -123,7 +123,7 @@ bool clsSystemFiles::ReplaceFile(const std::string& name, const std::string& con
                                        : open(directory.c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, everyone));
         if (!file.Valid()) continue;
         if (!WriteAll(file.Get(), content) || (exists && !TakeOver(file.Get(), old)) ||
-            fsync(file.Get()) != 0) {
+            (m_survives == Survives::System && fsync(file.Get()) != 0)) {
             if (named) unlink(side.c_str());
             return false;
         }
@@ -135,6 +135,7 @@ bool clsSystemFiles::ReplaceFile(const std::string& name, const std::string& con
             unlink(side.c_str());
             return false;
         }
+        if (m_survives == Survives::Program) return true;
         // The file is in its place; that its name is on the disk as well is asked for, not promised.
         const clsDescriptor folder(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         if (folder.Valid()) fsync(folder.Get());

@@ -2,14 +2,22 @@
 
 #include "base/clsIFiles.h"
 
-/// The system's files. Built by main. Never waits on what is no regular file (a pipe, a device), and follows
+/// The system's files, for the programs and for the simulated reader's memory; the one part of this folder
+/// that needs no Qt. Built by main. Never waits on what is no regular file (a pipe, a device), and follows
 /// symbolic links to the file that they mean, also when it replaces that file.
 class clsSystemFiles final : public clsIFiles {
   public:
+    /// What a file that replaces another survives: the end of the program at any point, or besides the end of
+    /// the system, for which each replacing waits for the disk.
+    enum class Survives { Program, System };
+
     /// From now on a write beyond the process's file size limit fails instead of killing the process.
-    clsSystemFiles();
+    explicit clsSystemFiles(Survives survives = Survives::System);
     [[nodiscard]] std::unique_ptr<clsIFileReader> OpenFile(const std::string& name) override;
     /// The new content is invisible until it is whole on the disk: a program killed meanwhile leaves nothing
     /// beside the old file. That keeps its mode. A file that may not be written is not replaced either.
     bool ReplaceFile(const std::string& name, const std::string& content) override;
+
+  private:
+    Survives m_survives;
 };

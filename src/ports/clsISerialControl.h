@@ -77,3 +77,32 @@ class clsISerialControl {
     /// it; the port still reads as open until it is closed.
     clsEvent<> OnLost;
 };
+
+/// What a serial control only remembers, because a reader's line is always read as bytes, without flow
+/// control and without an end. The base of the controls that are not the interface alone.
+class clsSerialControlBase : public clsISerialControl {
+  public:
+    [[nodiscard]] bool EOFEnable() const override { return m_eofEnable; }
+    void SetEOFEnable(bool value) override { m_eofEnable = value; }
+    [[nodiscard]] int HandShaking() const override { return m_handShaking; }
+    void SetHandShaking(int value) override { m_handShaking = value; }
+    [[nodiscard]] bool NullDiscard() const override { return m_nullDiscard; }
+    void SetNullDiscard(bool value) override { m_nullDiscard = value; }
+    [[nodiscard]] int InputLen() const override { return m_inputLen; }
+    void SetInputLen(int value) override { m_inputLen = value; }
+    [[nodiscard]] int InputMode() const override { return m_inputMode; }
+    void SetInputMode(int value) override { m_inputMode = value; }
+    [[nodiscard]] int InBufferSize() const override { return m_inBufferSize; }
+    void SetInBufferSize(int value) override { m_inBufferSize = value; }
+    [[nodiscard]] int OutBufferSize() const override { return m_outBufferSize; }
+    void SetOutBufferSize(int value) override { m_outBufferSize = value; }
+
+  private:
+    bool m_eofEnable = false;
+    int m_handShaking = 0;
+    bool m_nullDiscard = false;
+    int m_inputLen = 0;
+    int m_inputMode = CommInputText;
+    int m_inBufferSize = 1024;
+    int m_outBufferSize = 512;
+};

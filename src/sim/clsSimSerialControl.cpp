@@ -183,7 +183,7 @@ void clsSimSerialControl::ClearBuffers() {
 }
 
 std::string clsSimSerialControl::Input() {
-    const std::size_t count = m_inputLen > 0 ? static_cast<std::size_t>(m_inputLen) : m_input.size();
+    const std::size_t count = InputLen() > 0 ? static_cast<std::size_t>(InputLen()) : m_input.size();
     std::string bytes = m_input.substr(0, count);
     m_input.erase(0, bytes.size());
     return bytes;

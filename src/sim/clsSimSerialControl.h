@@ -15,7 +15,7 @@
 /// A serial control over simulated lines: what the platform's control is to real ones, so that a whole
 /// program runs in one process on a simulated reader. Readers and host outlive it. The bytes of a reader
 /// arrive through the host's loop, never from inside a call.
-class clsSimSerialControl final : public clsISerialControl, public clsIPortDirectory {
+class clsSimSerialControl final : public clsSerialControlBase, public clsIPortDirectory {
   public:
     /// `Line::OnlyBaud` of a line whose speed is the reader's own since its last power-up.
     static constexpr int readerSpeed = -1;
@@ -61,21 +61,6 @@ class clsSimSerialControl final : public clsISerialControl, public clsIPortDirec
     [[nodiscard]] bool CTSHolding() const override { return false; }
     [[nodiscard]] bool DSRHolding() const override { return false; }
     [[nodiscard]] std::int32_t CommID() const override { return m_open != 0 ? m_open : -1; }
-
-    [[nodiscard]] bool EOFEnable() const override { return m_eofEnable; }
-    void SetEOFEnable(bool value) override { m_eofEnable = value; }
-    [[nodiscard]] int HandShaking() const override { return m_handShaking; }
-    void SetHandShaking(int value) override { m_handShaking = value; }
-    [[nodiscard]] bool NullDiscard() const override { return m_nullDiscard; }
-    void SetNullDiscard(bool value) override { m_nullDiscard = value; }
-    [[nodiscard]] int InputLen() const override { return m_inputLen; }
-    void SetInputLen(int value) override { m_inputLen = value; }
-    [[nodiscard]] int InputMode() const override { return m_inputMode; }
-    void SetInputMode(int value) override { m_inputMode = value; }
-    [[nodiscard]] int InBufferSize() const override { return m_inBufferSize; }
-    void SetInBufferSize(int value) override { m_inBufferSize = value; }
-    [[nodiscard]] int OutBufferSize() const override { return m_outBufferSize; }
-    void SetOutBufferSize(int value) override { m_outBufferSize = value; }
 
     [[nodiscard]] int InBufferCount() const override { return static_cast<int>(m_input.size()); }
     void SetInBufferCount(int value) override {
@@ -128,11 +113,4 @@ class clsSimSerialControl final : public clsISerialControl, public clsIPortDirec
 
     bool m_dtr = true;
     bool m_rts = true;
-    bool m_eofEnable = false;
-    bool m_nullDiscard = false;
-    int m_handShaking = 0;
-    int m_inputLen = 0;
-    int m_inputMode = CommInputText;
-    int m_inBufferSize = 1024;
-    int m_outBufferSize = 512;
 };

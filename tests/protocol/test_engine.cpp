@@ -6,17 +6,6 @@ namespace {
 
 using Engine = CommFixture;
 
-TEST_F(Engine, StartsAsDocumented) {
-    clsScriptedSerial fresh(host);
-    const ucCOMM control(host, fresh, store, "zarn74");
-    EXPECT_TRUE(control.MSCommMode());
-    EXPECT_EQ(control.OrvNetTimeout(), 500);
-    EXPECT_EQ(control.CommPort(), "COM1");
-    EXPECT_FALSE(control.PortOpen());
-    EXPECT_EQ(fresh.InputMode(), 1);
-    EXPECT_EQ(control.BaudRate(), 19200);
-}
-
 TEST_F(Engine, OneExchangeSendsTheFrameAndReturnsTheReplyText) {
     Answers = {Reply("A,V1.02"), Reply("A5Z"), Checked("A5Z"), Reply("A5")};
     EXPECT_EQ(comm.SendOrvNetCMD("V", /*bTxChkSum=*/false, /*bRxChkSum=*/false), "A,V1.02");
@@ -111,13 +100,12 @@ TEST_F(Engine, TheGapIsKeptOnlyWhenLessThan10MillisecondsRemain) {
     EXPECT_EQ(waited(40), 0);
     EXPECT_EQ(waited(30), 0);
     EXPECT_EQ(waited(60), 0);
-}
 
-TEST_F(Engine, WithAByteDelayAFrameGoesOutByteByByte) {
-    comm.m_byteDelay = 3;
-    comm.SendOrvNetCMD("V", /*bTxChkSum=*/false, /*bRxChkSum=*/false, /*lngCMDTimeout=*/0);
-    EXPECT_EQ(serial.Sent, (Texts{"\x02", "V", "\r"}));
-    EXPECT_EQ(host.Now(), 6);
+    comm.m_byteDelay = 3;  // and then a frame goes out byte by byte
+    serial.Sent.clear();
+    host.Sleep(60);
+    EXPECT_EQ(waited(60), 6);
+    EXPECT_EQ(serial.Sent, (Texts{"\x02", "V", "\r", "\x02", "V", "\r"}));
 }
 
 TEST_F(Engine, EverythingOnTheWireIsMonitoredBeforeItIsTreated) {

@@ -114,12 +114,4 @@ TEST(clsPacketCutter, ATimerCutEmptiesTheBufferAndStaysInThePacket) {
     EXPECT_EQ(notes.Text, "c02tt[-1:AB]t[13:C]");
 }
 
-TEST(clsPacketCutter, TheBufferIsBounded) {
-    clsPacketCutter cutter;
-    clsNotes notes;
-    cutter.Feed("\x02" + std::string(clsPacketCutter::bufferLimit, 'x') + "y", notes);
-    EXPECT_EQ(cutter.Text().size(), clsPacketCutter::bufferLimit);
-    EXPECT_EQ(cutter.Text().back(), 'y');
-}
-
 }  // namespace

@@ -5,25 +5,15 @@
 #include <string>
 #include <vector>
 
-#include "base/clsMemoryStore.h"
 #include "base/modText.h"
 #include "settings/modByte.h"
 #include "settings/modZarn74.h"
-#include "sim/clsSimReader.h"
-#include "sim/clsSimSerialControl.h"
-#include "support/clsVirtualHost.h"
+#include "support/SimWorld.h"
 
-using Texts = std::vector<std::string>;
-
-/// A settings module over a simulated reader on COM1 that holds the example configuration, in virtual time.
-/// Frames are kept as their command texts ("B05", "C05,0135", "Y"), lines without "Step ".
-struct SettingsFixture : testing::Test, clsIMessageSink {
+/// A settings module over all that. Frames are kept as their command texts ("B05", "C05,0135", "Y"), lines
+/// without "Step ".
+struct SettingsFixture : testing::Test, SimWorld, clsIMessageSink {
     SettingsFixture() {
-        LoadExampleConfiguration(reader);
-        clsSimSerialControl::Line line;
-        line.Reader = &reader;
-        serial.AddLine(1, line);
-        comm.SetMSCommMode(false);
         module.Attach(comm, this);
         Reopen();
     }
@@ -90,11 +80,6 @@ struct SettingsFixture : testing::Test, clsIMessageSink {
         return info;
     }
 
-    clsVirtualHost host;
-    clsSimReader reader{host};
-    clsSimSerialControl serial{host};
-    clsMemoryStore store;
-    ucCOMM comm{host, serial, store, "zarn74"};
     modZarn74 module;
     Texts Sent;
     Texts Lines;

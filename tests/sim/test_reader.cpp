@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -181,44 +180,6 @@ TEST(SimReader, SendsLateAndTrickledRepliesInTheOrderOfTheirCommands) {
     bench.Reader.PowerUp();
     bench.Host.Run(1000);
     EXPECT_EQ(bench.Sent, "") << "power-up forgets what was still to be sent";
-}
-
-// Codes that a configuration program lists, filters within a card's digits, one row of each card type.
-TEST(SimReader, HoldsAnExampleThatAProgramCanShowWhole) {
-    Bench bench;
-    LoadExampleConfiguration(bench.Reader);
-    const auto& registers = bench.Reader.Registers;
-    const struct {
-        std::size_t Register;
-        std::vector<int> Listed;
-    } lists[] = {{210, {0, 1, 2, 3, 4, 255}},
-                 {211, {0, 255}},
-                 {208, {0, 1, 2, 255}},
-                 {215, {0, 255}},
-                 {136, {0, 255}},
-                 {137, {0, 255}},
-                 {209, {4, 5, 6, 7, 255}}};
-    for (const auto& list : lists) {
-        EXPECT_EQ(std::count(list.Listed.begin(), list.Listed.end(), registers[list.Register]), 1)
-            << list.Register;
-    }
-    EXPECT_NE(registers[218] & 3, 0);
-    const int digits[] = {8, 8, 14, 14, 10, 10, 10, 18, 18, 14};
-    for (std::size_t i = 0; i < 10; ++i) {
-        const std::size_t at = i < 5 ? 224 + 2 * i : 144 + 2 * (i - 5);
-        EXPECT_GE(registers[at], 1) << i;
-        EXPECT_LE(registers[at] + registers[at + 1] - 1, digits[i]) << i;
-    }
-    for (std::size_t row = 0; row < 16; ++row) {
-        EXPECT_EQ(registers[8 * row], row < 5 ? row + 1 : 0xFF) << row;
-        EXPECT_EQ(registers[256 + 16 * row] == 0xFF, row >= 5) << row;
-    }
-    for (const std::size_t text : {160U, 176U, 192U}) {
-        const auto first = registers.begin() + static_cast<std::ptrdiff_t>(text);
-        const auto end = std::find(first, first + 16, 0xFF);
-        EXPECT_TRUE(std::any_of(first, end, [](std::uint8_t c) { return c < 32; })) << text;
-        EXPECT_EQ(std::count(first, end, 0), 0) << text;
-    }
 }
 
 }  // namespace

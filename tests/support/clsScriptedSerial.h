@@ -11,7 +11,7 @@
 
 /// A serial control that a test scripts: it records what is done to it and lets bytes arrive when told.
 /// Numbers 1 to 9 exist, except those in Refused, which do not open.
-class clsScriptedSerial final : public clsISerialControl {
+class clsScriptedSerial final : public clsSerialControlBase {
   public:
     explicit clsScriptedSerial(clsIHost& host) : m_host(host) {}
 
@@ -69,20 +69,6 @@ class clsScriptedSerial final : public clsISerialControl {
     [[nodiscard]] bool CTSHolding() const override { return false; }
     [[nodiscard]] bool DSRHolding() const override { return false; }
     [[nodiscard]] std::int32_t CommID() const override { return -1; }
-    [[nodiscard]] bool EOFEnable() const override { return false; }
-    void SetEOFEnable(bool) override {}
-    [[nodiscard]] int HandShaking() const override { return 0; }
-    void SetHandShaking(int) override {}
-    [[nodiscard]] bool NullDiscard() const override { return false; }
-    void SetNullDiscard(bool) override {}
-    [[nodiscard]] int InputLen() const override { return m_inputLen; }
-    void SetInputLen(int value) override { m_inputLen = value; }
-    [[nodiscard]] int InputMode() const override { return m_inputMode; }
-    void SetInputMode(int value) override { m_inputMode = value; }
-    [[nodiscard]] int InBufferSize() const override { return 1024; }
-    void SetInBufferSize(int) override {}
-    [[nodiscard]] int OutBufferSize() const override { return 512; }
-    void SetOutBufferSize(int) override {}
     [[nodiscard]] int InBufferCount() const override { return static_cast<int>(m_input.size()); }
     void SetInBufferCount(int) override { m_input.clear(); }
     [[nodiscard]] int OutBufferCount() const override { return 0; }
@@ -107,8 +93,6 @@ class clsScriptedSerial final : public clsISerialControl {
     bool m_dtr = true;
     bool m_rts = true;
     std::string m_settings = "19200,N,8,1";
-    int m_inputLen = 0;
-    int m_inputMode = 0;
     int m_event = 0;
     std::string m_input;
 };

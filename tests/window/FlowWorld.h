@@ -4,17 +4,11 @@
 #include <functional>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "LogView.h"
-#include "base/clsMemoryStore.h"
-#include "sim/clsSimReader.h"
-#include "sim/clsSimSerialControl.h"
+#include "support/SimWorld.h"
 #include "support/clsMemoryFiles.h"
-#include "support/clsVirtualHost.h"
 #include "window/logic/clsReaderFlows.h"
-
-using Texts = std::vector<std::string>;
 
 /// A front end that keeps what it is shown; its controls are one form.
 struct clsFormView final : clsIMainView {
@@ -57,17 +51,12 @@ struct clsFormView final : clsIMainView {
     int Focused = 0;
 };
 
-/// The flows over a simulated reader with the example configuration on COM1, which is open, in virtual time.
-struct FlowWorld {
+/// The flows over all that.
+struct FlowWorld : SimWorld {
     FlowWorld() {
-        LoadExampleConfiguration(reader);
-        clsSimSerialControl::Line line;
-        line.Reader = &reader;
-        serial.AddLine(1, line);
         onFrame = reader.OnFrame.Connect([this](const std::string& frame, bool received) {
             if (received) Sent += frame.at(1);
         });
-        comm.SetPortOpen(true);
         flows.ButtonsEnable(true);
     }
     /// How often a command letter was sent.
@@ -77,11 +66,6 @@ struct FlowWorld {
     [[nodiscard]] long Logged(const std::string& message) const {
         return std::count(logView.Messages.begin(), logView.Messages.end(), message);
     }
-    clsVirtualHost host;
-    clsSimReader reader{host};
-    clsSimSerialControl serial{host};
-    clsMemoryStore store;
-    ucCOMM comm{host, serial, store, "zarn74"};
     clsRecordingLogView logView;
     clsMessageLog log{host, logView};
     modZarn74 module;

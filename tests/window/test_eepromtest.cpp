@@ -49,7 +49,7 @@ TEST_F(EepromTest, EndsAtTheFirstFailure) {
     }
 }
 
-TEST_F(EepromTest, ASecondClickCancelsTheCommandThatRuns) {
+TEST_F(EepromTest, ASecondClickCancelsTheCommandThatRunsOrTheOneThatWouldFollow) {
     host.InWait = [this] {
         if (Count('C') == 40) Second = flows.TestEeprom();
     };
@@ -57,9 +57,6 @@ TEST_F(EepromTest, ASecondClickCancelsTheCommandThatRuns) {
     EXPECT_EQ(Second, FlowResult::Refused);
     EXPECT_EQ(LastLines(2), (Texts{"Write 0x0 to EEPROM 32~47 byte NG", "Test EEPROM NG"}));
     EXPECT_EQ(view.Indicator, TestIndicator::Red);
-}
-
-TEST_F(EepromTest, ACancelBetweenTwoBlocksCountsToo) {
     logView.OnLine = [this] {
         if (Last() == "Write 0x0 to EEPROM 16~31 byte OK") flows.Cancel();
     };

@@ -14,11 +14,11 @@
 #include <string>
 #include <vector>
 
+#include "platform/clsSystemFiles.h"
 #include "sim/SimFault.h"
 #include "sim/SimImage.h"
 #include "sim/clsSimReader.h"
 #include "sim/pty/clsFrameLog.h"
-#include "sim/pty/clsImageFiles.h"
 #include "sim/pty/clsPollHost.h"
 #include "sim/pty/clsPtyLine.h"
 #include "sim/pty/clsSimConsole.h"
@@ -106,7 +106,6 @@ class clsSignals {
   public:
     explicit clsSignals(clsPollHost& host) {
         signal(SIGPIPE, SIG_IGN);
-        signal(SIGXFSZ, SIG_IGN);
         signal(SIGTTIN, SIG_IGN);
         sigset_t set{};
         sigemptyset(&set);
@@ -135,7 +134,8 @@ int Run(const ProgramOptions& options) {
     clsPollHost host;
     const clsSignals signals(host);
     clsSimReader reader(host);
-    clsImageFiles files;
+    clsSystemFiles files(clsSystemFiles::Survives::Program);  // saved at every write
+
     if (options.Example) LoadExampleConfiguration(reader);
     for (const SimFaultRule& fault : options.Faults) reader.AddFault(fault);
 

@@ -132,6 +132,7 @@ class clsReaderFlows {
     bool ShowZarn74();
     bool SaveZarn74();
     void TimerAutoRead();
+    bool Muted();
     void HandleChar(std::uint8_t byte);
     void HandlePacket(int terminator, const std::string& text);
     void HandlePort(const std::string& message);
@@ -154,6 +155,8 @@ class clsReaderFlows {
     bool m_readerFound = false;      // by the last scan
     bool m_quickRead = true;
     bool m_onlyChanged = true;
+    std::uint32_t m_mutedSince = 0;  // for m_mutedTime ms what arrives answers a flow that was broken off
+    std::uint32_t m_mutedTime = 0;
     std::string m_unshownFile;  // the start-up file, when it could not be shown completely
     clsConnection m_connections[5];
 };

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "base/clsMemoryStore.h"
+#include "protocol/ucCOMM.h"
+#include "sim/clsSimReader.h"
+#include "sim/clsSimSerialControl.h"
+#include "support/clsVirtualHost.h"
+
+using Texts = std::vector<std::string>;
+
+/// A comm control over a simulated reader with the example configuration on COM1, which is open, in virtual
+/// time.
+struct SimWorld {
+    SimWorld() {
+        LoadExampleConfiguration(reader);
+        clsSimSerialControl::Line line;
+        line.Reader = &reader;
+        serial.AddLine(1, line);
+        comm.SetMSCommMode(false);
+        comm.SetPortOpen(true);
+    }
+    clsVirtualHost host;
+    clsSimReader reader{host};
+    clsSimSerialControl serial{host};
+    clsMemoryStore store;
+    ucCOMM comm{host, serial, store, "zarn74"};
+};
