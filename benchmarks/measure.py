@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs the benchmarks of the presets `bench` and `core` and holds them against their limits.
 
-usage: measure.py [--rounds N] [--core N] [GROUP...]      groups: exchange wire core programs
+usage: measure.py [--rounds N] [--core N] [GROUP...]      groups: exchange wire hid core programs
 Ends with 1 when a limit was missed or a measurement failed, also when one could not be judged.
 """
 import argparse
@@ -129,6 +129,31 @@ def wire(args):
         row('  bare client during the slow read', statistics.median(floor_busy), '%')
 
 
+def hid(args):
+    """Readers on USB HID, over the simulated bus; what is plugged in and pulled out, over umockdev."""
+    run = lambda *words: numbers(output([BIN / 'bench_hid', *words]))
+    rounds = [run('exchange', 'reader', str(EXCHANGES)) for _ in range(args.rounds)]
+    row('an exchange on HID, all layers: latency', statistics.median(one[0] for one in rounds), 'us', 150)
+    row('an exchange on HID, device included: processor', statistics.median(one[1] for one in rounds), 'us')
+    reports = 2 * -(-512 // 62)  # two images, 62 bytes a report
+    for pace in (1, 8):
+        took = statistics.median(run('image', f'reader interval={pace}')[0] for _ in range(5))
+        row(f'two images at a report every {pace} ms, over their reports', took / (1000 * pace * reports), 'times')
+    row('an open adapter idle for 60 s, of one core', run('idle', 'tarka', '60')[0], '%', 0.2)
+    test = [TOP / 'build/core/tests/platform/test_plugging', '--gtest_filter=*InTime']
+    try:
+        text = output(['umockdev-wrapper', *test])
+    except FileNotFoundError:
+        row('arrival and removal', None, 'ms', 300, 'umockdev is missing')
+        return
+    for line in text.splitlines():
+        if ' told: ' in line:
+            what, figures = line.split(' told: ')
+            middle, worst = (float(part.split()[1]) for part in figures.split(','))
+            row(f'{what} told, median of 20', middle, 'ms')
+            row(f'{what} told, worst of 20', worst, 'ms', 300)
+
+
 def core(args):
     """The core in virtual time, and its whole suite."""
     limits = {'ReadEverything/slow': 5.0, 'SettingsText': 1.0}
@@ -179,7 +204,7 @@ def programs(_):
 
 
 def main():
-    groups = {'exchange': exchange, 'wire': wire, 'core': core, 'programs': programs}
+    groups = {'exchange': exchange, 'wire': wire, 'hid': hid, 'core': core, 'programs': programs}
     parser = argparse.ArgumentParser()
     parser.add_argument('--rounds', type=int, default=9, help='rounds of the exchanges, at least 7')
     parser.add_argument('--core', type=int, default=0, help='the processor core that client and answer share')

@@ -15,9 +15,10 @@ Json Text(const std::string& text) { return CliText::ToUtf8(text); }
 
 Json Port(const PortEntry& port) {
     // A file's name is the system's bytes, mostly UTF-8 already.
-    return {
-        {"name", Text(port.Name)},   {"device", port.Device},       {"description", Text(port.Description)},
-        {"maker", Text(port.Maker)}, {"serial", Text(port.Serial)}, {"access", port.Access}};
+    return {{"name", Text(port.Name)},   {"alias", port.Alias.empty() ? Json() : Text(port.Alias)},
+            {"device", port.Device},     {"description", Text(port.Description)},
+            {"maker", Text(port.Maker)}, {"serial", Text(port.Serial)},
+            {"access", port.Access}};
 }
 
 Json Settings(const ZarnInfo& record) {

@@ -114,8 +114,9 @@ const char* CommandName(CliCommand command) {
 CliParsing ParseArguments(const std::vector<std::string>& arguments, CliOptions& options) {
     CLI::App app("Configures a Zarn74 card reader.", "zarn74ctl");
     app.set_version_flag("--version", "zarn74ctl " ZARN74_VERSION, "Print the version and exit");
-    app.add_option("--port", options.Port,
-                   "Port of the reader: a COM name or a device file; else it is searched")
+    app.add_option(
+           "--port", options.Port,
+           "Port of the reader: a name that the command ports lists, or a device\nfile; else it is searched")
         ->type_name("NAME")
         ->check(NotEmpty);
     AddNumber(app, "--baud", options.Baud, 1, highestRate, "Open the port at this rate, without a search");
@@ -137,6 +138,7 @@ CliParsing ParseArguments(const std::vector<std::string>& arguments, CliOptions&
     demo->add_option("--image", options.Image, "Its memory: a file of 512 bytes")
         ->type_name("FILE")
         ->check(NotEmpty);
+    demo->add_flag("--hid", options.Hid, "The reader hangs on USB HID, behind an adapter");
     AddCommands(*demo, options);
     app.footer(
         "Exit status: 0 done, 1 failed, 2 wrong usage, 3 no reader, 130 interrupted.\n"

@@ -28,6 +28,7 @@ struct CliOptions {
     bool Json = false;
     bool Trace = false;
     bool Demo = false;  ///< on a simulated reader inside the process
+    bool Hid = false;   ///< that reader hangs on USB HID
     std::string Image;  ///< the simulated reader's memory; empty: the example configuration
     std::string File;   ///< to read or to write; empty: none given
     bool All = false;   ///< write without comparing

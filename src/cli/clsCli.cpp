@@ -67,8 +67,8 @@ int clsCli::Run(const std::vector<std::string>& arguments) {
         log.Say(usage + " (zarn74ctl --help tells more)");
         result.Exit = ExitUsage;
     } else if (options.Demo) {
-        clsDemoPlatform demo(m_platform);
-        const std::string failure = options.Image.empty() ? std::string() : demo.LoadImage(options.Image);
+        clsDemoPlatform demo(m_platform, options.Hid);
+        const std::string failure = demo.Begin(options.Image);
         if (failure.empty()) {
             run(demo);
         } else {

@@ -2,17 +2,21 @@
 
 #include <array>
 #include <cstdint>
+#include <filesystem>
+#include <system_error>
 
 #include "base/TraceLine.h"
 #include "base/modText.h"
 #include "cli/CliJson.h"
 #include "cli/CliText.h"
+#include "hid/modOrvHID.h"
 
 namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr int monitorTurn = 1000;  // ms; only how often the loop looks whether it is to end
+constexpr int lossNewsTime = 1000;  // ms
+constexpr int monitorTurn = 1000;   // ms; only how often the loop looks whether it is to end
 
 std::string HexTable(const std::array<std::uint8_t, registerCount>& image) {
     constexpr std::size_t width = 16;
@@ -30,6 +34,18 @@ std::string BothWays(int number, int digits) {
     return std::to_string(number) + " (0x" + modText::Hex(static_cast<std::uint32_t>(number), digits) + ")";
 }
 
+// Whether ports may come and go before the command ends.
+bool TakesTime(CliCommand command) {
+    switch (command) {
+        case CliCommand::Read:
+        case CliCommand::Write:
+        case CliCommand::Default:
+        case CliCommand::TestEeprom:
+        case CliCommand::Monitor: return true;
+        default: return false;
+    }
+}
+
 }  // namespace
 
 clsCliRun::clsCliRun(const CliOptions& options, clsICliPlatform& platform, clsITextOutput& out,
@@ -39,12 +55,16 @@ clsCliRun::clsCliRun(const CliOptions& options, clsICliPlatform& platform, clsIT
       m_out(out),
       m_err(err),
       m_log(log),
-      m_comm(platform.Host(), platform.Serial(), platform.Store(), "zarn74"),
+      m_comm(platform.Host(), platform.Serial(), platform.Store(), "zarn74",
+             platform.Devices(TakesTime(options.Command))),
       m_messages(platform.Host(), log),
       m_settingsFile(platform.Files()),
       m_flows(platform.Host(), m_comm, m_settings, m_messages, m_settingsFile, log) {
     m_flows.SetQuickRead(!options.Slow);
     m_flows.SetOnlyChanged(!options.All);
+    m_onPort = m_comm.OnPort.Connect([this](std::string&, const std::string& name) {
+        if (name == modOrvHID::BareName(m_port)) m_lossTold = true;
+    });
     if (!options.Trace) return;
     m_trace.emplace(platform.Host(), m_comm, [this](const FrameRecord& record) {
         m_err.Write(TraceLine(record.Microseconds, record.Received, record.Bytes) + "\n");
@@ -62,6 +82,19 @@ void clsCliRun::Stop() {
 }
 
 CliResult clsCliRun::Execute() {
+    CliResult result = ExecuteCommand();
+    if (!m_port.empty() && !m_stopped && !m_comm.PortOpen()) AwaitLossNews();
+    return result;
+}
+
+// A device that was pulled out cannot be used any more some time before its removal is told.
+void clsCliRun::AwaitLossNews() {
+    const std::uint32_t start = m_platform.Host().TickCount();
+    while (!m_lossTold && m_platform.Host().TickCount() - start < lossNewsTime)
+        m_platform.Host().WaitEvents(lossNewsTime);
+}
+
+CliResult clsCliRun::ExecuteCommand() {
     switch (m_options.Command) {
         case CliCommand::Ports: return Ports();
         case CliCommand::Scan:
@@ -94,6 +127,13 @@ std::string clsCliRun::PortName() {
     for (const PortEntry& port : m_platform.Ports().Ports()) {
         if (port.Name == m_options.Port || port.Name == upper) return port.Name;
     }
+    const std::string typed = modText::UCase(modOrvHID::BareName(CliText::FromUtf8(m_options.Port)));
+    for (const PortEntry& port : m_comm.HidPorts()) {
+        std::error_code missing;
+        if (typed == port.Alias || typed == modText::UCase(modOrvHID::BareName(port.Name)) ||
+            std::filesystem::equivalent(m_options.Port, port.Device, missing))
+            return port.Name;
+    }
     return m_platform.AddDevice(m_options.Port);
 }
 
@@ -117,13 +157,23 @@ int clsCliRun::Connect() {
         open = found == FlowResult::Done;
     }
     if (!open) {
-        const std::string reason = name.empty() ? std::string() : m_platform.Serial().LastError();
-        m_log.Say(reason.empty() ? "Missing Device" : typed + ": " + reason);
+        SayWhyNotOpen(name);
         return ExitNoReader;
     }
     m_port = m_comm.CommPort();
     if (m_comm.CommPort_IsBaudrateSupported(m_port)) m_baud = m_comm.BaudRate();
     return ExitDone;
+}
+
+// `name` is the port that was asked for, empty when all were tried.
+void clsCliRun::SayWhyNotOpen(const std::string& name) {
+    bool onHid = false;
+    for (const PortEntry& port : m_comm.HidPorts()) {
+        onHid = onHid || port.Name == name;
+        if (!port.Access && (name.empty() || port.Name == name)) m_log.Say(modOrvHID::NoAccessText(port));
+    }
+    const std::string reason = name.empty() || onHid ? std::string() : m_platform.Serial().LastError();
+    m_log.Say(reason.empty() ? "Missing Device" : CliText::FromUtf8(m_options.Port) + ": " + reason);
 }
 
 bool clsCliRun::OpenAtRate(const std::string& name) {
@@ -138,16 +188,21 @@ bool clsCliRun::OpenAtRate(const std::string& name) {
 
 CliResult clsCliRun::Ports() {
     CliResult result{ExitDone, {}, Json::array()};
-    for (const PortEntry& port : m_platform.Ports().Ports()) {
+    std::vector<PortEntry> ports = m_platform.Ports().Ports();
+    for (PortEntry& reader : m_comm.HidPorts()) ports.push_back(std::move(reader));
+    for (const PortEntry& port : ports) {
+        const bool onHid = !port.Alias.empty();
         result.Json.push_back(CliJson::Port(port));
-        std::string line = CliText::ToUtf8(port.Name);
+        std::string line = CliText::ToUtf8(onHid ? port.Alias : port.Name);
         line.resize(std::max<std::size_t>(line.size(), 7), ' ');
         line += " " + port.Device;
-        std::string more = port.Description;
+        std::string more = onHid ? port.Name : port.Description;
         if (!port.Maker.empty()) more += (more.empty() ? "" : ", ") + port.Maker;
+        if (onHid && !port.Serial.empty()) more += ", serial number " + port.Serial;
         if (!port.Access) more += more.empty() ? "no access" : " (no access)";
         if (!more.empty()) line += "  " + CliText::ToUtf8(CliText::Visible(more));
         result.Text += line + "\n";
+        if (onHid && !port.Access) m_log.Say(modOrvHID::NoAccessText(port));
     }
     if (result.Text.empty()) m_log.Say("there are no ports");
     return result;
@@ -163,11 +218,12 @@ CliResult clsCliRun::Identify() {
     if (result.Exit != ExitDone) return result;
     result.Json = {{"product", CliJson::Text(reader.Product)},
                    {"version", CliJson::Text(reader.Firmware.Version)},
-                   {"firmwareSerial", CliJson::Text(reader.Firmware.FirmwareSN)}};
+                   {"firmwareSerial", CliJson::Text(reader.Firmware.FirmwareSN)},
+                   {"adapter", m_comm.AdapterName().empty() ? Json() : CliJson::Text(m_comm.AdapterName())}};
     result.Text = CliText::ToUtf8(CliText::Visible("Product Name: " + reader.Product)) + "\n" +
                   CliText::ToUtf8(CliText::Visible("Firmware Version: " + reader.Firmware.Version)) + "\n" +
                   CliText::ToUtf8(CliText::Visible("Firmware Serial Number: " + reader.Firmware.FirmwareSN)) +
-                  "\n" + CliText::ToUtf8("COM Port: " + m_port);
+                  "\n" + CliText::ToUtf8(CliText::Visible("COM Port: " + m_flows.PortInfo()));
     if (m_baud != 0) result.Text += ", " + std::to_string(m_baud) + " baud";
     result.Text += "\n";
     return result;

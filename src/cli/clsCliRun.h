@@ -39,6 +39,8 @@ class clsCliRun {
     [[nodiscard]] int Baud() const { return m_baud; }
 
   private:
+    CliResult ExecuteCommand();
+    void AwaitLossNews();
     CliResult Ports();
     CliResult Identify();
     CliResult Read();
@@ -52,6 +54,7 @@ class clsCliRun {
     int Connect();
     bool OpenAtRate(const std::string& name);
     std::string PortName();
+    void SayWhyNotOpen(const std::string& name);
     [[nodiscard]] int ExitOf(FlowResult result) const;
     [[nodiscard]] int ExitOf(bool done) const;
     bool Logged(const char* operation, bool done);
@@ -66,6 +69,7 @@ class clsCliRun {
     bool m_stopped = false;
     std::string m_port;
     int m_baud = 0;
+    bool m_lossTold = false;
 
     ucCOMM m_comm;
     modZarn74 m_settings;
@@ -74,4 +78,5 @@ class clsCliRun {
     clsReaderFlows m_flows;
     std::optional<clsFrameTrace> m_trace;
     std::optional<clsFrameTrace> m_monitor;
+    clsConnection m_onPort;
 };

@@ -1,17 +1,45 @@
 #include "cli/clsDemoPlatform.h"
 
+#include <cstdlib>
+
 #include "sim/SimImage.h"
 
-clsDemoPlatform::clsDemoPlatform(clsICliPlatform& real)
+clsDemoPlatform::clsDemoPlatform(clsICliPlatform& real, bool hid)
     : m_real(real), m_reader(real.Host()), m_serial(real.Host()) {
     LoadExampleConfiguration(m_reader);
     m_reader.PowerUp();
+    if (hid) {
+        m_readers.emplace(clsHidReaders::Library::Simulated);
+        m_bus.emplace(m_readers->Loader());
+        return;
+    }
     clsSimSerialControl::Line line;
     line.Reader = &m_reader;
     line.Description = "Simulated reader";
     m_serial.AddLine(1, line);
 }
 
-std::string clsDemoPlatform::LoadImage(const std::string& name) {
-    return LoadSimImage(Files(), name, m_reader);
+clsDemoPlatform::~clsDemoPlatform() {
+    if (m_bus) m_bus->Reset();
+}
+
+std::string clsDemoPlatform::Begin(const std::string& image) {
+    std::string failure = image.empty() ? std::string() : LoadSimImage(Files(), image, m_reader);
+    return failure.empty() && m_bus ? PlugIn() : failure;
+}
+
+// The reader here has the memory; the one on the bus is given it before it is powered up.
+std::string clsDemoPlatform::PlugIn() {
+    if (!m_bus->Ready()) return "the simulated USB bus is missing: " + m_readers->Loader().ApplicationPath();
+    const char* const listed = std::getenv("ORVBUS_DEVICES");  // then the bus has them already
+    const int device = listed != nullptr && *listed != '\0' ? 1 : m_bus->Plug("tarka");
+    if (!m_bus->Unplug(device)) return "the simulated USB bus has no such device: " + std::string(listed);
+    for (std::size_t i = 0; i < m_reader.Registers.size(); ++i) {
+        if (!m_bus->SetRegister(device, static_cast<int>(i), m_reader.Registers.at(i))) break;
+    }
+    return m_bus->Replug(device) ? "" : "the simulated USB bus takes no device";
+}
+
+CommDevices clsDemoPlatform::Devices(bool) {
+    return m_readers ? m_readers->Devices(/*notices=*/nullptr) : CommDevices{};
 }

@@ -1,23 +1,31 @@
 #pragma once
 
+#include <optional>
+
 #include "base/clsMemoryStore.h"
 #include "cli/clsICliPlatform.h"
+#include "platform/clsHidReaders.h"
 #include "sim/clsSimReader.h"
 #include "sim/clsSimSerialControl.h"
+#include "sim/hid/clsDemoBus.h"
 
-/// A machine with one line and a simulated reader on it. Remembers nothing for the user; files are the real
-/// machine's.
+/// A machine with a simulated reader on one line, or on USB HID behind an adapter. Remembers nothing for the
+/// user; files are the real machine's.
 class clsDemoPlatform final : public clsICliPlatform {
   public:
-    explicit clsDemoPlatform(clsICliPlatform& real);
+    clsDemoPlatform(clsICliPlatform& real, bool hid);
+    clsDemoPlatform(const clsDemoPlatform&) = delete;
+    clsDemoPlatform& operator=(const clsDemoPlatform&) = delete;
+    ~clsDemoPlatform() override;
 
-    /// The reader's memory out of a file instead of the example configuration. What is wrong, empty when
-    /// nothing is.
-    std::string LoadImage(const std::string& name);
+    /// Makes the reader, with the memory out of the file `image` or, without one, the example configuration.
+    /// What is wrong, empty when nothing is.
+    std::string Begin(const std::string& image);
 
     clsIHost& Host() override { return m_real.Host(); }
     clsISerialControl& Serial() override { return m_serial; }
     clsIPortDirectory& Ports() override { return m_serial; }
+    CommDevices Devices(bool watch) override;
     clsISettingsStore& Store() override { return m_store; }
     clsIFiles& Files() override { return m_real.Files(); }
     std::string SetPortMap(const std::vector<std::string>&) override { return {}; }
@@ -25,8 +33,12 @@ class clsDemoPlatform final : public clsICliPlatform {
     std::string DefaultFile() override { return m_real.DefaultFile(); }
 
   private:
+    std::string PlugIn();
+
     clsICliPlatform& m_real;
     clsSimReader m_reader;
     clsSimSerialControl m_serial;
     clsMemoryStore m_store;
+    std::optional<clsHidReaders> m_readers;
+    std::optional<clsDemoBus> m_bus;
 };

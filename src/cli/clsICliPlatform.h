@@ -8,6 +8,7 @@
 #include "base/clsISettingsStore.h"
 #include "ports/clsIPortDirectory.h"
 #include "ports/clsISerialControl.h"
+#include "protocol/CommDevices.h"
 
 /// What the command line takes of its machine. Each part is made when it is first asked for, so that a
 /// question that needs none is answered at once. Built by main, or by a test.
@@ -17,6 +18,9 @@ class clsICliPlatform {
     virtual clsIHost& Host() = 0;
     virtual clsISerialControl& Serial() = 0;
     virtual clsIPortDirectory& Ports() = 0;
+    /// Readers on USB HID. With `watch` also those that are plugged in later, and the news of serial ports
+    /// that come and go; a short question does without, since it would take longer for it.
+    virtual CommDevices Devices(bool watch) = 0;
     virtual clsISettingsStore& Store() = 0;
     virtual clsIFiles& Files() = 0;
     /// The user's map of ports: the options' entries, or the environment's when there are none. What is

@@ -46,6 +46,14 @@ clsISerialControl& clsQtCliPlatform::Serial() {
     return *m_serial;
 }
 
+CommDevices clsQtCliPlatform::Devices(bool watch) {
+    if (!watch && !clsHidReaders::AnyPresent()) return {};
+    m_readers.emplace(clsHidReaders::Library::Real);
+    if (!watch) return m_readers->Devices(/*notices=*/nullptr);
+    m_notices.emplace(Host(), PortList());
+    return m_readers->Devices(&*m_notices);
+}
+
 std::string clsQtCliPlatform::SetPortMap(const std::vector<std::string>& entries) {
     const PortMap map = ParsePortMap(entries, std::getenv("ZARN74_PORT_MAP"));
     if (map.Error.empty()) PortList().SetMap(map);

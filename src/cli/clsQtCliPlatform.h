@@ -6,6 +6,8 @@
 #include <string>
 
 #include "cli/clsICliPlatform.h"
+#include "platform/clsDeviceNotices.h"
+#include "platform/clsHidReaders.h"
 #include "platform/clsPortList.h"
 #include "platform/clsQtHost.h"
 #include "platform/clsQtSerialControl.h"
@@ -22,6 +24,7 @@ class clsQtCliPlatform final : public clsICliPlatform {
     clsIHost& Host() override;
     clsISerialControl& Serial() override;
     clsIPortDirectory& Ports() override { return PortList(); }
+    CommDevices Devices(bool watch) override;
     clsISettingsStore& Store() override;
     clsIFiles& Files() override { return m_files; }
     std::string SetPortMap(const std::vector<std::string>& entries) override;
@@ -42,5 +45,7 @@ class clsQtCliPlatform final : public clsICliPlatform {
     std::optional<clsQtStore> m_store;
     std::optional<clsPortList> m_ports;
     std::optional<clsQtSerialControl> m_serial;
+    std::optional<clsHidReaders> m_readers;
+    std::optional<clsDeviceNotices> m_notices;
     clsConnection m_outputWatch;
 };

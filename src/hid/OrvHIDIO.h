@@ -201,6 +201,9 @@ class OrvHIDIO {
     std::string GetDeviceManufacturer(const std::string& name);
     std::string GetDeviceProduct(const std::string& name);
     std::string GetDeviceSerialNumber(const std::string& name);
+    std::string GetDeviceFile(const std::string& name);
+    /// 0 when this process may open the device, else the system's error number.
+    int GetDeviceAccess(const std::string& name);
     std::string GetIndexedString(int index);
 
   private:

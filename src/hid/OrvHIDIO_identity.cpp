@@ -65,6 +65,12 @@ std::string OrvHIDIO::GetDeviceProduct(const std::string& name) {
 std::string OrvHIDIO::GetDeviceSerialNumber(const std::string& name) {
     return Create() ? m_api.GetDeviceSerialNumber(m_handle, name) : std::string();
 }
+std::string OrvHIDIO::GetDeviceFile(const std::string& name) {
+    return Create() ? m_api.GetDeviceFile(m_handle, name) : std::string();
+}
+int OrvHIDIO::GetDeviceAccess(const std::string& name) {
+    return Create() ? m_api.GetDeviceAccess(m_handle, name) : 0;
+}
 std::string OrvHIDIO::GetIndexedString(int index) {
     return Create() ? m_api.GetIndexedString(m_handle, index) : std::string();
 }

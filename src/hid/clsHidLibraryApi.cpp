@@ -298,6 +298,16 @@ std::string clsHidLibraryApi::GetDeviceSerialNumber(Handle handle, const std::st
     return table != nullptr ? Text(table->orvhidGetDeviceSerialNumber, handle, name.c_str()) : std::string();
 }
 
+std::string clsHidLibraryApi::GetDeviceFile(Handle handle, const std::string& name) {
+    OrvHidTable* table = Table();
+    return table != nullptr ? Text(table->orvhidGetDeviceFile, handle, name.c_str()) : std::string();
+}
+
+int clsHidLibraryApi::GetDeviceAccess(Handle handle, const std::string& name) {
+    OrvHidTable* table = Table();
+    return table != nullptr ? Call(table->orvhidGetDeviceAccess, handle, name.c_str()) : 0;
+}
+
 std::string clsHidLibraryApi::GetIndexedString(Handle handle, int index) {
     OrvHidTable* table = Table();
     return table != nullptr ? Text(table->orvhidGetIndexedString, handle, index) : std::string();

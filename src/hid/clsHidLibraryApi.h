@@ -58,6 +58,8 @@ class clsHidLibraryApi final : public clsIHidApi {
     std::string GetDeviceManufacturer(Handle handle, const std::string& name) override;
     std::string GetDeviceProduct(Handle handle, const std::string& name) override;
     std::string GetDeviceSerialNumber(Handle handle, const std::string& name) override;
+    std::string GetDeviceFile(Handle handle, const std::string& name) override;
+    int GetDeviceAccess(Handle handle, const std::string& name) override;
     std::string GetIndexedString(Handle handle, int index) override;
     bool GetInputReport(Handle handle, std::string& report) override;
     bool SetOutputReport(Handle handle, const std::string& report) override;

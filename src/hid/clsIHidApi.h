@@ -81,6 +81,9 @@ class clsIHidApi {
     virtual std::string GetDeviceProduct(Handle /*handle*/, const std::string& /*name*/) { return {}; }
     virtual std::string GetDeviceSerialNumber(Handle /*handle*/, const std::string& /*name*/) { return {}; }
     virtual std::string GetIndexedString(Handle /*handle*/, int /*index*/) { return {}; }
+    virtual std::string GetDeviceFile(Handle /*handle*/, const std::string& /*name*/) { return {}; }
+    /// 0 when this process may open the device, else the system's error number.
+    virtual int GetDeviceAccess(Handle /*handle*/, const std::string& /*name*/) { return 0; }
 
     // raw reports, report id first
     virtual bool GetInputReport(Handle /*handle*/, std::string& /*report*/) { return false; }

@@ -46,6 +46,11 @@ std::string DisplayName(OrvHIDIO& control, const std::string& name) {
     return name + suffix;
 }
 
+std::string NoAccessText(const PortEntry& reader) {
+    return reader.Alias + ": no access to " + reader.Device +
+           "; put the rule 70-zarn74.rules into /etc/udev/rules.d and plug the reader in again";
+}
+
 std::uint32_t Register(OrvHIDIO& control) {
     Module& module = TheModule();
     module.Controls[++module.LastId] = &control;

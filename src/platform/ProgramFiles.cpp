@@ -4,14 +4,23 @@
 
 #include <climits>
 #include <cstdlib>
+#include <filesystem>
+
+namespace {
+bool Exists(const std::string& file) { return access(file.c_str(), F_OK) == 0; }
+}  // namespace
 
 namespace ProgramFiles {
 
-std::string ProgramFolder() {
+std::string ProgramFile() {
     char path[PATH_MAX];
     const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
-    if (length <= 0) return ".";
-    const std::string program(path, static_cast<std::size_t>(length));
+    return length <= 0 ? std::string() : std::string(path, static_cast<std::size_t>(length));
+}
+
+std::string ProgramFolder() {
+    const std::string program = ProgramFile();
+    if (program.empty()) return ".";
     const auto slash = program.rfind('/');
     return slash == 0 ? "/." : program.substr(0, slash);
 }
@@ -27,9 +36,21 @@ std::string DefaultFile() {
     std::string inProgramFolder = ProgramFolder() + "/Default.ini";
     for (const std::string& file :
          {inProgramFolder, UserFolder() + "/Default.ini", ProgramFolder() + "/../share/zarn74/Default.ini"}) {
-        if (access(file.c_str(), F_OK) == 0) return file;
+        if (Exists(file)) return file;
     }
     return inProgramFolder;
+}
+
+StartupFiles StartupFile(const std::string& suffix) {
+    const std::string program = ProgramFile();
+    std::string name = program.substr(program.rfind('/') + 1);
+    name = name.substr(0, name.rfind('.')) + suffix + ".ini";
+    const std::string own = ProgramFolder() + "/" + name;
+    if (access(ProgramFolder().c_str(), W_OK) == 0) return {own, own};
+    std::error_code error;  // a folder that cannot be made shows when the file is written
+    std::filesystem::create_directories(UserFolder(), error);
+    const std::string users = UserFolder() + "/" + name;
+    return {Exists(users) || !Exists(own) ? users : own, users};
 }
 
 }  // namespace ProgramFiles

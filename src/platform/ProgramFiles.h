@@ -5,6 +5,8 @@
 /// Where the programs' own files lie, as the bytes of the system's file names; no folder ends in a slash.
 namespace ProgramFiles {
 
+/// The running program's own file, links resolved; empty where the system does not tell.
+std::string ProgramFile();
 /// The folder of the running program.
 std::string ProgramFolder();
 /// The user's folder, "zarn74" inside the configuration folder. It may not exist yet.
@@ -12,5 +14,14 @@ std::string UserFolder();
 /// "Default.ini" in the program's folder, else in the user's, else in that of the installation's data; the
 /// first of them when it is nowhere.
 std::string DefaultFile();
+
+/// The file that keeps the window's controls from one session to the next.
+struct StartupFiles {
+    std::string ToRead;
+    std::string ToWrite;
+};
+/// In the program's folder, under the program's name with `suffix` and ".ini"; where that folder is not
+/// writable in the user's, which is made. What the program's folder has is read while the user has none.
+StartupFiles StartupFile(const std::string& suffix);
 
 }  // namespace ProgramFiles

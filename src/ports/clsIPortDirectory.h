@@ -6,6 +6,7 @@
 /// One port of the machine, as it is listed to a person.
 struct PortEntry {
     std::string Name;         ///< "COM5", or a HID device's name
+    std::string Alias;        ///< a shorter name that opens it too, "HID1"; may be empty
     std::string Device;       ///< the device file
     std::string Description;  ///< product text, may be empty
     std::string Maker;        ///< may be empty

@@ -5,6 +5,7 @@
 
 #include "base/clsScopeGuard.h"
 #include "base/modText.h"
+#include "hid/modOrvHID.h"
 
 namespace {
 
@@ -92,6 +93,26 @@ void ucCOMM::ClosePort() {
     m_adapterName.clear();
     m_unanswered.clear();
     m_lateReplyDue = false;
+}
+
+std::vector<PortEntry> ucCOMM::HidPorts() const {
+    std::vector<PortEntry> ports;
+    if (!m_hid) return ports;
+    OrvHIDIO& control = m_hid->Control;
+    const int count = control.NumberOfCommPorts();
+    for (int i = 0; i < count; ++i) {
+        const std::string device = control.EnumCommPort(i);
+        if (device.empty()) break;  // it has gone since they were counted
+        PortEntry& port = ports.emplace_back();
+        port.Name = modOrvHID::DisplayName(control, device);
+        port.Alias = control.DevicePrefix() + std::to_string(i + 1);
+        port.Device = control.GetDeviceFile(device);
+        port.Description = control.GetDeviceProduct(device);
+        port.Maker = control.GetDeviceManufacturer(device);
+        port.Serial = control.GetDeviceSerialNumber(device);
+        port.Access = control.GetDeviceAccess(device) == 0;
+    }
+    return ports;
 }
 
 // What was sent at another speed is not answered readably any more.

@@ -16,18 +16,12 @@
 #include "hid/OrvHIDIO.h"
 #include "hid/clsOrvHIDComm.h"
 #include "ports/clsCommPorts.h"
+#include "ports/clsIPortDirectory.h"
 #include "ports/clsISerialControl.h"
 #include "ports/clsMSComm.h"
+#include "protocol/CommDevices.h"
 #include "protocol/OrvNetFrame.h"
-#include "protocol/clsIDeviceNotices.h"
 #include "protocol/clsPacketCutter.h"
-
-/// What a comm control uses beside the serial line; what is null is not there.
-struct CommDevices {
-    clsILibraryLoader* Loader = nullptr;  ///< with Hid: readers on USB HID
-    clsIHidApi* Hid = nullptr;
-    clsIDeviceNotices* Notices = nullptr;  ///< serial ports that come and go
-};
 
 /// The comm control: frames OrvNet commands, sends them through the port in use, cuts what arrives into
 /// packets and waits for replies; on top of that the register and device commands, the search for a reader,
@@ -75,6 +69,8 @@ class ucCOMM : private clsPacketCutter::clsISink {
     void SetBaudRate(std::int32_t rate);
     /// True for every port that is not on USB HID; for one that is, what the HID control says.
     [[nodiscard]] bool CommPort_IsBaudrateSupported(const std::string& name) const;
+    /// The readers on USB HID, in the order of their aliases.
+    [[nodiscard]] std::vector<PortEntry> HidPorts() const;
     /// The name of the USB adapter behind the open port, asked once when it opened; empty where there is
     /// none.
     [[nodiscard]] const std::string& AdapterName() const { return m_adapterName; }

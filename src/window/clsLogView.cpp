@@ -156,6 +156,8 @@ void clsLogView::Insert(QTextCursor& cursor, const Piece& piece) {
 bool clsLogView::event(QEvent* event) {
     if (event->type() == QEvent::ShortcutOverride || event->type() == QEvent::KeyPress) {
         auto& key = static_cast<QKeyEvent&>(*event);
+        // The window's own F6 leads here and would never lead away.
+        if (event->type() == QEvent::ShortcutOverride && key.key() == Qt::Key_F6) event->accept();
         if (CharacterOf(key) != 0) {
             event->accept();
             // Here, because Tab would move the focus on its way to keyPressEvent.

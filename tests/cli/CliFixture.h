@@ -75,6 +75,7 @@ struct clsCliTest : testing::Test, clsICliPlatform {
     clsIHost& Host() override { return host; }
     clsISerialControl& Serial() override { return serial; }
     clsIPortDirectory& Ports() override { return serial; }
+    CommDevices Devices(bool) override { return {}; }
     clsISettingsStore& Store() override { return store; }
     clsIFiles& Files() override { return files; }
     std::string SetPortMap(const std::vector<std::string>& entries) override {

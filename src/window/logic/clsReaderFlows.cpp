@@ -8,8 +8,10 @@ namespace {
 
 constexpr const char* readerPattern = "Zarn*";
 constexpr const char* scanRates = "2400,4800,9600,14400,19200";
-constexpr int autoReadTime = 100;  // ms after what the reader typed until its card is read
-constexpr int cardPause = 50;      // ms until a reader that has seen no card yet is asked again
+constexpr int autoReadTime = 100;               // ms after what the reader typed until its card is read
+constexpr std::uint32_t lateAnswerTime = 500;   // ms after a flow that was broken off; its answer still comes
+constexpr std::uint32_t lateAnswerQuiet = 100;  // ms without a byte after which that answer is over
+constexpr int cardPause = 50;                   // ms until a reader that has seen no card yet is asked again
 
 constexpr const char* testCaption = "Test EEPROM";
 constexpr const char* testCancelCaption = "Cancel";
@@ -56,6 +58,8 @@ class clsReaderFlows::clsRun {
     clsRun(const clsRun&) = delete;
     clsRun& operator=(const clsRun&) = delete;
     ~clsRun() {
+        m_flows.m_mutedSince = m_flows.m_host.TickCount();
+        m_flows.m_mutedTime = m_flows.Cancelled() || m_flows.m_comm.Timeout() ? lateAnswerTime : 0;
         m_flows.m_running = false;
         m_flows.m_busy = false;
         m_flows.m_cancelRequested = false;
@@ -446,8 +450,13 @@ void clsReaderFlows::ClearMsg(bool keepSelections) {
     m_log.Clear();
 }
 
+std::string clsReaderFlows::PortInfo() const {
+    const std::string& adapter = m_comm.AdapterName();
+    return m_comm.CommPort() + (adapter.empty() ? "" : " with " + adapter);
+}
+
 void clsReaderFlows::ShowCommPortInfo() {
-    m_panel.Port = m_comm.CommPort();
+    m_panel.Port = PortInfo();
     m_view.ShowPanel(m_panel);
 }
 
@@ -488,12 +497,22 @@ void clsReaderFlows::HandlePort(const std::string& message) {
     if (!m_running) ButtonsEnable(true);
 }
 
+// Half an image that the reader goes on sending after a cancel is nothing that it typed.
+bool clsReaderFlows::Muted() {
+    const std::uint32_t elapsed = m_host.TickCount() - m_mutedSince;
+    if (m_running || elapsed >= m_mutedTime) return false;
+    m_mutedTime = std::max(m_mutedTime, elapsed + lateAnswerQuiet);
+    return true;
+}
+
 void clsReaderFlows::HandleChar(std::uint8_t byte) {
+    if (Muted()) return;
     m_log.ShowCharEx(byte);
     if (EndsCardID(byte)) m_timerAutoRead.Restart();
 }
 
 void clsReaderFlows::HandlePacket(int terminator, const std::string& text) {
+    if (Muted()) return;
     for (const char c : text) m_log.ShowCharEx(static_cast<std::uint8_t>(c));
     if (terminator >= 0 && terminator <= 255) m_log.ShowCharEx(static_cast<std::uint8_t>(terminator));
     if (EndsCardID(terminator)) m_timerAutoRead.Restart();

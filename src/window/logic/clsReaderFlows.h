@@ -50,6 +50,8 @@ class clsReaderFlows {
     ~clsReaderFlows();
 
     [[nodiscard]] const ZarnInfo& Record() const { return m_record; }
+    /// The port in use, and the USB adapter behind it.
+    [[nodiscard]] std::string PortInfo() const;
     [[nodiscard]] bool FlowRunning() const { return m_running; }
     /// Reads take the memory image where the reader gives one. True at start.
     void SetQuickRead(bool value) { m_quickRead = value; }
@@ -130,6 +132,7 @@ class clsReaderFlows {
     bool ShowZarn74();
     bool SaveZarn74();
     void TimerAutoRead();
+    bool Muted();
     void HandleChar(std::uint8_t byte);
     void HandlePacket(int terminator, const std::string& text);
     void HandlePort(const std::string& message);
@@ -152,6 +155,8 @@ class clsReaderFlows {
     bool m_readerFound = false;      // by the last scan
     bool m_quickRead = true;
     bool m_onlyChanged = true;
+    std::uint32_t m_mutedSince = 0;  // for m_mutedTime ms what arrives answers a flow that was broken off
+    std::uint32_t m_mutedTime = 0;
     std::string m_unshownFile;  // the start-up file, when it could not be shown completely
     clsConnection m_connections[5];
 };

@@ -1,0 +1,83 @@
+# bash completion for zarn74, zarn74ctl and zarn74sim
+
+_zarn74_offer() { mapfile -t COMPREPLY < <(compgen -W "$1" -- "$2"); }
+_zarn74_files() {
+    compopt -o filenames
+    mapfile -t COMPREPLY < <(compgen -f -- "$1")
+}
+
+_zarn74() {
+    local word=$2 before=$3
+    case $before in
+    --image | --screenshot) _zarn74_files "$word" ;;
+    --port-map) _zarn74_offer "$(for n in {1..9}; do echo "COM$n="; done)" "$word" ;;
+    --page) COMPREPLY=() ;;
+    *)
+        case $word in
+        -*)
+            _zarn74_offer "--demo --demo=hid --image --port-map --screenshot --describe --page --dark --help --version" \
+                "$word"
+            ;;
+        *) _zarn74_files "$word" ;;
+        esac
+        ;;
+    esac
+}
+
+_zarn74ctl() {
+    local word=$2 before=$3 command='' demo='' i
+    local commands='ports scan info read write default dump get set test-eeprom monitor'
+    for ((i = 1; i < COMP_CWORD; i++)); do
+        case ${COMP_WORDS[i]} in
+        demo) demo=demo ;;
+        *) [[ " $commands " != *" ${COMP_WORDS[i]} "* ]] || command=${COMP_WORDS[i]} ;;
+        esac
+    done
+    case $before in
+    --image | -o) _zarn74_files "$word" && return ;;
+    --baud) _zarn74_offer "2400 4800 9600 14400 19200" "$word" && return ;;
+    --port-map) _zarn74_offer "$(for n in {1..9}; do echo "COM$n="; done)" "$word" && return ;;
+    --port)
+        case $word in
+        */*) _zarn74_files "$word" ;;
+        *) _zarn74_offer "$("${COMP_WORDS[0]}" ports 2>/dev/null | cut -d' ' -f1)" "$word" ;;
+        esac
+        return
+        ;;
+    esac
+    case $word in
+    -*)
+        local options="--port --baud --port-map --quick --slow --json --trace --help --version"
+        [[ -z $demo ]] || options+=" --image --hid"
+        case $command in
+        read | dump) options+=" -o" ;;
+        write | default) options+=" --all" ;;
+        test-eeprom) options+=" --yes" ;;
+        esac
+        _zarn74_offer "$options" "$word"
+        ;;
+    *)
+        case $command in
+        '') _zarn74_offer "$commands ${demo:-demo}" "$word" ;;
+        write | default) _zarn74_files "$word" ;;
+        esac
+        ;;
+    esac
+}
+
+_zarn74sim() {
+    local word=$2 before=$3
+    case $before in
+    --image | --log | --link) _zarn74_files "$word" ;;
+    --only-baud | --pace) _zarn74_offer "2400 4800 9600 14400 19200" "$word" ;;
+    --fault)
+        _zarn74_offer "no-answer refuse-busy refuse-code wrong-checksum truncated-reply trickled-reply
+            garbage-before-stx late-reply short-dump different-dumps dropped-write" "$word"
+        ;;
+    *) _zarn74_offer "--image --example --only-baud --pace --log --link --fault --help --version" "$word" ;;
+    esac
+}
+
+complete -F _zarn74 zarn74
+complete -F _zarn74ctl zarn74ctl
+complete -F _zarn74sim zarn74sim

@@ -1,0 +1,72 @@
+#include "app/WindowOptions.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <filesystem>
+
+#include "base/modText.h"
+
+namespace {
+
+constexpr auto testWord = "BENCHRUN";
+
+bool HoldsTestWord(const std::string& argument) {
+    return modText::UCase(argument).find(testWord) != std::string::npos;
+}
+
+bool Exists(const std::string& name) {
+    std::error_code error;
+    return std::filesystem::exists(name, error);
+}
+
+/// "/benchrun" and the like: the word alone, which is neither an option nor a file.
+bool IsTestWordOnly(const std::string& argument) {
+    return HoldsTestWord(argument) && argument.find('=') == std::string::npos && !Exists(argument);
+}
+
+}  // namespace
+
+WindowParsing ParseArguments(std::vector<std::string> arguments, WindowOptions& options) {
+    options = {};
+    options.Bench = std::any_of(arguments.begin(), arguments.end(), HoldsTestWord);
+    std::erase_if(arguments, IsTestWordOnly);
+
+    CLI::App app("Configures a Zarn74 card reader in a window.", "zarn74");
+    app.set_version_flag("--version", "zarn74 " ZARN74_VERSION, "Print the version and exit");
+    std::string demo;
+    app.add_flag("--demo{serial}", demo, "Work on a simulated reader, on a serial line or with =hid on USB")
+        ->check(CLI::IsMember({"serial", "hid"}));
+    app.add_option("--image", options.Image, "The simulated reader's 512 bytes of memory")->type_name("FILE");
+    app.add_option("--port-map", options.PortMap,
+                   "Use only the ports named like this; may be given more than once")
+        ->type_name("COMn=PATH")
+        ->allow_extra_args(false);
+    app.add_option("--screenshot", options.Screenshot,
+                   "Scan and read a simulated reader, save the window as a PNG picture, and end")
+        ->type_name("FILE");
+    app.add_flag("--describe", options.Describe,
+                 "Scan and read a simulated reader, print what every control holds, and end");
+    app.add_option("--page", options.Page, "Turn to the page with this caption")->type_name("NAME");
+    std::pair<int, int> size;
+    app.add_option("--size", size, "The window's width and height in pixels")
+        ->delimiter('x')
+        ->type_name("WxH");
+    app.add_flag("--dark", options.Dark, "Dark colours");
+    app.add_option("FILE", options.File, "A settings file to open")->type_name("");
+
+    std::reverse(arguments.begin(), arguments.end());
+    try {
+        app.parse(arguments);
+    } catch (const CLI::CallForHelp&) {
+        return {/*Run=*/false, /*Exit=*/0, app.help()};
+    } catch (const CLI::CallForVersion& version) {
+        return {/*Run=*/false, /*Exit=*/0, std::string(version.what()) + "\n"};
+    } catch (const CLI::ParseError& error) {
+        return {/*Run=*/false, /*Exit=*/2, std::string(error.what()) + "\n"};
+    }
+    std::tie(options.Width, options.Height) = size;
+    if (demo.empty() && (options.Batch() || !options.Image.empty())) demo = "serial";
+    if (!demo.empty())
+        options.Demo = demo == "hid" ? WindowOptions::DemoKind::Hid : WindowOptions::DemoKind::Serial;
+    return {/*Run=*/true, /*Exit=*/0, {}};
+}

@@ -1,0 +1,143 @@
+#include "app/clsDemoPanel.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QEvent>
+#include <QGridLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <array>
+
+#include "platform/QtText.h"
+#include "widgets/clsWheelGuard.h"
+
+namespace {
+
+struct DemoCard {
+    const char* Name;
+    int Type;
+    const char* Serial;
+};
+constexpr std::array<DemoCard, 6> cards{{{"Mifare 1K 04A1B2C3 (in the table)", 1, "04A1B2C3"},
+                                         {"Mifare 1K 11223344", 1, "11223344"},
+                                         {"Mifare 4K 5E11907D", 2, "5E11907D"},
+                                         {"UltraLight 04526AF13B2C80", 3, "04526AF13B2C80"},
+                                         {"DESFire 047C330AD56190", 4, "047C330AD56190"},
+                                         {"EM125K 2B008E41F6", 5, "2B008E41F6"}}};
+constexpr auto noSerial = "0000000000";
+
+QLabel* BuddyLabel(const QString& text, QWidget* control) {
+    auto* const label = new QLabel(text);
+    label->setBuddy(control);
+    return label;
+}
+
+}  // namespace
+
+clsDemoPanel::clsDemoPanel(const std::vector<Connection>& connections, int chosen, QWidget* parent)
+    : QFrame(parent),
+      m_connections(connections),
+      m_connection(new QComboBox),
+      m_card(new QComboBox),
+      m_fault(new QComboBox),
+      m_plugged(new QCheckBox(tr("Plugged in"))) {
+    setObjectName("pnlDemo");
+    setAutoFillBackground(true);
+    Color();
+
+    auto* const banner = new QLabel(tr("Simulated reader: nothing here reaches a real one."));
+    banner->setObjectName("labDemo");
+    QFont bold = banner->font();
+    bold.setBold(true);
+    banner->setFont(bold);
+    auto* const type = new QPushButton(tr("Type card ID"));
+    type->setToolTip(tr("The reader types the ID of the card that lies on it, and Enter"));
+    auto* const paced = new QCheckBox(tr("Real line speed"));
+    paced->setToolTip(tr("Bytes take as long as on a real serial line"));
+    m_plugged->setChecked(true);
+    m_plugged->setToolTip(tr("Pulls the reader's cable out and puts it back"));
+
+    for (const Connection& connection : m_connections) m_connection->addItem(connection.Name);
+    m_connection->setCurrentIndex(chosen);
+    m_card->addItem(tr("no card"));
+    for (const DemoCard& card : cards) m_card->addItem(card.Name);
+    m_fault->addItem(tr("no fault"));
+    for (const SimFault fault : AllSimFaults()) {
+        m_fault->addItem(QtText::ToQString(SimFaultName(fault)));
+        m_fault->setItemData(m_fault->count() - 1, QtText::ToQString(SimFaultHelp(fault)), Qt::ToolTipRole);
+    }
+
+    auto* const grid = new QGridLayout(this);
+    grid->setContentsMargins(12, 6, 12, 6);
+    grid->setHorizontalSpacing(8);
+    grid->addWidget(banner, 0, 0, 1, 6);
+    grid->addWidget(m_plugged, 0, 6);
+    grid->addWidget(paced, 0, 7);
+    grid->addWidget(BuddyLabel(tr("On"), m_connection), 1, 0);
+    grid->addWidget(m_connection, 1, 1);
+    grid->addWidget(BuddyLabel(tr("Card"), m_card), 1, 2);
+    grid->addWidget(m_card, 1, 3);
+    grid->addWidget(BuddyLabel(tr("Fault"), m_fault), 1, 4);
+    grid->addWidget(m_fault, 1, 5);
+    grid->addWidget(type, 1, 6);
+    grid->setColumnStretch(8, 1);
+
+    m_connection->setObjectName("cboDemoConnection");
+    m_card->setObjectName("cboDemoCard");
+    m_fault->setObjectName("cboDemoFault");
+    m_plugged->setObjectName("chkDemoPlugged");
+    paced->setObjectName("chkDemoPaced");
+    type->setObjectName("cmdDemoType");
+    for (QComboBox* box : {m_connection, m_card, m_fault}) {
+        new clsWheelGuard(*box);
+        connect(box, &QComboBox::currentIndexChanged, this, &clsDemoPanel::ApplyAll);
+    }
+    connect(m_plugged, &QCheckBox::toggled, this, &clsDemoPanel::ApplyAll);
+    connect(paced, &QCheckBox::toggled, this, &clsDemoPanel::PacedChanged);
+    connect(type, &QPushButton::clicked, this, [this] {
+        const int card = m_card->currentIndex() - 1;
+        Reader().TypeText(std::string(card < 0 ? noSerial : cards.at(static_cast<std::size_t>(card)).Serial) +
+                          "\r");
+    });
+    ApplyAll();
+}
+
+clsIDemoReader& clsDemoPanel::Reader() const {
+    return *m_connections.at(static_cast<std::size_t>(m_connection->currentIndex())).Reader;
+}
+
+void clsDemoPanel::ApplyAll() {
+    const int card = m_card->currentIndex() - 1;
+    std::optional<SimCard> placed;
+    if (card >= 0) {
+        const DemoCard& chosen = cards.at(static_cast<std::size_t>(card));
+        placed = SimCard{chosen.Type, chosen.Serial};
+    }
+    std::optional<SimFaultRule> fault;
+    if (m_fault->currentIndex() > 0) {
+        std::string error;
+        fault = ParseSimFault(QtText::ToBytes(m_fault->currentText()), error);
+    }
+    for (const Connection& connection : m_connections) {
+        const bool chosen = connection.Reader == &Reader();
+        connection.Reader->SetPlugged(chosen && m_plugged->isChecked());
+        connection.Reader->PlaceCard(placed);
+        connection.Reader->SetFault(fault);
+    }
+}
+
+void clsDemoPanel::changeEvent(QEvent* event) {
+    QFrame::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && !m_coloring) Color();
+}
+
+/// An amber strip: light with dark text, or the other way round on a dark theme.
+void clsDemoPanel::Color() {
+    m_coloring = true;
+    const bool dark = palette().color(QPalette::Base).lightness() < 128;
+    QPalette colors = palette();
+    colors.setColor(QPalette::Window, dark ? QColor(0x5A, 0x45, 0x00) : QColor(0xFF, 0xE8, 0xA3));
+    colors.setColor(QPalette::WindowText, dark ? QColor(0xFF, 0xF2, 0xCC) : QColor(0x3A, 0x2C, 0x00));
+    setPalette(colors);
+    m_coloring = false;
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "protocol/clsIDeviceNotices.h"
+#include "sim/clsSimReader.h"
+#include "sim/clsSimSerialControl.h"
+
+/// What the demo's panel does to a simulated reader, however it is connected.
+class clsIDemoReader {
+  public:
+    virtual ~clsIDemoReader() = default;
+    virtual void PlaceCard(const std::optional<SimCard>& card) = 0;
+    virtual void TypeText(const std::string& bytes) = 0;
+    virtual void SetPlugged(bool value) = 0;
+    /// One fault at a time; nothing ends it. A rule that was read from a text, see ParseSimFault.
+    virtual void SetFault(const std::optional<SimFaultRule>& fault) = 0;
+};
+
+/// A simulated reader on a simulated serial line, COM1, and the news of its plug. Built by main.
+class clsSerialDemoReader final : public clsIDemoReader {
+  public:
+    static constexpr int lineNumber = 1;
+
+    explicit clsSerialDemoReader(clsIHost& host);
+
+    [[nodiscard]] clsSimReader& Reader() { return m_reader; }
+    [[nodiscard]] clsSimSerialControl& Serial() { return m_serial; }
+    [[nodiscard]] clsIDeviceNotices& Notices() { return m_notices; }
+    /// Bytes take as long as on a real line. Off at start.
+    void SetPaced(bool value);
+
+    void PlaceCard(const std::optional<SimCard>& card) override;
+    void TypeText(const std::string& bytes) override { m_reader.TypeText(bytes); }
+    void SetPlugged(bool value) override;
+    void SetFault(const std::optional<SimFaultRule>& fault) override;
+
+  private:
+    clsIHost& m_host;
+    bool m_plugged = true;
+    clsSimReader m_reader;
+    clsSimSerialControl m_serial;
+    clsIDeviceNotices m_notices;
+};

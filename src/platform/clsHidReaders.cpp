@@ -1,0 +1,35 @@
+#include "platform/clsHidReaders.h"
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <system_error>
+
+#include "hid/modOrvHID.h"
+#include "platform/ProgramFiles.h"
+
+namespace {
+
+std::string FolderOf(clsHidReaders::Library library) {
+    const std::string program = ProgramFiles::ProgramFolder();
+    return library == clsHidReaders::Library::Real ? program : program + "/demo";
+}
+
+}  // namespace
+
+bool clsHidReaders::AnyPresent() {
+    std::error_code failed;
+    for (const auto& node : std::filesystem::directory_iterator("/sys/class/hidraw", failed)) {
+        std::ifstream properties(node.path() / "device/uevent");
+        for (std::string line; std::getline(properties, line);) {
+            if (line.starts_with("HID_ID=") && line.find(":00002E91:") != std::string::npos) return true;
+        }
+    }
+    return false;
+}
+
+clsHidReaders::clsHidReaders(Library library) : clsHidReaders(FolderOf(library)) {}
+
+clsHidReaders::clsHidReaders(const std::string& folder) : m_loader(folder) {
+    modOrvHID::SetDisplayNameFormat(" ({Name})");
+}

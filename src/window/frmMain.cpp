@@ -1,0 +1,410 @@
+#include "window/frmMain.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QFontDatabase>
+#include <QLabel>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QProgressBar>
+#include <QScreen>
+#include <QShortcut>
+
+#include "base/clsScopeGuard.h"
+#include "hid/modOrvHID.h"
+#include "platform/QtText.h"
+#include "ui_frmMain.h"
+#include "widgets/clsWheelGuard.h"
+
+namespace {
+
+constexpr auto programTitle = "Zarn74 Configuration";
+constexpr auto hidNameFormat = " ({Name})";
+constexpr int keyStringLength = 16;  // bytes of a key string
+constexpr int progressTime = 40;     // ms between two pictures of the progress
+constexpr int statusMargin = 10;     // pixels
+
+constexpr auto storeSection = "Window";
+constexpr auto storeGeometry = "Geometry";
+constexpr auto storeSplitter = "Splitter";
+constexpr auto storeFolder = "Folder";
+
+/// The title with the version in the form "V1.2R3".
+QString TitleText() {
+    const QStringList numbers = QString(ZARN74_VERSION).split('.');
+    return QString("%1 - V%2.%3R%4").arg(programTitle, numbers.value(0), numbers.value(1), numbers.value(2));
+}
+
+QString FirstFile(const QMimeData* data) {
+    const QList<QUrl> urls = data == nullptr ? QList<QUrl>() : data->urls();
+    const QString path = urls.size() == 1 ? urls.front().toLocalFile() : QString();
+    return QFileInfo(path).isFile() ? path : QString();
+}
+
+/// "Text|*.txt" as Qt's dialogs want it.
+QString DialogFilter(const QString& filter) {
+    return QString("%1 (%2)").arg(filter.section('|', 0, 0), filter.section('|', 1, 1));
+}
+
+std::unique_ptr<Ui::frmMain> MakeControls(frmMain& window) {
+    auto controls = std::make_unique<Ui::frmMain>();
+    controls->setupUi(&window);
+    return controls;
+}
+
+}  // namespace
+
+// -- life ---------------------------------------------------------------------------------------------------
+
+frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
+    : OnMessageBox([this](const QString& text) {
+          QMessageBox(QMessageBox::Warning, windowTitle(), text, QMessageBox::Ok, this).exec();
+      }),
+      OnFileDialog([this](const QString& suggested, bool save, const QString& filter) {
+          return ChooseFile(suggested, save, filter);
+      }),
+      m_parts(parts),
+      m_files(files),
+      m_ui(MakeControls(*this)),
+      m_log(parts.Host, *m_ui->txtView, &parts.KeyNames),
+      m_settingsFile(parts.Files),
+      m_flows(parts.Host, parts.Comm, parts.Settings, m_log, m_settingsFile, *this) {
+    m_ui->SSTab1->setCurrentIndex(0);
+    setWindowTitle(TitleText());
+    modOrvHID::SetDisplayNameFormat(hidNameFormat);
+    MakeLists();
+    MakeDigitBoxes();
+    MakeTable();
+    MakeStatusBar();
+    MakeReaderPanel();
+    ConnectButtons();
+    MakeShortcuts();
+    ColorNotice();
+    m_ui->fraNotice->hide();
+
+    m_flows.ClearMsg(/*keepSelections=*/false);
+    for (TextBoxEx* box : {m_ui->txtPrefix, m_ui->txtPostfix, m_ui->txtOnRemove})
+        box->SetMaxLength(keyStringLength);
+    ShowForm(ZarnForm());
+    m_flows.OpenStartupFile(files.StartupToRead);
+    m_flows.ClearMsg(/*keepSelections=*/true);
+    m_ui->chkQuickMode->setChecked(true);
+    m_ui->chkQuickMode->setVisible(bench);
+    m_ui->cmdTest->setVisible(bench);
+    m_ui->fraTest->setEnabled(bench);
+    m_ui->SSTab1->setTabVisible(m_ui->SSTab1->indexOf(m_ui->tabEeprom), bench);
+    ShowTest("Test EEPROM", TestIndicator::Grey);
+    m_flows.ButtonsEnable(true);
+
+    setAcceptDrops(true);
+    installEventFilter(this);
+    for (QWidget* child : findChildren<QWidget*>())
+        if (child->acceptDrops()) child->installEventFilter(this);
+    RestoreLayout();
+    m_ui->cmdAutoScan->setFocus();
+}
+
+frmMain::~frmMain() = default;
+
+void frmMain::MakeStatusBar() {
+    m_statusState = new QLabel(this);
+    m_statusState->setObjectName("labStatusState");
+    m_progress = new QProgressBar(this);
+    m_progress->setObjectName("prgStatus");
+    m_progress->setFormat(tr("step %v of %m"));
+    m_progress->setMaximumWidth(fontMetrics().averageCharWidth() * 30);
+    m_progress->hide();
+    m_cancel = new QPushButton(tr("&Cancel"), this);
+    m_cancel->setObjectName("cmdCancel");
+    m_cancel->setToolTip(tr("End what is running at once (F7)"));
+    m_statusPort = new QLabel(this);
+    m_statusPort->setObjectName("labStatusPort");
+    m_statusSpeed = new QLabel(this);
+    m_statusSpeed->setObjectName("labStatusSpeed");
+    m_statusFile = new QLabel(this);
+    m_statusFile->setObjectName("labStatusFile");
+    QStatusBar& bar = *m_ui->staMain;
+    bar.setContentsMargins(statusMargin, 0, 0, 0);
+    bar.addWidget(m_statusState, /*stretch=*/1);
+    bar.addWidget(m_progress);
+    bar.addWidget(m_cancel);
+    for (QLabel* label : {m_statusPort, m_statusSpeed, m_statusFile}) bar.addPermanentWidget(label);
+
+    const QString file = QFile::decodeName(m_files.StartupToWrite.c_str());
+    if (!file.isEmpty()) m_statusFile->setText(tr("Start-up file: %1").arg(QFileInfo(file).fileName()));
+    m_statusFile->setToolTip(tr("The settings shown are kept over the end of the program in\n%1").arg(file));
+    m_progressTimer.setSingleShot(true);
+    m_progressTimer.setInterval(progressTime);
+    connect(&m_progressTimer, &QTimer::timeout, this, [this] {
+        m_progress->setMaximum(m_steps);
+        m_progress->setValue(m_step);
+        m_progress->show();
+        ShowState();
+    });
+    connect(m_cancel, &QPushButton::clicked, this, [this] { m_flows.Cancel(); });
+}
+
+void frmMain::MakeReaderPanel() {
+    for (QLabel* label : {m_ui->labProduct, m_ui->labROMVersion, m_ui->labROMSN, m_ui->labPort}) {
+        QFont bold = label->font();
+        bold.setBold(true);
+        label->setFont(bold);
+    }
+    for (QLabel* label :
+         {m_ui->labProductCaption, m_ui->labROMVersionCaption, m_ui->labROMSNCaption, m_ui->labPortCaption})
+        label->setForegroundRole(QPalette::PlaceholderText);
+    m_ui->cmdAutoScan->setMinimumHeight(m_ui->cmdAutoScan->sizeHint().height() * 4 / 3);
+}
+
+void frmMain::ConnectButtons() {
+    const auto flow = [this](QPushButton* button, const QString& what, const std::function<void()>& run) {
+        connect(button, &QPushButton::clicked, this, [this, what, run] { Run(what, run); });
+    };
+    flow(m_ui->cmdAutoScan, tr("Looking for a reader"), [this] { m_flows.AutoScan(); });
+    flow(m_ui->cmdShowZarn74, tr("Reading"), [this] { m_flows.Read(); });
+    flow(m_ui->cmdApply, tr("Writing"), [this] { m_flows.Apply(); });
+    flow(m_ui->cmdInitialize, tr("Writing the defaults"), [this] { m_flows.Initialize(m_files.Defaults); });
+    flow(m_ui->cmdOpen, tr("Opening a file"), [this] { m_flows.Open(); });
+    flow(m_ui->cmdSave, tr("Saving to a file"), [this] { m_flows.Save(); });
+    flow(m_ui->cmdReadCardInfo, tr("Reading the card"), [this] { m_flows.ReadCardInfo(); });
+    // While the test runs this button ends it.
+    connect(m_ui->cmdTest, &QPushButton::clicked, this, [this] {
+        if (m_flows.FlowRunning()) {
+            m_flows.TestEeprom();
+        } else {
+            Run(tr("Testing the memory"), [this] { m_flows.TestEeprom(); });
+        }
+    });
+    connect(m_ui->cmdExit, &QPushButton::clicked, this, &QWidget::close);
+    connect(m_ui->chkQuickMode, &QCheckBox::toggled, this, [this](bool quick) {
+        m_flows.SetQuickRead(quick);
+        m_flows.SetOnlyChanged(quick);
+    });
+    connect(m_ui->txtView, &clsLogView::KeyPressed, this,
+            [this](quint16 code, quint16 shift) { m_log.KeyDown(/*down=*/true, code, shift); });
+    connect(m_ui->txtView, &clsLogView::SaveRequested, this, &frmMain::SaveLog);
+    connect(m_ui->cmdSaveLog, &QToolButton::clicked, this, &frmMain::SaveLog);
+    connect(m_ui->cmdHideNotice, &QToolButton::clicked, m_ui->fraNotice, &QWidget::hide);
+}
+
+// The boxes of key strings take every Ctrl and letter for themselves, so each has a twin.
+void frmMain::MakeShortcuts() {
+    const auto shortcut = [this](const QList<QKeySequence>& keys, QPushButton* button) {
+        for (const QKeySequence& key : keys)
+            connect(new QShortcut(key, this), &QShortcut::activated, button, &QPushButton::click);
+    };
+    shortcut({Qt::Key_F2}, m_ui->cmdAutoScan);
+    shortcut({Qt::CTRL | Qt::Key_O, Qt::Key_F3}, m_ui->cmdOpen);
+    shortcut({Qt::CTRL | Qt::Key_S, Qt::Key_F4}, m_ui->cmdSave);
+    shortcut({Qt::Key_F5}, m_ui->cmdShowZarn74);
+    shortcut({Qt::Key_F7}, m_cancel);
+    shortcut({Qt::Key_F8}, m_ui->cmdApply);
+    shortcut({Qt::Key_F9}, m_ui->cmdInitialize);
+    connect(new QShortcut(Qt::Key_F6, this), &QShortcut::activated, this, &frmMain::FocusLog);
+}
+
+void frmMain::RestoreLayout() {
+    const auto stored = [this](const char* key) {
+        return QByteArray::fromBase64(
+            QByteArray::fromStdString(m_parts.Store.GetSetting(storeSection, key, {})));
+    };
+    m_folder = QString::fromUtf8(stored(storeFolder));
+    m_ui->splMain->setStretchFactor(0, 0);
+    m_ui->splMain->setStretchFactor(1, 1);
+    if (!restoreGeometry(stored(storeGeometry))) {
+        const QSize available = screen()->availableSize();
+        resize(QSize(1060, 780).boundedTo(available));
+    }
+    m_ui->splMain->restoreState(stored(storeSplitter));
+}
+
+void frmMain::SaveLayout() {
+    const auto store = [this](const char* key, const QByteArray& value) {
+        m_parts.Store.SaveSetting(storeSection, key, value.toBase64().toStdString());
+    };
+    store(storeGeometry, saveGeometry());
+    store(storeSplitter, m_ui->splMain->saveState());
+    store(storeFolder, m_folder.toUtf8());
+}
+
+void frmMain::OpenFile(const QString& path) {
+    Run(tr("Opening a file"), [this, path] { m_flows.OpenFile(QFile::encodeName(path).toStdString()); });
+}
+
+void frmMain::InsertPanel(QWidget* panel) { m_ui->layTop->addWidget(panel); }
+
+void frmMain::CloseSoon() {
+    m_closeSoon = true;
+    if (QWidget* dialog = QApplication::activeModalWidget()) dialog->close();
+    close();
+}
+
+void frmMain::closeEvent(QCloseEvent* event) {
+    event->ignore();
+    if (!m_flows.RequestClose()) return;
+    if (!m_flows.SaveStartupFile(m_files.StartupToWrite) && !m_saveFailed && !m_closeSoon) {
+        m_saveFailed = true;
+        const QString file = QFile::decodeName(m_files.StartupToWrite.c_str());
+        m_statusFile->setText(tr("Saving the start-up file failed"));
+        ShowNotice(QtText::ToBytes(
+            tr("The settings shown could not be saved to %1. Close again to leave without them.").arg(file)));
+        return;
+    }
+    SaveLayout();
+    event->accept();
+}
+
+void frmMain::changeEvent(QEvent* event) {
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && m_statusFile != nullptr) ColorNotice();
+}
+
+// A file is taken wherever it is dropped, also over a text box.
+bool frmMain::eventFilter(QObject* watched, QEvent* event) {
+    const bool drops = event->type() == QEvent::Drop;
+    if (!drops && event->type() != QEvent::DragEnter && event->type() != QEvent::DragMove)
+        return QMainWindow::eventFilter(watched, event);
+    auto& drop = static_cast<QDropEvent&>(*event);
+    const QString path = FirstFile(drop.mimeData());
+    if (path.isEmpty()) return QMainWindow::eventFilter(watched, event);
+    drop.setAccepted(!m_flows.FlowRunning());
+    if (drops && drop.isAccepted()) QTimer::singleShot(0, this, [this, path] { OpenFile(path); });
+    return true;
+}
+
+// -- slots --------------------------------------------------------------------------------------------------
+
+void frmMain::Run(const QString& what, const std::function<void()>& flow) {
+    if (m_flows.FlowRunning()) return;
+    m_running = what;
+    m_ui->fraNotice->hide();
+    flow();
+    m_running.clear();
+    ShowState();
+}
+
+void frmMain::SaveLog() {
+    const QString path = OnFileDialog({}, /*save=*/true, DialogFilter(clsReaderFlows::fileFilter));
+    if (path.isEmpty()) return;
+    const std::string text = m_ui->txtView->LogText().toUtf8().toStdString();
+    const bool saved = m_parts.Files.ReplaceFile(QFile::encodeName(path).toStdString(), text);
+    ShowNotice(QtText::ToBytes(saved ? tr("The log was saved to %1.").arg(path)
+                                     : tr("The log could not be saved to %1.").arg(path)));
+}
+
+QString frmMain::ChooseFile(const QString& suggested, bool save, const QString& filter) {
+    QFileDialog dialog(this, save ? tr("Save") : tr("Open"), m_folder, filter);
+    dialog.setAcceptMode(save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
+    dialog.setFileMode(save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
+    if (save) dialog.setDefaultSuffix("txt");
+    if (!suggested.isEmpty()) dialog.selectFile(suggested);
+    if (dialog.exec() != QDialog::Accepted) return {};
+    m_folder = dialog.directory().absolutePath();
+    return dialog.selectedFiles().value(0);
+}
+
+// -- what the flows show ------------------------------------------------------------------------------------
+
+void frmMain::ShowState() {
+    const bool open = m_parts.Comm.PortOpen();
+    const bool running = m_flows.FlowRunning();
+    if (running) {
+        m_statusState->setText((m_running.isEmpty() ? tr("Reading the card") : m_running) + "...");
+    } else {
+        m_statusState->setText(open ? tr("Ready") : tr("No reader: AutoScan looks for one"));
+    }
+    m_statusPort->setText(open ? QtText::ToQString(m_parts.Comm.CommPort()) : tr("no port open"));
+    m_statusSpeed->setText(open ? tr("%1 baud").arg(m_parts.Comm.BaudRate()) : QString());
+    m_statusSpeed->setVisible(open);
+}
+
+void frmMain::ShowPanel(const InfoPanel& panel) {
+    m_ui->labProduct->setText(QtText::ToQString(panel.Product));
+    m_ui->labROMVersion->setText(QtText::ToQString(panel.Version));
+    m_ui->labROMSN->setText(QtText::ToQString(panel.SerialNo));
+    m_ui->labPort->setText(QtText::ToQString(panel.Port));
+    m_ui->labPort->setToolTip(m_ui->labPort->text());
+}
+
+void frmMain::EnableButtons(const ButtonStates& states) {
+    const std::array<std::pair<QPushButton*, bool>, 10> buttons{{{m_ui->cmdExit, states.Idle},
+                                                                 {m_ui->cmdOpen, states.Idle},
+                                                                 {m_ui->cmdSave, states.Idle},
+                                                                 {m_ui->cmdAutoScan, states.Idle},
+                                                                 {m_ui->cmdShowZarn74, states.Port},
+                                                                 {m_ui->cmdApply, states.Port},
+                                                                 {m_ui->cmdInitialize, states.Port},
+                                                                 {m_ui->cmdReadCardInfo, states.ReadCardInfo},
+                                                                 {m_ui->cmdTest, states.Test},
+                                                                 {m_cancel, states.Cancel}}};
+    for (const auto& [button, enabled] : buttons) {
+        // A disabled button hands the focus to the next control, and what is typed then would land there.
+        if (!enabled && button->hasFocus()) {
+            m_ui->txtView->setFocus();
+            m_focusBack = button;
+        }
+        button->setEnabled(enabled);
+    }
+    m_cancel->setVisible(states.Cancel);
+    if (m_focusBack != nullptr && m_focusBack->isEnabled()) {
+        if (m_ui->txtView->hasFocus()) m_focusBack->setFocus();
+        m_focusBack = nullptr;
+    }
+    ShowState();
+    if (states.Idle && m_closeSoon) QTimer::singleShot(0, this, &QWidget::close);
+}
+
+void frmMain::ShowProgress(int number, int count) {
+    m_step = number;
+    m_steps = count;
+    if (count == 0) {
+        m_progressTimer.stop();
+        m_progress->hide();
+    } else if (!m_progressTimer.isActive()) {
+        m_progressTimer.start();
+    }
+}
+
+void frmMain::ShowTest(const std::string& caption, TestIndicator indicator) {
+    const bool running = caption != "Test EEPROM";
+    m_ui->cmdTest->setText(QtText::ToQString(caption));
+    QPalette colors = m_ui->shpTest->palette();
+    colors.setColor(QPalette::Window, QColor(QRgb(TestIndicatorRGB(indicator))));
+    m_ui->shpTest->setPalette(colors);
+    m_ui->shpTest->setAutoFillBackground(true);
+    switch (indicator) {
+        case TestIndicator::Green: m_ui->labTest->setText(tr("OK")); break;
+        case TestIndicator::Red: m_ui->labTest->setText(tr("NG")); break;
+        case TestIndicator::Grey: m_ui->labTest->setText(running ? tr("running") : tr("not tested")); break;
+    }
+}
+
+void frmMain::ShowMessageBox(const std::string& text) { OnMessageBox(QtText::ToQString(text)); }
+
+void frmMain::ShowNotice(const std::string& text) {
+    m_ui->labNotice->setText(QtText::ToQString(text));
+    m_ui->fraNotice->show();
+}
+
+// In the colours of tool tips, which every theme makes readable.
+void frmMain::ColorNotice() {
+    QPalette colors = palette();
+    colors.setColor(QPalette::Window, palette().color(QPalette::ToolTipBase));
+    colors.setColor(QPalette::WindowText, palette().color(QPalette::ToolTipText));
+    colors.setColor(QPalette::ButtonText, palette().color(QPalette::ToolTipText));
+    m_ui->fraNotice->setPalette(colors);
+}
+
+bool frmMain::GetFileName(std::string& name, bool save, const std::string& filter) {
+    const QString path =
+        OnFileDialog(QFile::decodeName(name.c_str()), save, DialogFilter(QtText::ToQString(filter)));
+    name = QFile::encodeName(path).toStdString();
+    return !name.empty();
+}
+
+void frmMain::FocusLog() {
+    m_focusBack = nullptr;
+    m_ui->txtView->setFocus();
+}

@@ -1,0 +1,148 @@
+#pragma once
+
+#include <QMainWindow>
+#include <QTimer>
+#include <array>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "base/clsIFiles.h"
+#include "base/clsISettingsStore.h"
+#include "window/clsTextFMT.h"
+#include "window/logic/clsReaderFlows.h"
+
+namespace Ui {
+class frmMain;
+}
+class QComboBox;
+class QLabel;
+class QProgressBar;
+class QPushButton;
+class TextBoxEx;
+class ucTextScroll;
+
+/// The files that the window reads and writes by itself, as the bytes of the system's file names.
+struct WindowFiles {
+    std::string StartupToRead;   ///< the last session's controls
+    std::string StartupToWrite;  ///< where this session's go at the end
+    std::string Defaults;        ///< for `cmdInitialize`
+};
+
+/// What the window stands on. All of it outlives the window.
+struct WindowParts {
+    clsIHost& Host;
+    ucCOMM& Comm;
+    modZarn74& Settings;
+    clsIFiles& Files;
+    clsISettingsStore& Store;  ///< keeps window size, splitter and last folder
+    const modKeyboard& KeyNames;
+};
+
+/// The program's window: shows the settings, the reader, the message log, and turns clicks into flows. Owns
+/// the log, the flows and the card filters of the page that is not shown. A flow waits inside the event loop,
+/// so every slot may run while one does; the flows refuse what may not, and the window is not destroyed
+/// meanwhile because closing is refused too.
+class frmMain : public QMainWindow, public clsIMainView {
+    Q_OBJECT
+
+  public:
+    /// Starts up: lists, controls and the last session's file. `bench` shows the test of the reader's memory.
+    frmMain(const WindowParts& parts, const WindowFiles& files, bool bench);
+    frmMain(const frmMain&) = delete;
+    frmMain& operator=(const frmMain&) = delete;
+    ~frmMain() override;
+
+    [[nodiscard]] clsReaderFlows& Flows() { return m_flows; }
+    /// A file given on the command line, or dropped.
+    void OpenFile(const QString& path);
+    /// A panel of somebody else's above everything; the window owns it from then on.
+    void InsertPanel(QWidget* panel);
+    /// Closes as soon as no flow runs any more; the one that runs is cancelled.
+    void CloseSoon();
+
+    /// Doors for a test: a box with the text, and the choice of a file (empty: none), from a suggested name.
+    std::function<void(const QString& text)> OnMessageBox;
+    std::function<QString(const QString& suggested, bool save, const QString& filter)> OnFileDialog;
+
+    // clsIMainView
+    bool ReadForm(ZarnForm& form) override;
+    void ShowForm(const ZarnForm& form) override;
+    void ShowPanel(const InfoPanel& panel) override;
+    void EnableButtons(const ButtonStates& states) override;
+    void ShowProgress(int number, int count) override;
+    void ShowTest(const std::string& caption, TestIndicator indicator) override;
+    void ShowMessageBox(const std::string& text) override;
+    void ShowNotice(const std::string& text) override;
+    bool GetFileName(std::string& name, bool save, const std::string& filter) override;
+    void FocusLog() override;
+
+  protected:
+    void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+  private:
+    using Filters = std::array<CardFilterRange, cardFilterCount>;
+
+    // making the window
+    void MakeLists();
+    void MakeDigitBoxes();
+    void MakeTable();
+    void MakeStatusBar();
+    void MakeReaderPanel();
+    void ConnectButtons();
+    void MakeShortcuts();
+    void RestoreLayout();
+    void SaveLayout();
+    void ColorNotice();
+    void InitASCIIChars(QComboBox& box, TextBoxEx& text);
+
+    // controls
+    [[nodiscard]] QComboBox& ListBox(FormList list) const;
+    [[nodiscard]] ucTextScroll& DigitBox(int box) const;
+    void ShowEntries(const ZarnForm& form);
+    void ShowFirmware(const FirmwareRules& rules);
+    void ShowFilters(const Filters& filters, int page);
+    void ShowDigitBoxes();
+    void ShowRun(int box);
+    void ShowTable(const clsConvertTable& table);
+    [[nodiscard]] clsConvertTable ReadTable() const;
+    void EditTable(const std::function<void(clsConvertTable&)>& edit);
+    void UpdateTableButtons();
+
+    // slots
+    void Run(const QString& what, const std::function<void()>& flow);
+    void SaveLog();
+    void ShowState();
+    QString ChooseFile(const QString& suggested, bool save, const QString& filter);
+    [[nodiscard]] bool Suppressed() const { return m_suppress != 0; }
+
+    const WindowParts m_parts;
+    const WindowFiles m_files;
+    std::unique_ptr<Ui::frmMain> m_ui;
+    clsMessageLog m_log;
+    clsSettingsFile m_settingsFile;
+    clsReaderFlows m_flows;
+    clsTextFMT m_fmtOutputID;
+    clsTextFMT m_fmtOutputString;
+
+    int m_suppress = 0;  // above 0 while controls are filled: their handlers do nothing
+    FirmwareRules m_firmware;
+    Filters m_filters{};             // of both pages
+    QString m_running;               // what the flow that runs does, for the status bar
+    QString m_folder;                // of the last file chosen
+    QWidget* m_focusBack = nullptr;  // the button that a flow was started with
+    bool m_closeSoon = false;
+    bool m_saveFailed = false;  // the start-up file could not be written; the next close goes ahead
+
+    QLabel* m_statusPort = nullptr;
+    QLabel* m_statusSpeed = nullptr;
+    QLabel* m_statusState = nullptr;
+    QLabel* m_statusFile = nullptr;
+    QProgressBar* m_progress = nullptr;
+    QPushButton* m_cancel = nullptr;
+    QTimer m_progressTimer;  // a step costs nothing until it is time for the next picture
+    int m_step = 0;
+    int m_steps = 0;
+};

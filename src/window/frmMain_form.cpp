@@ -1,0 +1,293 @@
+// The setting controls: filling them, reading them, and what they do to one another.
+
+#include <QFontDatabase>
+#include <QListWidgetItem>
+
+#include "base/clsScopeGuard.h"
+#include "platform/QtText.h"
+#include "ui_frmMain.h"
+#include "widgets/clsWheelGuard.h"
+#include "window/frmMain.h"
+
+namespace {
+
+constexpr int characterNames = 33;  // codes 0 to 32, the blank
+constexpr int serialLength = 14;
+constexpr int outputLength = 16;
+constexpr int tableWidth = 30;  // characters of a row that are always seen
+
+void SetItems(QComboBox& box, std::span<const ListEntry> entries) {
+    while (box.count() > static_cast<int>(entries.size())) box.removeItem(box.count() - 1);
+    for (const ListEntry& entry : entries.subspan(static_cast<std::size_t>(box.count())))
+        box.addItem(QtText::ToQString(entry.Text), entry.Value);
+}
+
+void SetText(QLineEdit& box, const std::string& text) {
+    const QString shown = QtText::ToQString(text);
+    if (box.text() != shown) box.setText(shown);
+}
+
+void SetText(TextBoxEx& box, const std::string& text) {
+    if (box.Text() != text) box.SetText(text);
+}
+
+/// Its tool tip says what enables it while it is not enabled. The usual tip is kept as its longer help.
+void EnableByFirmware(QWidget& control, bool enabled, std::string_view needs) {
+    if (control.whatsThis().isEmpty()) control.setWhatsThis(control.toolTip());
+    control.setEnabled(enabled);
+    control.setToolTip(enabled ? control.whatsThis() : QtText::ToQString(needs));
+}
+
+}  // namespace
+
+// -- making them --------------------------------------------------------------------------------------------
+
+void frmMain::MakeLists() {
+    for (QComboBox* box : findChildren<QComboBox*>()) new clsWheelGuard(*box);
+    for (const CardTypeEntry& type : cardTypes)
+        m_ui->cboCardType->addItem(QtText::ToQString(type.Name), type.CardType);
+    InitASCIIChars(*m_ui->cboPrefix, *m_ui->txtPrefix);
+    InitASCIIChars(*m_ui->cboPostfix, *m_ui->txtPostfix);
+    InitASCIIChars(*m_ui->cboOnRemove, *m_ui->txtOnRemove);
+    connect(m_ui->cboCardNumericSys, &QComboBox::currentIndexChanged, this, [this](int index) {
+        if (!Suppressed() && index >= 0) m_ui->SSTab2->setCurrentIndex(index);
+    });
+}
+
+/// The names of the characters that no key types; choosing one enters it at the caret.
+void frmMain::InitASCIIChars(QComboBox& box, TextBoxEx& text) {
+    for (int code = 0; code < characterNames; ++code)
+        box.addItem(QtText::ToQString(clsMessageLog::GetASCIIName(static_cast<std::uint8_t>(code))), code);
+    box.setCurrentIndex(-1);
+    connect(&box, &QComboBox::activated, this, [&box, &text](int index) {
+        text.InsertCharacter(static_cast<unsigned char>(box.itemData(index).toInt()));
+        box.setCurrentIndex(-1);
+        text.setFocus();
+    });
+}
+
+void frmMain::MakeDigitBoxes() {
+    for (const char* page : {"Hex", "Dec"}) m_ui->SSTab2->addTab(page);
+    m_ui->SSTab2->setExpanding(false);
+    m_ui->SSTab2->setCurrentIndex(0);
+    connect(m_ui->SSTab2, &QTabBar::currentChanged, this, [this] {
+        if (!Suppressed()) ShowDigitBoxes();
+    });
+    for (int box = 0; box < ZarnForm::boxCount; ++box) {
+        ucTextScroll& digits = DigitBox(box);
+        digits.setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+        connect(&digits, &ucTextScroll::Change, this, [this, box, &digits] {
+            if (Suppressed()) return;
+            const int index = ZarnForm::FilterIndex(m_ui->SSTab2->currentIndex(), box);
+            m_filters.at(static_cast<std::size_t>(index)) = {digits.SelStart(), digits.SelLength()};
+            ShowRun(box);
+        });
+    }
+}
+
+void frmMain::MakeTable() {
+    const QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    QListWidget& list = *m_ui->lstTable;
+    list.setFont(fixed);
+    m_ui->labTable->setFont(fixed);
+    // The header stands over the rows' text, behind their marks.
+    const int mark = style()->pixelMetric(QStyle::PM_IndicatorWidth) +
+                     2 * (style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 1) + list.frameWidth() + 1;
+    m_ui->labTable->setIndent(mark);
+    const int blank = QFontMetrics(fixed).horizontalAdvance(' ');
+    list.setMinimumWidth(mark + tableWidth * blank + style()->pixelMetric(QStyle::PM_ScrollBarExtent));
+    m_fmtOutputID.SetFMTType(FMTTypes::Hexadecimal);
+    m_fmtOutputID.SetByteLen(serialLength);
+    m_fmtOutputID.SetFMTTextBox(m_ui->txtOutputID);
+    m_fmtOutputString.SetFMTType(FMTTypes::Text);
+    m_fmtOutputString.SetByteLen(outputLength);
+    m_fmtOutputString.SetFMTTextBox(m_ui->txtOutputString);
+
+    connect(m_ui->cboCardType, &QComboBox::currentIndexChanged, this, [this] {
+        if (!Suppressed()) EditTable([](clsConvertTable&) {});
+    });
+    for (const QLineEdit* box : {m_ui->txtOutputID, m_ui->txtOutputString})
+        connect(box, &QLineEdit::textChanged, this, &frmMain::UpdateTableButtons);
+    connect(&list, &QListWidget::itemSelectionChanged, this, [this] {
+        if (!Suppressed()) EditTable([](clsConvertTable& table) { table.SelectRow(table.SelectedRow); });
+    });
+    connect(&list, &QListWidget::itemChanged, this, [this](const QListWidgetItem* item) {
+        if (!Suppressed() && item->isSelected())
+            m_ui->chkEnabled->setChecked(item->checkState() == Qt::Checked);
+    });
+    const auto edits = [this](const QPushButton* button, void (clsConvertTable::*edit)()) {
+        connect(button, &QPushButton::clicked, this,
+                [this, edit] { EditTable([edit](clsConvertTable& table) { (table.*edit)(); }); });
+    };
+    edits(m_ui->cmdAddOutput, &clsConvertTable::Add);
+    edits(m_ui->cmdEditOutput, &clsConvertTable::Modify);
+    edits(m_ui->cmdRemove, &clsConvertTable::Remove);
+}
+
+// -- all of them --------------------------------------------------------------------------------------------
+
+QComboBox& frmMain::ListBox(FormList list) const {
+    switch (list) {
+        case FormList::Language: return *m_ui->cboLanguage;
+        case FormList::BaudRate: return *m_ui->cboBaudRate;
+        case FormList::TagFrequency: return *m_ui->cboTagFrequency;
+        case FormList::UsbInterface: return *m_ui->cboUsbInterface;
+        case FormList::Delimiter: return *m_ui->cboDelimiter;
+        case FormList::CardNumericSys: return *m_ui->cboCardNumericSys;
+        case FormList::CardIDSequence: return *m_ui->cboCardIDSequence;
+        case FormList::EMCardIDSequence: break;
+    }
+    return *m_ui->cboEMCardIDSequence;
+}
+
+bool frmMain::ReadForm(ZarnForm& form) {
+    for (std::size_t i = 0; i < formListCount; ++i)
+        form.Selected.at(i) = ListBox(static_cast<FormList>(i)).currentIndex();
+    form.KeyboardOutput = m_ui->chkKeyboardOutput->isChecked();
+    form.BuzzerEnabled = m_ui->chkBuzzerEnabled->isChecked();
+    form.DisplayCardType = m_ui->chkCardType->isChecked();
+    form.OutputByTable = m_ui->chkOutputByTable->isChecked();
+    form.UseRightKeypad = m_ui->chkUseRightKeypad->isChecked();
+    form.WithoutLeadingZeros = m_ui->chkWithoutLeadingZeros->isChecked();
+    form.AutoRead = m_ui->chkAutoRead->isChecked();
+    form.Prefix = m_ui->txtPrefix->Text();
+    form.Postfix = m_ui->txtPostfix->Text();
+    form.OnRemove = m_ui->txtOnRemove->Text();
+    form.Filters = m_filters;
+    form.Page = m_ui->SSTab2->currentIndex();
+    form.Table = ReadTable();
+    form.Firmware = m_firmware;
+    return true;
+}
+
+void frmMain::ShowForm(const ZarnForm& form) {
+    {
+        ++m_suppress;
+        const clsScopeGuard suppressed([this] { --m_suppress; });
+        ShowEntries(form);
+        m_ui->chkKeyboardOutput->setChecked(form.KeyboardOutput);
+        m_ui->chkBuzzerEnabled->setChecked(form.BuzzerEnabled);
+        m_ui->chkCardType->setChecked(form.DisplayCardType);
+        m_ui->chkOutputByTable->setChecked(form.OutputByTable);
+        m_ui->chkUseRightKeypad->setChecked(form.UseRightKeypad);
+        m_ui->chkWithoutLeadingZeros->setChecked(form.WithoutLeadingZeros);
+        m_ui->chkAutoRead->setChecked(form.AutoRead);
+        SetText(*m_ui->txtPrefix, form.Prefix);
+        SetText(*m_ui->txtPostfix, form.Postfix);
+        SetText(*m_ui->txtOnRemove, form.OnRemove);
+        ShowTable(form.Table);
+        ShowFirmware(form.Firmware);
+        ShowFilters(form.Filters, form.Page);
+    }
+    UpdateTableButtons();
+}
+
+void frmMain::ShowEntries(const ZarnForm& form) {
+    for (std::size_t i = 0; i < formListCount; ++i) {
+        const auto list = static_cast<FormList>(i);
+        SetItems(ListBox(list), form.Entries(list));
+        ListBox(list).setCurrentIndex(form.Selected.at(i));
+    }
+}
+
+void frmMain::ShowFirmware(const FirmwareRules& rules) {
+    m_firmware = rules;
+    EnableByFirmware(*m_ui->chkWithoutLeadingZeros, rules.WithoutLeadingZeros,
+                     FirmwareRules::withoutLeadingZerosNeeds);
+    EnableByFirmware(*m_ui->cboTagFrequency, rules.TagFrequency, FirmwareRules::tagFrequencyNeeds);
+    EnableByFirmware(*m_ui->cboUsbInterface, rules.UsbInterface, FirmwareRules::usbInterfaceNeeds);
+    m_ui->chkBuzzerEnabled->setVisible(rules.Buzzer);
+}
+
+// -- the digit boxes ----------------------------------------------------------------------------------------
+
+ucTextScroll& frmMain::DigitBox(int box) const {
+    const std::array boxes{m_ui->oCardSNLen0, m_ui->oCardSNLen1, m_ui->oCardSNLen2, m_ui->oCardSNLen3,
+                           m_ui->oCardSNLen4};
+    return *boxes.at(static_cast<std::size_t>(box));
+}
+
+void frmMain::ShowFilters(const Filters& filters, int page) {
+    m_filters = filters;
+    m_ui->SSTab2->setCurrentIndex(page);
+    ShowDigitBoxes();
+}
+
+/// What the page's filters are. A box keeps what it is given, so one that nobody moves gives just that back.
+void frmMain::ShowDigitBoxes() {
+    ++m_suppress;
+    const clsScopeGuard suppressed([this] { --m_suppress; });
+    for (int box = 0; box < ZarnForm::boxCount; ++box) {
+        const int index = ZarnForm::FilterIndex(m_ui->SSTab2->currentIndex(), box);
+        const CardFilterRange& filter = m_filters.at(static_cast<std::size_t>(index));
+        ucTextScroll& digits = DigitBox(box);
+        if (const std::string text = ZarnForm::FilterBoxText(index); digits.Text() != text)
+            digits.SetText(text);
+        if (digits.SelStart() != filter.Start) digits.SetSelStart(filter.Start);
+        if (digits.SelLength() != filter.Length) digits.SetSelLength(filter.Length);
+        ShowRun(box);
+    }
+}
+
+void frmMain::ShowRun(int box) {
+    const std::array labels{m_ui->labCardSNRun0, m_ui->labCardSNRun1, m_ui->labCardSNRun2,
+                            m_ui->labCardSNRun3, m_ui->labCardSNRun4};
+    labels.at(static_cast<std::size_t>(box))->setText(DigitBox(box).Spoken());
+}
+
+// -- the conversion table -----------------------------------------------------------------------------------
+
+clsConvertTable frmMain::ReadTable() const {
+    clsConvertTable table;
+    const QListWidget& list = *m_ui->lstTable;
+    for (int row = 0; row < list.count(); ++row) {
+        const QListWidgetItem& item = *list.item(row);
+        table.Rows.push_back({QtText::ToBytes(item.text()), item.checkState() == Qt::Checked});
+        if (item.isSelected()) table.SelectedRow = row;
+    }
+    table.CardType = m_ui->cboCardType->currentIndex();
+    table.OutputID = QtText::ToBytes(m_ui->txtOutputID->text());
+    table.OutputString = QtText::ToBytes(m_ui->txtOutputString->text());
+    table.Enabled = m_ui->chkEnabled->isChecked();
+    return table;
+}
+
+void frmMain::ShowTable(const clsConvertTable& table) {
+    QListWidget& list = *m_ui->lstTable;
+    const int count = static_cast<int>(table.Rows.size());
+    while (list.count() > count) delete list.takeItem(list.count() - 1);
+    for (int row = 0; row < count; ++row) {
+        const ConvertRow& shown = table.Rows[static_cast<std::size_t>(row)];
+        if (row == list.count()) list.addItem(QString());
+        QListWidgetItem& item = *list.item(row);
+        item.setText(QtText::ToQString(shown.Text));
+        item.setCheckState(shown.Checked ? Qt::Checked : Qt::Unchecked);
+    }
+    list.clearSelection();
+    list.setCurrentRow(table.SelectedRow);
+    // The type comes first: it says how long the serial number may be. The formatter would eat leading zeros.
+    m_ui->cboCardType->setCurrentIndex(table.CardType);
+    if (table.SerialDigits() != 0) m_fmtOutputID.SetByteLen(static_cast<int>(table.SerialDigits()));
+    SetText(*m_ui->txtOutputID, table.OutputID);
+    SetText(*m_ui->txtOutputString, table.OutputString);
+    m_ui->chkEnabled->setChecked(table.Enabled);
+}
+
+void frmMain::EditTable(const std::function<void(clsConvertTable&)>& edit) {
+    clsConvertTable table = ReadTable();
+    edit(table);
+    {
+        ++m_suppress;
+        const clsScopeGuard suppressed([this] { --m_suppress; });
+        ShowTable(table);
+    }
+    UpdateTableButtons();
+}
+
+void frmMain::UpdateTableButtons() {
+    if (Suppressed()) return;
+    const clsConvertTable table = ReadTable();
+    m_ui->cmdAddOutput->setEnabled(table.CheckCanAdd());
+    m_ui->cmdEditOutput->setEnabled(table.CheckCanModify());
+    m_ui->cmdRemove->setEnabled(table.CheckCanRemove());
+}
