@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QIcon>
 #include <QPixmap>
 #include <QStyleFactory>
 #include <QTabWidget>
@@ -32,6 +33,7 @@
 namespace {
 
 constexpr auto applicationName = "zarn74";
+constexpr auto desktopEntry = "org.example.zarn74";
 
 int Say(const std::string& text, int status) {
     std::fprintf(stderr, "zarn74: %s", text.c_str());
@@ -41,6 +43,13 @@ int Say(const std::string& text, int status) {
 bool IsSet(const char* name) {
     const char* value = std::getenv(name);
     return value != nullptr && value[0] != '\0';
+}
+
+QIcon ProgramIcon() {
+    QIcon icon;
+    for (const int size : {16, 24, 32, 48, 64, 128, 256})
+        icon.addFile(QString(":/icon/zarn74-%1.png").arg(size), QSize(size, size));
+    return icon;
 }
 
 /// The dark colours of a desktop, for those who want them here alone.
@@ -124,6 +133,8 @@ int main(int argc, char** argv) {
     const bool display = IsSet("DISPLAY") || IsSet("WAYLAND_DISPLAY") || IsSet("QT_QPA_PLATFORM");
     if (!display && options.Batch()) setenv("QT_QPA_PLATFORM", "offscreen", /*overwrite=*/0);
     QApplication application(argc, argv);
+    QApplication::setDesktopFileName(desktopEntry);
+    QApplication::setWindowIcon(ProgramIcon());
     arguments.assign(argv + 1, argv + argc);
     parsing = ParseArguments(arguments, options);
     if (!parsing.Run) return Say(parsing.Text, parsing.Exit);
