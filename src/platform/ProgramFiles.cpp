@@ -44,7 +44,7 @@ std::string DefaultFile() {
 StartupFiles StartupFile(const std::string& suffix) {
     const std::string program = ProgramFile();
     std::string name = program.substr(program.rfind('/') + 1);
-    name = name.substr(0, name.rfind('.')) + suffix + ".ini";
+    name = std::string(name, 0, name.rfind('.')) + suffix + ".ini";
     const std::string own = ProgramFolder() + "/" + name;
     if (access(ProgramFolder().c_str(), W_OK) == 0) return {own, own};
     std::error_code error;  // a folder that cannot be made shows when the file is written

@@ -35,12 +35,13 @@ constexpr std::array<FaultRow, 11> faultRows{{
 }};
 
 const FaultRow& Row(SimFault fault) { return faultRows.at(static_cast<std::size_t>(fault)); }
-static_assert([] {
+constexpr bool RowsStandInOrder() {
     for (std::size_t i = 0; i < faultRows.size(); ++i) {
         if (static_cast<std::size_t>(faultRows[i].Fault) != i) return false;
     }
     return true;
-}());
+}
+static_assert(RowsStandInOrder());
 
 std::string Lower(std::string_view text) {
     std::string result(text);

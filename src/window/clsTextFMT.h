@@ -26,7 +26,7 @@ class clsTextFMT : public QObject {
     [[nodiscard]] bool HaveToFixLen() const { return m_format.HaveToFixLen; }
     void SetHaveToFixLen(bool value);
     /// A QLineEdit or an editable QComboBox; a control of another kind is not bound.
-    [[nodiscard]] QWidget* FMTTextBox() const { return m_control; }
+    [[nodiscard]] QWidget* FMTTextBox() const { return m_control.data(); }
     void SetFMTTextBox(QWidget* control);
     [[nodiscard]] QString Text() const;
     void SetText(const QString& value);
