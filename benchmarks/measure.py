@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs the benchmarks of the presets `bench` and `core` and holds them against their limits.
 
-usage: measure.py [--rounds N] [--core N] [GROUP...]      groups: exchange wire hid core programs
+usage: measure.py [--rounds N] [--core N] [GROUP...]      groups: exchange wire hid core programs window
 Ends with 1 when a limit was missed or a measurement failed, also when one could not be judged.
 """
 import argparse
@@ -203,8 +203,53 @@ def programs(_):
     row('zarn74ctl demo read, peak resident size', max(child([ctl, 'demo', 'read'])[1] for _ in range(3)), 'MiB', 30)
 
 
+def first_paint(command, platform, folder):
+    """ms from start to the first picture, MiB of memory then."""
+    environment = {**os.environ, 'LD_PRELOAD': str(BIN / 'libfirstpaint.so'), 'XDG_CONFIG_HOME': folder,
+                   'QT_QPA_PLATFORM': platform, 'FIRSTPAINT_START': str(time.clock_gettime_ns(time.CLOCK_MONOTONIC))}
+    return numbers(output([BIN / command], env=environment, stderr=subprocess.DEVNULL))
+
+
+def window(args):
+    """The window: its start beside a bare one of 60 controls, its log, and what it costs a flow."""
+    os.environ['QT_QPA_PLATFORM'] = 'offscreen'
+    quiet = {'stderr': subprocess.DEVNULL}
+    # With a display of its own, benchmarks/run measures on that as well.
+    platforms = ['offscreen'] + (['xcb'] if os.environ.get('DISPLAY') else [])
+    with tempfile.TemporaryDirectory() as folder:
+        for platform in platforms:
+            both = [[first_paint(command, platform, folder) for command in ('bench_bare', 'zarn74')] for _ in range(15)]
+            row(f'bare window, start to first paint, {platform}', statistics.median(one[0][0] for one in both), 'ms')
+            row(f'the window over the bare one, {platform}', statistics.median(one[1][0] for one in both) /
+                statistics.median(one[0][0] for one in both), 'times', 1.6)
+            row(f'bare window, resident size, {platform}', statistics.median(one[0][1] for one in both), 'MiB')
+            row(f'the window over the bare one, {platform}', statistics.median(one[1][1] / one[0][1] for one in both),
+                'times', 1.6)
+        work, fifth, half, whole = numbers(output([BIN / 'bench_window', 'log', '100000', '0'], **quiet))
+        row('the log, 100,000 lines as fast as they come: work a line', work, 'us', 120)
+        row('  memory after 100,000 lines over that after 50,000', whole - half, 'MiB', 1)
+        row('  memory after 50,000 lines over that after 20,000', half - fifth, 'MiB')
+        row('the log, a line every 500 us: work a line',
+            numbers(output([BIN / 'bench_window', 'log', '20000', '500'], **quiet))[0], 'us', 120)
+        for pace in ('instant', 'paced'):
+            for line in output([BIN / 'bench_window', 'gaps', pace], **quiet).splitlines():
+                name, gap = line.split()
+                row(f'largest gap of a 5 ms timer, {pace} reader, {name}', float(gap), 'ms', 20)
+        image = pathlib.Path(folder) / 'image'
+        image.write_bytes(subprocess.run([BIN / 'bench_line', 'image'], check=True, stdout=subprocess.PIPE).stdout)
+        with Responder('--image', image) as device:
+            frames = output([BIN / 'bench_line', 'read', device, 'slow']).split('\n', 1)[1]
+        over = []
+        for _ in range(args.rounds):
+            with Responder('--image', image, '--pace', str(BAUD)) as device:
+                floor = numbers(output([BIN / 'bench_floor', device, '0'], input=frames))[2]
+                over.append(numbers(output([BIN / 'bench_window', 'read', device], **quiet))[0] / floor)
+        row('slow read at 19200 baud through the window over the bare client', statistics.median(over), 'times', 1.015)
+
+
 def main():
-    groups = {'exchange': exchange, 'wire': wire, 'hid': hid, 'core': core, 'programs': programs}
+    groups = {'exchange': exchange, 'wire': wire, 'hid': hid, 'core': core, 'programs': programs,
+              'window': window}
     parser = argparse.ArgumentParser()
     parser.add_argument('--rounds', type=int, default=9, help='rounds of the exchanges, at least 7')
     parser.add_argument('--core', type=int, default=0, help='the processor core that client and answer share')

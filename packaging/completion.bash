@@ -11,11 +11,12 @@ _zarn74() {
     case $before in
     --image | --screenshot) _zarn74_files "$word" ;;
     --port-map) _zarn74_offer "$(for n in {1..9}; do echo "COM$n="; done)" "$word" ;;
-    --page) COMPREPLY=() ;;
+    --page) _zarn74_offer "General" "$word" ;;
+    --size) _zarn74_offer "1024x700" "$word" ;;
     *)
         case $word in
         -*)
-            _zarn74_offer "--demo --demo=hid --image --port-map --screenshot --describe --page --dark --help --version" \
+            _zarn74_offer "--demo --demo=hid --image --port-map --screenshot --describe --page --size --dark --help --version" \
                 "$word"
             ;;
         *) _zarn74_files "$word" ;;

@@ -30,7 +30,8 @@ std::optional<QString> ValueOf(const QWidget& control) {
         return QString(box->isChecked() ? "True" : "False");
     if (const auto* button = qobject_cast<const QAbstractButton*>(&control))
         return Plain(button->text()) + (button->isEnabled() ? "" : " (disabled)");
-    if (const auto* label = qobject_cast<const QLabel*>(&control)) return Plain(label->text());
+    if (const auto* label = qobject_cast<const QLabel*>(&control))
+        return label->buddy() != nullptr ? Plain(label->text()) : label->text();
     if (const auto* box = qobject_cast<const QLineEdit*>(&control)) return box->text();
     if (const auto* box = qobject_cast<const TextBoxEx*>(&control)) return box->toPlainText();
     if (const auto* box = qobject_cast<const ucTextScroll*>(&control))

@@ -46,3 +46,30 @@ void clsSerialDemoReader::SetFault(const std::optional<SimFaultRule>& fault) {
     m_reader.ClearFaults();
     if (fault) m_reader.AddFault(*fault);
 }
+
+clsHidDemoReader::clsHidDemoReader(const clsDemoBus& bus) : m_bus(bus), m_device(bus.Plug("tarka example")) {
+    static_cast<void>(m_bus.Unplug(m_device));
+}
+
+void clsHidDemoReader::CopyRegisters(const clsSimReader& reader) {
+    int number = 0;
+    for (const std::uint8_t value : reader.Registers)
+        static_cast<void>(m_bus.SetRegister(m_device, number++, value));
+}
+
+void clsHidDemoReader::PlaceCard(const std::optional<SimCard>& card) {
+    static_cast<void>(card ? m_bus.LayCard(m_device, card->Type, card->Serial) : m_bus.RemoveCard(m_device));
+}
+
+void clsHidDemoReader::TypeText(const std::string& bytes) {
+    static_cast<void>(m_bus.TypeText(m_device, bytes));
+}
+
+void clsHidDemoReader::SetPlugged(bool value) {
+    static_cast<void>(value ? m_bus.Replug(m_device) : m_bus.Unplug(m_device));
+}
+
+void clsHidDemoReader::SetFault(const std::optional<SimFaultRule>& fault) {
+    static_cast<void>(m_bus.ClearFaults(m_device));
+    if (fault) static_cast<void>(m_bus.AddFault(m_device, SimFaultText(*fault)));
+}

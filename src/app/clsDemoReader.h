@@ -6,6 +6,7 @@
 #include "protocol/clsIDeviceNotices.h"
 #include "sim/clsSimReader.h"
 #include "sim/clsSimSerialControl.h"
+#include "sim/hid/clsDemoBus.h"
 
 /// What the demo's panel does to a simulated reader, however it is connected.
 class clsIDemoReader {
@@ -42,4 +43,27 @@ class clsSerialDemoReader final : public clsIDemoReader {
     clsSimReader m_reader;
     clsSimSerialControl m_serial;
     clsIDeviceNotices m_notices;
+};
+
+/// A simulated reader behind a simulated USB adapter, on the bus that `bus` leads to. Built by main, gone
+/// from the bus with this object.
+class clsHidDemoReader final : public clsIDemoReader {
+  public:
+    /// Not plugged in yet, with the example configuration.
+    explicit clsHidDemoReader(const clsDemoBus& bus);
+    clsHidDemoReader(const clsHidDemoReader&) = delete;
+    clsHidDemoReader& operator=(const clsHidDemoReader&) = delete;
+    ~clsHidDemoReader() override { m_bus.Reset(); }
+
+    /// Takes another reader's registers over.
+    void CopyRegisters(const clsSimReader& reader);
+
+    void PlaceCard(const std::optional<SimCard>& card) override;
+    void TypeText(const std::string& bytes) override;
+    void SetPlugged(bool value) override;
+    void SetFault(const std::optional<SimFaultRule>& fault) override;
+
+  private:
+    const clsDemoBus& m_bus;
+    const int m_device;
 };

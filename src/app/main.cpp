@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QIcon>
 #include <QPixmap>
 #include <QStyleFactory>
 #include <QTabWidget>
@@ -9,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
+#include <vector>
 
 #include "app/WindowDescription.h"
 #include "app/WindowOptions.h"
@@ -16,6 +18,8 @@
 #include "app/clsDemoReader.h"
 #include "base/clsMemoryStore.h"
 #include "platform/ProgramFiles.h"
+#include "platform/clsDeviceNotices.h"
+#include "platform/clsHidReaders.h"
 #include "platform/clsPortList.h"
 #include "platform/clsQtHost.h"
 #include "platform/clsQtSerialControl.h"
@@ -29,6 +33,7 @@
 namespace {
 
 constexpr auto applicationName = "zarn74";
+constexpr auto desktopEntry = "org.example.zarn74";
 
 int Say(const std::string& text, int status) {
     std::fprintf(stderr, "zarn74: %s", text.c_str());
@@ -38,6 +43,13 @@ int Say(const std::string& text, int status) {
 bool IsSet(const char* name) {
     const char* value = std::getenv(name);
     return value != nullptr && value[0] != '\0';
+}
+
+QIcon ProgramIcon() {
+    QIcon icon;
+    for (const int size : {16, 24, 32, 48, 64, 128, 256})
+        icon.addFile(QString(":/icon/zarn74-%1.png").arg(size), QSize(size, size));
+    return icon;
 }
 
 /// The dark colours of a desktop, for those who want them here alone.
@@ -85,6 +97,31 @@ int Tell(frmMain& window, const WindowOptions& options) {
     return done && std::fflush(stdout) == 0 ? 0 : 1;
 }
 
+/// Shows the window until it is closed, on a simulated reader when there is a panel for one. The program's
+/// exit status.
+int Open(const WindowParts& parts, const WindowOptions& options, clsDemoPanel* panel) {
+    WindowFiles files;
+    files.Defaults = ProgramFiles::DefaultFile();
+    if (!options.Batch()) {
+        const auto startup = ProgramFiles::StartupFile(panel != nullptr ? "-demo" : "");
+        files.StartupToRead = startup.ToRead;
+        files.StartupToWrite = startup.ToWrite;
+    }
+    frmMain window(parts, files, options.Bench);
+    if (panel != nullptr) window.InsertPanel(panel);
+    if (!options.Page.empty()) TurnToPage(window, QString::fromLocal8Bit(options.Page.c_str()));
+    if (options.Width > 0 && options.Height > 0) window.resize(options.Width, options.Height);
+    window.show();
+
+    const clsStopSignals stopSignals(parts.Host, [&window] { window.CloseSoon(); });
+    if (options.Batch()) {
+        QTimer::singleShot(0, &window, [&] { QApplication::exit(Tell(window, options)); });
+    } else if (!options.File.empty()) {
+        QTimer::singleShot(0, &window, [&] { window.OpenFile(QFile::decodeName(options.File.c_str())); });
+    }
+    return QApplication::exec();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -96,6 +133,8 @@ int main(int argc, char** argv) {
     const bool display = IsSet("DISPLAY") || IsSet("WAYLAND_DISPLAY") || IsSet("QT_QPA_PLATFORM");
     if (!display && options.Batch()) setenv("QT_QPA_PLATFORM", "offscreen", /*overwrite=*/0);
     QApplication application(argc, argv);
+    QApplication::setDesktopFileName(desktopEntry);
+    QApplication::setWindowIcon(ProgramIcon());
     arguments.assign(argv + 1, argv + argc);
     parsing = ParseArguments(arguments, options);
     if (!parsing.Run) return Say(parsing.Text, parsing.Exit);
@@ -103,59 +142,45 @@ int main(int argc, char** argv) {
 
     clsQtHost host;
     clsSystemFiles files;
-    const bool demo = options.Demo != WindowOptions::DemoKind::None;
-    std::optional<clsSerialDemoReader> simulated;
-    std::optional<clsQtStore> store;
-    std::optional<clsPortList> ports;
-    std::optional<clsQtSerialControl> serial;
-    clsMemoryStore demoStore;
-    if (demo) {
-        simulated.emplace(host);
-        if (!options.Image.empty()) {
-            const std::string error = LoadSimImage(files, options.Image, simulated->Reader());
-            if (!error.empty()) return Say(error + "\n", 1);
-        }
-    } else {
-        store.emplace();
-        ports.emplace(*store);
-        const PortMap map = ParsePortMap(options.PortMap, std::getenv("ZARN74_PORT_MAP"));
-        if (!map.Error.empty()) return Say(map.Error + "\n", 2);
-        ports->SetMap(map);
-        serial.emplace(host, *ports);
-    }
-
-    CommDevices devices;
-    if (demo) devices.Notices = &simulated->Notices();
-    clsISerialControl& line = demo ? static_cast<clsISerialControl&>(simulated->Serial()) : *serial;
-    clsISettingsStore& kept = demo ? static_cast<clsISettingsStore&>(demoStore) : *store;
-    ucCOMM comm(host, line, kept, applicationName, devices);
-    modZarn74 settings;
     const clsKeyState keys;
     const clsScanNames names;
     const modKeyboard keyNames(keys, names);
-
-    WindowFiles windowFiles;
-    windowFiles.Defaults = ProgramFiles::DefaultFile();
-    if (!options.Batch()) {
-        const auto startup = ProgramFiles::StartupFile(demo ? "-demo" : "");
-        windowFiles.StartupToRead = startup.ToRead;
-        windowFiles.StartupToWrite = startup.ToWrite;
+    modZarn74 settings;
+    using Kind = WindowOptions::DemoKind;
+    if (options.Demo == Kind::None) {
+        clsQtStore store;
+        clsPortList ports(store);
+        const PortMap map = ParsePortMap(options.PortMap, std::getenv("ZARN74_PORT_MAP"));
+        if (!map.Error.empty()) return Say(map.Error + "\n", 2);
+        ports.SetMap(map);
+        clsQtSerialControl serial(host, ports);
+        clsDeviceNotices notices(host, ports);
+        clsHidReaders readers(clsHidReaders::Library::Real);
+        ucCOMM comm(host, serial, store, applicationName, readers.Devices(&notices));
+        return Open({host, comm, settings, files, store, ports, keyNames}, options, nullptr);
     }
-    frmMain window({host, comm, settings, files, kept, keyNames}, windowFiles, options.Bench);
-    if (demo) {
-        auto* const panel = new clsDemoPanel({{QObject::tr("serial line COM1"), &*simulated}}, /*chosen=*/0);
-        QObject::connect(panel, &clsDemoPanel::PacedChanged,
-                         [&simulated](bool paced) { simulated->SetPaced(paced); });
-        window.InsertPanel(panel);
-    }
-    if (!options.Page.empty()) TurnToPage(window, QString::fromLocal8Bit(options.Page.c_str()));
-    if (options.Width > 0 && options.Height > 0) window.resize(options.Width, options.Height);
-    window.show();
 
-    const clsStopSignals stopSignals(host, [&window] { window.CloseSoon(); });
-    if (options.Batch())
-        QTimer::singleShot(0, &window, [&] { QApplication::exit(Tell(window, options)); });
-    else if (!options.File.empty())
-        QTimer::singleShot(0, &window, [&] { window.OpenFile(QFile::decodeName(options.File.c_str())); });
-    return QApplication::exec();
+    clsMemoryStore store;
+    clsSerialDemoReader onSerial(host);
+    if (!options.Image.empty()) {
+        const std::string error = LoadSimImage(files, options.Image, onSerial.Reader());
+        if (!error.empty()) return Say(error + "\n", 1);
+    }
+    clsHidReaders readers(clsHidReaders::Library::Simulated);
+    const clsDemoBus bus(readers.Loader());
+    std::vector<clsDemoPanel::Connection> connections{{QObject::tr("serial line COM1"), &onSerial}};
+    std::optional<clsHidDemoReader> onHid;
+    if (bus.Ready()) {
+        onHid.emplace(bus);
+        if (!options.Image.empty()) onHid->CopyRegisters(onSerial.Reader());
+        connections.push_back({QObject::tr("USB HID"), &*onHid});
+    } else if (options.Demo == Kind::Hid) {
+        return Say("the simulated USB bus is missing: " + readers.Loader().ApplicationPath() + "\n", 1);
+    }
+    // The window owns the panel, and is gone before the readers are.
+    auto* const panel = new clsDemoPanel(connections, options.Demo == Kind::Hid ? 1 : 0);
+    QObject::connect(panel, &clsDemoPanel::PacedChanged,
+                     [&onSerial](bool paced) { onSerial.SetPaced(paced); });
+    ucCOMM comm(host, onSerial.Serial(), store, applicationName, readers.Devices(&onSerial.Notices()));
+    return Open({host, comm, settings, files, store, onSerial.Serial(), keyNames}, options, panel);
 }

@@ -46,7 +46,7 @@ int clsCli::Run(const std::vector<std::string>& arguments) {
     CliParsing parsing = ParseArguments(arguments, options);
     if (!parsing.Run && parsing.Exit == ExitDone) {
         m_out.Write(parsing.Text);
-        return m_out.CurrentState() == clsITextOutput::State::Closed ? ExitInterrupted : ExitDone;
+        return WhetherWritten(ExitDone);
     }
     if (parsing.Run && !options.Demo) parsing.Text = m_platform.SetPortMap(options.PortMap);
     const std::string usage = CliText::FromUtf8(parsing.Text);
@@ -85,10 +85,17 @@ int clsCli::Run(const std::vector<std::string>& arguments) {
     } else if (!streamed) {
         m_out.Write(Dump(Report(options, result, port, baud, log)));
     }
+    return WhetherWritten(result.Exit);
+}
+
+// What was shown to nobody was not done.
+int clsCli::WhetherWritten(int exit) {
     switch (m_out.CurrentState()) {
         case clsITextOutput::State::Open: break;
         case clsITextOutput::State::Closed: return ExitInterrupted;
-        case clsITextOutput::State::Failed: log.Say("cannot write to standard output"); return ExitFailed;
+        case clsITextOutput::State::Failed:
+            m_err.Write("zarn74ctl: cannot write to standard output\n");
+            return ExitFailed;
     }
-    return result.Exit;
+    return exit;
 }

@@ -23,6 +23,8 @@ class clsCli {
     void Stop();
 
   private:
+    int WhetherWritten(int exit);
+
     clsICliPlatform& m_platform;
     clsITextOutput& m_out;
     clsITextOutput& m_err;

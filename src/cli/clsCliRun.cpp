@@ -34,6 +34,15 @@ std::string BothWays(int number, int digits) {
     return std::to_string(number) + " (0x" + modText::Hex(static_cast<std::uint32_t>(number), digits) + ")";
 }
 
+// Whether two names, of which neither need exist, mean one file.
+bool SameFile(const std::string& one, const std::string& other) {
+    const auto resolved = [](const std::string& name) {
+        std::error_code failed;
+        return std::filesystem::weakly_canonical(std::filesystem::absolute(name, failed), failed);
+    };
+    return resolved(one) == resolved(other);
+}
+
 // Whether ports may come and go before the command ends.
 bool TakesTime(CliCommand command) {
     switch (command) {
@@ -129,9 +138,8 @@ std::string clsCliRun::PortName() {
     }
     const std::string typed = modText::UCase(modOrvHID::BareName(CliText::FromUtf8(m_options.Port)));
     for (const PortEntry& port : m_comm.HidPorts()) {
-        std::error_code missing;
         if (typed == port.Alias || typed == modText::UCase(modOrvHID::BareName(port.Name)) ||
-            std::filesystem::equivalent(m_options.Port, port.Device, missing))
+            SameFile(m_options.Port, port.Device))
             return port.Name;
     }
     return m_platform.AddDevice(m_options.Port);

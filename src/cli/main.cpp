@@ -1,6 +1,7 @@
 // zarn74ctl: the command-line twin of the window.
 
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -27,6 +28,11 @@ class clsDescriptorOutput final : public clsITextOutput {
         while (m_state == State::Open && !bytes.empty()) {
             const ssize_t written = write(m_fd, bytes.data(), bytes.size());
             if (written < 0 && errno == EINTR) continue;
+            if (written < 0 && errno == EAGAIN) {  // somebody else made it non-blocking, and it is full
+                pollfd room{m_fd, POLLOUT, 0};
+                poll(&room, 1, /*timeout=*/-1);
+                continue;
+            }
             if (written <= 0) {
                 m_state = errno == EPIPE ? State::Closed : State::Failed;
                 return;

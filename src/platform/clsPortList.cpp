@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
@@ -57,8 +56,8 @@ std::string Resolved(const fs::path& path) {
 // Keeps what a list of "number=identity" separated by semicolons can hold.
 std::string Plain(std::string text) {
     for (char& c : text) {
-        const bool plain =
-            std::isalnum(static_cast<unsigned char>(c)) != 0 || std::string_view(".-_").find(c) < 3;
+        const bool plain = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+                           c == '.' || c == '-';
         if (!plain) c = '_';
     }
     return text;

@@ -13,48 +13,27 @@
 #include <optional>
 #include <utility>
 
-#include "base/modText.h"
 #include "platform/QtText.h"
+#include "ports/LineSettings.h"
 
 namespace {
 
-struct LineSettings {
-    qint32 Rate = 0;
-    QSerialPort::Parity Parity = QSerialPort::NoParity;
-    QSerialPort::DataBits DataBits = QSerialPort::Data8;
-    QSerialPort::StopBits StopBits = QSerialPort::OneStop;
-    std::string Text;
-};
-
-std::optional<LineSettings> ParseSettings(const std::string& text) {
-    struct ParityRow {
-        char Letter;
-        QSerialPort::Parity Parity;
-    };
-    static constexpr std::array<ParityRow, 5> parities{{{'N', QSerialPort::NoParity},
-                                                        {'E', QSerialPort::EvenParity},
-                                                        {'O', QSerialPort::OddParity},
-                                                        {'M', QSerialPort::MarkParity},
-                                                        {'S', QSerialPort::SpaceParity}}};
-    const std::vector<std::string> fields = modText::Split(modText::UCase(text), ',');
-    if (fields.size() != 4 || fields[1].size() != 1 || fields[2].size() != 1) return {};
-    LineSettings line;
-    line.Rate = modText::ValInteger(fields[0]);
-    const auto* parity = std::find_if(parities.begin(), parities.end(),
-                                      [&](const ParityRow& row) { return row.Letter == fields[1][0]; });
-    const int bits = fields[2][0] - '0';
-    if (line.Rate < 1 || parity == parities.end() || bits < 5 || bits > 8) return {};
-    line.Parity = parity->Parity;
-    line.DataBits = static_cast<QSerialPort::DataBits>(bits);
-    if (fields[3] == "1.5") {
-        line.StopBits = QSerialPort::OneAndHalfStop;
-    } else if (fields[3] == "2") {
-        line.StopBits = QSerialPort::TwoStop;
-    } else if (fields[3] != "1") {
-        return {};
+QSerialPort::Parity ParityOf(const LineSettings& line) {
+    switch (line.Parity) {
+        case 'E': return QSerialPort::EvenParity;
+        case 'O': return QSerialPort::OddParity;
+        case 'M': return QSerialPort::MarkParity;
+        case 'S': return QSerialPort::SpaceParity;
+        default: return QSerialPort::NoParity;
     }
-    line.Text = std::to_string(line.Rate) + "," + fields[1] + "," + fields[2] + "," + fields[3];
-    return line;
+}
+
+QSerialPort::StopBits StopBitsOf(const LineSettings& line) {
+    switch (line.HalfStopBits) {
+        case 3: return QSerialPort::OneAndHalfStop;
+        case 4: return QSerialPort::TwoStop;
+        default: return QSerialPort::OneStop;
+    }
 }
 
 std::string SystemText(int error) { return QtText::ToBytes(QString::fromLocal8Bit(std::strerror(error))); }
@@ -129,7 +108,7 @@ void clsQtSerialControl::Close() {
 }
 
 void clsQtSerialControl::SetSettings(const std::string& value) {
-    const auto wanted = ParseSettings(value);
+    const auto wanted = ParseLineSettings(value);
     if (!wanted || wanted->Text == m_settings) return;
     if (m_port.isOpen() && !Apply(wanted->Text)) {
         Apply(m_settings);
@@ -139,9 +118,10 @@ void clsQtSerialControl::SetSettings(const std::string& value) {
 }
 
 bool clsQtSerialControl::Apply(const std::string& settings) {
-    const LineSettings line = ParseSettings(settings).value();
-    return m_port.setBaudRate(line.Rate) && m_port.setParity(line.Parity) &&
-           m_port.setDataBits(line.DataBits) && m_port.setStopBits(line.StopBits);
+    const LineSettings line = ParseLineSettings(settings).value();
+    return m_port.setBaudRate(line.Rate) && m_port.setParity(ParityOf(line)) &&
+           m_port.setDataBits(static_cast<QSerialPort::DataBits>(line.DataBits)) &&
+           m_port.setStopBits(StopBitsOf(line));
 }
 
 // A line without modem signals (a pseudo-terminal) refuses both; that is no fault.
@@ -228,8 +208,12 @@ void clsQtSerialControl::Output(const std::string& bytes) {
     if (m_port.bytesToWrite() == 0) written = write(m_port.handle(), bytes.data(), bytes.size());
     const auto taken = static_cast<std::size_t>(std::max<ssize_t>(written, 0));
     if (taken == bytes.size()) return;
-    m_port.write(bytes.data() + taken, static_cast<qint64>(bytes.size() - taken));
-    m_port.flush();
+    const auto left = static_cast<qint64>(bytes.size() - taken);
+    if (m_port.write(bytes.data() + taken, left) != left) {
+        HandleError(QSerialPort::WriteError);
+        return;
+    }
+    m_port.flush();  // what the line does not take now follows from the loop
 }
 
 // A line that hung up says so on every turn of the loop until it is closed. The port as such stays open until

@@ -1,34 +1,14 @@
 #include "sim/clsSimSerialControl.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
 #include <utility>
 
 #include "base/clsScopeGuard.h"
-#include "base/modText.h"
+#include "ports/LineSettings.h"
 
 namespace {
 
 constexpr std::int64_t nsPerMs = 1'000'000;
-
-struct LineSettings {
-    int Rate = 0;
-    std::string Text;
-};
-
-// Nothing for a text that a line does not take.
-std::optional<LineSettings> ReadSettings(const std::string& text) {
-    const std::vector<std::string> fields = modText::Split(modText::UCase(text), ',');
-    if (fields.size() != 4 || fields[1].size() != 1 || fields[2].size() != 1) return {};
-    constexpr std::array<std::string_view, 3> stops{"1", "1.5", "2"};
-    const int rate = modText::ValInteger(fields[0]);
-    const bool parity = std::string_view("NEOMS").find(fields[1]) != std::string_view::npos;
-    const bool bits = fields[2] >= "5" && fields[2] <= "8";
-    const bool stop = std::find(stops.begin(), stops.end(), fields[3]) != stops.end();
-    if (rate < 1 || !parity || !bits || !stop) return {};
-    return LineSettings{rate, std::to_string(rate) + "," + fields[1] + "," + fields[2] + "," + fields[3]};
-}
 
 }  // namespace
 
@@ -119,7 +99,7 @@ void clsSimSerialControl::SetPortOpen(bool value) {
 }
 
 void clsSimSerialControl::SetSettings(const std::string& value) {
-    const std::optional<LineSettings> settings = ReadSettings(value);
+    const std::optional<LineSettings> settings = ParseLineSettings(value);
     if (!settings) return;
     m_rate = settings->Rate;
     m_settings = settings->Text;

@@ -4,7 +4,6 @@
 #include <QCloseEvent>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QFontDatabase>
 #include <QLabel>
 #include <QMessageBox>
 #include <QMimeData>
@@ -12,16 +11,14 @@
 #include <QScreen>
 #include <QShortcut>
 
-#include "base/clsScopeGuard.h"
 #include "hid/modOrvHID.h"
 #include "platform/QtText.h"
 #include "ui_frmMain.h"
-#include "widgets/clsWheelGuard.h"
+#include "widgets/clsElidedLabel.h"
 
 namespace {
 
 constexpr auto programTitle = "Zarn74 Configuration";
-constexpr auto hidNameFormat = " ({Name})";
 constexpr int keyStringLength = 16;  // bytes of a key string
 constexpr int progressTime = 40;     // ms between two pictures of the progress
 constexpr int statusMargin = 10;     // pixels
@@ -73,7 +70,6 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
       m_flows(parts.Host, parts.Comm, parts.Settings, m_log, m_settingsFile, *this) {
     m_ui->SSTab1->setCurrentIndex(0);
     setWindowTitle(TitleText());
-    modOrvHID::SetDisplayNameFormat(hidNameFormat);
     MakeLists();
     MakeDigitBoxes();
     MakeTable();
@@ -119,11 +115,11 @@ void frmMain::MakeStatusBar() {
     m_cancel = new QPushButton(tr("&Cancel"), this);
     m_cancel->setObjectName("cmdCancel");
     m_cancel->setToolTip(tr("End what is running at once (F7)"));
-    m_statusPort = new QLabel(this);
+    m_statusPort = new clsElidedLabel(this);
     m_statusPort->setObjectName("labStatusPort");
     m_statusSpeed = new QLabel(this);
     m_statusSpeed->setObjectName("labStatusSpeed");
-    m_statusFile = new QLabel(this);
+    m_statusFile = new clsElidedLabel(this);
     m_statusFile->setObjectName("labStatusFile");
     QStatusBar& bar = *m_ui->staMain;
     bar.setContentsMargins(statusMargin, 0, 0, 0);
@@ -147,7 +143,8 @@ void frmMain::MakeStatusBar() {
 }
 
 void frmMain::MakeReaderPanel() {
-    for (QLabel* label : {m_ui->labProduct, m_ui->labROMVersion, m_ui->labROMSN, m_ui->labPort}) {
+    const std::array<QLabel*, 4> values{m_ui->labProduct, m_ui->labROMVersion, m_ui->labROMSN, m_ui->labPort};
+    for (QLabel* label : values) {
         QFont bold = label->font();
         bold.setBold(true);
         label->setFont(bold);
@@ -162,7 +159,9 @@ void frmMain::ConnectButtons() {
     const auto flow = [this](QPushButton* button, const QString& what, const std::function<void()>& run) {
         connect(button, &QPushButton::clicked, this, [this, what, run] { Run(what, run); });
     };
-    flow(m_ui->cmdAutoScan, tr("Looking for a reader"), [this] { m_flows.AutoScan(); });
+    flow(m_ui->cmdAutoScan, tr("Looking for a reader"), [this] {
+        if (m_flows.AutoScan() == FlowResult::Failed && !m_parts.Comm.PortOpen()) TellNoAccess();
+    });
     flow(m_ui->cmdShowZarn74, tr("Reading"), [this] { m_flows.Read(); });
     flow(m_ui->cmdApply, tr("Writing"), [this] { m_flows.Apply(); });
     flow(m_ui->cmdInitialize, tr("Writing the defaults"), [this] { m_flows.Initialize(m_files.Defaults); });
@@ -294,6 +293,19 @@ void frmMain::SaveLog() {
                                      : tr("The log could not be saved to %1.").arg(path)));
 }
 
+/// A reader may be there and not be found because the user may not open its port.
+void frmMain::TellNoAccess() {
+    QStringList lines;
+    for (const PortEntry& port : m_parts.Ports.Ports()) {
+        if (port.Access) continue;
+        lines += tr("%1: no access to %2; add yourself to the group dialout and log in again")
+                     .arg(QtText::ToQString(port.Name), QtText::ToQString(port.Device));
+    }
+    for (const PortEntry& reader : m_parts.Comm.HidPorts())
+        if (!reader.Access) lines += QtText::ToQString(modOrvHID::NoAccessText(reader));
+    if (!lines.isEmpty()) ShowNotice(QtText::ToBytes(lines.join('\n')));
+}
+
 QString frmMain::ChooseFile(const QString& suggested, bool save, const QString& filter) {
     QFileDialog dialog(this, save ? tr("Save") : tr("Open"), m_folder, filter);
     dialog.setAcceptMode(save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
@@ -325,7 +337,6 @@ void frmMain::ShowPanel(const InfoPanel& panel) {
     m_ui->labROMVersion->setText(QtText::ToQString(panel.Version));
     m_ui->labROMSN->setText(QtText::ToQString(panel.SerialNo));
     m_ui->labPort->setText(QtText::ToQString(panel.Port));
-    m_ui->labPort->setToolTip(m_ui->labPort->text());
 }
 
 void frmMain::EnableButtons(const ButtonStates& states) {

@@ -9,6 +9,7 @@
 
 #include "base/clsIFiles.h"
 #include "base/clsISettingsStore.h"
+#include "ports/clsIPortDirectory.h"
 #include "window/clsTextFMT.h"
 #include "window/logic/clsReaderFlows.h"
 
@@ -36,6 +37,7 @@ struct WindowParts {
     modZarn74& Settings;
     clsIFiles& Files;
     clsISettingsStore& Store;  ///< keeps window size, splitter and last folder
+    const clsIPortDirectory& Ports;
     const modKeyboard& KeyNames;
 };
 
@@ -114,6 +116,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     // slots
     void Run(const QString& what, const std::function<void()>& flow);
     void SaveLog();
+    void TellNoAccess();
     void ShowState();
     QString ChooseFile(const QString& suggested, bool save, const QString& filter);
     [[nodiscard]] bool Suppressed() const { return m_suppress != 0; }

@@ -69,6 +69,7 @@ void frmMain::InitASCIIChars(QComboBox& box, TextBoxEx& text) {
 void frmMain::MakeDigitBoxes() {
     for (const char* page : {"Hex", "Dec"}) m_ui->SSTab2->addTab(page);
     m_ui->SSTab2->setExpanding(false);
+    m_ui->SSTab2->updateGeometry();  // not done by tabs that are added before it is shown
     m_ui->SSTab2->setCurrentIndex(0);
     connect(m_ui->SSTab2, &QTabBar::currentChanged, this, [this] {
         if (!Suppressed()) ShowDigitBoxes();

@@ -124,6 +124,8 @@ TEST(ProgramTest, ItTellsWhatTheReadersImageHoldsAndDrawsIt) {
     const QImage picture(folder.filePath("p.png"));
     EXPECT_EQ(picture.size(), QSize(1100, 750));
 
+    const QString onHid = Output({"--demo=hid", "--describe"}, status);
+    EXPECT_TRUE(onHid.contains(" (Tarka USB Adapter) with Tarka V2.10\n") && onHid.contains("=Germany\n"));
     Output({"--screenshot", "/no/such/folder/p.png"}, status);
     EXPECT_EQ(status, 1);
     Output({"--image", "/no/such/image"}, status);

@@ -105,7 +105,8 @@ TEST_F(clsHidCliTest, AReaderIsFoundByEachOfItsNamesOrItIsSaidWhyNot) {
     EXPECT_EQ(Said("zarn74ctl: HID2: no access to virtual/hidraw"), 1);
     const std::string first =
         out.Text.substr(out.Text.find("1-"), out.Text.find(":1.0") - out.Text.find("1-"));
-    for (const std::string& typed : {std::string("hid1"), R"(\\?\HID#vid_2e91&pid_0005#)" + first + ":1.0"})
+    for (const std::string& typed : {std::string("hid1"), R"(\\?\HID#vid_2e91&pid_0005#)" + first + ":1.0",
+                                     "./virtual/hidraw" + first.substr(2)})
         EXPECT_EQ(Run("--port " + typed + " get 1"), 0) << typed << err.Text;
     EXPECT_EQ(Run("--port HID2 --baud 19200 get 1"), 3);
     EXPECT_EQ(Said("put the rule 70-zarn74.rules into /etc/udev/rules.d"), 1);

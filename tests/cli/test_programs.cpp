@@ -89,6 +89,7 @@ TEST_F(clsProgramsTest, WhatEndsARunInTheMiddleEndsItAtOnce) {
 }
 
 TEST_F(clsProgramsTest, WhatCannotBeWrittenIsSaidAndLeavesTheOldFileWhole) {
+    EXPECT_EQ(Shell(ZARN74CTL " --help >/dev/full 2>&1"), 1);
     EXPECT_EQ(Shell("$C info >/dev/full 2>err"), 1);
     EXPECT_EQ(Shell("grep -q 'cannot write to standard output' err"), 0);
     EXPECT_EQ(
@@ -96,6 +97,21 @@ TEST_F(clsProgramsTest, WhatCannotBeWrittenIsSaidAndLeavesTheOldFileWhole) {
         0);
     EXPECT_EQ(Content("dir/file"), "old\n");
     EXPECT_EQ(Shell("[ $(ls -A dir | wc -l) = 1 ]"), 0);
+}
+
+TEST_F(clsProgramsTest, AFullOutputThatSomebodyMadeNonBlockingIsWaitedFor) {
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_NONBLOCK), 0);
+    std::string lying(1U << 20, '.');
+    const ssize_t before = write(ends[1], lying.data(), lying.size());
+    const std::string out = std::to_string(ends[1]);
+    EXPECT_EQ(
+        Shell("(" ZARN74CTL " demo dump >&" + out + " 2>err; echo $? >code) & sleep 0.5; [ ! -e code ]"), 0);
+    EXPECT_EQ(read(ends[0], lying.data(), lying.size()), before);
+    EXPECT_EQ(Shell("for i in 1 2 3 4 5 6 7 8 9; do [ -s code ] || sleep 0.1; done; exit $(cat code)"), 0);
+    EXPECT_GT(read(ends[0], lying.data(), lying.size()), 1000);
+    close(ends[0]);
+    close(ends[1]);
 }
 
 }  // namespace

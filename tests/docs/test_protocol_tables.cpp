@@ -93,11 +93,12 @@ TEST(Protocol, TheTableOfRegistersIsTheMap) {
                                                          std::visit(CodingName(), row.Field)));
     }
     for (int i = 0; i < cardFilterCount; ++i) {
-        const std::string index = "(" + std::to_string(i + 1) + ")`";
+        std::string keys = "`Filter_Start(#)`, `Filter_Length(#)`";
+        for (std::size_t at = keys.find('#'); at != std::string::npos; at = keys.find('#'))
+            keys.replace(at, 1, std::to_string(i + 1));
         expected.emplace_back(
             FilterRegister(i),
-            RegisterLine(FilterRegister(i), 2, "`Filter_Start" + index + ", `Filter_Length" + index,
-                         "of " + std::to_string(FilterDigits(i)) + " digits"));
+            RegisterLine(FilterRegister(i), 2, keys, "of " + std::to_string(FilterDigits(i)) + " digits"));
     }
     const std::string entries = "`Convert(1)`..`Convert(" + std::to_string(convertCount) + ")`";
     expected.emplace_back(EntryRegister(0),

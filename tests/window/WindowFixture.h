@@ -40,7 +40,7 @@ struct clsWindowTest : testing::Test {
     }
     frmMain& Start(bool bench = false) {
         window.reset();
-        window = std::make_unique<frmMain>(WindowParts{host, comm, module, disk, store, keyNames},
+        window = std::make_unique<frmMain>(WindowParts{host, comm, module, disk, store, serial, keyNames},
                                            WindowFiles{"start", "start", "Default.ini"}, bench);
         window->OnMessageBox = [this](const QString& text) {
             boxes.push_back(text);

@@ -217,6 +217,8 @@ TEST_F(clsControlsTest, EveryControlThatTakesTheFocusHasANameOfItsOwn) {
         for (QWidget* control : window->findChildren<QWidget*>()) {
             if (!control->isVisible() || control->focusPolicy() == Qt::NoFocus) continue;
             if (control->focusProxy() != nullptr) continue;
+            EXPECT_GE(std::min(control->width(), control->height()), 12)
+                << control->objectName().toStdString();
             QAccessibleInterface* spoken = QAccessible::queryAccessibleInterface(control);
             const bool labelled = !spoken->relations(QAccessible::Label).isEmpty();
             const bool named =

@@ -1,0 +1,187 @@
+// The window as something to measure: its log line by line, how long its loop stands still while it works,
+// and a read of everything through it.
+
+#include <unistd.h>
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QElapsedTimer>
+#include <QPushButton>
+#include <QTimer>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "FullImage.h"
+#include "base/clsMemoryStore.h"
+#include "platform/clsPortList.h"
+#include "platform/clsQtHost.h"
+#include "platform/clsQtSerialControl.h"
+#include "platform/clsSystemFiles.h"
+#include "sim/clsSimReader.h"
+#include "sim/clsSimSerialControl.h"
+#include "window/clsKeyState.h"
+#include "window/clsLogView.h"
+#include "window/frmMain.h"
+
+namespace {
+
+constexpr double million = 1e6;
+
+double ProcessorTime() {
+    timespec at{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &at);
+    return static_cast<double>(at.tv_sec) * million + static_cast<double>(at.tv_nsec) / 1e3;
+}
+
+double ResidentMiB() {
+    long pages = 0;
+    long resident = 0;
+    std::ifstream("/proc/self/statm") >> pages >> resident;
+    return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1048576.0;
+}
+
+/// The processor time of a line in us, the loop turning after each and every `pause` us, without what the
+/// turning itself takes; then the memory in MiB after a fifth, a half and all of the lines.
+int Log(int lines, int pause) {
+    const auto turn = [pause] {
+        QElapsedTimer timer;
+        timer.start();
+        do {
+            QApplication::processEvents(pause > 0 ? QEventLoop::WaitForMoreEvents : QEventLoop::AllEvents);
+        } while (timer.nsecsElapsed() < pause * 1000);
+    };
+    QTimer clock;  // lets the loop wait without an end of its own
+    clock.start(1);
+    clsLogView view;
+    view.resize(800, 300);
+    view.show();
+    QApplication::processEvents();
+    const double idleStart = ProcessorTime();
+    for (int i = 0; i < lines; ++i) turn();
+    const double idle = ProcessorTime() - idleStart;
+    std::vector<double> memory;
+    const double start = ProcessorTime();
+    for (int i = 0; i < lines; ++i) {
+        view.AppendLine("14:03:07 - ", "Step 12.00 - GetDelimiter OK", LogColor::Blue);
+        turn();
+        if (i + 1 == lines / 5 || i + 1 == lines / 2 || i + 1 == lines) memory.push_back(ResidentMiB());
+    }
+    std::printf("%.1f %.1f %.1f %.1f\n", (ProcessorTime() - start - idle) / lines, memory.at(0), memory.at(1),
+                memory.at(2));
+    return 0;
+}
+
+/// The window on a serial control.
+struct Program {
+    Program(clsQtHost& host, clsISerialControl& serial, const clsIPortDirectory& ports,
+            clsISettingsStore& store)
+        : Comm(host, serial, store, "benchmark"),
+          Window({host, Comm, Settings, Files, store, ports, KeyNames}, {"", "", DefaultFile},
+                 /*bench=*/true) {
+        Window.OnMessageBox = [](const QString& text) { std::fprintf(stderr, "%s\n", qPrintable(text)); };
+        Window.show();
+    }
+    [[nodiscard]] QPushButton& Button(const char* name) const {
+        return *Window.findChild<QPushButton*>(name);
+    }
+
+    const std::string DefaultFile = ZARN74_DEFAULT_INI;
+    clsSystemFiles Files;
+    clsKeyState Keys;
+    clsScanNames Names;
+    modKeyboard KeyNames{Keys, Names};
+    modZarn74 Settings;
+    ucCOMM Comm;
+    frmMain Window;
+};
+
+/// For every flow its name and the largest gap of a 5 ms timer while it runs, in ms.
+int Gaps(bool paced) {
+    clsQtHost host;
+    clsMemoryStore store;
+    clsSimReader reader(host);
+    const auto image = FullImage();
+    std::copy(image.begin(), image.end(), reader.Registers.begin());
+    if (paced) reader.Registers[209] = 0;  // 2400 baud
+    reader.PowerUp();
+    reader.PlaceCard({1, "04A1B2C3"});
+    clsSimSerialControl serial(host);
+    clsSimSerialControl::Line line;
+    line.Reader = &reader;
+    line.Paced = paced;
+    if (paced) line.OnlyBaud = reader.LineSpeed();
+    serial.AddLine(1, line);
+    Program program(host, serial, serial, store);
+
+    QElapsedTimer since;
+    double largest = 0;
+    QTimer ticks;
+    ticks.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&ticks, &QTimer::timeout, [&] {
+        largest = std::max(largest, static_cast<double>(since.nsecsElapsed()) / million);
+        since.restart();
+    });
+    ticks.start(5);
+    const auto run = [&](const char* name, const char* button) {
+        for (int i = 0; i < 20; ++i) host.WaitEvents(5);
+        largest = 0;
+        since.restart();
+        program.Button(button).click();
+        largest = std::max(largest, static_cast<double>(since.nsecsElapsed()) / million);
+        std::printf("%s %.1f\n", name, largest);
+    };
+    run("scan", "cmdAutoScan");
+    run("read", "cmdShowZarn74");
+    run("default", "cmdInitialize");
+    program.Window.findChild<QCheckBox*>("chkQuickMode")->setChecked(false);
+    run("slow-read", "cmdShowZarn74");
+    run("write-all", "cmdApply");
+    program.Window.findChild<QCheckBox*>("chkQuickMode")->setChecked(true);
+    run("write-changed", "cmdApply");
+    run("card", "cmdReadCardInfo");
+    run("test", "cmdTest");
+    return 0;
+}
+
+/// A slow read of everything through the visible window: ms from the click until the controls are back, and
+/// the frames sent.
+int Read(const std::string& device) {
+    clsQtHost host;
+    clsMemoryStore store;
+    clsPortList ports(store);
+    const std::string name = ports.AddDevice(device);
+    clsQtSerialControl serial(host, ports);
+    Program program(host, serial, ports, store);
+    program.Comm.SetCommPort(name);
+    program.Comm.SetPortOpen(true);
+    program.Window.Flows().ButtonsEnable(true);
+    program.Window.findChild<QCheckBox*>("chkQuickMode")->setChecked(false);
+    int frames = 0;
+    const auto counting = program.Comm.OnMonitorData.Connect(
+        [&frames](const std::string&, bool received) { frames += received ? 0 : 1; });
+    for (int i = 0; i < 100; ++i) host.WaitEvents(2);
+    QElapsedTimer timer;
+    timer.start();
+    program.Button("cmdShowZarn74").click();
+    const double took = static_cast<double>(timer.nsecsElapsed()) / 1e3;
+    if (!program.Window.Flows().Record().Valid) return 1;
+    std::printf("%.0f %d\n", took, frames);
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> words(argv + 1, argv + argc);
+    const QApplication application(argc, argv);
+    if (words.size() == 3 && words[0] == "log")
+        return Log(std::atoi(words[1].c_str()), std::atoi(words[2].c_str()));
+    if (words.size() == 2 && words[0] == "gaps") return Gaps(words[1] == "paced");
+    if (words.size() == 2 && words[0] == "read") return Read(words[1]);
+    std::fprintf(stderr, "usage: window log LINES PAUSE | window gaps instant|paced | window read DEVICE\n");
+    return 2;
+}
