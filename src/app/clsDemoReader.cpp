@@ -4,7 +4,7 @@ namespace {
 const std::string lineName = "COM" + std::to_string(clsSerialDemoReader::lineNumber);
 }
 
-clsSerialDemoReader::clsSerialDemoReader(clsIHost& host) : m_host(host), m_reader(host), m_serial(host) {
+clsSerialDemoReader::clsSerialDemoReader(clsIHost& host) : m_reader(host), m_serial(host) {
     LoadExampleConfiguration(m_reader);
     m_reader.PowerUp();
     SetPaced(false);
@@ -27,19 +27,16 @@ void clsSerialDemoReader::PlaceCard(const std::optional<SimCard>& card) {
     }
 }
 
-// The news comes through the loop, as the system's does.
 void clsSerialDemoReader::SetPlugged(bool value) {
     if (m_plugged == value) return;
     m_plugged = value;
     if (value) {
         m_serial.Replug(lineNumber);
+        m_notices.OnDeviceArrival.Raise(DeviceNoticePort, lineName);
     } else {
         m_serial.Unplug(lineNumber);
+        m_notices.OnDeviceRemoveComplete.Raise(DeviceNoticePort, lineName);
     }
-    m_host.Post([this, value] {
-        const auto& notice = value ? m_notices.OnDeviceArrival : m_notices.OnDeviceRemoveComplete;
-        notice.Raise(DeviceNoticePort, lineName);
-    });
 }
 
 void clsSerialDemoReader::SetFault(const std::optional<SimFaultRule>& fault) {

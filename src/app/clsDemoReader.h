@@ -38,7 +38,6 @@ class clsSerialDemoReader final : public clsIDemoReader {
     void SetFault(const std::optional<SimFaultRule>& fault) override;
 
   private:
-    clsIHost& m_host;
     bool m_plugged = true;
     clsSimReader m_reader;
     clsSimSerialControl m_serial;

@@ -1,30 +1,40 @@
 #ifndef ORVHIDIO_H
 #define ORVHIDIO_H
+/* clang-format off: the columns mean something. */
 /* The contract of libOrvHIDIO.so: one USB HID device per handle, shaped like a serial port. Plain C.
  *
  * Handles  are small numbers, never pointers, and 0 is none. An unknown or destroyed one is ignored: the call
- * does nothing and returns 0, -1 or an empty text as its entry says. Results  are numbers; where nothing else
- * is said 1 is done and 0 is not. A null pointer, a negative count or a number out of its range is "not done"
- * and changes nothing. No call ends with an exception. Texts    are given back like snprintf does: up to
- * size-1 bytes and a 0 byte are stored when size is positive, and the whole text's length is returned, so
- * that text NULL with size 0 asks for the length. They are bytes, one per character, ISO 8859-1; what does
- * not fit in that is a question mark. Threads  every call may come from any thread, except that call-backs
- * are delivered by orvhidDispatch alone and only on the thread that called orvhidCreate. The library's worker
- * never calls the program. One handle's queues are meant for one reader and one writer. Waiting  no call
- * waits for a device, except the raw report calls and writes with AsyncIO off (up to the request time-out),
- * and orvhidDestroy as its entry says. Opening takes as long as the kernel's open. Names
- * `\\?\hid#vid_2e91&pid_0005#INSTANCE`, INSTANCE without blank, "(" or "[". It stays the same while the
- *          device is plugged in; for a USB device it is the place it is plugged into, otherwise its device
- * node. Events   codes of the call-back, and what the parameter is: 0  bytes have arrived on the data channel
- * 4  the same on the control channel 1  bytes were dropped, the read queue is full   5 2  the write queue has
- * run empty                6 3  bytes were not taken: the write queue is     7 full, or the device refused a
- * report 16  a device has arrived                         parameter: its name, through orvhidGetParamString
- *           17  a device that was not open has gone
- *           18  the open device has gone, and was closed
- *           35  orvhidGetCTSHolding has changed
+ *          does nothing and returns 0, -1 or an empty text as its entry says.
+ * Results  are numbers; where nothing else is said 1 is done and 0 is not. A null pointer, a negative count
+ *          or a number out of its range is "not done" and changes nothing. No call ends with an exception.
+ * Texts    are given back like snprintf does: up to size-1 bytes and a 0 byte are stored when size is
+ *          positive, and the whole text's length is returned, so that text NULL with size 0 asks for the
+ *          length. They are bytes, one per character, ISO 8859-1; what does not fit in that is a question
+ *          mark.
+ * Threads  every call may come from any thread, except that call-backs are delivered by orvhidDispatch alone
+ *          and only on the thread that called orvhidCreate. The library's worker never calls the program. One
+ *          handle's queues are meant for one reader and one writer.
+ * Waiting  no call waits for a device, except the raw report calls and writes with AsyncIO off (up to the
+ *          request time-out), and orvhidDestroy as its entry says. Opening takes as long as the kernel's
+ *          open.
+ * Names    `\\?\hid#vid_2e91&pid_0005#INSTANCE`, INSTANCE without blank, "(" or "[". It stays the same while
+ *          the device is plugged in; for a USB device it is the place it is plugged into, otherwise its
+ *          device node.
+ * Events   codes of the call-back, and what the parameter is:
+ *           0  bytes have arrived on the data channel             4  the same on the control channel
+ *           1  bytes were dropped, the read queue is full         5
+ *           2  the write queue has run empty                      6
+ *           3  bytes were not taken: the write queue is full,     7
+ *              or the device refused a report
+ *          16  a device has arrived                 parameter: its name, through orvhidGetParamString
+ *          17  a device that was not open has gone
+ *          18  the open device has gone, and was closed
+ *          35  orvhidGetCTSHolding has changed
  *          Of 0 to 7 and 35 at most one of each waits at a time, of the others 64 per handle; later ones are
- * dropped, orvhidCheckDevicesIsChanged still tells. Devices present at orvhidCreate are not announced.
+ *          dropped, orvhidCheckDevicesIsChanged still tells. Devices present at orvhidCreate are not
+ *          announced.
  */
+/* clang-format on */
 #include <stdint.h>
 
 #ifdef __cplusplus

@@ -20,27 +20,27 @@ clsILibraryLoader::Handle clsLibraryLoader::LoadLibrary(const std::string& file)
     const auto known = m_modules.find(file);
     if (known != m_modules.end()) {
         ++known->second.References;
-        return known->second.Library;
+        return HandleOf(known->second);
     }
     void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     if (library == nullptr) return 0;  // missing, of another machine, or not a library
-    const auto handle = reinterpret_cast<Handle>(library);
-    m_modules[file] = {handle, 1};
-    return handle;
+    return HandleOf(m_modules[file] = {library, 1});
 }
 
 clsILibraryLoader::Handle clsLibraryLoader::GetModuleHandle(const std::string& file) const {
     const auto known = m_modules.find(file);
-    return known == m_modules.end() || known->second.References == 0 ? 0 : known->second.Library;
+    return known == m_modules.end() || known->second.References == 0 ? 0 : HandleOf(known->second);
 }
 
 void* clsLibraryLoader::GetProcAddress(Handle library, const std::string& name) const {
-    return library == 0 ? nullptr : dlsym(Address(library), name.c_str());
+    const auto known = std::find_if(m_modules.begin(), m_modules.end(),
+                                    [&](const auto& module) { return HandleOf(module.second) == library; });
+    return known == m_modules.end() ? nullptr : dlsym(known->second.Library, name.c_str());
 }
 
 void clsLibraryLoader::FreeLibrary(Handle library) {
     const auto known = std::find_if(m_modules.begin(), m_modules.end(), [&](const auto& module) {
-        return module.second.Library == library && module.second.References > 0;
+        return HandleOf(module.second) == library && module.second.References > 0;
     });
     if (known != m_modules.end()) --known->second.References;
 }

@@ -22,10 +22,12 @@ class clsLibraryLoader final : public clsILibraryLoader {
 
   private:
     struct Module {
-        Handle Library = 0;
+        void* Library = nullptr;
         int References = 0;
     };
-    [[nodiscard]] static void* Address(Handle library) { return reinterpret_cast<void*>(library); }
+    [[nodiscard]] static Handle HandleOf(const Module& module) {
+        return reinterpret_cast<Handle>(module.Library);
+    }
 
     std::string m_folder;
     std::map<std::string, Module> m_modules;  // by full name; what was loaded once stays in memory

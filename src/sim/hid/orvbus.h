@@ -8,7 +8,9 @@
  *
  * A device is a text of words separated by blanks, which say what it is (a reader behind an adapter when
  * neither is said); numbers are decimal, vid, pid and descriptor hexadecimal, and %HH stands for any byte but
- * 0 in texts: reader            a reader directly on HID tarka             a reader behind a USB adapter
+ * 0 in texts:
+ *   reader            a reader directly on HID
+ *   tarka             a reader behind a USB adapter
  *   example           the reader holds the example configuration
  *   vid= pid=         2e91 and 5
  *   product= maker= serial=
@@ -28,8 +30,9 @@
  *   flood=N           it sends data reports of N bytes without end; 0 stops
  *   vanish=N          it is pulled out inside the N-th call that the library makes to it
  *   refuse-reports=1  it takes no output or feature report
- *   nak=C nak4=C mute=C obey=C   the adapter refuses, does not know, does not answer, obeys command C, or
- * "all" announce=N        the adapter's answers announce N bytes, whatever they hold; -1 is right again
+ *   nak=C nak4=C mute=C obey=C
+ *                     the adapter refuses, does not know, does not answer, obeys command C, or "all"
+ *   announce=N        the adapter's answers announce N bytes, whatever they hold; -1 is right again
  */
 #include <stdint.h>
 
