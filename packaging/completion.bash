@@ -11,7 +11,7 @@ _zarn74() {
     case $before in
     --image | --screenshot) _zarn74_files "$word" ;;
     --port-map) _zarn74_offer "$(for n in {1..9}; do echo "COM$n="; done)" "$word" ;;
-    --page) _zarn74_offer "General" "$word" ;;
+    --page) mapfile -t COMPREPLY < <(compgen -W '"General" "Key\\ strings" "Card\\ ID" "Output\\ table"' -- "$word") ;;
     --size) _zarn74_offer "1024x700" "$word" ;;
     *)
         case $word in

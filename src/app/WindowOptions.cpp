@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <filesystem>
 
 #include "base/modText.h"
 
@@ -14,14 +13,11 @@ bool HoldsTestWord(const std::string& argument) {
     return modText::UCase(argument).find(testWord) != std::string::npos;
 }
 
-bool Exists(const std::string& name) {
-    std::error_code error;
-    return std::filesystem::exists(name, error);
-}
-
-/// "/benchrun" and the like: the word alone, which is neither an option nor a file.
+/// "/benchrun" and the like: neither a file nor an option of ours, nor the value of one.
 bool IsTestWordOnly(const std::string& argument) {
-    return HoldsTestWord(argument) && argument.find('=') == std::string::npos && !Exists(argument);
+    const std::string word =
+        modText::UCase(argument.substr(std::min(argument.find_first_not_of("-/"), argument.size())));
+    return word == testWord || (argument.starts_with('-') && word.starts_with(testWord));
 }
 
 }  // namespace
@@ -65,6 +61,8 @@ WindowParsing ParseArguments(std::vector<std::string> arguments, WindowOptions& 
         return {/*Run=*/false, /*Exit=*/2, std::string(error.what()) + "\n"};
     }
     std::tie(options.Width, options.Height) = size;
+    if (options.Width < 0 || options.Height < 0)
+        return {/*Run=*/false, /*Exit=*/2, "--size: a window has no negative size\n"};
     if (demo.empty() && (options.Batch() || !options.Image.empty())) demo = "serial";
     if (!demo.empty())
         options.Demo = demo == "hid" ? WindowOptions::DemoKind::Hid : WindowOptions::DemoKind::Serial;

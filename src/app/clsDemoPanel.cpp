@@ -40,7 +40,8 @@ clsDemoPanel::clsDemoPanel(const std::vector<Connection>& connections, int chose
       m_connection(new QComboBox),
       m_card(new QComboBox),
       m_fault(new QComboBox),
-      m_plugged(new QCheckBox(tr("Plugged in"))) {
+      m_plugged(new QCheckBox(tr("Plugged in"))),
+      m_paced(new QCheckBox(tr("Real line speed"))) {
     setObjectName("pnlDemo");
     setAutoFillBackground(true);
     Color();
@@ -52,8 +53,7 @@ clsDemoPanel::clsDemoPanel(const std::vector<Connection>& connections, int chose
     banner->setFont(bold);
     auto* const type = new QPushButton(tr("Type card ID"));
     type->setToolTip(tr("The reader types the ID of the card that lies on it, and Enter"));
-    auto* const paced = new QCheckBox(tr("Real line speed"));
-    paced->setToolTip(tr("Bytes take as long as on a real serial line"));
+    m_paced->setToolTip(tr("Bytes take as long as on a real serial line"));
     m_plugged->setChecked(true);
     m_plugged->setToolTip(tr("Pulls the reader's cable out and puts it back"));
 
@@ -72,7 +72,7 @@ clsDemoPanel::clsDemoPanel(const std::vector<Connection>& connections, int chose
     grid->setHorizontalSpacing(8);
     grid->addWidget(banner, 0, 0, 1, 6);
     grid->addWidget(m_plugged, 0, 6);
-    grid->addWidget(paced, 0, 7);
+    grid->addWidget(m_paced, 0, 7);
     grid->addWidget(BuddyLabel(tr("On"), m_connection), 1, 0);
     grid->addWidget(m_connection, 1, 1);
     grid->addWidget(BuddyLabel(tr("Card"), m_card), 1, 2);
@@ -86,44 +86,49 @@ clsDemoPanel::clsDemoPanel(const std::vector<Connection>& connections, int chose
     m_card->setObjectName("cboDemoCard");
     m_fault->setObjectName("cboDemoFault");
     m_plugged->setObjectName("chkDemoPlugged");
-    paced->setObjectName("chkDemoPaced");
+    m_paced->setObjectName("chkDemoPaced");
     type->setObjectName("cmdDemoType");
-    for (QComboBox* box : {m_connection, m_card, m_fault}) {
-        new clsWheelGuard(*box);
-        connect(box, &QComboBox::currentIndexChanged, this, &clsDemoPanel::ApplyAll);
-    }
-    connect(m_plugged, &QCheckBox::toggled, this, &clsDemoPanel::ApplyAll);
-    connect(paced, &QCheckBox::toggled, this, &clsDemoPanel::PacedChanged);
+    for (QComboBox* box : {m_connection, m_card, m_fault}) new clsWheelGuard(*box);
+    connect(m_connection, &QComboBox::currentIndexChanged, this, &clsDemoPanel::ApplyPlug);
+    connect(m_plugged, &QCheckBox::toggled, this, &clsDemoPanel::ApplyPlug);
+    connect(m_card, &QComboBox::currentIndexChanged, this, &clsDemoPanel::ApplyCard);
+    connect(m_fault, &QComboBox::currentIndexChanged, this, &clsDemoPanel::ApplyFault);
+    connect(m_paced, &QCheckBox::toggled, this, &clsDemoPanel::PacedChanged);
     connect(type, &QPushButton::clicked, this, [this] {
         const int card = m_card->currentIndex() - 1;
         Reader().TypeText(std::string(card < 0 ? noSerial : cards.at(static_cast<std::size_t>(card)).Serial) +
                           "\r");
     });
-    ApplyAll();
+    ApplyPlug();
 }
 
 clsIDemoReader& clsDemoPanel::Reader() const {
     return *m_connections.at(static_cast<std::size_t>(m_connection->currentIndex())).Reader;
 }
 
-void clsDemoPanel::ApplyAll() {
+void clsDemoPanel::ApplyPlug() {
+    m_paced->setEnabled(m_connection->currentIndex() == 0);  // USB has a pace of its own
+    for (const Connection& connection : m_connections)
+        connection.Reader->SetPlugged(connection.Reader == &Reader() && m_plugged->isChecked());
+}
+
+void clsDemoPanel::ApplyCard() {
     const int card = m_card->currentIndex() - 1;
     std::optional<SimCard> placed;
     if (card >= 0) {
         const DemoCard& chosen = cards.at(static_cast<std::size_t>(card));
         placed = SimCard{chosen.Type, chosen.Serial};
     }
+    for (const Connection& connection : m_connections) connection.Reader->PlaceCard(placed);
+}
+
+void clsDemoPanel::ApplyFault() {
     std::optional<SimFaultRule> fault;
     if (m_fault->currentIndex() > 0) {
         std::string error;
         fault = ParseSimFault(QtText::ToBytes(m_fault->currentText()), error);
     }
-    for (const Connection& connection : m_connections) {
-        const bool chosen = connection.Reader == &Reader();
-        connection.Reader->SetPlugged(chosen && m_plugged->isChecked());
-        connection.Reader->PlaceCard(placed);
-        connection.Reader->SetFault(fault);
-    }
+    for (const Connection& connection : m_connections) connection.Reader->SetFault(fault);
 }
 
 void clsDemoPanel::changeEvent(QEvent* event) {

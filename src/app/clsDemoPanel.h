@@ -36,7 +36,9 @@ class clsDemoPanel : public QFrame {
 
   private:
     void Color();
-    void ApplyAll();
+    void ApplyPlug();
+    void ApplyCard();
+    void ApplyFault();
     [[nodiscard]] clsIDemoReader& Reader() const;
 
     std::vector<Connection> m_connections;
@@ -44,5 +46,6 @@ class clsDemoPanel : public QFrame {
     QComboBox* m_card;
     QComboBox* m_fault;
     QCheckBox* m_plugged;
+    QCheckBox* m_paced;
     bool m_coloring = false;
 };

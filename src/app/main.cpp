@@ -1,12 +1,12 @@
 // zarn74: the window.
 
 #include <QApplication>
-#include <QFile>
 #include <QIcon>
 #include <QPixmap>
 #include <QStyleFactory>
 #include <QTabWidget>
 #include <QTimer>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
@@ -33,6 +33,7 @@
 namespace {
 
 constexpr auto applicationName = "zarn74";
+constexpr int exitUsage = 2;
 constexpr auto desktopEntry = "org.example.zarn74";
 
 int Say(const std::string& text, int status) {
@@ -43,6 +44,14 @@ int Say(const std::string& text, int status) {
 bool IsSet(const char* name) {
     const char* value = std::getenv(name);
     return value != nullptr && value[0] != '\0';
+}
+
+/// Whether the toolkit has somewhere to open a window; without that it would end the program with a crash.
+bool HasDisplay(const std::vector<std::string>& arguments) {
+    return IsSet("DISPLAY") || IsSet("WAYLAND_DISPLAY") || IsSet("QT_QPA_PLATFORM") ||
+           std::any_of(arguments.begin(), arguments.end(), [](const std::string& argument) {
+               return argument == "-platform" || argument == "--platform";
+           });
 }
 
 QIcon ProgramIcon() {
@@ -76,16 +85,21 @@ void UseDarkColors() {
     QApplication::setPalette(colors);
 }
 
-void TurnToPage(QWidget& window, const QString& caption) {
+/// False when no page that is shown has that caption.
+bool TurnToPage(QWidget& window, const QString& caption) {
     auto* const pages = window.findChild<QTabWidget*>("SSTab1");
     for (int page = 0; page < pages->count(); ++page) {
-        if (pages->tabText(page).remove('&').compare(caption, Qt::CaseInsensitive) == 0)
-            pages->setCurrentIndex(page);
+        if (!pages->isTabVisible(page)) continue;
+        if (pages->tabText(page).remove('&').compare(caption, Qt::CaseInsensitive) != 0) continue;
+        pages->setCurrentIndex(page);
+        return true;
     }
+    return false;
 }
 
 /// Scans and reads the demo's reader, tells what was asked for, and gives the program's exit status.
 int Tell(frmMain& window, const WindowOptions& options) {
+    window.OnMessageBox = [](const QString& text) { Say(text.toStdString() + "\n", 1); };
     const bool done = window.Flows().AutoScan() == FlowResult::Done;
     const QString description = DescribeWindow(window);
     if (options.Describe) std::fputs(description.toUtf8().constData(), stdout);
@@ -109,7 +123,8 @@ int Open(const WindowParts& parts, const WindowOptions& options, clsDemoPanel* p
     }
     frmMain window(parts, files, options.Bench);
     if (panel != nullptr) window.InsertPanel(panel);
-    if (!options.Page.empty()) TurnToPage(window, QString::fromLocal8Bit(options.Page.c_str()));
+    if (!options.Page.empty() && !TurnToPage(window, QString::fromLocal8Bit(options.Page.c_str())))
+        return Say("there is no page " + options.Page + "\n", exitUsage);
     if (options.Width > 0 && options.Height > 0) window.resize(options.Width, options.Height);
     window.show();
 
@@ -117,7 +132,7 @@ int Open(const WindowParts& parts, const WindowOptions& options, clsDemoPanel* p
     if (options.Batch()) {
         QTimer::singleShot(0, &window, [&] { QApplication::exit(Tell(window, options)); });
     } else if (!options.File.empty()) {
-        QTimer::singleShot(0, &window, [&] { window.OpenFile(QFile::decodeName(options.File.c_str())); });
+        QTimer::singleShot(0, &window, [&] { window.OpenFile(options.File); });
     }
     return QApplication::exec();
 }
@@ -129,9 +144,15 @@ int main(int argc, char** argv) {
     std::vector<std::string> arguments(argv + 1, argv + argc);
     // The toolkit's own options are not known yet; all that matters now are questions and the display.
     WindowParsing parsing = ParseArguments(arguments, options);
-    if (!parsing.Run && parsing.Exit == 0) return std::fputs(parsing.Text.c_str(), stdout) < 0 ? 1 : 0;
-    const bool display = IsSet("DISPLAY") || IsSet("WAYLAND_DISPLAY") || IsSet("QT_QPA_PLATFORM");
-    if (!display && options.Batch()) setenv("QT_QPA_PLATFORM", "offscreen", /*overwrite=*/0);
+    if (!parsing.Run && parsing.Exit == 0) {
+        std::fputs(parsing.Text.c_str(), stdout);
+        return std::fflush(stdout) == 0 ? 0 : 1;
+    }
+    if (!HasDisplay(arguments)) {
+        if (!parsing.Run) return Say(parsing.Text, parsing.Exit);
+        if (!options.Batch()) return Say("there is no display to open the window on\n", 1);
+        setenv("QT_QPA_PLATFORM", "offscreen", /*overwrite=*/1);
+    }
     QApplication application(argc, argv);
     QApplication::setDesktopFileName(desktopEntry);
     QApplication::setWindowIcon(ProgramIcon());

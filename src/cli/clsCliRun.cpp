@@ -98,9 +98,11 @@ CliResult clsCliRun::Execute() {
 
 // A device that was pulled out cannot be used any more some time before its removal is told.
 void clsCliRun::AwaitLossNews() {
-    const std::uint32_t start = m_platform.Host().TickCount();
-    while (!m_lossTold && m_platform.Host().TickCount() - start < lossNewsTime)
-        m_platform.Host().WaitEvents(lossNewsTime);
+    clsIHost& host = m_platform.Host();
+    const std::uint32_t start = host.TickCount();
+    for (std::uint32_t waited = 0; !m_lossTold && !m_stopped && waited < lossNewsTime;
+         waited = host.TickCount() - start)
+        host.WaitEvents(static_cast<int>(lossNewsTime - waited));
 }
 
 CliResult clsCliRun::ExecuteCommand() {
@@ -210,7 +212,7 @@ CliResult clsCliRun::Ports() {
         if (!port.Access) more += more.empty() ? "no access" : " (no access)";
         if (!more.empty()) line += "  " + CliText::ToUtf8(CliText::Visible(more));
         result.Text += line + "\n";
-        if (onHid && !port.Access) m_log.Say(modOrvHID::NoAccessText(port));
+        if (!port.Access) m_log.Say(modOrvHID::NoAccessText(port));
     }
     if (result.Text.empty()) m_log.Say("there are no ports");
     return result;

@@ -33,11 +33,11 @@ std::string clsDemoPlatform::PlugIn() {
     if (!m_bus->Ready()) return "the simulated USB bus is missing: " + m_readers->Loader().ApplicationPath();
     const char* const listed = std::getenv("ORVBUS_DEVICES");  // then the bus has them already
     const int device = listed != nullptr && *listed != '\0' ? 1 : m_bus->Plug("tarka");
-    if (!m_bus->Unplug(device)) return "the simulated USB bus has no such device: " + std::string(listed);
-    for (std::size_t i = 0; i < m_reader.Registers.size(); ++i) {
-        if (!m_bus->SetRegister(device, static_cast<int>(i), m_reader.Registers.at(i))) break;
-    }
-    return m_bus->Replug(device) ? "" : "the simulated USB bus takes no device";
+    bool done = m_bus->Unplug(device);
+    int number = 0;
+    for (const std::uint8_t value : m_reader.Registers)
+        done = done && m_bus->SetRegister(device, number++, value);
+    return done && m_bus->Replug(device) ? "" : "the simulated USB bus takes no such device";
 }
 
 CommDevices clsDemoPlatform::Devices(bool) {

@@ -2,9 +2,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <filesystem>
+#include <string_view>
 
 namespace {
 bool Exists(const std::string& file) { return access(file.c_str(), F_OK) == 0; }
@@ -15,7 +17,11 @@ namespace ProgramFiles {
 std::string ProgramFile() {
     char path[PATH_MAX];
     const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
-    return length <= 0 ? std::string() : std::string(path, static_cast<std::size_t>(length));
+    std::string program(path, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+    // So the system names a program whose file was replaced while it ran.
+    constexpr std::string_view gone = " (deleted)";
+    if (program.ends_with(gone)) program.resize(program.size() - gone.size());
+    return program;
 }
 
 std::string ProgramFolder() {
@@ -34,8 +40,8 @@ std::string UserFolder() {
 
 std::string DefaultFile() {
     std::string inProgramFolder = ProgramFolder() + "/Default.ini";
-    for (const std::string& file :
-         {inProgramFolder, UserFolder() + "/Default.ini", ProgramFolder() + "/../share/zarn74/Default.ini"}) {
+    for (const std::string& file : {inProgramFolder, UserFolder() + "/Default.ini",
+                                    ProgramFolder() + "/../../share/zarn74/Default.ini"}) {
         if (Exists(file)) return file;
     }
     return inProgramFolder;

@@ -16,7 +16,7 @@ constexpr int noticeBuffer = 1024 * 1024;  // bytes of notices while the program
 
 clsDeviceNotices::clsDeviceNotices(clsIHost& host, const clsIPortDirectory& ports)
     : m_host(host), m_ports(ports), m_poll(host, pollPeriod, [this] { Compare(); }) {
-    // First the monitor, then the list: what comes between the two is told.
+    // First the monitor, then the list: nothing falls between the two, and what is listed is not told.
     OpenMonitor();
     if (m_monitor == nullptr || access("/run/udev/control", F_OK) != 0) m_poll.SetEnabled(true);
     m_known = Present();

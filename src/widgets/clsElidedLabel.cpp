@@ -10,6 +10,9 @@ namespace {
 constexpr int fewestCharacters = 4;
 }
 
+// What is shown may come out of a device: never take it for a rich text.
+clsElidedLabel::clsElidedLabel(QWidget* parent) : QLabel(parent) { setTextFormat(Qt::PlainText); }
+
 bool clsElidedLabel::Fits() const {
     return fontMetrics().horizontalAdvance(text()) <= contentsRect().width();
 }
@@ -20,8 +23,8 @@ QSize clsElidedLabel::minimumSizeHint() const {
 
 bool clsElidedLabel::event(QEvent* event) {
     if (event->type() != QEvent::ToolTip || Fits()) return QLabel::event(event);
-    const QString tip = toolTip().isEmpty() ? text() : text() + "\n" + toolTip();
-    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), tip, this);
+    const QString tip = toolTip().isEmpty() ? text() : text() + '\n' + toolTip();
+    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), Qt::convertFromPlainText(tip), this);
     return true;
 }
 

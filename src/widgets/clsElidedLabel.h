@@ -8,7 +8,7 @@ class clsElidedLabel : public QLabel {
     Q_OBJECT
 
   public:
-    using QLabel::QLabel;
+    explicit clsElidedLabel(QWidget* parent = nullptr);
 
     [[nodiscard]] QSize minimumSizeHint() const override;
 

@@ -4,6 +4,7 @@
 #include <QCloseEvent>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMessageBox>
 #include <QMimeData>
@@ -91,7 +92,7 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
     m_ui->cmdTest->setVisible(bench);
     m_ui->fraTest->setEnabled(bench);
     m_ui->SSTab1->setTabVisible(m_ui->SSTab1->indexOf(m_ui->tabEeprom), bench);
-    ShowTest("Test EEPROM", TestIndicator::Grey);
+    ShowTest(clsReaderFlows::testCaption, TestIndicator::Grey);
     m_flows.ButtonsEnable(true);
 
     setAcceptDrops(true);
@@ -191,8 +192,11 @@ void frmMain::ConnectButtons() {
 // The boxes of key strings take every Ctrl and letter for themselves, so each has a twin.
 void frmMain::MakeShortcuts() {
     const auto shortcut = [this](const QList<QKeySequence>& keys, QPushButton* button) {
-        for (const QKeySequence& key : keys)
-            connect(new QShortcut(key, this), &QShortcut::activated, button, &QPushButton::click);
+        for (const QKeySequence& key : keys) {
+            auto* const made = new QShortcut(key, this);
+            made->setAutoRepeat(false);  // a key that is held writes once
+            connect(made, &QShortcut::activated, button, &QPushButton::click);
+        }
     };
     shortcut({Qt::Key_F2}, m_ui->cmdAutoScan);
     shortcut({Qt::CTRL | Qt::Key_O, Qt::Key_F3}, m_ui->cmdOpen);
@@ -228,8 +232,8 @@ void frmMain::SaveLayout() {
     store(storeFolder, m_folder.toUtf8());
 }
 
-void frmMain::OpenFile(const QString& path) {
-    Run(tr("Opening a file"), [this, path] { m_flows.OpenFile(QFile::encodeName(path).toStdString()); });
+void frmMain::OpenFile(const std::string& name) {
+    Run(tr("Opening a file"), [this, name] { m_flows.OpenFile(name); });
 }
 
 void frmMain::InsertPanel(QWidget* panel) { m_ui->layTop->addWidget(panel); }
@@ -247,8 +251,7 @@ void frmMain::closeEvent(QCloseEvent* event) {
         m_saveFailed = true;
         const QString file = QFile::decodeName(m_files.StartupToWrite.c_str());
         m_statusFile->setText(tr("Saving the start-up file failed"));
-        ShowNotice(QtText::ToBytes(
-            tr("The settings shown could not be saved to %1. Close again to leave without them.").arg(file)));
+        Note(tr("The settings shown could not be saved to %1. Close again to leave without them.").arg(file));
         return;
     }
     SaveLayout();
@@ -262,14 +265,19 @@ void frmMain::changeEvent(QEvent* event) {
 
 // A file is taken wherever it is dropped, also over a text box.
 bool frmMain::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::KeyPress) return OpensKeyNames(watched, static_cast<QKeyEvent&>(*event));
     const bool drops = event->type() == QEvent::Drop;
     if (!drops && event->type() != QEvent::DragEnter && event->type() != QEvent::DragMove)
         return QMainWindow::eventFilter(watched, event);
     auto& drop = static_cast<QDropEvent&>(*event);
     const QString path = FirstFile(drop.mimeData());
     if (path.isEmpty()) return QMainWindow::eventFilter(watched, event);
+    drop.setDropAction(Qt::CopyAction);  // a file that is moved here would be gone
     drop.setAccepted(!m_flows.FlowRunning());
-    if (drops && drop.isAccepted()) QTimer::singleShot(0, this, [this, path] { OpenFile(path); });
+    if (drops && drop.isAccepted()) {
+        const std::string name = QFile::encodeName(path).toStdString();
+        QTimer::singleShot(0, this, [this, name] { OpenFile(name); });
+    }
     return true;
 }
 
@@ -277,6 +285,7 @@ bool frmMain::eventFilter(QObject* watched, QEvent* event) {
 
 void frmMain::Run(const QString& what, const std::function<void()>& flow) {
     if (m_flows.FlowRunning()) return;
+    m_saveFailed = false;
     m_running = what;
     m_ui->fraNotice->hide();
     flow();
@@ -285,25 +294,23 @@ void frmMain::Run(const QString& what, const std::function<void()>& flow) {
 }
 
 void frmMain::SaveLog() {
+    if (m_flows.FlowRunning()) return;  // it would stand still while the dialog asks
     const QString path = OnFileDialog({}, /*save=*/true, DialogFilter(clsReaderFlows::fileFilter));
     if (path.isEmpty()) return;
     const std::string text = m_ui->txtView->LogText().toUtf8().toStdString();
     const bool saved = m_parts.Files.ReplaceFile(QFile::encodeName(path).toStdString(), text);
-    ShowNotice(QtText::ToBytes(saved ? tr("The log was saved to %1.").arg(path)
-                                     : tr("The log could not be saved to %1.").arg(path)));
+    Note(saved ? tr("The log was saved to %1.").arg(path)
+               : tr("The log could not be saved to %1.").arg(path));
 }
 
 /// A reader may be there and not be found because the user may not open its port.
 void frmMain::TellNoAccess() {
+    std::vector<PortEntry> ports = m_parts.Ports.Ports();
+    for (PortEntry& reader : m_parts.Comm.HidPorts()) ports.push_back(std::move(reader));
     QStringList lines;
-    for (const PortEntry& port : m_parts.Ports.Ports()) {
-        if (port.Access) continue;
-        lines += tr("%1: no access to %2; add yourself to the group dialout and log in again")
-                     .arg(QtText::ToQString(port.Name), QtText::ToQString(port.Device));
-    }
-    for (const PortEntry& reader : m_parts.Comm.HidPorts())
-        if (!reader.Access) lines += QtText::ToQString(modOrvHID::NoAccessText(reader));
-    if (!lines.isEmpty()) ShowNotice(QtText::ToBytes(lines.join('\n')));
+    for (const PortEntry& port : ports)
+        if (!port.Access) lines += QtText::ToQString(modOrvHID::NoAccessText(port));
+    if (!lines.isEmpty()) Note(lines.join('\n'));
 }
 
 QString frmMain::ChooseFile(const QString& suggested, bool save, const QString& filter) {
@@ -328,8 +335,9 @@ void frmMain::ShowState() {
         m_statusState->setText(open ? tr("Ready") : tr("No reader: AutoScan looks for one"));
     }
     m_statusPort->setText(open ? QtText::ToQString(m_parts.Comm.CommPort()) : tr("no port open"));
-    m_statusSpeed->setText(open ? tr("%1 baud").arg(m_parts.Comm.BaudRate()) : QString());
-    m_statusSpeed->setVisible(open);
+    const bool hasRate = open && m_parts.Comm.CommPort_IsBaudrateSupported(m_parts.Comm.CommPort());
+    m_statusSpeed->setText(hasRate ? tr("%1 baud").arg(m_parts.Comm.BaudRate()) : QString());
+    m_statusSpeed->setVisible(hasRate);
 }
 
 void frmMain::ShowPanel(const InfoPanel& panel) {
@@ -358,6 +366,7 @@ void frmMain::EnableButtons(const ButtonStates& states) {
         }
         button->setEnabled(enabled);
     }
+    m_ui->cmdSaveLog->setEnabled(states.Idle);
     m_cancel->setVisible(states.Cancel);
     if (m_focusBack != nullptr && m_focusBack->isEnabled()) {
         if (m_ui->txtView->hasFocus()) m_focusBack->setFocus();
@@ -379,7 +388,7 @@ void frmMain::ShowProgress(int number, int count) {
 }
 
 void frmMain::ShowTest(const std::string& caption, TestIndicator indicator) {
-    const bool running = caption != "Test EEPROM";
+    const bool running = caption != clsReaderFlows::testCaption;
     m_ui->cmdTest->setText(QtText::ToQString(caption));
     QPalette colors = m_ui->shpTest->palette();
     colors.setColor(QPalette::Window, QColor(QRgb(TestIndicatorRGB(indicator))));
@@ -394,8 +403,10 @@ void frmMain::ShowTest(const std::string& caption, TestIndicator indicator) {
 
 void frmMain::ShowMessageBox(const std::string& text) { OnMessageBox(QtText::ToQString(text)); }
 
-void frmMain::ShowNotice(const std::string& text) {
-    m_ui->labNotice->setText(QtText::ToQString(text));
+void frmMain::ShowNotice(const std::string& text) { Note(QtText::ToQString(text)); }
+
+void frmMain::Note(const QString& text) {
+    m_ui->labNotice->setText(text);
     m_ui->fraNotice->show();
 }
 

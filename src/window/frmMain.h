@@ -17,6 +17,7 @@ namespace Ui {
 class frmMain;
 }
 class QComboBox;
+class QKeyEvent;
 class QLabel;
 class QProgressBar;
 class QPushButton;
@@ -42,7 +43,7 @@ struct WindowParts {
 };
 
 /// The program's window: shows the settings, the reader, the message log, and turns clicks into flows. Owns
-/// the log, the flows and the card filters of the page that is not shown. A flow waits inside the event loop,
+/// the log, the flows and the card filters of both pages. A flow waits inside the event loop,
 /// so every slot may run while one does; the flows refuse what may not, and the window is not destroyed
 /// meanwhile because closing is refused too.
 class frmMain : public QMainWindow, public clsIMainView {
@@ -57,7 +58,7 @@ class frmMain : public QMainWindow, public clsIMainView {
 
     [[nodiscard]] clsReaderFlows& Flows() { return m_flows; }
     /// A file given on the command line, or dropped.
-    void OpenFile(const QString& path);
+    void OpenFile(const std::string& name);
     /// A panel of somebody else's above everything; the window owns it from then on.
     void InsertPanel(QWidget* panel);
     /// Closes as soon as no flow runs any more; the one that runs is cancelled.
@@ -99,6 +100,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     void SaveLayout();
     void ColorNotice();
     void InitASCIIChars(QComboBox& box, TextBoxEx& text);
+    static bool OpensKeyNames(QObject* watched, const QKeyEvent& key);
 
     // controls
     [[nodiscard]] QComboBox& ListBox(FormList list) const;
@@ -116,6 +118,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     // slots
     void Run(const QString& what, const std::function<void()>& flow);
     void SaveLog();
+    void Note(const QString& text);
     void TellNoAccess();
     void ShowState();
     QString ChooseFile(const QString& suggested, bool save, const QString& filter);
@@ -123,6 +126,12 @@ class frmMain : public QMainWindow, public clsIMainView {
 
     const WindowParts m_parts;
     const WindowFiles m_files;
+    QLabel* m_statusPort = nullptr;  // these before m_ui, which may send events
+    QLabel* m_statusSpeed = nullptr;
+    QLabel* m_statusState = nullptr;
+    QLabel* m_statusFile = nullptr;
+    QProgressBar* m_progress = nullptr;
+    QPushButton* m_cancel = nullptr;
     std::unique_ptr<Ui::frmMain> m_ui;
     clsMessageLog m_log;
     clsSettingsFile m_settingsFile;
@@ -139,12 +148,6 @@ class frmMain : public QMainWindow, public clsIMainView {
     bool m_closeSoon = false;
     bool m_saveFailed = false;  // the start-up file could not be written; the next close goes ahead
 
-    QLabel* m_statusPort = nullptr;
-    QLabel* m_statusSpeed = nullptr;
-    QLabel* m_statusState = nullptr;
-    QLabel* m_statusFile = nullptr;
-    QProgressBar* m_progress = nullptr;
-    QPushButton* m_cancel = nullptr;
     QTimer m_progressTimer;  // a step costs nothing until it is time for the next picture
     int m_step = 0;
     int m_steps = 0;

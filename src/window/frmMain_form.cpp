@@ -1,6 +1,7 @@
 // The setting controls: filling them, reading them, and what they do to one another.
 
 #include <QFontDatabase>
+#include <QKeyEvent>
 #include <QListWidgetItem>
 
 #include "base/clsScopeGuard.h"
@@ -59,11 +60,24 @@ void frmMain::InitASCIIChars(QComboBox& box, TextBoxEx& text) {
     for (int code = 0; code < characterNames; ++code)
         box.addItem(QtText::ToQString(clsMessageLog::GetASCIIName(static_cast<std::uint8_t>(code))), code);
     box.setCurrentIndex(-1);
+    box.installEventFilter(this);
     connect(&box, &QComboBox::activated, this, [&box, &text](int index) {
         text.InsertCharacter(static_cast<unsigned char>(box.itemData(index).toInt()));
         box.setCurrentIndex(-1);
         text.setFocus();
     });
+}
+
+/// A key that would choose in the closed list, and so enter a character unseen, opens it instead.
+bool frmMain::OpensKeyNames(QObject* watched, const QKeyEvent& key) {
+    auto* const box = qobject_cast<QComboBox*>(watched);
+    if (box == nullptr || (key.modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) != 0)
+        return false;
+    const bool moves = key.key() == Qt::Key_Up || key.key() == Qt::Key_Down || key.key() == Qt::Key_PageUp ||
+                       key.key() == Qt::Key_PageDown || key.key() == Qt::Key_Home || key.key() == Qt::Key_End;
+    if (!moves && (key.text().isEmpty() || !key.text().front().isPrint())) return false;
+    box->showPopup();
+    return true;
 }
 
 void frmMain::MakeDigitBoxes() {

@@ -19,10 +19,6 @@ clsDemoBus::~clsDemoBus() {
 
 int clsDemoBus::Plug(const std::string& device) const { return m_ready ? orvbusPlug(device.c_str()) : 0; }
 
-bool clsDemoBus::Set(int device, const std::string& words) const {
-    return m_ready && orvbusSet(device, words.c_str()) != 0;
-}
-
 bool clsDemoBus::Unplug(int device) const { return m_ready && orvbusUnplug(device) != 0; }
 bool clsDemoBus::Replug(int device) const { return m_ready && orvbusReplug(device) != 0; }
 void clsDemoBus::Reset() const {

@@ -21,8 +21,6 @@ class clsDemoBus {
     [[nodiscard]] bool Ready() const { return m_ready; }
     /// Plugs in a new device; its number, 0 when a word is not understood.
     int Plug(const std::string& device) const;
-    /// Changes a device by the same kind of words, plugged or not.
-    [[nodiscard]] bool Set(int device, const std::string& words) const;
     /// False when it was out already.
     [[nodiscard]] bool Unplug(int device) const;
     /// Plugs it in again with registers and faults as they were. False when it was in.

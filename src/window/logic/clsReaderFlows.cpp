@@ -13,7 +13,6 @@ constexpr std::uint32_t lateAnswerTime = 500;   // ms after a flow that was brok
 constexpr std::uint32_t lateAnswerQuiet = 100;  // ms without a byte after which that answer is over
 constexpr int cardPause = 50;                   // ms until a reader that has seen no card yet is asked again
 
-constexpr const char* testCaption = "Test EEPROM";
 constexpr const char* testCancelCaption = "Cancel";
 
 constexpr const char* nothingKnownNotice = "no settings found in this file; lines must end in CR LF";
@@ -58,12 +57,10 @@ class clsReaderFlows::clsRun {
     clsRun(const clsRun&) = delete;
     clsRun& operator=(const clsRun&) = delete;
     ~clsRun() {
-        m_flows.m_mutedSince = m_flows.m_host.TickCount();
-        m_flows.m_mutedTime = m_flows.Cancelled() || m_flows.m_comm.Timeout() ? lateAnswerTime : 0;
         m_flows.m_running = false;
         m_flows.m_busy = false;
         m_flows.m_cancelRequested = false;
-        m_flows.m_view.ShowProgress(0, 0);
+        m_flows.m_view.ShowProgress(/*number=*/0, /*count=*/0);
         m_flows.ButtonsEnable(true);
     }
 
@@ -98,11 +95,14 @@ clsReaderFlows::clsReaderFlows(clsIHost& host, ucCOMM& comm, modZarn74& settings
 }
 
 clsReaderFlows::~clsReaderFlows() {
+    m_settings.Attach(m_comm, /*log=*/nullptr);
     m_settings.OnStep = {};
     m_comm.OnScanStep = {};
 }
 
-FlowResult clsReaderFlows::Outcome(bool done) const {
+FlowResult clsReaderFlows::Outcome(bool done) {
+    m_mutedSince = m_host.TickCount();
+    m_mutedTime = done ? 0 : lateAnswerTime;
     if (done) return FlowResult::Done;
     return Cancelled() ? FlowResult::Cancelled : FlowResult::Failed;
 }
@@ -225,7 +225,8 @@ FlowResult clsReaderFlows::Apply() {
 FlowResult clsReaderFlows::Initialize(const std::string& name) {
     if (m_running) return FlowResult::Refused;
     const clsRun run(*this);
-    if (!OpenRecord(name)) {
+    bool knownKey = false;
+    if (!OpenRecord(name, knownKey)) {
         m_log.ShowMsg(WriteTexts::Default.OpenNG);
         return FlowResult::FileBad;
     }
@@ -298,10 +299,9 @@ FlowResult clsReaderFlows::TestEeprom() {
 
 // -- files --------------------------------------------------------------------------------------------------
 
-bool clsReaderFlows::OpenRecord(const std::string& name) {
+bool clsReaderFlows::OpenRecord(const std::string& name, bool& knownKey) {
     ZarnForm form;
     const bool controls = m_view.ReadForm(form);
-    bool knownKey = false;
     if (!m_files.OpenInfoFile(name, m_record, form.AutoRead, knownKey)) return false;
     if (controls) m_view.ShowForm(form);
     if (!knownKey) m_view.ShowNotice(nothingKnownNotice);
@@ -336,7 +336,8 @@ FlowResult clsReaderFlows::Open() {
 FlowResult clsReaderFlows::OpenFile(const std::string& name) {
     if (m_running) return FlowResult::Refused;
     const clsRun run(*this);
-    if (!OpenRecord(name)) {
+    bool knownKey = false;
+    if (!OpenRecord(name, knownKey)) {
         m_log.ShowMsg(WriteTexts::File.OpenNG);
         return FlowResult::FileBad;
     }
@@ -364,8 +365,10 @@ FlowResult clsReaderFlows::SaveFile(const std::string& name) {
 }
 
 void clsReaderFlows::OpenStartupFile(const std::string& name) {
-    if (!OpenRecord(name)) return;
-    m_unshownFile = ShowZarn74() ? std::string() : name;
+    bool knownKey = false;
+    if (!OpenRecord(name, knownKey)) return;
+    const bool shown = ShowZarn74();
+    m_unshownFile = knownKey && shown ? std::string() : name;
 }
 
 bool clsReaderFlows::SaveStartupFile(const std::string& name) {
@@ -398,7 +401,7 @@ void clsReaderFlows::TimerAutoRead() {
     if (m_running || m_comm.Busy() || !m_comm.PortOpen()) return;
     if (!m_view.ReadForm(form) || !form.AutoRead) return;
     const clsRun run(*this);
-    ReadCard(/*reportEmpty=*/false);
+    static_cast<void>(Outcome(ReadCard(/*reportEmpty=*/false)));
 }
 
 bool clsReaderFlows::ReadCard(bool reportEmpty) {

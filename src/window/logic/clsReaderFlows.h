@@ -40,6 +40,7 @@ struct ReaderIdentity {
 class clsReaderFlows {
   public:
     static constexpr const char* fileFilter = "Text|*.txt";
+    static constexpr const char* testCaption = "Test EEPROM";  ///< of `cmdTest` while no test runs
 
     /// Attaches the settings module to the comm control and the log, and takes the comm control out of raw
     /// mode, so that what a reader types is seen. Everything given outlives the flows.
@@ -116,7 +117,7 @@ class clsReaderFlows {
     struct WriteTexts;
 
     [[nodiscard]] bool Cancelled() const { return m_comm.CancelGeneration() != m_generation; }
-    [[nodiscard]] FlowResult Outcome(bool done) const;
+    [[nodiscard]] FlowResult Outcome(bool done);
     bool FindReader(const std::string& port);
     void ShowInfo();
     std::optional<std::string> AskProduct();
@@ -126,7 +127,7 @@ class clsReaderFlows {
     bool CheckSettings(const std::string& name, const WriteTexts& texts);
     FlowResult WriteOver(const std::string& name, const WriteTexts& texts, bool keepPadding);
     bool ReadCard(bool reportEmpty);
-    bool OpenRecord(const std::string& name);
+    bool OpenRecord(const std::string& name, bool& knownKey);
     bool SaveRecord(const std::string& name);
     void ShowCommPortInfo();
     bool ShowZarn74();
@@ -157,6 +158,6 @@ class clsReaderFlows {
     bool m_onlyChanged = true;
     std::uint32_t m_mutedSince = 0;  // for m_mutedTime ms what arrives answers a flow that was broken off
     std::uint32_t m_mutedTime = 0;
-    std::string m_unshownFile;  // the start-up file, when it could not be shown completely
+    std::string m_unshownFile;  // the start-up file, when not all of it could be read and shown
     clsConnection m_connections[5];
 };
