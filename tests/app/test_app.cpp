@@ -34,6 +34,7 @@ TEST(WindowOptionsTest, TheArgumentsAreUnderstood) {
         {{"/benchrun"}, 0, Kind::None, true, ""},
         {{"--BenchRun", "mine.txt"}, 0, Kind::None, true, "mine.txt"},
         {{"--port-map", "COM1=/dev/benchrun0", "--port-map", "COM2=x", "a"}, 0, Kind::None, true, "a"},
+        {{"--screenshot", "benchrun.png"}, 0, Kind::Serial, true, ""},
         {{"--describe"}, 0, Kind::Serial, false, ""},
         {{"--image", "x"}, 0, Kind::Serial, false, ""},
         {{"--demo=usb"}, 2, Kind::None, false, ""},

@@ -1,5 +1,6 @@
 // What the window's controls hold, and what a user's hands do to them.
 
+#include <QAbstractItemView>
 #include <QAccessible>
 #include <QCheckBox>
 #include <QMimeData>
@@ -264,6 +265,15 @@ TEST_F(clsControlsTest, TheWindowWorksFromTheKeyboard) {
         QTest::keyClick(&prefix, key);
         EXPECT_NE(sent.find('Y'), std::string::npos) << key;
     }
+    auto& insert = Find<QComboBox>("cboPrefix");  // a key opens the list and enters nothing unseen
+    const std::string text = prefix.Text();
+    for (const auto key : {Qt::Key_Down, Qt::Key_C}) {
+        QTest::keyClick(&insert, key);
+        EXPECT_TRUE(insert.view()->isVisible());
+        insert.hidePopup();
+    }
+    EXPECT_EQ(prefix.Text(), text);
+
     auto& read = Find<QPushButton>("cmdShowZarn74");
     read.setFocus();
     QTest::keyClick(&read, Qt::Key_Space);
@@ -283,6 +293,7 @@ TEST_F(clsControlsTest, TheWindowWorksFromTheKeyboard) {
 TEST_F(clsControlsTest, AClosedListLeavesTheWheelAlone) {
     Start();
     for (auto* box : window->findChildren<QComboBox*>()) {
+        if (box->currentIndex() == 0) box->setCurrentIndex(1);  // there is something above it
         const int before = box->currentIndex();
         QWheelEvent wheel(QPointF(5, 5), box->mapToGlobal(QPointF(5, 5)), {}, QPoint(0, 120), Qt::NoButton,
                           Qt::NoModifier, Qt::NoScrollPhase, /*inverted=*/false);
