@@ -9,8 +9,8 @@
 
 namespace {
 
-constexpr int packetTime = 100;                  // ms after which a packet without terminator is cut
-constexpr std::size_t receiveLimit = 64 * 1024;  // bytes taken before the loop has its turn again
+constexpr int packetTime = 100;              // ms after which a packet without terminator is cut
+constexpr std::size_t receiveLimit = 65536;  // bytes taken before the loop has its turn again
 
 // The HID control's persistent properties are at their defaults in a program.
 class clsNoProperties final : public clsIPropertyBag {
@@ -42,7 +42,7 @@ ucCOMM::ucCOMM(clsIHost& host, clsISerialControl& serial, clsISettingsStore& sto
     m_onLost = serial.OnLost.Connect([this] { HandleLost(); });
     AttachCommObject(m_msComm, serial, /*inFront=*/false);
     if (devices.Hid != nullptr && devices.Loader != nullptr) {
-        m_hid.reset(new HidTransport{{host, *devices.Loader, *devices.Hid, live}, clsOrvHIDComm(host)});
+        m_hid = std::make_unique<HidTransport>(host, *devices.Loader, *devices.Hid, live);
         m_hid->Control.ReadProperties(clsNoProperties());
         m_onDevice = m_hid->Control.OnDevice.Connect(
             [this](std::uint32_t event, const std::string& device) { HandleHidDevice(event, device); });

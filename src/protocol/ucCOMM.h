@@ -159,6 +159,8 @@ class ucCOMM : private clsPacketCutter::clsISink {
     enum class ScanResult { NotFound, Found, Cancelled };
     /// The HID transport: the control and the port that presents it.
     struct HidTransport {
+        HidTransport(clsIHost& host, clsILibraryLoader& loader, clsIHidApi& api, bool live)
+            : Control(host, loader, api, live), Port(host) {}
         OrvHIDIO Control;
         clsOrvHIDComm Port;
     };

@@ -6,7 +6,7 @@
 #define OWN 1
 int orvhid_header_is_plain_c(void) {
     int own = 0;
-#define ORVHID_EXPORT(kind, result, name, parameters) own += kind;
+#define ORVHID_EXPORT(kind, result, name, parameters) own += (kind);
 #include "hidlib/orvhid_exports.def"
     return own;
 }
