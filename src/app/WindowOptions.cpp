@@ -8,6 +8,7 @@
 namespace {
 
 constexpr auto testWord = "BENCHRUN";
+constexpr int longest = 16384;  // pixels of a window's side
 
 bool HoldsTestWord(const std::string& argument) {
     return modText::UCase(argument).find(testWord) != std::string::npos;
@@ -29,17 +30,23 @@ WindowParsing ParseArguments(std::vector<std::string> arguments, WindowOptions& 
 
     CLI::App app("Configures a Zarn74 card reader in a window.", "zarn74");
     app.set_version_flag("--version", "zarn74 " ZARN74_VERSION, "Print the version and exit");
+    const auto file = [](const std::string& text) {
+        return text.empty() ? std::string("must not be empty") : std::string();
+    };
     std::string demo;
     app.add_flag("--demo{serial}", demo, "Work on a simulated reader, on a serial line or with =hid on USB")
         ->check(CLI::IsMember({"serial", "hid"}));
-    app.add_option("--image", options.Image, "The simulated reader's 512 bytes of memory")->type_name("FILE");
+    app.add_option("--image", options.Image, "The simulated reader's 512 bytes of memory")
+        ->type_name("FILE")
+        ->check(file);
     app.add_option("--port-map", options.PortMap,
                    "Use only the ports named like this; may be given more than once")
         ->type_name("COMn=PATH")
         ->allow_extra_args(false);
     app.add_option("--screenshot", options.Screenshot,
                    "Scan and read a simulated reader, save the window as a PNG picture, and end")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(file);
     app.add_flag("--describe", options.Describe,
                  "Scan and read a simulated reader, print what every control holds, and end");
     app.add_option("--page", options.Page, "Turn to the page with this caption")->type_name("NAME");
@@ -61,8 +68,9 @@ WindowParsing ParseArguments(std::vector<std::string> arguments, WindowOptions& 
         return {/*Run=*/false, /*Exit=*/2, std::string(error.what()) + "\n"};
     }
     std::tie(options.Width, options.Height) = size;
-    if (options.Width < 0 || options.Height < 0)
-        return {/*Run=*/false, /*Exit=*/2, "--size: a window has no negative size\n"};
+    const auto impossible = [](int length) { return length < 0 || length > longest; };
+    if (impossible(options.Width) || impossible(options.Height))
+        return {/*Run=*/false, /*Exit=*/2, "--size: no window is as large as that\n"};
     if (demo.empty() && (options.Batch() || !options.Image.empty())) demo = "serial";
     if (!demo.empty())
         options.Demo = demo == "hid" ? WindowOptions::DemoKind::Hid : WindowOptions::DemoKind::Serial;

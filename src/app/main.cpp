@@ -101,6 +101,7 @@ bool TurnToPage(QWidget& window, const QString& caption) {
 int Tell(frmMain& window, const WindowOptions& options) {
     window.OnMessageBox = [](const QString& text) { Say(text.toStdString() + "\n", 1); };
     const bool done = window.Flows().AutoScan() == FlowResult::Done;
+    if (!options.File.empty()) window.OpenFile(options.File);
     const QString description = DescribeWindow(window);
     if (options.Describe) std::fputs(description.toUtf8().constData(), stdout);
     if (!options.Screenshot.empty()) {
@@ -167,12 +168,12 @@ int main(int argc, char** argv) {
     const clsScanNames names;
     const modKeyboard keyNames(keys, names);
     modZarn74 settings;
+    const PortMap map = ParsePortMap(options.PortMap, std::getenv("ZARN74_PORT_MAP"));
+    if (!map.Error.empty()) return Say(map.Error + "\n", exitUsage);
     using Kind = WindowOptions::DemoKind;
     if (options.Demo == Kind::None) {
         clsQtStore store;
         clsPortList ports(store);
-        const PortMap map = ParsePortMap(options.PortMap, std::getenv("ZARN74_PORT_MAP"));
-        if (!map.Error.empty()) return Say(map.Error + "\n", 2);
         ports.SetMap(map);
         clsQtSerialControl serial(host, ports);
         clsDeviceNotices notices(host, ports);

@@ -179,6 +179,14 @@ void clsLogView::keyPressEvent(QKeyEvent* event) {
     }
 }
 
+// The last line stays in sight when the log gets smaller.
+void clsLogView::resizeEvent(QResizeEvent* event) {
+    QScrollBar* const bar = verticalScrollBar();
+    const bool follow = bar->value() == bar->maximum();
+    QPlainTextEdit::resizeEvent(event);
+    if (follow) bar->setValue(bar->maximum());
+}
+
 void clsLogView::contextMenuEvent(QContextMenuEvent* event) {
     QMenu* const menu = createStandardContextMenu();
     menu->setAttribute(Qt::WA_DeleteOnClose);

@@ -38,6 +38,7 @@ class clsLogView : public QPlainTextEdit, public clsILogView {
     bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
   private:
     struct Piece {

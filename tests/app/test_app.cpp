@@ -40,6 +40,8 @@ TEST(WindowOptionsTest, TheArgumentsAreUnderstood) {
         {{"--demo=usb"}, 2, Kind::None, false, ""},
         {{"--nonsense"}, 2, Kind::None, false, ""},
         {{"a", "b"}, 2, Kind::None, false, ""},
+        {{"--size", "100000x100"}, 2, Kind::None, false, ""},
+        {{"--screenshot", ""}, 2, Kind::None, false, ""},
         {{"--size", "3x"}, 2, Kind::None, false, ""},
     };
     for (const auto& row : rows) {

@@ -106,3 +106,11 @@ TEST(clsLogView, TellsKeysThatCarryACharacterAndIsLeftWithF6) {
     QTest::keyClick(&log, Qt::Key_Backtab, Qt::ShiftModifier);
     EXPECT_TRUE(next.hasFocus());
 }
+
+TEST(clsLogView, FollowsItsEndAlsoWhenItIsMadeSmaller) {
+    Log log;
+    log.Write(0, 100);
+    log.resize(400, 120);
+    log.Write(100, 200);
+    EXPECT_EQ(log.verticalScrollBar()->value(), log.verticalScrollBar()->maximum());
+}

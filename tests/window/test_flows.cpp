@@ -228,4 +228,21 @@ TEST_F(Flows, WhatTheReaderTypesIsShownAndItsCardReadWhenAsked) {
     EXPECT_EQ(Sent + Last(), "JJJ");
 }
 
+TEST_F(Flows, TheRestOfACancelledImageIsNeitherShownNorTakenForAnAnswer) {
+    clsSimSerialControl::Line line;
+    line.Reader = &reader;
+    line.Paced = true;
+    serial.AddLine(1, line);
+    comm.SetBaudRate(2400);  // 512 bytes take two seconds
+    host.StartTimer(300, [this] { flows.Cancel(); });
+    EXPECT_EQ(End(flows.Read()), "Cancelled: Get Device Information NG");
+    const std::string text = logView.Text;
+    host.Run(100);
+    EXPECT_EQ(logView.Text, text);
+    logView.ClearText();
+    EXPECT_EQ(End(flows.Read()), "Done: Get Device Information OK");
+    EXPECT_EQ(logView.Text.find("Front door"), std::string::npos);
+    EXPECT_EQ(logView.Text.find(" NG"), std::string::npos);
+}
+
 }  // namespace

@@ -81,7 +81,9 @@ TEST_F(clsMainTest, FilesAreSavedOpenedAndDropped) {
     Input::Drop(*Find<TextBoxEx>("txtPrefix").viewport(), what);
     QCoreApplication::processEvents();
     EXPECT_EQ(LastLine(), "Open Device Info From File OK!");
-    EXPECT_EQ(Shown("labNotice"), "no settings found in this file; lines must end in CR LF");
+    EXPECT_EQ(Shown("labNotice"),
+              "no settings found in this file; lines must end in CR LF\n"
+              "the file has no conversion table: the table shown is empty now");
     EXPECT_EQ(Find<QListWidget>("lstTable").count(), 0);
     EXPECT_EQ(Shown("txtPrefix"), "\x02ID=");
 

@@ -8,15 +8,17 @@ namespace {
 
 constexpr const char* readerPattern = "Zarn*";
 constexpr const char* scanRates = "2400,4800,9600,14400,19200";
-constexpr int autoReadTime = 100;               // ms after what the reader typed until its card is read
-constexpr std::uint32_t lateAnswerTime = 500;   // ms after a flow that was broken off; its answer still comes
-constexpr std::uint32_t lateAnswerQuiet = 100;  // ms without a byte after which that answer is over
-constexpr int cardPause = 50;                   // ms until a reader that has seen no card yet is asked again
+constexpr int autoReadTime = 100;              // ms after what the reader typed until its card is read
+constexpr std::uint32_t lateAnswerTime = 500;  // ms after a flow that was broken off; its answer still comes
+constexpr std::uint32_t lateAnswerLimit = 5000;  // ms that a flow waits for its end at most
+constexpr std::uint32_t lateAnswerQuiet = 100;   // ms without a byte after which that answer is over
+constexpr int cardPause = 50;                    // ms until a reader that has seen no card yet is asked again
 
 constexpr const char* testCancelCaption = "Cancel";
 
 constexpr const char* nothingKnownNotice = "no settings found in this file; lines must end in CR LF";
 constexpr const char* tableEmptiedNotice = "the file has no conversion table: the reader's table is emptied";
+constexpr const char* noRowsNotice = "the file has no conversion table: the table shown is empty now";
 constexpr const char* lostCRNotice =
     "a carriage return in an output text of the conversion table was left out of the file";
 
@@ -53,6 +55,7 @@ class clsReaderFlows::clsRun {
         flows.m_cancelRequested = false;
         flows.m_generation = flows.m_comm.CancelGeneration();
         flows.ButtonsEnable(false);
+        flows.AwaitLateAnswer();
     }
     clsRun(const clsRun&) = delete;
     clsRun& operator=(const clsRun&) = delete;
@@ -302,9 +305,12 @@ FlowResult clsReaderFlows::TestEeprom() {
 bool clsReaderFlows::OpenRecord(const std::string& name, bool& knownKey) {
     ZarnForm form;
     const bool controls = m_view.ReadForm(form);
+    const bool hadRows = HasRows(m_record);
     if (!m_files.OpenInfoFile(name, m_record, form.AutoRead, knownKey)) return false;
     if (controls) m_view.ShowForm(form);
-    if (!knownKey) m_view.ShowNotice(nothingKnownNotice);
+    std::string notice = knownKey ? "" : nothingKnownNotice;
+    if (hadRows && !HasRows(m_record)) notice += (notice.empty() ? "" : "\n") + std::string(noRowsNotice);
+    if (!notice.empty()) m_view.ShowNotice(notice);
     return true;
 }
 
@@ -503,9 +509,23 @@ void clsReaderFlows::HandlePort(const std::string& message) {
 // Half an image that the reader goes on sending after a cancel is nothing that it typed.
 bool clsReaderFlows::Muted() {
     const std::uint32_t elapsed = m_host.TickCount() - m_mutedSince;
-    if (m_running || elapsed >= m_mutedTime) return false;
+    if (elapsed >= m_mutedTime) return false;
     m_mutedTime = std::max(m_mutedTime, elapsed + lateAnswerQuiet);
+    m_lateAnswer = true;
     return true;
+}
+
+/// Before a flow: what still comes in answer to the last one would end this one's first command.
+void clsReaderFlows::AwaitLateAnswer() {
+    const std::uint32_t start = m_host.TickCount();
+    while (m_lateAnswer && !Cancelled() && m_host.TickCount() - start < lateAnswerLimit) {
+        m_lateAnswer = false;
+        // Waits, as FindReader does.
+        const std::uint32_t quiet = m_host.TickCount();
+        while (!m_lateAnswer && !Cancelled() && m_host.TickCount() - quiet < lateAnswerQuiet)
+            m_host.WaitEvents(static_cast<int>(lateAnswerQuiet - (m_host.TickCount() - quiet)));
+    }
+    m_lateAnswer = false;
 }
 
 void clsReaderFlows::HandleChar(std::uint8_t byte) {
