@@ -12,11 +12,7 @@ struct Discovery : CommFixture {
         serial.Calls.clear();
         serial.OnOutput = [this](const std::string& frame) {
             const auto reader = Readers.find(comm.CommPort() + "@" + std::to_string(comm.BaudRate()));
-            if (frame ==
-                    "\x02"
-                    "D\r" &&
-                reader != Readers.end())
-                serial.Arrive(Reply(reader->second), 5);
+            if (frame == "\2D\r" && reader != Readers.end()) serial.Arrive(Reply(reader->second), 5);
         };
     }
     /// What answers where: "COM3@9600" -> reply text.

@@ -13,12 +13,7 @@ TEST_F(Engine, OneExchangeSendsTheFrameAndReturnsTheReplyText) {
     EXPECT_FALSE(comm.Timeout());
     EXPECT_EQ(comm.SendOrvNetCMD("C05,01", /*bTxChkSum=*/true, /*bRxChkSum=*/true), "A5Z");
     EXPECT_EQ(comm.SendOrvNetCMD("V", /*bTxChkSum=*/false, /*bRxChkSum=*/true), "");  // too short
-    EXPECT_EQ(serial.Sent, (Texts{"\x02V\r",
-                                  "\x02"
-                                  "B05\r",
-                                  "\x02"
-                                  "C05,0135\r",
-                                  "\x02V\r"}));
+    EXPECT_EQ(serial.Sent, (Texts{"\x02V\r", "\2B05\r", "\2C05,0135\r", "\x02V\r"}));
     EXPECT_EQ(host.Now(), 4 * 5);  // nothing waits longer than the reply takes
     EXPECT_FALSE(comm.Busy());
 }
@@ -37,10 +32,7 @@ TEST_F(Engine, TheTimeOutHoldsAndEveryChunkGivesAnotherHalfSecond) {
 
     host.Run(2000);
     const auto start = host.Now();
-    serial.Arrive(
-        "\x02"
-        "A",
-        80);  // begun and never finished
+    serial.Arrive("\2A", 80);  // begun and never finished
     EXPECT_EQ(comm.SendOrvNetCMD("V", /*bTxChkSum=*/false, /*bRxChkSum=*/false, /*lngCMDTimeout=*/100), "");
     EXPECT_EQ(host.Now() - start, 80 + 500);
 }
@@ -116,23 +108,16 @@ TEST_F(Engine, EverythingOnTheWireIsMonitoredBeforeItIsTreated) {
     comm.SendOrvNetCMD("V", /*bTxChkSum=*/false, /*bRxChkSum=*/false);
     serial.Arrive("x");
     host.DoEvents();
-    EXPECT_EQ(seen, (Texts{">\x02V\r",
-                           "<\x02"
-                           "AV\r",
-                           "<x"}));
+    EXPECT_EQ(seen, (Texts{">\x02V\r", "<\2AV\r", "<x"}));
 }
 
 TEST_F(Engine, RawModeGathersBytesBoundedAndACommandLeavesItAsItWas) {
     comm.SetMSCommMode(true);
     int comms = 0;
     const auto onComm = comm.OnComm.Connect([&] { ++comms; });
-    serial.Arrive(
-        "\x02"
-        "A\r");
+    serial.Arrive("\2A\r");
     host.DoEvents();
-    EXPECT_EQ(comm.PacketText(),
-              "\x02"
-              "A\r");
+    EXPECT_EQ(comm.PacketText(), "\2A\r");
     EXPECT_EQ(comms, 1);
     EXPECT_TRUE(Heard.empty());
     serial.Arrive(std::string(70000, 'x') + "y");
@@ -167,9 +152,7 @@ TEST_F(Engine, APacketWithoutTerminatorIsCutAfter100Milliseconds) {
 }
 
 TEST_F(Engine, WhatCameBeforeTheFrameNeverAnswersIt) {
-    serial.Arrive(
-        "\x02"
-        "A");  // the beginning of a packet, announced; the rest has arrived, not yet announced
+    serial.Arrive("\2A");  // the beginning of a packet, announced; the rest has arrived, not yet announced
     host.DoEvents();
     serial.Buffer("old\rx");
     Answers = {Reply("Anew")};
