@@ -34,7 +34,7 @@ struct clsFormView final : clsIMainView {
         name = FileName;
         return !name.empty();
     }
-    void FocusLog() override { ++Focused; }
+    void FocusLog() override {}
 
     bool Controls = true;
     ZarnForm Form;
@@ -48,7 +48,6 @@ struct clsFormView final : clsIMainView {
     Texts Boxes;
     Texts Notices;
     std::string FileName;
-    int Focused = 0;
 };
 
 /// The flows over all that.

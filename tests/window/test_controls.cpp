@@ -198,6 +198,7 @@ TEST_F(clsControlsTest, TheTableIsEditedWithItsButtons) {
     text.setText("Gate");
     Click("cmdEditOutput");
     EXPECT_EQ(list.item(0)->text(), "[1K ] 04A1B2C3       Gate");
+    EXPECT_EQ(list.item(0)->checkState(), Qt::Checked);
     click(1);
     Click("cmdRemove");
     EXPECT_EQ(list.count(), 5);

@@ -95,7 +95,13 @@ TEST_F(clsMainTest, DefaultsGoToControlsAndReader) {
     Click("cmdInitialize");
     EXPECT_EQ(LastLine(), "Write Default Info OK");
     EXPECT_EQ(Shown("cboLanguage"), "Spanish");
+    EXPECT_EQ(Logged("Open Default Info From File OK!"), 1);
     EXPECT_EQ(reader.Registers[210], 4);
+    EXPECT_EQ(reader.Registers[161], 'I') << "what the file does not name stays";
+    EXPECT_EQ(reader.Registers[0], 0xFF);
+    reader.AddFault({SimFault::RefuseCode, 'C', -1, 0, -1, 3});
+    Click("cmdInitialize");
+    EXPECT_EQ(LastLine(), "Write Default Info NG");
 }
 
 TEST_F(clsMainTest, AScanWithoutAReaderSaysSoInABox) {
@@ -174,6 +180,7 @@ TEST_F(clsMainTest, WhateverComesInTheMiddleOfAFlowItEndsAsItShould) {
             EXPECT_EQ(LastLine(), flow.ends[what]);
             EXPECT_LE(Logged(flow.ends[what]), flow.button == std::string("cmdAutoScan") ? 1 : 2);
             EXPECT_EQ(Enabled("cmdShowZarn74"), what != Pull);
+            EXPECT_EQ(Shown("labStatusPort") == "no port open", what == Pull);
             EXPECT_TRUE(Enabled("cmdAutoScan") && Find<QPushButton>("cmdCancel").isHidden());
             EXPECT_EQ(boxes.size(), 0U);
             const bool test = flow.button == std::string("cmdTest");
@@ -195,19 +202,6 @@ TEST_F(clsMainTest, TheTestsButtonEndsItsTest) {
     Click("cmdTest");
     EXPECT_EQ(LastLine(), "Test EEPROM NG");
     EXPECT_EQ(Find<QPushButton>("cmdTest").text(), "Test EEPROM");
-}
-
-TEST_F(clsMainTest, APulledAndReplacedReaderIsToldAndFoundAgainByOneClick) {
-    StartOnReader();
-    serial.Unplug(1);
-    notices.OnDeviceRemoveComplete.Raise(DeviceNoticePort, "COM1");
-    host.Run(10);
-    EXPECT_FALSE(comm.PortOpen() || Enabled("cmdShowZarn74"));
-    EXPECT_EQ(Shown("labStatusPort"), "no port open");
-    serial.Replug(1);
-    notices.OnDeviceArrival.Raise(DeviceNoticePort, "COM1");
-    Click("cmdAutoScan");
-    EXPECT_EQ(LastLine(), "Get Device Information OK");
 }
 
 TEST_F(clsMainTest, AStopFromOutsideEndsTheFlowAndThenTheWindow) {
