@@ -44,15 +44,6 @@ TEST_F(Discovery, TriesTheRememberedPortAndRateFirstAndRemembersWhatItFound) {
     EXPECT_EQ(Scans, (Texts{"Scan COM3, BaudRate=9600", "Found a reader"}));
 }
 
-TEST_F(Discovery, WithoutAReaderEverythingIsClosedAndNothingIsRemembered) {
-    serial.Listed = {1, 2};
-    Readers = {{"COM2@19200", "A,Other,00"}};
-    EXPECT_FALSE(comm.AutoScan("Zarn*", /*noAddress=*/true, rates));
-    EXPECT_FALSE(comm.PortOpen());
-    EXPECT_EQ(Scans.size(), 10U);
-    EXPECT_TRUE(store.Values.empty());
-}
-
 TEST_F(Discovery, TheRateOrderIsBuiltAsText) {
     const struct {
         const char* list;

@@ -100,17 +100,6 @@ TEST_F(Engine, TheGapIsKeptOnlyWhenLessThan10MillisecondsRemain) {
     EXPECT_EQ(serial.Sent, (Texts{"\x02", "V", "\r", "\x02", "V", "\r"}));
 }
 
-TEST_F(Engine, EverythingOnTheWireIsMonitoredBeforeItIsTreated) {
-    Texts seen;
-    const auto onMonitor = comm.OnMonitorData.Connect(
-        [&](const std::string& bytes, bool received) { seen.push_back((received ? "<" : ">") + bytes); });
-    Answers = {Reply("AV")};
-    comm.SendOrvNetCMD("V", /*bTxChkSum=*/false, /*bRxChkSum=*/false);
-    serial.Arrive("x");
-    host.DoEvents();
-    EXPECT_EQ(seen, (Texts{">\x02V\r", "<\2AV\r", "<x"}));
-}
-
 TEST_F(Engine, RawModeGathersBytesBoundedAndACommandLeavesItAsItWas) {
     comm.SetMSCommMode(true);
     int comms = 0;
@@ -222,27 +211,6 @@ TEST_F(Engine, NestedCommandsAreCountedAndBytesThatMeetTheGuardAreReadOn) {
     serial.Arrive("a");
     host.DoEvents();
     EXPECT_EQ(Heard, (Texts{"a", "b"}));
-}
-
-TEST_F(Engine, CancelEndsTheWaitAtOnce) {
-    host.StartTimer(120, [&] { comm.CancelCommand(); });
-    EXPECT_EQ(comm.SendOrvNetCMD("V", /*bTxChkSum=*/false, /*bRxChkSum=*/false), "");
-    EXPECT_EQ(host.Now(), 120);
-    EXPECT_TRUE(comm.Timeout());
-    Answers = {Reply("AV")};
-    EXPECT_EQ(comm.SendOrvNetCMD("V", /*bTxChkSum=*/false, /*bRxChkSum=*/false), "AV");  // nothing lasts
-}
-
-TEST_F(Engine, ALostPortIsClosedAndReportedOnceAndTheWaitRunsOut) {
-    Texts news;
-    const auto onPort = comm.OnPort.Connect(
-        [&](std::string& message, const std::string& name) { news.push_back(message + "|" + name); });
-    host.StartTimer(100, [&] { serial.OnLost.Raise(); });
-    EXPECT_EQ(comm.SendOrvNetCMD("V", /*bTxChkSum=*/false, /*bRxChkSum=*/false), "");
-    EXPECT_EQ(host.Now(), 500);
-    EXPECT_FALSE(comm.PortOpen());
-    serial.OnLost.Raise();  // closed already
-    EXPECT_EQ(news, Texts{"COM1 is removed and closed|COM1"});
 }
 
 TEST_F(Engine, AFloodingLineLeavesTheProgramItsTurnAndLosesNothing) {
