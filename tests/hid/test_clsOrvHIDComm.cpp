@@ -65,11 +65,4 @@ TEST_F(Adapter, ADirectionThatCannotBeRestoredIsTriedOnceMore) {
     EXPECT_GE(host.Now() - start, 50);
 }
 
-TEST_F(Adapter, EventsAreRelayedAsThisPort) {
-    const clsIMScomm* from = nullptr;
-    const auto onComm = sink.OnComm.Connect([&](clsIMScomm& who) { from = &who; });
-    library.Tell(HidEventData);
-    EXPECT_EQ(from, &port);
-}
-
 }  // namespace
