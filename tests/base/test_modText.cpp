@@ -72,8 +72,7 @@ TEST(modText, HexReadingStopsAtTheFirstOtherCharacter) {
 
 TEST(modText, MatchesWildcardPatterns) {
     const struct {
-        const char* text;
-        const char* pattern;
+        const char *text, *pattern;
         bool matches;
     } rows[] = {
         {"ZARN74,00", "ZARN*", true},

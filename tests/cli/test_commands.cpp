@@ -4,8 +4,7 @@ namespace {
 
 TEST_F(clsCliTest, WrongUsageIsOneLineAndTouchesNothing) {
     const struct {
-        const char* line;
-        const char* said;
+        const char *line, *said;
     } rows[] = {
         {"", "A subcommand is required"},
         {"nonsense", "'nonsense' is not known"},

@@ -61,8 +61,7 @@ struct clsHidCliTest : testing::Test, clsICliPlatform {
 TEST_F(clsHidCliTest, EveryCommandDoesOnHidWhatItDoesOnALine) {
     const std::string name = R"(COM Port: \\?\hid#vid_2e91&pid_0005#1-)";
     const struct {
-        const char* Device;
-        const char* Port;
+        const char *Device, *Port;
     } devices[] = {{"tarka example", ":1.0 (Tarka USB Adapter) with Tarka V2.10\n"},
                    {"reader example", ":1.0 (Zarn74)\n"},
                    {"reader example in=16 out=16", ":1.0 (Zarn74)\n"},

@@ -117,8 +117,7 @@ TEST_F(Control, ARefusingOrSilentAdapterIsOpenAllTheSame) {
 TEST_F(Control, AdapterCommandsAndTheirAnswers) {
     const struct {
         const char* what;
-        std::string code_data;
-        std::string answer;
+        std::string code_data, answer;
         bool result;
         std::string data;
         bool nak, notSupported;

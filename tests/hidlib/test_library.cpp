@@ -53,8 +53,7 @@ class HidLibrary : public testing::Test {
 TEST_F(HidLibrary, WrittenBytesReachTheDeviceInReportsOfItsOwnSize) {
     const struct {
         const char* Device;
-        std::string Bytes;
-        std::string Last;
+        std::string Bytes, Last;
         int Reports;
         bool Control;
     } rows[] = {

@@ -147,10 +147,7 @@ TEST_F(clsQtSerialControlTest, ALineThatHangsUpIsLostOnceAndBurnsNothing) {
 
 TEST_F(clsQtSerialControlTest, ALineThatCannotBeOpenedSaysWhy) {
     clsQtSerialControl second(host, ports);
-    const struct {
-        int number;
-        int error;
-    } rows[] = {{1, EBUSY}, {2, ENOENT}, {3, ENOTTY}};
+    const struct { int number, error; } rows[] = {{1, EBUSY}, {2, ENOENT}, {3, ENOTTY}};
     for (const auto& row : rows) {
         EXPECT_TRUE(second.SetCommPort(row.number));
         second.SetPortOpen(true);

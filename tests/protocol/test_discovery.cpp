@@ -46,8 +46,7 @@ TEST_F(Discovery, TriesTheRememberedPortAndRateFirstAndRemembersWhatItFound) {
 
 TEST_F(Discovery, TheRateOrderIsBuiltAsText) {
     const struct {
-        const char* list;
-        const char* last;
+        const char *list, *last;
         std::vector<int> order;
     } rows[] = {
         {"9600,19200,38400", "19200", {19200, 9600, 38400}},
@@ -68,8 +67,7 @@ TEST_F(Discovery, TheRateOrderIsBuiltAsText) {
 
 TEST_F(Discovery, TheNameMatchesAsTextOrAsPattern) {
     const struct {
-        const char* pattern;
-        const char* reply;
+        const char *pattern, *reply;
         bool found;
     } rows[] = {{"zarn", "A,MyZarn74", true},
                 {"Zarn##,*", "A,Zarn74,00", true},

@@ -13,8 +13,7 @@ namespace {
 TEST(OrvNetFrame, ChecksumsAreByteSums) {
     const struct {
         std::string text;
-        int count;
-        int sum;
+        int count, sum;
     } rows[] = {{"", 0, 0},       {"ABC", 2, 0x83}, {"ABC", 0, 0xC6},      {"ABC", -5, 0xC6},
                 {"ABC", 9, 0xC6}, {"zzz", 3, 110},  {"\xFF\xFF"s, 0, 0xFE}};
     for (const auto& row : rows) EXPECT_EQ(OrvNetFrame::CalcChkSum(row.text, row.count), row.sum) << row.text;
@@ -32,8 +31,7 @@ TEST(OrvNetFrame, FramesAreBuiltByteByByte) {
 
 TEST(OrvNetFrame, AReplyIsCheckedStrippedAndReadOnce) {
     const struct {
-        const char* reply;
-        const char* checked;
+        const char *reply, *checked;
     } rows[] = {{"A41C6", ""},    {"A41A6", "A41"}, {"A4", ""},      {"", ""},
                 {"A41a6", "A41"}, {"A411A6", ""},   {"N07B5", "N07"}};
     for (const auto& row : rows) EXPECT_EQ(OrvNetFrame::CheckReply(row.reply), row.checked) << row.reply;

@@ -137,8 +137,7 @@ TEST_F(Flows, TheCardOnTheReaderFillsTheTablesControls) {
     const clsConvertTable before = view.Form.Table;
     const struct {
         int Type;  // 0: no card
-        int ShownType;
-        int Row;
+        int ShownType, Row;
         const char *Serial, *ShownSerial, *End;
     } cases[] = {{3, 2, 2, "04526AF13B2C80", "04526AF13B2C80", "Done: Get Device Information OK"},
                  {5, 4, 4, "2B008E41F6", "2B008E41F6", "Done: Get Device Information OK"},
