@@ -10,16 +10,8 @@
 
 namespace {
 
-struct clsHidCliTest : testing::Test, clsICliPlatform {
+struct clsHidCliTest : clsCliWorld<clsPollHost> {
     clsHidCliTest() { bus.Reset(); }
-    int Run(const std::string& line) {
-        out.Text.clear();
-        err.Text.clear();
-        std::vector<std::string> words;
-        std::istringstream stream(line);
-        for (std::string word; std::getline(stream, word, ' ');) words.push_back(word);
-        return cli.Run(words);
-    }
     /// Pulls the device out as soon as it has read so many registers.
     void UnplugAfter(int device, int reads) {
         host.StartTimer(/*ms=*/1, [this, device, reads] {
@@ -37,25 +29,10 @@ struct clsHidCliTest : testing::Test, clsICliPlatform {
         return count;
     }
 
-    clsIHost& Host() override { return host; }
-    clsISerialControl& Serial() override { return serial; }
-    clsIPortDirectory& Ports() override { return serial; }
     CommDevices Devices(bool) override { return readers.Devices(/*notices=*/nullptr); }
-    clsISettingsStore& Store() override { return store; }
-    clsIFiles& Files() override { return files; }
-    std::string SetPortMap(const std::vector<std::string>&) override { return {}; }
-    std::string AddDevice(const std::string&) override { return {}; }
-    std::string DefaultFile() override { return "Default.ini"; }
 
-    clsPollHost host;
-    clsSimSerialControl serial{host};
     clsHidReaders readers{std::filesystem::path(ORVHID_VIRTUAL).parent_path().string()};
     clsDemoBus bus{readers.Loader()};
-    clsMemoryStore store;
-    clsMemoryFiles files;
-    clsMemoryOutput out;
-    clsMemoryOutput err;
-    clsCli cli{*this, out, err};
 };
 
 TEST_F(clsHidCliTest, EveryCommandDoesOnHidWhatItDoesOnALine) {
