@@ -6,18 +6,6 @@ namespace {
 
 using Engine = CommFixture;
 
-TEST_F(Engine, OneExchangeSendsTheFrameAndReturnsTheReplyText) {
-    Answers = {Reply("A,V1.02"), Reply("A5Z"), Checked("A5Z"), Reply("A5")};
-    EXPECT_EQ(comm.SendOrvNetCMD("V", /*bTxChkSum=*/false, /*bRxChkSum=*/false), "A,V1.02");
-    EXPECT_EQ(comm.SendOrvNetCMD("B05", /*bTxChkSum=*/false, /*bRxChkSum=*/true), "");  // wrong digits
-    EXPECT_FALSE(comm.Timeout());
-    EXPECT_EQ(comm.SendOrvNetCMD("C05,01", /*bTxChkSum=*/true, /*bRxChkSum=*/true), "A5Z");
-    EXPECT_EQ(comm.SendOrvNetCMD("V", /*bTxChkSum=*/false, /*bRxChkSum=*/true), "");  // too short
-    EXPECT_EQ(serial.Sent, (Texts{"\x02V\r", "\2B05\r", "\2C05,0135\r", "\x02V\r"}));
-    EXPECT_EQ(host.Now(), 4 * 5);  // nothing waits longer than the reply takes
-    EXPECT_FALSE(comm.Busy());
-}
-
 TEST_F(Engine, TheTimeOutHoldsAndEveryChunkGivesAnotherHalfSecond) {
     EXPECT_EQ(comm.SendOrvNetCMD("V", /*bTxChkSum=*/false, /*bRxChkSum=*/false), "");
     EXPECT_EQ(host.Now(), 500);

@@ -19,16 +19,6 @@ TEST(OrvNetFrame, ChecksumsAreByteSums) {
     for (const auto& row : rows) EXPECT_EQ(OrvNetFrame::CalcChkSum(row.text, row.count), row.sum) << row.text;
 }
 
-TEST(OrvNetFrame, FramesAreBuiltByteByByte) {
-    EXPECT_EQ(OrvNetFrame::BuildFrame(OrvNetFrame::WriteRegisterCommand(5, 1), /*txChkSum=*/true),
-              "\2C05,0135\r");
-    EXPECT_EQ(OrvNetFrame::BuildFrame("zzz", /*txChkSum=*/true), "\x02zzz6E\r");
-    EXPECT_EQ(OrvNetFrame::BuildFrame("V", /*txChkSum=*/false), "\x02V\r");
-    EXPECT_EQ(OrvNetFrame::ReadRegisterCommand(255), "BFF");
-    EXPECT_EQ(OrvNetFrame::ReadRegisterCommand(256), "B0100");
-    EXPECT_EQ(OrvNetFrame::WriteRegisterCommand(300, 10), "C012C,0A");
-}
-
 TEST(OrvNetFrame, AReplyIsCheckedStrippedAndReadOnce) {
     const struct {
         const char *reply, *checked;
