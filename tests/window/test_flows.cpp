@@ -87,6 +87,14 @@ TEST_F(Flows, WhatIsNoSettingNeitherReachesTheControlsNorTheReader) {
     EXPECT_EQ(Sent, "");
 }
 
+TEST_F(Flows, WhatWritingCorrectedIsShown) {
+    flows.Read();
+    view.Form.Filters[0].Start = 2;  // only seven digits are left from there
+    EXPECT_EQ(End(flows.Apply()), "Done: Write OK");
+    EXPECT_EQ(Count('C'), 3);  // start, length, and the one that is always written
+    EXPECT_EQ(view.Form.Filters[0], (CardFilterRange{2, 7}));
+}
+
 TEST_F(Flows, AFileIsLaidOverTheReadersOwnSettings) {
     constexpr const char* nothingKnown = "no settings found in this file; lines must end in CR LF";
     constexpr const char* emptied = "the file has no conversion table: the reader's table is emptied";

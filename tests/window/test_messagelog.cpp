@@ -6,12 +6,19 @@
 namespace {
 
 struct LogFixture : testing::Test {
+    struct clsNoKeys final : clsIKeyState {
+        [[nodiscard]] bool ShiftPressed(bool) const override { return false; }
+        [[nodiscard]] bool CapsLockOn() const override { return false; }
+    };
     void Type(const std::string& bytes) {
         for (const char c : bytes) log.ShowCharEx(static_cast<std::uint8_t>(c));
     }
     clsVirtualHost host;
+    clsNoKeys noKeys;
+    clsScanNames scanNames;
+    modKeyboard keyboard{noKeys, scanNames};
     clsRecordingLogView view;
-    clsMessageLog log{host, view};
+    clsMessageLog log{host, view, &keyboard};
 };
 
 TEST_F(LogFixture, ALineIsColouredByItsWordsAndOkCountsFirst) {
@@ -43,6 +50,18 @@ TEST_F(LogFixture, NoMessageContinuesALineOfTypedCharacters) {
     log.Clear();
     log.ShowMsg("fresh");
     EXPECT_EQ(view.Text, "14:03:07 - fresh\n");
+}
+
+TEST_F(LogFixture, KeysAreEchoedWithTheirNames) {
+    const auto press = [this](std::uint16_t code, std::uint16_t shift = 0) {
+        log.KeyDown(/*down=*/true, code, shift);
+        log.KeyDown(/*down=*/false, code, shift);
+    };
+    for (const char c : std::string("a07\x1B\r\tb\n")) press(static_cast<std::uint16_t>(c));
+    press('7', clsMessageLog::keyOnKeypad);
+    press(13);
+    host.Run(100);
+    EXPECT_EQ(view.Text, "a07{b:<ESC>}{b:<CR>}{b:<TAB>}\nb{b:<LF>}\n{b:{KeyPad7}}{b:<CR>}\n");
 }
 
 }  // namespace
