@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <limits>
-
 #include "base/modText.h"
 
 TEST(modText, ReadsTheNumberThatATextBeginsWith) {

@@ -1,7 +1,6 @@
 // The command line on readers on USB HID: the real library's code over simulated devices, in real time.
 #include <ctime>
 #include <filesystem>
-#include <map>
 
 #include "CliFixture.h"
 #include "platform/clsHidReaders.h"

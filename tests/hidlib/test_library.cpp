@@ -1,7 +1,6 @@
 #include <sys/resource.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 
 #include "HidLib.h"
