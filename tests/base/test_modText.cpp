@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <limits>
-
 #include "base/modText.h"
 
 TEST(modText, ReadsTheNumberThatATextBeginsWith) {
@@ -72,8 +70,7 @@ TEST(modText, HexReadingStopsAtTheFirstOtherCharacter) {
 
 TEST(modText, MatchesWildcardPatterns) {
     const struct {
-        const char* text;
-        const char* pattern;
+        const char *text, *pattern;
         bool matches;
     } rows[] = {
         {"ZARN74,00", "ZARN*", true},

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -29,9 +28,47 @@ struct clsMemoryOutput final : clsITextOutput {
     bool InColor = false;
 };
 
+/// The program with nothing around it but a host, a simulated serial control, and files in memory.
+template <class HostType>
+struct clsCliWorld : testing::Test, clsICliPlatform {
+    /// The exit status of a command line; its words are separated by single blanks.
+    int Run(const std::string& line) {
+        out.Text.clear();
+        err.Text.clear();
+        sent.clear();
+        std::vector<std::string> words;
+        std::istringstream stream(line);
+        for (std::string word; std::getline(stream, word, ' ');) words.push_back(word);
+        const int exit = cli.Run(words);
+        EXPECT_FALSE(serial.PortOpen()) << line;
+        return exit;
+    }
+
+    clsIHost& Host() override { return host; }
+    clsISerialControl& Serial() override { return serial; }
+    clsIPortDirectory& Ports() override { return serial; }
+    CommDevices Devices(bool) override { return {}; }
+    clsISettingsStore& Store() override { return store; }
+    clsIFiles& Files() override { return files; }
+    std::string SetPortMap(const std::vector<std::string>& entries) override {
+        return entries.empty() ? "" : "no map here";
+    }
+    std::string AddDevice(const std::string& path) override { return path == "/dev/reader" ? "COM1" : ""; }
+    std::string DefaultFile() override { return "Default.ini"; }
+
+    HostType host;
+    clsSimSerialControl serial{host};
+    clsMemoryStore store;
+    clsMemoryFiles files;
+    clsMemoryOutput out;
+    clsMemoryOutput err;
+    clsCli cli{*this, out, err};
+    std::string sent;  ///< command letters that the reader received
+};
+
 /// The program in virtual time on a machine with a reader on COM1, an empty COM2 and a COM3 that does not
 /// open.
-struct clsCliTest : testing::Test, clsICliPlatform {
+struct clsCliTest : clsCliWorld<clsVirtualHost> {
     clsCliTest() {
         LoadExampleConfiguration(reader);
         clsSimSerialControl::Line line;
@@ -45,18 +82,6 @@ struct clsCliTest : testing::Test, clsICliPlatform {
         onFrame = reader.OnFrame.Connect([this](const std::string& frame, bool received) {
             if (received) sent += frame.at(1);
         });
-    }
-    /// The exit status of a command line; its words are separated by single blanks.
-    int Run(const std::string& line) {
-        out.Text.clear();
-        err.Text.clear();
-        sent.clear();
-        std::vector<std::string> words;
-        std::istringstream stream(line);
-        for (std::string word; std::getline(stream, word, ' ');) words.push_back(word);
-        const int exit = cli.Run(words);
-        EXPECT_FALSE(serial.PortOpen()) << line;
-        return exit;
     }
     [[nodiscard]] long Sent(char command) const { return std::count(sent.begin(), sent.end(), command); }
     /// What the run said last, without time or program name.
@@ -72,26 +97,6 @@ struct clsCliTest : testing::Test, clsICliPlatform {
         return lines;
     }
 
-    clsIHost& Host() override { return host; }
-    clsISerialControl& Serial() override { return serial; }
-    clsIPortDirectory& Ports() override { return serial; }
-    CommDevices Devices(bool) override { return {}; }
-    clsISettingsStore& Store() override { return store; }
-    clsIFiles& Files() override { return files; }
-    std::string SetPortMap(const std::vector<std::string>& entries) override {
-        return entries.empty() ? "" : "no map here";
-    }
-    std::string AddDevice(const std::string& path) override { return path == "/dev/reader" ? "COM1" : ""; }
-    std::string DefaultFile() override { return "Default.ini"; }
-
-    clsVirtualHost host;
     clsSimReader reader{host};
-    clsSimSerialControl serial{host};
-    clsMemoryStore store;
-    clsMemoryFiles files;
-    clsMemoryOutput out;
-    clsMemoryOutput err;
-    clsCli cli{*this, out, err};
-    std::string sent;  ///< command letters that the reader received
     clsConnection onFrame;
 };

@@ -1,7 +1,6 @@
 // The command line on readers on USB HID: the real library's code over simulated devices, in real time.
 #include <ctime>
 #include <filesystem>
-#include <map>
 
 #include "CliFixture.h"
 #include "platform/clsHidReaders.h"
@@ -10,16 +9,8 @@
 
 namespace {
 
-struct clsHidCliTest : testing::Test, clsICliPlatform {
+struct clsHidCliTest : clsCliWorld<clsPollHost> {
     clsHidCliTest() { bus.Reset(); }
-    int Run(const std::string& line) {
-        out.Text.clear();
-        err.Text.clear();
-        std::vector<std::string> words;
-        std::istringstream stream(line);
-        for (std::string word; std::getline(stream, word, ' ');) words.push_back(word);
-        return cli.Run(words);
-    }
     /// Pulls the device out as soon as it has read so many registers.
     void UnplugAfter(int device, int reads) {
         host.StartTimer(/*ms=*/1, [this, device, reads] {
@@ -37,32 +28,16 @@ struct clsHidCliTest : testing::Test, clsICliPlatform {
         return count;
     }
 
-    clsIHost& Host() override { return host; }
-    clsISerialControl& Serial() override { return serial; }
-    clsIPortDirectory& Ports() override { return serial; }
     CommDevices Devices(bool) override { return readers.Devices(/*notices=*/nullptr); }
-    clsISettingsStore& Store() override { return store; }
-    clsIFiles& Files() override { return files; }
-    std::string SetPortMap(const std::vector<std::string>&) override { return {}; }
-    std::string AddDevice(const std::string&) override { return {}; }
-    std::string DefaultFile() override { return "Default.ini"; }
 
-    clsPollHost host;
-    clsSimSerialControl serial{host};
     clsHidReaders readers{std::filesystem::path(ORVHID_VIRTUAL).parent_path().string()};
     clsDemoBus bus{readers.Loader()};
-    clsMemoryStore store;
-    clsMemoryFiles files;
-    clsMemoryOutput out;
-    clsMemoryOutput err;
-    clsCli cli{*this, out, err};
 };
 
 TEST_F(clsHidCliTest, EveryCommandDoesOnHidWhatItDoesOnALine) {
     const std::string name = R"(COM Port: \\?\hid#vid_2e91&pid_0005#1-)";
     const struct {
-        const char* Device;
-        const char* Port;
+        const char *Device, *Port;
     } devices[] = {{"tarka example", ":1.0 (Tarka USB Adapter) with Tarka V2.10\n"},
                    {"reader example", ":1.0 (Zarn74)\n"},
                    {"reader example in=16 out=16", ":1.0 (Zarn74)\n"},

@@ -99,9 +99,7 @@ TEST_F(clsCliTest, TracesAreOneFrameALine) {
     }
     ASSERT_EQ(frames.size(), 2u);
     EXPECT_EQ(Json::parse(frames[0])["hex"], "024238300D");
-    EXPECT_EQ(Json::parse(frames[1])["text"],
-              "\x02"
-              "AFFCD\r");
+    EXPECT_EQ(Json::parse(frames[1])["text"], "\2AFFCD\r");
     EXPECT_EQ(Json::parse(frames[1])["dir"], "rx");
 
     EXPECT_EQ(Run("--trace dump"), 0);  // raw images between the frames

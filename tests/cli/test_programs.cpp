@@ -65,8 +65,7 @@ TEST_F(clsProgramsTest, AReaderBehindADeviceFileIsFoundReadAndWritten) {
 
 TEST_F(clsProgramsTest, WhatEndsARunInTheMiddleEndsItAtOnce) {
     const struct {
-        const char* what;
-        const char* script;
+        const char *what, *script;
         int exit;
     } rows[] = {
         {"Ctrl-C", "$C --slow read >out 2>err & sleep 0.5; kill -INT $!; wait $!", 130},

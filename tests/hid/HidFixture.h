@@ -3,11 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <deque>
-#include <map>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "base/clsPropertyBag.h"
 #include "hid/OrvHIDIO.h"
 #include "hid/modOrvHID.h"
 #include "support/clsVirtualHost.h"
@@ -140,17 +140,6 @@ struct clsFakeLibrary final : clsIHidApi {
     std::string m_data;
 };
 
-struct clsFakeBag final : clsIPropertyBag {
-    std::map<std::string, std::string> Values;
-    [[nodiscard]] std::string ReadProperty(const std::string& key, const std::string& value) const override {
-        const auto at = Values.find(key);
-        return at == Values.end() ? value : at->second;
-    }
-    void WriteProperty(const std::string& key, const std::string& value, const std::string& other) override {
-        if (value != other) Values[key] = value;
-    }
-};
-
 struct HidFixture : testing::Test {
     HidFixture() { library.Always = "\x06\0"s; }
     /// A probed control with its device open; the log of control packets begins behind that.
@@ -164,7 +153,7 @@ struct HidFixture : testing::Test {
     clsVirtualHost host;
     clsFakeLoader loader;
     clsFakeLibrary library{host};
-    clsFakeBag bag;
+    clsPropertyBag bag;
     Texts boxes;
     OrvHIDIO hid{host, loader, library, /*userMode=*/true,
                  [this](const std::string& text) { boxes.push_back(text); }};

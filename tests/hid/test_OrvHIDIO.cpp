@@ -117,17 +117,13 @@ TEST_F(Control, ARefusingOrSilentAdapterIsOpenAllTheSame) {
 TEST_F(Control, AdapterCommandsAndTheirAnswers) {
     const struct {
         const char* what;
-        std::string code_data;
-        std::string answer;
+        std::string code_data, answer;
         bool result;
         std::string data;
         bool nak, notSupported;
     } rows[] = {
         {"no data", "", "\x06\0"s, true, "", false, false},
-        {"an answer with data and bytes behind it", "x",
-         "\x06\x02"
-         "ABCD",
-         true, "AB", false, false},
+        {"an answer with data and bytes behind it", "x", "\x06\2ABCD", true, "AB", false, false},
         {"refused", "", "\x15\x01\x03"s, false, "\x03", true, false},
         {"not supported", "", "\x15\x01\x04"s, false, "\x04", true, true},
         {"another status", "", "\x07\0"s, false, "", false, false},
@@ -171,10 +167,7 @@ TEST_F(Control, CommandsWaitOneSecondForTheFirstByteAndLessBetweenPieces) {
     EXPECT_EQ(lasts([&] { hid.SendHIDCMD(4, {}, answer); }), 1000);
     library.ArriveCtrl("\x06", 400);
     EXPECT_EQ(lasts([&] { hid.SendHIDCMD(4, {}, answer); }), 400 + 150);
-    library.ArriveData(
-        "\x02"
-        "A1",
-        300);
+    library.ArriveData("\2A1", 300);
     EXPECT_EQ(lasts([&] { EXPECT_FALSE(hid.SendHIDOrvNetCmd("V", false, answer, false)); }), 300 + 150);
     EXPECT_EQ(answer, "A1");
     std::vector<std::uint8_t> image(512, 0xEE);
@@ -191,29 +184,16 @@ TEST_F(Control, OrvNetCommandsUseTheChannelOfTheMode) {
     int events = 0;
     const auto onComm = hid.OnComm.Connect([&] { ++events; });
     std::string answer;
-    library.OnData = [this](const std::string&) {
-        library.ArriveData(
-            "\rjunk\x02old\x02"
-            "A41A6\rrest",
-            3);
-    };
+    library.OnData = [this](const std::string&) { library.ArriveData("\rjunk\x02old\2A41A6\rrest", 3); };
     EXPECT_TRUE(hid.SendHIDOrvNetCmd("B05", /*addChecksum=*/true, answer, /*checkChecksum=*/true));
     EXPECT_EQ(answer, "A41A6");
-    EXPECT_EQ(library.SentData, Texts{"\x02"
-                                      "B05A7\r"});
+    EXPECT_EQ(library.SentData, Texts{"\2B05A7\r"});
     EXPECT_EQ(events, 0);  // the reply is the command's own
-    library.OnData = [this](const std::string&) {
-        library.ArriveData(
-            "\x02"
-            "A41A7\r",
-            3);
-    };
+    library.OnData = [this](const std::string&) { library.ArriveData("\2A41A7\r", 3); };
     EXPECT_FALSE(hid.SendHIDOrvNetCmd("B05", /*addChecksum=*/false, answer, /*checkChecksum=*/true));
 
     hid.SetIsHIDControlMode(true);
-    library.Answers = {
-        "\x02"
-        "AV\r"};
+    library.Answers = {"\2AV\r"};
     EXPECT_TRUE(hid.SendHIDOrvNetCmd("V", /*addChecksum=*/false, answer, /*checkChecksum=*/false));
     EXPECT_EQ(answer, "AV");
     library.Answers = {std::string(512, 'i') + "more"};

@@ -25,8 +25,7 @@ TEST_F(Adapter, NamesAreShownWithTheirProductAndReadBackBare) {
     modOrvHID::SetDisplayNameFormat("");
     EXPECT_EQ(port.EnumCommPort(0), hid.EnumCommPort(0));
     const struct {
-        const char* name;
-        const char* bare;
+        const char *name, *bare;
     } rows[] = {{"a b(c)", "a"}, {"a(c) b", "a(c)"}, {"a[b](c)", "a[b]"}, {"a[b]", "a"}, {"", ""}};
     for (const auto& row : rows) EXPECT_EQ(modOrvHID::BareName(row.name), row.bare) << row.name;
     EXPECT_FALSE(port.IsPS2Port());
@@ -36,8 +35,7 @@ TEST_F(Adapter, OpeningTurnsTheAdaptersOutputHereAndClosingRestoresIt) {
     const struct {
         const char* what;
         char answer;  // to the question for the default direction
-        std::string opened;
-        std::string restored;
+        std::string opened, restored;
     } rows[] = {{"no keyboard", 0x07, "\x03\x01\x05", "\x03\x01\x07"},
                 {"a keyboard", 0x13, "\x03\x01\x01", "\x03\x01\x03"}};
     for (const auto& row : rows) {
@@ -63,13 +61,6 @@ TEST_F(Adapter, ADirectionThatCannotBeRestoredIsTriedOnceMore) {
     port.SetRTSEnable(false);
     EXPECT_EQ(library.SentCtrl.size(), 2U);
     EXPECT_GE(host.Now() - start, 50);
-}
-
-TEST_F(Adapter, EventsAreRelayedAsThisPort) {
-    const clsIMScomm* from = nullptr;
-    const auto onComm = sink.OnComm.Connect([&](clsIMScomm& who) { from = &who; });
-    library.Tell(HidEventData);
-    EXPECT_EQ(from, &port);
 }
 
 }  // namespace

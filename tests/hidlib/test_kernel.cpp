@@ -8,14 +8,12 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <fstream>
 
 #include "HidLib.h"
 
 namespace {
 
 using namespace std::string_literals;
-using Clock = std::chrono::steady_clock;
 
 const std::string vendorDescriptor =
     "\x06\x00\xFF\x09\x01\xA1\x01\x15\x00\x26\xFF\x00\x75\x08\x95\x07\x85\x01\x81\x02"
@@ -51,9 +49,9 @@ class HidKernel : public testing::Test {
         }
         return text;
     }
-    // A HID device below `parent`, with its node. Returns the node's path below /sys.
-    std::string Hid(const std::string& parent, int node, const std::string& descriptor = vendorDescriptor,
-                    const std::string& product = "00000005") {
+    // A HID device below `parent`, with its node.
+    void Hid(const std::string& parent, int node, const std::string& descriptor = vendorDescriptor,
+             const std::string& product = "00000005") {
         const std::string number = std::to_string(node);
         const std::string hid = parent + "/0003:2E91:0005.000" + number;
         Entry(hid, "hid",
@@ -64,21 +62,13 @@ class HidKernel : public testing::Test {
               "N: hidraw" + number + "\nE: DEVNAME=/dev/hidraw" + number +
                   "\nE: MAJOR=247\nE: MINOR=" + number + "\n");
         UMockdevIoctlBase* const ioctls = umockdev_ioctl_base_new();
-        g_signal_connect(ioctls, "handle-ioctl", G_CALLBACK(&HidKernel::Ioctl), this);
+        g_signal_connect(ioctls, "handle-ioctl", G_CALLBACK(&HidKernel::Ioctl), nullptr);
         EXPECT_TRUE(umockdev_testbed_attach_ioctl(m_bed, ("/dev/hidraw" + number).c_str(), ioctls, nullptr));
         g_object_unref(ioctls);
-        return "/sys" + raw;
-    }
-    void Tell(const std::string& path, const char* action) {
-        umockdev_testbed_uevent(m_bed, path.c_str(), action);
-    }
-    void Remove(const std::string& path) {
-        Tell(path, "remove");
-        umockdev_testbed_remove_device(m_bed, path.c_str());
     }
 
     // Answers the calls that need more than a terminal; on umockdev's own thread.
-    static gboolean Ioctl(UMockdevIoctlBase*, UMockdevIoctlClient* client, HidKernel* self) {
+    static gboolean Ioctl(UMockdevIoctlBase*, UMockdevIoctlClient* client, gpointer) {
         const auto request = static_cast<std::uint32_t>(umockdev_ioctl_client_get_request(client));
         const auto give = [&](const void* bytes, std::size_t offset, std::size_t size, int result) {
             UMockdevIoctlData* const data = umockdev_ioctl_data_resolve(umockdev_ioctl_client_get_arg(client),
@@ -90,9 +80,9 @@ class HidKernel : public testing::Test {
             umockdev_ioctl_data_unref(data);
             return TRUE;
         };
-        const auto size = static_cast<std::uint32_t>(self->Descriptor.size());
+        const auto size = static_cast<std::uint32_t>(vendorDescriptor.size());
         if (request == HIDIOCGRDESCSIZE) return give(&size, 0, sizeof size, 0);
-        if (request == HIDIOCGRDESC) return give(self->Descriptor.data(), 4, size, 0);
+        if (request == HIDIOCGRDESC) return give(vendorDescriptor.data(), 4, size, 0);
         if (request == HIDIOCGFEATURE(8)) return give("\x02\x02ok", 0, 4, 8);
         if (request == HIDIOCGINPUT(8)) {
             umockdev_ioctl_client_complete(client, -1, ENODEV);
@@ -113,7 +103,6 @@ class HidKernel : public testing::Test {
         EXPECT_EQ(write(Node(), bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
     }
 
-    std::string Descriptor = vendorDescriptor;
     UMockdevTestbed* m_bed = nullptr;
     LoadedLibrary m_library{ORVHID_REAL};
 };
@@ -147,15 +136,6 @@ TEST_F(HidKernel, ADeviceWithoutUsbParentIsListedOpenedAndTalkedTo) {
     EXPECT_EQ(m_library.orvhidIsOpen(hid.Id), 0);
 }
 
-TEST_F(HidKernel, AnEmptyOrBrokenDescriptorDoesNotOpen) {
-    Hid(uhid, 0);
-    HidHandle hid(m_library);
-    for (const std::string& descriptor : {""s, "\xFE"s, keyboardDescriptor.substr(0, 7)}) {
-        Descriptor = descriptor;
-        EXPECT_EQ(m_library.orvhidOpen(hid.Id, "HID1"), 0);
-    }
-}
-
 TEST_F(HidKernel, OfAUsbDeviceTheStringsAreReadAndTheKeyboardIsLeftOut) {
     const std::string usb = "/devices/pci0000:00/usb1/1-2";
     const std::string descriptors =
@@ -165,8 +145,7 @@ TEST_F(HidKernel, OfAUsbDeviceTheStringsAreReadAndTheKeyboardIsLeftOut) {
         "\x09\x04\x01\x00\x01\x03\x00\x00\x05"s;  // interface 1 has string 5
     Entry(usb, "usb",
           "E: DEVTYPE=usb_device\nA: idVendor=2e91\nA: idProduct=0005\nA: bNumInterfaces= 3\n"
-          "A: manufacturer=Fa\xC3\xA7"
-          "ade\nA: product=T\xE2\x82\xACrka\nH: descriptors=" +
+          "A: manufacturer=Fa\303\247ade\nA: product=T\xE2\x82\xACrka\nH: descriptors=" +
               Hex(descriptors) + "\n");
     std::string serial = "\xFF\x01x";  // is no UTF-8
     umockdev_testbed_set_attribute_binary(m_bed, ("/sys" + usb).c_str(), "serial",
@@ -188,54 +167,14 @@ TEST_F(HidKernel, OfAUsbDeviceTheStringsAreReadAndTheKeyboardIsLeftOut) {
     ASSERT_EQ(m_library.orvhidNumberOfDevice(hid.Id), 1) << "neither the boot keyboard nor the other one";
     EXPECT_EQ(hid.Name(0), R"(\\?\hid#vid_2e91&pid_0005#1-2:1.1)");
     EXPECT_EQ(hid.Text(m_library.orvhidGetDeviceFile, "HID1"), "/dev/hidraw1");
-    EXPECT_EQ(hid.Text(m_library.orvhidGetDeviceManufacturer, "HID1"),
-              "Fa\xE7"
-              "ade");
+    EXPECT_EQ(hid.Text(m_library.orvhidGetDeviceManufacturer, "HID1"), "Fa\347ade");
     EXPECT_EQ(hid.Text(m_library.orvhidGetDeviceProduct, "HID1"), "T?rka");
     EXPECT_EQ(hid.Text(m_library.orvhidGetDeviceSerialNumber, "HID1"), "\xFF\x01x");
     ASSERT_EQ(m_library.orvhidOpen(hid.Id, "HID1"), 1);
-    const std::pair<int, std::string> strings[] = {{0, ""},
-                                                   {1,
-                                                    "Fa\xE7"
-                                                    "ade"},
-                                                   {2, "T?rka"},
-                                                   {3, "\xFF\x01x"},
-                                                   {4, ""},
-                                                   {5, "Data"},
-                                                   {-1, ""}};
+    const std::pair<int, std::string> strings[] = {{0, ""}, {1, "Fa\347ade"}, {2, "T?rka"}, {3, "\xFF\x01x"},
+                                                   {4, ""}, {5, "Data"},      {-1, ""}};
     for (const auto& [index, text] : strings)
         EXPECT_EQ(hid.Text(m_library.orvhidGetIndexedString, index), text) << index;
-}
-
-TEST_F(HidKernel, ArrivalAndRemovalAreReportedAtOnce) {
-    HidHandle hid(m_library);
-    std::vector<double> arrivals;
-    std::vector<double> removals;
-    const auto ms = [](Clock::time_point since) {
-        return std::chrono::duration<double, std::milli>(Clock::now() - since).count();
-    };
-    for (int i = 0; i < 20; ++i) {
-        const std::string path = Hid(uhid, i);
-        const auto plugged = Clock::now();
-        Tell(path, "add");
-        ASSERT_TRUE(hid.UntilEvent(16));
-        arrivals.push_back(ms(plugged));
-        const bool open = i % 2 == 0;
-        ASSERT_EQ(m_library.orvhidOpen(hid.Id, open ? "HID1" : "HID2"), open ? 1 : 0);
-        const auto pulled = Clock::now();
-        Remove(path);
-        ASSERT_TRUE(hid.UntilEvent(open ? 18 : 17));
-        removals.push_back(ms(pulled));
-        EXPECT_EQ(hid.Events.size(), 2U);
-        EXPECT_EQ(hid.Events[0].Name, hid.Events[1].Name);
-        hid.Events.clear();
-    }
-    for (auto* const list : {&arrivals, &removals}) {
-        std::ranges::sort(*list);
-        std::printf("%s reported: median %.1f ms, worst %.1f ms\n", list == &arrivals ? "arrival" : "removal",
-                    (*list)[10], list->back());
-        EXPECT_LT(list->back(), 300);
-    }
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include <sys/resource.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 
 #include "HidLib.h"
@@ -53,8 +52,7 @@ class HidLibrary : public testing::Test {
 TEST_F(HidLibrary, WrittenBytesReachTheDeviceInReportsOfItsOwnSize) {
     const struct {
         const char* Device;
-        std::string Bytes;
-        std::string Last;
+        std::string Bytes, Last;
         int Reports;
         bool Control;
     } rows[] = {
@@ -111,9 +109,7 @@ TEST_F(HidLibrary, AReaderAnswersDirectlyAndBehindAnAdapterThatPassesItsBytesOn)
     const int direct = Open("reader");
     EXPECT_TRUE(Hid.Write("\x02V\r"));
     const std::string version = Hid.Read(22);
-    EXPECT_EQ(version,
-              "\x02"
-              "AV1.02R007,FWQ-K4436\r");
+    EXPECT_EQ(version, "\2AV1.02R007,FWQ-K4436\r");
     EXPECT_EQ(Lib.orvbusCount(direct, "frames:V"), 1);
     EXPECT_TRUE(Hid.WriteCtrl("\x02V\r"));
     EXPECT_EQ(Hid.ReadCtrl(version.size()), version);
@@ -146,12 +142,8 @@ TEST_F(HidLibrary, AReaderAnswersDirectlyAndBehindAnAdapterThatPassesItsBytesOn)
     EXPECT_TRUE(Hid.Write("\x02V\r"));  // not heard
     EXPECT_TRUE(Hid.WriteCtrl("\x01\x04\x00\x00\x4B\x00"s));
     EXPECT_EQ(Hid.ReadCtrl(2), "\x06\x00"s);
-    EXPECT_TRUE(
-        Hid.Write("\x02"
-                  "B10\r"));
-    EXPECT_EQ(Hid.Read(7).substr(0, 2),
-              "\x02"
-              "A");
+    EXPECT_TRUE(Hid.Write("\2B10\r"));
+    EXPECT_EQ(Hid.Read(7).substr(0, 2), "\2A");
     EXPECT_EQ(Lib.orvbusCount(adapter, "frames"), 2);
 
     EXPECT_EQ(Lib.orvbusSet(adapter, "nak=3 nak4=4 mute=5 announce=7"), 1);
@@ -440,9 +432,7 @@ TEST_F(HidLibrary, AnExchangeWaitsForNothingButTheDevice) {
     std::vector<double> microseconds;
     for (int i = 0; i < 2000; ++i) {
         const auto begin = Clock::now();
-        Hid.Write(
-            "\x02"
-            "B10\r");
+        Hid.Write("\2B10\r");
         if (Hid.Read(7).size() != 7) break;
         microseconds.push_back(std::chrono::duration<double, std::micro>(Clock::now() - begin).count());
     }

@@ -81,8 +81,9 @@ TEST_F(clsQtSerialControlTest, EveryRateIsReallySetAndTheLineIsRaw) {
 TEST_F(clsQtSerialControlTest, RejectedSettingsLeaveTheFormerOnes) {
     control.SetSettings("9600,n,8,2");
     // The last one is good, but a pseudo-terminal has no parity.
-    for (const char* bad : {"0,N,8,1", "-1,N,8,1", "x,N,8,1", "9600,Q,8,1", "9600,N,9,1", "9600,N,4,1",
-                            "9600,N,8,3", "9600,N,8", "", "9600,N,8,1,1", "2400,E,8,1"}) {
+    for (const char* bad :
+         {"0,N,8,1", "-1,N,8,1", "x,N,8,1", "9600,Q,8,1", "9600,N,9,1", "9600,N,4,1", "9600,N,8,3",
+          "9600,N,8", "", "9600,N,8,1,1", "99999999999,N,8,1", "2400,E,8,1"}) {
         control.SetSettings(bad);
         EXPECT_EQ(control.Settings(), "9600,N,8,2") << bad;
         EXPECT_EQ(far.Line().c_ospeed, 9600u) << bad;
@@ -146,10 +147,7 @@ TEST_F(clsQtSerialControlTest, ALineThatHangsUpIsLostOnceAndBurnsNothing) {
 
 TEST_F(clsQtSerialControlTest, ALineThatCannotBeOpenedSaysWhy) {
     clsQtSerialControl second(host, ports);
-    const struct {
-        int number;
-        int error;
-    } rows[] = {{1, EBUSY}, {2, ENOENT}, {3, ENOTTY}};
+    const struct { int number, error; } rows[] = {{1, EBUSY}, {2, ENOENT}, {3, ENOTTY}};
     for (const auto& row : rows) {
         EXPECT_TRUE(second.SetCommPort(row.number));
         second.SetPortOpen(true);

@@ -26,10 +26,8 @@ struct clsMSCommTest : testing::Test {
 
 TEST_F(clsMSCommTest, NamesSelectThePortByTheirOwnRules) {
     const struct {
-        const char* name;
-        const char* after;
-        bool mine;
-        bool stillOpen;
+        const char *name, *after;
+        bool mine, stillOpen;
     } rows[] = {
         {"COM3", "COM3", true, false},  {"com4", "COM3", true, true},  {"5", "COM5", false, true},
         {"COM12", "COM5", true, false}, {"LPT1", "COM5", false, true}, {"", "COM5", false, true},

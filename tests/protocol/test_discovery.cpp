@@ -12,11 +12,7 @@ struct Discovery : CommFixture {
         serial.Calls.clear();
         serial.OnOutput = [this](const std::string& frame) {
             const auto reader = Readers.find(comm.CommPort() + "@" + std::to_string(comm.BaudRate()));
-            if (frame ==
-                    "\x02"
-                    "D\r" &&
-                reader != Readers.end())
-                serial.Arrive(Reply(reader->second), 5);
+            if (frame == "\2D\r" && reader != Readers.end()) serial.Arrive(Reply(reader->second), 5);
         };
     }
     /// What answers where: "COM3@9600" -> reply text.
@@ -48,19 +44,9 @@ TEST_F(Discovery, TriesTheRememberedPortAndRateFirstAndRemembersWhatItFound) {
     EXPECT_EQ(Scans, (Texts{"Scan COM3, BaudRate=9600", "Found a reader"}));
 }
 
-TEST_F(Discovery, WithoutAReaderEverythingIsClosedAndNothingIsRemembered) {
-    serial.Listed = {1, 2};
-    Readers = {{"COM2@19200", "A,Other,00"}};
-    EXPECT_FALSE(comm.AutoScan("Zarn*", /*noAddress=*/true, rates));
-    EXPECT_FALSE(comm.PortOpen());
-    EXPECT_EQ(Scans.size(), 10U);
-    EXPECT_TRUE(store.Values.empty());
-}
-
 TEST_F(Discovery, TheRateOrderIsBuiltAsText) {
     const struct {
-        const char* list;
-        const char* last;
+        const char *list, *last;
         std::vector<int> order;
     } rows[] = {
         {"9600,19200,38400", "19200", {19200, 9600, 38400}},
@@ -81,8 +67,7 @@ TEST_F(Discovery, TheRateOrderIsBuiltAsText) {
 
 TEST_F(Discovery, TheNameMatchesAsTextOrAsPattern) {
     const struct {
-        const char* pattern;
-        const char* reply;
+        const char *pattern, *reply;
         bool found;
     } rows[] = {{"zarn", "A,MyZarn74", true},
                 {"Zarn##,*", "A,Zarn74,00", true},

@@ -45,7 +45,10 @@ TEST_F(Plug, SerialPortsComeAndGo) {
 }
 
 TEST_F(Plug, ALossThatTheLineReportedIsNotReportedAgain) {
-    serial.OnLost.Raise();
+    comm.SetMSCommMode(false);
+    host.StartTimer(100, [this] { serial.OnLost.Raise(); });
+    EXPECT_EQ(comm.SendOrvNetCMD("V", /*bTxChkSum=*/false, /*bRxChkSum=*/false), "");
+    EXPECT_EQ(host.Now(), 500) << "a wait runs out";
     notices.OnDeviceRemoveComplete.Raise(3, "COM3");
     EXPECT_EQ(News, Texts{"COM3 is removed and closed|COM3"});
     notices.OnDeviceArrival.Raise(3, "COM3");

@@ -1,4 +1,3 @@
-#include <array>
 #include <cstdint>
 
 #include "CommFixture.h"
@@ -70,10 +69,7 @@ TEST_F(Registers, WritingRetriesSilenceAndBusyOnceAndSaysTimeout) {
         serial.Sent.clear();
         EXPECT_EQ(comm.SetRegister(5, 1), row.result) << row.what;
         EXPECT_EQ(Errors, row.errors) << row.what;
-        EXPECT_EQ(serial.Sent, Texts(row.answers.size(),
-                                     "\x02"
-                                     "C05,0135\r"))
-            << row.what;
+        EXPECT_EQ(serial.Sent, Texts(row.answers.size(), "\2C05,0135\r")) << row.what;
     }
 }
 
@@ -96,9 +92,7 @@ TEST_F(Registers, RunsStopAtTheEndMarkOrAtTheFirstFailure) {
     serial.Sent.clear();
     Answers = {Reply("A"), Reply("N01")};
     EXPECT_FALSE(comm.SetRegisterEx(255, Image{1, 2, 3}, -1, 0, /*stopAtEnd=*/false));
-    EXPECT_EQ(serial.Sent[1].substr(0, 6),
-              "\x02"
-              "C0100");
+    EXPECT_EQ(serial.Sent[1].substr(0, 6), "\2C0100");
 
     serial.Sent.clear();
     EXPECT_FALSE(comm.GetRegisterEx(0, values, 4, 1, /*stopAtEnd=*/false));  // leaves the array
@@ -141,14 +135,8 @@ TEST_F(Registers, VersionPollAndLoaderAnswers) {
     EXPECT_TRUE(comm.GotoISP());
     EXPECT_FALSE(comm.GotoISP());
     EXPECT_TRUE(comm.GotoISP());
-    EXPECT_EQ(serial.Sent, (Texts{"\x02V\r", "\x02V\r", "\x02V\r",
-                                  "\x02"
-                                  "D1F\r",
-                                  "\x02"
-                                  "D\r",
-                                  "\x02"
-                                  "D\r",
-                                  "\x02X\r", "\x02X\r", "\x02X\r"}));
+    EXPECT_EQ(serial.Sent, (Texts{"\x02V\r", "\x02V\r", "\x02V\r", "\2D1F\r", "\2D\r", "\2D\r", "\x02X\r",
+                                  "\x02X\r", "\x02X\r"}));
     comm.SetPortOpen(false);
     EXPECT_EQ(comm.AutoScanReceive(), "");  // the next reader is asked afresh
 }

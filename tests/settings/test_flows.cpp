@@ -116,100 +116,35 @@ TEST_F(Flows, AFailedReadLeavesWhatItHasReadAndAsksTheReaderAfterwards) {
     EXPECT_TRUE(module.GetDelimiter(info) && info.Delimiter == 2);
 }
 
-TEST_F(Flows, AFlowThatSaysTrueHasTheReadersSettingsWhateverTheFault) {
-    const auto registers = reader.Registers;
-    const auto tryFault = [&](SimFault fault, char command, int count, Flow flow) {
-        SCOPED_TRACE(std::string(SimFaultName(fault)) + " " + command + " " + std::to_string(count) + " " +
-                     std::to_string(static_cast<int>(flow)));
-        Reopen();
-        reader.Registers = registers;
-        if (flow == Flow::WriteChanged) reader.Registers.fill(0xFF);
-        const int time = fault == SimFault::TrickledReply ? 400 : 700;
-        reader.AddFault({fault, command, -1, /*Skip=*/0, count, time});
-        ZarnInfo info = flow == Flow::WriteChanged ? example : ZarnInfo();
-        const bool done = Run(flow, info);
-        const bool refused =
-            fault == SimFault::RefuseCode || (fault == SimFault::RefuseBusy && command == 'B');
-        // one fault is made good for by a second attempt, except where a refusal is final
-        EXPECT_TRUE(done || count != 1 || command == 'V' || command == 'D' || refused);
-        if (!done) return;
-        Reopen();
-        EXPECT_EQ(Difference(example, info), "");
-        EXPECT_EQ(Difference(example, Read(/*quick=*/true)), "");
-    };
-    // What nobody can tell: a write confirmed and dropped, and two images that agree in garbage.
-    const auto hidden = [](SimFault fault, char command, int count) {
-        return fault == SimFault::DroppedWrite ||
-               (fault == SimFault::GarbageBeforeStx && command == 'Y' && count != 1);
-    };
-    for (const SimFault fault : AllSimFaults()) {
-        for (const char command : {'V', 'D', 'Y', 'B', 'C'}) {
-            for (const int count : {1, 2, -1}) {
-                if (hidden(fault, command, count) || !SimFaultMeets(fault, command)) continue;
-                for (const Flow flow : {Flow::SlowRead, Flow::QuickRead, Flow::WriteChanged}) {
-                    tryFault(fault, command, count, flow);
-                }
-            }
-        }
-    }
-}
-
-TEST_F(Flows, ARefusalOrACancelEndsTheFlowAtItsStepAndNothingMoreIsSent) {
-    // The frame where it happens: "x" before one that is refused, "!" before one that is not answered and
-    // then cancelled; without them its answer is there in the same moment as the cancel. "+" is the second of
-    // its kind.
+TEST_F(Flows, ARefusalEndsTheFlowAtItsStepAndNothingMoreIsSent) {
     const struct {
         Flow Kind;
-        Texts At;
-        std::string Last;
+        char Command;
+        int Register;
+        const char* Last;
     } rows[] = {
-        {Flow::QuickRead,
-         {"!Y", "+!Y", "+Y", "!V", "V", "xV", "!D", "xD"},
-         "Quick GetZarnInfo NG|Quick GetZarnInfo NG|Quick GetZarnInfo NG|GetVersion NG|GetVersion OK|"
-         "GetVersion NG|GetProductName NG|GetProductName NG|"},
-        {Flow::SlowRead,
-         {"xBA2", "BA1", "!BD2", "BD2", "xBDA", "BE2", "BE3", "xB99", "B99", "xBD9", "xB07", "B07", "xB0130"},
-         "GetPrefix NG|GetPrefix NG|GetLanguage NG|GetLanguage OK|GetTagFrequency NG|GetCardFilter NG|"
-         "GetCardFilter NG|GetCardFilter NG|GetCardFilter NG|GetCardFilter NG|GetCardInfo NG|GetCardInfo NG|"
-         "GetCardInfo NG|"},
-        {Flow::WriteChanged, {"!Y", "!V", "D", "xCD9"}, "|||SetCardFilter NG|"},
-        {Flow::WriteAll,
-         {"!CA0", "CA0", "xCA2", "BDA", "xBDA", "xC89", "CE0", "CE1", "C99", "CD9", "C07", "xC00", "xC0130"},
-         "SetPrefix NG|SetPrefix NG|SetPrefix NG|SetTagFrequency NG|SetTagFrequency NG|SetCardNumericSeq NG|"
-         "SetCardFilter NG|SetCardFilter NG|SetCardFilter NG|SetCardFilter OK|SetCardInfo NG|SetCardInfo NG|"
-         "SetCardInfo NG|"}};
-    const auto stopAt = [this](Flow flow, const std::string& at) {
-        Reopen();
-        std::size_t sent = 0;
-        std::int64_t time = 0;
-        bool skip = at.front() == '+';
-        const std::string command = at.substr(at.find_first_not_of("+!x"));
-        const auto watch = reader.OnFrame.Connect([&](const std::string& frame, bool received) {
-            if (!received || sent != 0 || frame.compare(1, command.size(), command) != 0) return;
-            if (std::exchange(skip, false)) return;
-            sent = Sent.size();
-            time = host.Now();
-            if (at.find('x') != std::string::npos) {
-                reader.AddFault({SimFault::RefuseCode});
-                return;
-            }
-            host.Post([this] { comm.CancelCommand(); });
-            if (at.find('!') != std::string::npos) reader.AddFault({SimFault::NoAnswer});
-        });
-        ZarnInfo info = example;
-        EXPECT_FALSE(Run(flow, info)) << at;
-        EXPECT_EQ(info.Valid, flow == Flow::WriteChanged || flow == Flow::WriteAll) << at;
-        EXPECT_EQ(Sent.size(), sent) << at;
-        EXPECT_EQ(host.Now(), time) << at;
-        std::string last = LastLine();
-        reader.ClearFaults();
-        EXPECT_TRUE(Run(Flow::SlowRead, info)) << at;  // the next flow runs again
-        return last;
+        {Flow::QuickRead, 'V', -1, "GetVersion NG"},
+        {Flow::QuickRead, 'D', -1, "GetProductName NG"},
+        {Flow::SlowRead, 'B', 162, "GetPrefix NG"},
+        {Flow::SlowRead, 'B', 218, "GetTagFrequency NG"},
+        {Flow::SlowRead, 'B', 153, "GetCardFilter NG"},
+        {Flow::SlowRead, 'B', 217, "GetCardFilter NG"},
+        {Flow::SlowRead, 'B', 304, "GetCardInfo NG"},
+        {Flow::WriteChanged, 'C', 217, "SetCardFilter NG"},
+        {Flow::WriteAll, 'C', 162, "SetPrefix NG"},
+        {Flow::WriteAll, 'B', 218, "SetTagFrequency NG"},
+        {Flow::WriteAll, 'C', 137, "SetCardNumericSeq NG"},
+        {Flow::WriteAll, 'C', 304, "SetCardInfo NG"},
     };
     for (const auto& row : rows) {
-        Texts last;
-        for (const std::string& at : row.At) last.push_back(stopAt(row.Kind, at));
-        EXPECT_EQ(Join(last), row.Last);
+        Reopen();
+        const SimFaultRule& refusal = reader.AddFault({SimFault::RefuseCode, row.Command, row.Register});
+        ZarnInfo info = example;
+        EXPECT_FALSE(Run(row.Kind, info)) << row.Last;
+        EXPECT_EQ(info.Valid, row.Kind == Flow::WriteChanged || row.Kind == Flow::WriteAll) << row.Last;
+        EXPECT_EQ(LastLine(), row.Last);
+        EXPECT_EQ(refusal.Fired, 1) << row.Last;
+        EXPECT_EQ(Sent.back().front(), row.Command) << row.Last;
     }
 }
 

@@ -45,9 +45,7 @@ TEST(SimFault, IsReadAsItIsTypedOrSaysWhatIsWrong) {
 }
 
 TEST(TraceLine, WritesBytesAsCharactersOfTheSameNumbers) {
-    EXPECT_EQ(TraceLine(1'234'005, /*received=*/true,
-                        "\x02"
-                        "B\"\\\xFF\r"),
+    EXPECT_EQ(TraceLine(1'234'005, /*received=*/true, "\2B\"\\\xFF\r"),
               R"({"t":1.234005,"dir":"rx","hex":"0242225CFF0D","text":"\u0002B\"\\\u00FF\u000D"})");
     EXPECT_EQ(TraceLine(0, /*received=*/false, ""), R"({"t":0.000000,"dir":"tx","hex":"","text":""})");
 }

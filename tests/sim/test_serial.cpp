@@ -51,21 +51,6 @@ TEST(SimSerial, BringsAnswersThroughTheLoopAlone) {
     EXPECT_EQ(bench.Events.back(), CommEventFrameError);
 }
 
-TEST(SimSerial, KeepsItsSettingsWhenATextIsRejected) {
-    Bench bench;
-    const struct {
-        const char *Written, *Read;
-    } rows[] = {{"9600,e,7,2", "9600,E,7,2"},        {"0,N,8,1", "9600,E,7,2"},
-                {"-5,N,8,1", "9600,E,7,2"},          {"9600,X,8,1", "9600,E,7,2"},
-                {"9600,N,9,1", "9600,E,7,2"},        {"9600,N,8,3", "9600,E,7,2"},
-                {"9600,N,8", "9600,E,7,2"},          {"", "9600,E,7,2"},
-                {"99999999999,N,8,1", "9600,E,7,2"}, {"14400,N,8,1", "14400,N,8,1"}};
-    for (const auto& row : rows) {
-        bench.Control.SetSettings(row.Written);
-        EXPECT_EQ(bench.Control.Settings(), row.Read) << row.Written;
-    }
-}
-
 TEST(SimSerial, ListsTheLinesThatArePluggedAndRefusesTheOthers) {
     Bench bench;
     auto& control = bench.Control;

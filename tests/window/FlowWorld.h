@@ -1,7 +1,6 @@
 #pragma once
 
 #include <algorithm>
-#include <functional>
 #include <string>
 #include <utility>
 
@@ -34,7 +33,7 @@ struct clsFormView final : clsIMainView {
         name = FileName;
         return !name.empty();
     }
-    void FocusLog() override { ++Focused; }
+    void FocusLog() override {}
 
     bool Controls = true;
     ZarnForm Form;
@@ -48,7 +47,6 @@ struct clsFormView final : clsIMainView {
     Texts Boxes;
     Texts Notices;
     std::string FileName;
-    int Focused = 0;
 };
 
 /// The flows over all that.

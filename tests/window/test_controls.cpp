@@ -23,9 +23,7 @@ constexpr int tablePage = 3;
 TEST_F(clsControlsTest, TheListsStartWithTheirEntriesValuesAndSelections) {
     Start();
     const struct {
-        const char* name;
-        const char* entries;
-        const char* selected;
+        const char *name, *entries, *selected;
     } rows[] = {
         {"cboBaudRate", "2400:2400,4800:4800,9600:9600,14400:14400,19200:19200", "19200"},
         {"cboLanguage", "Japan:0,France:1,Germany:2,English(UK):3,Spanish:4,USA:255", "USA"},
@@ -199,6 +197,7 @@ TEST_F(clsControlsTest, TheTableIsEditedWithItsButtons) {
     text.setText("Gate");
     Click("cmdEditOutput");
     EXPECT_EQ(list.item(0)->text(), "[1K ] 04A1B2C3       Gate");
+    EXPECT_EQ(list.item(0)->checkState(), Qt::Checked);
     click(1);
     Click("cmdRemove");
     EXPECT_EQ(list.count(), 5);

@@ -8,7 +8,6 @@ struct EepromTest : testing::Test, FlowWorld {
     [[nodiscard]] Texts LastLines(std::size_t count) const {
         return {logView.Messages.end() - static_cast<std::ptrdiff_t>(count), logView.Messages.end()};
     }
-    FlowResult Second = FlowResult::Done;
 };
 
 TEST_F(EepromTest, FillsTheMemoryTwiceAndChecksIt) {
@@ -47,33 +46,6 @@ TEST_F(EepromTest, EndsAtTheFirstFailure) {
         EXPECT_EQ(LastLines(lines.size()), lines);
         EXPECT_EQ(view.Indicator, TestIndicator::Red);
     }
-}
-
-TEST_F(EepromTest, ASecondClickCancelsTheCommandThatRunsOrTheOneThatWouldFollow) {
-    host.InWait = [this] {
-        if (Count('C') == 40) Second = flows.TestEeprom();
-    };
-    EXPECT_EQ(flows.TestEeprom(), FlowResult::Cancelled);
-    EXPECT_EQ(Second, FlowResult::Refused);
-    EXPECT_EQ(LastLines(2), (Texts{"Write 0x0 to EEPROM 32~47 byte NG", "Test EEPROM NG"}));
-    EXPECT_EQ(view.Indicator, TestIndicator::Red);
-    logView.OnLine = [this] {
-        if (Last() == "Write 0x0 to EEPROM 16~31 byte OK") flows.Cancel();
-    };
-    EXPECT_EQ(flows.TestEeprom(), FlowResult::Cancelled);
-    EXPECT_EQ(LastLines(2), (Texts{"Write 0x0 to EEPROM 16~31 byte OK", "Test EEPROM NG"}));
-}
-
-TEST_F(EepromTest, AWindowThatIsToCloseEndsItBehindItsBlock) {
-    host.InWait = [this] {
-        if (Count('C') == 40) flows.RequestClose();
-    };
-    EXPECT_EQ(flows.TestEeprom(), FlowResult::Done);
-    EXPECT_EQ(LastLines(3), (Texts{"Write 0x0 to EEPROM 32~47 byte OK", "Cancel", "Test EEPROM OK"}));
-    EXPECT_EQ(view.Indicator, TestIndicator::Red);
-    host.InWait = {};
-    flows.TestEeprom();  // the request is forgotten
-    EXPECT_EQ(view.Indicator, TestIndicator::Green);
 }
 
 TEST_F(EepromTest, AClosedPortEndsItWithoutALine) {

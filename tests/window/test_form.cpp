@@ -148,26 +148,4 @@ TEST(Table, AddAndModifyNeedAFullSerialATextAndNoOtherRowAlike) {
     EXPECT_FALSE(table.CheckCanModify());
 }
 
-TEST(Table, RowsAreAddedModifiedSelectedAndRemoved) {
-    clsConvertTable table;
-    table.ShowCard(5, "2B008E41F6");
-    table.OutputString = "gate";
-    table.Enabled = false;
-    table.Add();
-    table.ShowCard(1, "04A1B2C3");
-    table.Enabled = true;
-    table.Add();
-    table.SelectRow(0);
-    table.OutputString = "door";
-    table.Modify();
-    EXPECT_EQ(table.Rows[0], (ConvertRow{"[EM ] 2B008E41F6     door", false}));
-    table.Remove();
-    EXPECT_FALSE(table.CheckCanRemove());
-    EXPECT_EQ(table.Rows.size(), 1U);
-    table.Rows.resize(16);
-    EXPECT_FALSE(table.CheckCanAdd());
-    table.Rows.pop_back();
-    EXPECT_TRUE(table.CheckCanAdd());
-}
-
 }  // namespace

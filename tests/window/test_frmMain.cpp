@@ -101,7 +101,13 @@ TEST_F(clsMainTest, DefaultsGoToControlsAndReader) {
     Click("cmdInitialize");
     EXPECT_EQ(LastLine(), "Write Default Info OK");
     EXPECT_EQ(Shown("cboLanguage"), "Spanish");
+    EXPECT_EQ(Logged("Open Default Info From File OK!"), 1);
     EXPECT_EQ(reader.Registers[210], 4);
+    EXPECT_EQ(reader.Registers[161], 'I') << "what the file does not name stays";
+    EXPECT_EQ(reader.Registers[0], 0xFF);
+    reader.AddFault({SimFault::RefuseCode, 'C', -1, 0, -1, 3});
+    Click("cmdInitialize");
+    EXPECT_EQ(LastLine(), "Write Default Info NG");
 }
 
 TEST_F(clsMainTest, AScanWithoutAReaderSaysSoInABox) {
@@ -122,32 +128,14 @@ TEST_F(clsMainTest, WhateverComesInTheMiddleOfAFlowItEndsAsItShould) {
         const char* button;
         int page;
         int at;  // ms from the click
-        const char* ends[5];
+        const char *passed, *failed;
     } flows[] = {
-        {"cmdAutoScan",
-         0,
-         75,
-         {"Get Device Information OK", "Get Device Information OK", "Get Device Information NG",
-          "Get Device Information NG", "Get Device Information NG"}},
-        {"cmdShowZarn74",
-         0,
-         30,
-         {"Get Device Information OK", "Get Device Information OK", "Get Device Information NG",
-          "Get Device Information NG", "Get Device Information NG"}},
-        {"cmdApply", 0, 30, {"Write OK", "Write OK", "Write NG", "Write NG", "Write NG"}},
-        {"cmdInitialize",
-         0,
-         30,
-         {"Write Default Info OK", "Write Default Info OK", "Write Default Info NG", "Write Default Info NG",
-          "Write Default Info NG"}},
-        {"cmdReadCardInfo",
-         3,
-         30,
-         {"Empty", "Empty", "Can't Get Card Info!", "Can't Get Card Info!", "Can't Get Card Info!"}},
-        {"cmdTest",
-         4,
-         30,
-         {"Test EEPROM OK", "Test EEPROM OK", "Test EEPROM OK", "Test EEPROM NG", "Test EEPROM NG"}},
+        {"cmdAutoScan", 0, 75, "Get Device Information OK", "Get Device Information NG"},
+        {"cmdShowZarn74", 0, 30, "Get Device Information OK", "Get Device Information NG"},
+        {"cmdApply", 0, 30, "Write OK", "Write NG"},
+        {"cmdInitialize", 0, 30, "Write Default Info OK", "Write Default Info NG"},
+        {"cmdReadCardInfo", 3, 30, "Empty", "Can't Get Card Info!"},
+        {"cmdTest", 4, 30, "Test EEPROM OK", "Test EEPROM NG"},
     };
     disk.Contents["Default.ini"] = "[General]\r\nLanguage=4\r\nBaudrate=4800\r\n";
     for (const auto& flow : flows) {
@@ -179,9 +167,13 @@ TEST_F(clsMainTest, WhateverComesInTheMiddleOfAFlowItEndsAsItShould) {
             EXPECT_FALSE(closed);
             reader.ClearFaults();
             host.Run(1000);
-            EXPECT_EQ(LastLine(), flow.ends[what]);
-            EXPECT_LE(Logged(flow.ends[what]), flow.button == std::string("cmdAutoScan") ? 1 : 2);
+            // a test that is to make way for a closing window says OK
+            const bool passes = what < Close || (what == Close && flow.button == std::string("cmdTest"));
+            const char* const end = passes ? flow.passed : flow.failed;
+            EXPECT_EQ(LastLine(), end);
+            EXPECT_LE(Logged(end), flow.button == std::string("cmdAutoScan") ? 1 : 2);
             EXPECT_EQ(Enabled("cmdShowZarn74"), what != Pull);
+            EXPECT_EQ(Shown("labStatusPort") == "no port open", what == Pull);
             EXPECT_TRUE(Enabled("cmdAutoScan") && Find<QPushButton>("cmdCancel").isHidden());
             EXPECT_EQ(boxes.size(), 0U);
             const bool test = flow.button == std::string("cmdTest");
@@ -203,19 +195,6 @@ TEST_F(clsMainTest, TheTestsButtonEndsItsTest) {
     Click("cmdTest");
     EXPECT_EQ(LastLine(), "Test EEPROM NG");
     EXPECT_EQ(Find<QPushButton>("cmdTest").text(), "Test EEPROM");
-}
-
-TEST_F(clsMainTest, APulledAndReplacedReaderIsToldAndFoundAgainByOneClick) {
-    StartOnReader();
-    serial.Unplug(1);
-    notices.OnDeviceRemoveComplete.Raise(DeviceNoticePort, "COM1");
-    host.Run(10);
-    EXPECT_FALSE(comm.PortOpen() || Enabled("cmdShowZarn74"));
-    EXPECT_EQ(Shown("labStatusPort"), "no port open");
-    serial.Replug(1);
-    notices.OnDeviceArrival.Raise(DeviceNoticePort, "COM1");
-    Click("cmdAutoScan");
-    EXPECT_EQ(LastLine(), "Get Device Information OK");
 }
 
 TEST_F(clsMainTest, AStopFromOutsideEndsTheFlowAndThenTheWindow) {

@@ -41,18 +41,6 @@ TEST_F(FileFixture, KeyStringsAndRowsAreWrittenInTheirForms) {
     EXPECT_TRUE(lostCR);
 }
 
-TEST_F(FileFixture, ReadsBackWhatItWroteInPiecesOfAnySize) {
-    const std::string written = TextOf(RecordOf(unusual), /*autoRead=*/true);
-    for (const std::size_t step : {std::size_t{1}, std::size_t{7}, written.size()}) {
-        record = ZarnInfo();
-        autoRead = false;
-        clsSettingsParser parser(record, autoRead);
-        for (std::size_t at = 0; at < written.size(); at += step) parser.Feed(written.substr(at, step));
-        parser.End();
-        EXPECT_EQ(TextOf(record, autoRead), written) << step;
-    }
-}
-
 TEST_F(FileFixture, ALineMeansWhatItsRulesSay) {
     // Lines inside [General], and lines of the text that is written afterwards.
     const std::pair<const char*, const char*> cases[] = {
