@@ -207,4 +207,13 @@ TEST_F(Flows, TheRestOfACancelledImageIsNeitherShownNorTakenForAnAnswer) {
     EXPECT_EQ(logView.Text.find(" NG"), std::string::npos);
 }
 
+TEST_F(Flows, ACancelBetweenTwoStepsIsNotForgotten) {
+    disk.Contents["f"] = "[General]\r\nLanguage=1\r\n";
+    logView.OnLine = [this] {
+        if (Last() == "Open Default Info From File OK!") flows.Cancel();
+    };
+    EXPECT_EQ(End(flows.Initialize("f")), "Cancelled: Write Default Info NG");
+    EXPECT_EQ(Sent, "");
+}
+
 }  // namespace
