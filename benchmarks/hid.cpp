@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "Exchange.h"
 #include "base/clsMemoryStore.h"
 #include "platform/clsHidReaders.h"
 #include "platform/clsPortList.h"
@@ -19,12 +20,6 @@
 #include "sim/hid/clsDemoBus.h"
 
 namespace {
-
-double Microseconds(clockid_t clock) {
-    timespec at{};
-    clock_gettime(clock, &at);
-    return static_cast<double>(at.tv_sec) * 1e6 + static_cast<double>(at.tv_nsec) / 1e3;
-}
 
 /// All layers, on the device that the words make.
 struct Program {
@@ -46,22 +41,6 @@ struct Program {
     int Device;  // plugged in before the comm control looks for devices
     ucCOMM Comm{Host, Serial, Store, "benchmark", Readers.Devices(/*notices=*/nullptr)};
 };
-
-/// The median of an exchange and the processor time of one, in us, the device's included.
-int Exchange(Program& program, int count) {
-    std::vector<double> took(static_cast<std::size_t>(count));
-    const double cpu = Microseconds(CLOCK_PROCESS_CPUTIME_ID);
-    for (double& one : took) {
-        const double start = Microseconds(CLOCK_MONOTONIC);
-        std::uint8_t value = 0;
-        if (!program.Comm.GetRegister(5, value)) return 1;
-        one = Microseconds(CLOCK_MONOTONIC) - start;
-    }
-    const double used = Microseconds(CLOCK_PROCESS_CPUTIME_ID) - cpu;
-    std::nth_element(took.begin(), took.begin() + count / 2, took.end());
-    std::printf("%.2f %.2f\n", took[static_cast<std::size_t>(count / 2)], used / count);
-    return 0;
-}
 
 /// Two images one after the other, in us.
 int Image(Program& program) {
@@ -91,7 +70,7 @@ int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     if (words.size() == 3 && number > 0) {
         Program program(words[1]);
-        if (words[0] == "exchange") return Exchange(program, number);
+        if (words[0] == "exchange") return Exchange(program.Comm, number);
         if (words[0] == "idle") return Idle(program, number);
     } else if (words.size() == 2 && words[0] == "image") {
         Program program(words[1]);

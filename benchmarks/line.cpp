@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "Exchange.h"
 #include "FullImage.h"
 #include "base/clsMemoryStore.h"
 #include "platform/clsPortList.h"
@@ -19,12 +20,6 @@
 #include "settings/modZarn74.h"
 
 namespace {
-
-double Microseconds(clockid_t clock) {
-    timespec at{};
-    clock_gettime(clock, &at);
-    return static_cast<double>(at.tv_sec) * 1e6 + static_cast<double>(at.tv_nsec) / 1e3;
-}
 
 /// All layers, on the line behind a device file.
 struct Program {
@@ -43,22 +38,6 @@ struct Program {
     clsQtSerialControl Serial;
     ucCOMM Comm{Host, Serial, Store, "benchmark"};
 };
-
-/// The median of an exchange and the processor time of one, in us.
-int Exchange(Program& program, int count) {
-    std::vector<double> took(static_cast<std::size_t>(count));
-    const double cpu = Microseconds(CLOCK_PROCESS_CPUTIME_ID);
-    for (double& one : took) {
-        const double start = Microseconds(CLOCK_MONOTONIC);
-        std::uint8_t value = 0;
-        if (!program.Comm.GetRegister(5, value)) return 1;
-        one = Microseconds(CLOCK_MONOTONIC) - start;
-    }
-    const double used = Microseconds(CLOCK_PROCESS_CPUTIME_ID) - cpu;
-    std::nth_element(took.begin(), took.begin() + count / 2, took.end());
-    std::printf("%.2f %.2f\n", took[static_cast<std::size_t>(count / 2)], used / count);
-    return 0;
-}
 
 /// A read of everything: how long it took and its processor time in us, the bytes on the line, the frames;
 /// then each frame's command on a line of its own.
@@ -95,7 +74,7 @@ int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     if (words.size() == 3 && words[0] == "exchange" && std::atoi(words[2].c_str()) > 0) {
         Program program(words[1]);
-        return Exchange(program, std::atoi(words[2].c_str()));
+        return Exchange(program.Comm, std::atoi(words[2].c_str()));
     }
     if (words.size() == 3 && words[0] == "read" && (words[2] == "slow" || words[2] == "quick")) {
         Program program(words[1]);

@@ -515,15 +515,13 @@ bool clsReaderFlows::Muted() {
     return true;
 }
 
-/// Before a flow: what still comes in answer to the last one would end this one's first command.
+// Before a flow: what still comes in answer to the last one would end this one's first command.
 void clsReaderFlows::AwaitLateAnswer() {
-    const std::uint32_t start = m_host.TickCount();
-    while (m_lateAnswer && !Cancelled() && m_host.TickCount() - start < lateAnswerLimit) {
-        m_lateAnswer = false;
-        // Waits, as FindReader does.
-        const std::uint32_t quiet = m_host.TickCount();
-        while (!m_lateAnswer && !Cancelled() && m_host.TickCount() - quiet < lateAnswerQuiet)
-            m_host.WaitEvents(static_cast<int>(lateAnswerQuiet - (m_host.TickCount() - quiet)));
+    while (m_lateAnswer && !Cancelled()) {
+        const std::uint32_t end = std::min(m_mutedTime, lateAnswerLimit);
+        const std::uint32_t elapsed = m_host.TickCount() - m_mutedSince;
+        if (elapsed >= end) break;
+        m_host.WaitEvents(static_cast<int>(end - elapsed));  // waits, as FindReader does
     }
     m_lateAnswer = false;
 }
