@@ -201,6 +201,21 @@ std::int32_t ValInteger(std::string_view text) {
     return fits ? static_cast<std::int32_t>(value) : 0;
 }
 
+std::optional<int> WholeNumber(std::string_view text, int highest) {
+    const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
+    if (hexadecimal) text.remove_prefix(2);
+    const int base = hexadecimal ? 16 : 10;
+    std::int64_t value = 0;
+    for (const char c : text) {
+        const int digit = HexDigit(c);
+        if (digit < 0 || digit >= base) return {};
+        value = value * base + digit;
+        if (value > highest) return {};
+    }
+    if (text.empty()) return {};
+    return static_cast<int>(value);
+}
+
 std::optional<bool> ToFlag(std::string_view text) {
     const std::string word = UCase(Trim(text));
     if (word == "TRUE") return true;

@@ -33,6 +33,9 @@ double Val(std::string_view text);
 bool IsNumeric(std::string_view text);
 /// Val rounded to an integer, halves to even; 0 when the result leaves 32 bits.
 std::int32_t ValInteger(std::string_view text);
+/// A whole number from 0 to `highest` as a person types it, decimal or 0x hexadecimal; nothing for any other
+/// text.
+std::optional<int> WholeNumber(std::string_view text, int highest);
 /// "True" or "False" in any letter case, or a number (0 is false); blanks at both ends do not count. Nothing
 /// for any other text.
 std::optional<bool> ToFlag(std::string_view text);

@@ -5,6 +5,8 @@
 #include <array>
 #include <optional>
 
+#include "base/modText.h"
+
 namespace {
 
 constexpr int highestRegister = 511;
@@ -33,31 +35,13 @@ constexpr std::array<CommandRow, 11> commands{{
 // An empty text (of a shell variable that is not set) is not the same as none.
 std::string NotEmpty(const std::string& text) { return text.empty() ? "must not be empty" : ""; }
 
-// Decimal, or hexadecimal after 0x; nothing when it is neither or above `highest`.
-std::optional<int> Number(const std::string& text, int highest) {
-    const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
-    const std::string digits = hex ? text.substr(2) : text;
-    int number = 0;
-    for (const char c : digits) {
-        const int digit = c >= '0' && c <= '9'          ? c - '0'
-                          : hex && c >= 'a' && c <= 'f' ? c - 'a' + 10
-                          : hex && c >= 'A' && c <= 'F' ? c - 'A' + 10
-                                                        : -1;
-        if (digit < 0) return {};
-        number = number * (hex ? 16 : 10) + digit;
-        if (number > highest) return {};
-    }
-    if (digits.empty()) return {};
-    return number;
-}
-
 // The option or argument takes a number from 0 to `highest`.
 void AddNumber(CLI::App& app, const std::string& name, int& value, int lowest, int highest,
                const char* help) {
     app.add_option_function<std::string>(
            name,
            [name, lowest, highest, &value](const std::string& text) {
-               const auto number = Number(text, highest);
+               const auto number = modText::WholeNumber(text, highest);
                if (!number || *number < lowest) {
                    throw CLI::ValidationError(name, "'" + text + "' is not a number from " +
                                                         std::to_string(lowest) + " to " +

@@ -2,11 +2,6 @@
 
 #include "cli/CliText.h"
 
-std::string TimeText(const TimeOfDayRecord& time) {
-    const auto two = [](int number) { return std::to_string(100 + number).substr(1); };
-    return two(time.Hour) + ":" + two(time.Minute) + ":" + two(time.Second);
-}
-
 void clsCliLog::Say(const std::string& text) {
     EndLine();
     m_messages.push_back({TimeText(m_host.TimeOfDay()), text});

@@ -53,6 +53,3 @@ class clsCliLog final : public clsILogView, public clsIMainView {
     bool m_echo = true;
     bool m_lineOpen = false;
 };
-
-/// "hh:nn:ss".
-std::string TimeText(const TimeOfDayRecord& time);

@@ -6,6 +6,8 @@
 
 namespace {
 
+// What calls an export takes null for one that the library lacks.
+
 // A text that an export gives back as snprintf does. It may grow between the two calls; then it is cut.
 template <class Export, class... Args>
 std::string Text(Export entry, Args... args) {
@@ -18,7 +20,7 @@ std::string Text(Export entry, Args... args) {
     return text;
 }
 
-// A number that an export gives back; 0 where the library lacks it.
+// A number that an export gives back, 0 by default.
 template <class Export, class... Args>
 std::int32_t Call(Export entry, Args... args) {
     return entry == nullptr ? 0 : static_cast<std::int32_t>(entry(args...));
@@ -27,6 +29,7 @@ std::int32_t Call(Export entry, Args... args) {
 // Up to `count` bytes that an export moves.
 template <class Export>
 std::string Bytes(Export entry, std::uint32_t handle, int count) {
+    if (entry == nullptr) return {};
     std::string bytes(static_cast<std::size_t>(std::max(count, 0)), '\0');
     const std::int32_t got = entry(handle, reinterpret_cast<std::uint8_t*>(bytes.data()), std::max(count, 0));
     bytes.resize(static_cast<std::size_t>(std::clamp(got, 0, std::max(count, 0))));
@@ -41,6 +44,7 @@ std::int32_t Size(const std::string& bytes) { return static_cast<std::int32_t>(b
 // A raw report: the id goes in, the bytes come back.
 template <class Export>
 bool Report(Export entry, std::uint32_t handle, std::string& report) {
+    if (entry == nullptr) return false;
     const std::int32_t got = entry(handle, reinterpret_cast<std::uint8_t*>(report.data()), Size(report));
     if (got <= 0) return false;
     report.resize(static_cast<std::size_t>(std::min(got, Size(report))));
@@ -49,7 +53,8 @@ bool Report(Export entry, std::uint32_t handle, std::string& report) {
 
 }  // namespace
 
-OrvHidTable* clsHidLibraryApi::Table() {
+// Whether there is a usable library; loads it where it is not loaded.
+bool clsHidLibraryApi::Loaded() {
     if (m_file.empty() || m_loader.GetModuleHandle(m_file) == 0) {
         m_complete = false;
         for (const std::string& file :
@@ -62,221 +67,176 @@ OrvHidTable* clsHidLibraryApi::Table() {
             break;
         }
     }
-    return m_complete ? &m_table : nullptr;
+    return m_complete;
+}
+
+// Null for an export that the library lacks, and without a library.
+template <class Export>
+Export clsHidLibraryApi::Entry(Export OrvHidTable::*entry) {
+    return Loaded() ? m_table.*entry : nullptr;
 }
 
 clsIHidApi::Handle clsHidLibraryApi::Create() {
-    OrvHidTable* table = Table();
-    return table != nullptr ? table->orvhidCreate() : 0;
+    return static_cast<Handle>(Call(Entry(&OrvHidTable::orvhidCreate)));
 }
 
-void clsHidLibraryApi::Destroy(Handle handle) {
-    OrvHidTable* table = Table();
-    if (table != nullptr) Call(table->orvhidDestroy, handle);
-}
+void clsHidLibraryApi::Destroy(Handle handle) { Call(Entry(&OrvHidTable::orvhidDestroy), handle); }
 
 int clsHidLibraryApi::EventDescriptor(Handle handle) {
-    OrvHidTable* table = Table();
-    return table != nullptr && table->orvhidGetEventDescriptor != nullptr
-               ? table->orvhidGetEventDescriptor(handle)
-               : -1;
+    const auto entry = Entry(&OrvHidTable::orvhidGetEventDescriptor);
+    return entry != nullptr ? entry(handle) : -1;
 }
 
-void clsHidLibraryApi::Dispatch(Handle handle) {
-    OrvHidTable* table = Table();
-    if (table != nullptr) Call(table->orvhidDispatch, handle);
-}
+void clsHidLibraryApi::Dispatch(Handle handle) { Call(Entry(&OrvHidTable::orvhidDispatch), handle); }
 
 int clsHidLibraryApi::NumberOfDevice(Handle handle) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Call(table->orvhidNumberOfDevice, handle) : 0;
+    return Call(Entry(&OrvHidTable::orvhidNumberOfDevice), handle);
 }
 
 std::string clsHidLibraryApi::EnumDevice(Handle handle, int index) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Text(table->orvhidEnumDevice, handle, index) : std::string();
+    return Text(Entry(&OrvHidTable::orvhidEnumDevice), handle, index);
 }
 
 std::string clsHidLibraryApi::EnumDeviceName(Handle handle, int index) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Text(table->orvhidEnumDeviceName, handle, index) : std::string();
+    return Text(Entry(&OrvHidTable::orvhidEnumDeviceName), handle, index);
 }
 
-bool clsHidLibraryApi::IsOpen(Handle handle) {
-    OrvHidTable* table = Table();
-    return table != nullptr && Call(table->orvhidIsOpen, handle) != 0;
-}
+bool clsHidLibraryApi::IsOpen(Handle handle) { return Call(Entry(&OrvHidTable::orvhidIsOpen), handle) != 0; }
 
 bool clsHidLibraryApi::Open(Handle handle, const std::string& name) {
-    OrvHidTable* table = Table();
-    return table != nullptr && Call(table->orvhidOpen, handle, name.c_str()) != 0;
+    return Call(Entry(&OrvHidTable::orvhidOpen), handle, name.c_str()) != 0;
 }
 
-void clsHidLibraryApi::Close(Handle handle) {
-    OrvHidTable* table = Table();
-    if (table != nullptr) Call(table->orvhidClose, handle);
-}
+void clsHidLibraryApi::Close(Handle handle) { Call(Entry(&OrvHidTable::orvhidClose), handle); }
 
 bool clsHidLibraryApi::Write(Handle handle, const std::string& bytes) {
-    OrvHidTable* table = Table();
-    return table != nullptr && table->orvhidWrite(handle, Data(bytes), Size(bytes)) != 0;
+    return Call(Entry(&OrvHidTable::orvhidWrite), handle, Data(bytes), Size(bytes)) != 0;
 }
 
 int clsHidLibraryApi::BytesToWrite(Handle handle) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Call(table->orvhidBytesToWrite, handle) : 0;
+    return Call(Entry(&OrvHidTable::orvhidBytesToWrite), handle);
 }
 
 void clsHidLibraryApi::DiscardWriteBuffer(Handle handle) {
-    OrvHidTable* table = Table();
-    if (table != nullptr) Call(table->orvhidDiscardWriteBuffer, handle);
+    Call(Entry(&OrvHidTable::orvhidDiscardWriteBuffer), handle);
 }
 
 void clsHidLibraryApi::SetWriteBufferSize(Handle handle, int size) {
-    OrvHidTable* table = Table();
-    if (table != nullptr) Call(table->orvhidSetWriteBufferSize, handle, size);
+    Call(Entry(&OrvHidTable::orvhidSetWriteBufferSize), handle, size);
 }
 
 int clsHidLibraryApi::GetWriteBufferSize(Handle handle) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Call(table->orvhidGetWriteBufferSize, handle) : 0;
+    return Call(Entry(&OrvHidTable::orvhidGetWriteBufferSize), handle);
 }
 
 std::string clsHidLibraryApi::Read(Handle handle, int count) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Bytes(table->orvhidRead, handle, count) : std::string();
+    return Bytes(Entry(&OrvHidTable::orvhidRead), handle, count);
 }
 
 int clsHidLibraryApi::BytesToRead(Handle handle) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Call(table->orvhidBytesToRead, handle) : 0;
+    return Call(Entry(&OrvHidTable::orvhidBytesToRead), handle);
 }
 
 void clsHidLibraryApi::DiscardReadBuffer(Handle handle) {
-    OrvHidTable* table = Table();
-    if (table != nullptr) Call(table->orvhidDiscardReadBuffer, handle);
+    Call(Entry(&OrvHidTable::orvhidDiscardReadBuffer), handle);
 }
 
 void clsHidLibraryApi::SetReadBufferSize(Handle handle, int size) {
-    OrvHidTable* table = Table();
-    if (table != nullptr) Call(table->orvhidSetReadBufferSize, handle, size);
+    Call(Entry(&OrvHidTable::orvhidSetReadBufferSize), handle, size);
 }
 
 int clsHidLibraryApi::GetReadBufferSize(Handle handle) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Call(table->orvhidGetReadBufferSize, handle) : 0;
+    return Call(Entry(&OrvHidTable::orvhidGetReadBufferSize), handle);
 }
 
 bool clsHidLibraryApi::WriteCtrl(Handle handle, const std::string& bytes) {
-    OrvHidTable* table = Table();
-    return table != nullptr && table->orvhidWriteCtrl(handle, Data(bytes), Size(bytes)) != 0;
+    return Call(Entry(&OrvHidTable::orvhidWriteCtrl), handle, Data(bytes), Size(bytes)) != 0;
 }
 
 int clsHidLibraryApi::BytesToWriteCtrl(Handle handle) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Call(table->orvhidBytesToWriteCtrl, handle) : 0;
+    return Call(Entry(&OrvHidTable::orvhidBytesToWriteCtrl), handle);
 }
 
 void clsHidLibraryApi::DiscardWriteCtrlBuffer(Handle handle) {
-    OrvHidTable* table = Table();
-    if (table != nullptr) Call(table->orvhidDiscardWriteCtrlBuffer, handle);
+    Call(Entry(&OrvHidTable::orvhidDiscardWriteCtrlBuffer), handle);
 }
 
 std::string clsHidLibraryApi::ReadCtrl(Handle handle, int count) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Bytes(table->orvhidReadCtrl, handle, count) : std::string();
+    return Bytes(Entry(&OrvHidTable::orvhidReadCtrl), handle, count);
 }
 
 int clsHidLibraryApi::BytesToReadCtrl(Handle handle) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Call(table->orvhidBytesToReadCtrl, handle) : 0;
+    return Call(Entry(&OrvHidTable::orvhidBytesToReadCtrl), handle);
 }
 
 void clsHidLibraryApi::DiscardReadCtrlBuffer(Handle handle) {
-    OrvHidTable* table = Table();
-    if (table != nullptr) Call(table->orvhidDiscardReadCtrlBuffer, handle);
+    Call(Entry(&OrvHidTable::orvhidDiscardReadCtrlBuffer), handle);
 }
 
 int clsHidLibraryApi::GetScanTiming(Handle handle) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Call(table->orvhidGetScanTiming, handle) : 0;
+    return Call(Entry(&OrvHidTable::orvhidGetScanTiming), handle);
 }
 
 void clsHidLibraryApi::SetScanTiming(Handle handle, int value) {
-    OrvHidTable* table = Table();
-    if (table != nullptr) Call(table->orvhidSetScanTiming, handle, value);
+    Call(Entry(&OrvHidTable::orvhidSetScanTiming), handle, value);
 }
 
 int clsHidLibraryApi::GetRequestTimeout(Handle handle) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Call(table->orvhidGetRequestTimeout, handle) : 0;
+    return Call(Entry(&OrvHidTable::orvhidGetRequestTimeout), handle);
 }
 
 void clsHidLibraryApi::SetRequestTimeout(Handle handle, int value) {
-    OrvHidTable* table = Table();
-    if (table != nullptr) Call(table->orvhidSetRequestTimeout, handle, value);
+    Call(Entry(&OrvHidTable::orvhidSetRequestTimeout), handle, value);
 }
 
 void clsHidLibraryApi::SetCallBackProc(Handle handle, CallBackProc proc, std::uint32_t userData) {
-    OrvHidTable* table = Table();
-    if (table != nullptr) Call(table->orvhidSetCallBackProc, handle, proc, userData);
+    Call(Entry(&OrvHidTable::orvhidSetCallBackProc), handle, proc, userData);
 }
 
 std::string clsHidLibraryApi::GetParamString(Handle handle, std::uint32_t param) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Text(table->orvhidGetParamString, handle, param) : std::string();
+    return Text(Entry(&OrvHidTable::orvhidGetParamString), handle, param);
 }
 
 std::string clsHidLibraryApi::GetDevicePrefix(Handle handle) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Text(table->orvhidGetDevicePrefix, handle) : std::string();
+    return Text(Entry(&OrvHidTable::orvhidGetDevicePrefix), handle);
 }
 
 void clsHidLibraryApi::SetDevicePrefix(Handle handle, const std::string& value) {
-    OrvHidTable* table = Table();
-    if (table != nullptr) Call(table->orvhidSetDevicePrefix, handle, value.c_str());
+    Call(Entry(&OrvHidTable::orvhidSetDevicePrefix), handle, value.c_str());
 }
 
 bool clsHidLibraryApi::GetBreak(Handle handle) {
-    OrvHidTable* table = Table();
-    return table != nullptr && Call(table->orvhidGetBreak, handle) != 0;
+    return Call(Entry(&OrvHidTable::orvhidGetBreak), handle) != 0;
 }
 
 void clsHidLibraryApi::SetBreak(Handle handle, bool value) {
-    OrvHidTable* table = Table();
-    if (table != nullptr) Call(table->orvhidSetBreak, handle, value ? 1 : 0);
+    Call(Entry(&OrvHidTable::orvhidSetBreak), handle, value ? 1 : 0);
 }
 
 bool clsHidLibraryApi::GetCTSHolding(Handle handle) {
-    OrvHidTable* table = Table();
-    return table != nullptr && Call(table->orvhidGetCTSHolding, handle) != 0;
+    return Call(Entry(&OrvHidTable::orvhidGetCTSHolding), handle) != 0;
 }
 
 bool clsHidLibraryApi::GetAsyncIO(Handle handle) {
-    OrvHidTable* table = Table();
-    return table != nullptr && Call(table->orvhidGetAsyncIO, handle) != 0;
+    return Call(Entry(&OrvHidTable::orvhidGetAsyncIO), handle) != 0;
 }
 
 void clsHidLibraryApi::SetAsyncIO(Handle handle, bool value) {
-    OrvHidTable* table = Table();
-    if (table != nullptr) Call(table->orvhidSetAsyncIO, handle, value ? 1 : 0);
+    Call(Entry(&OrvHidTable::orvhidSetAsyncIO), handle, value ? 1 : 0);
 }
 
 bool clsHidLibraryApi::AddNewUSBID(Handle handle, int vendor, int product) {
-    OrvHidTable* table = Table();
-    return table != nullptr && Call(table->orvhidAddNewUSBID, handle, vendor, product) != 0;
+    return Call(Entry(&OrvHidTable::orvhidAddNewUSBID), handle, vendor, product) != 0;
 }
 
 bool clsHidLibraryApi::DeviceIsUSBID(Handle handle, int vendor, int product) {
-    OrvHidTable* table = Table();
-    return table != nullptr && Call(table->orvhidDeviceIsUSBID, handle, vendor, product) != 0;
+    return Call(Entry(&OrvHidTable::orvhidDeviceIsUSBID), handle, vendor, product) != 0;
 }
 
 bool clsHidLibraryApi::GetDeviceUSBID(Handle handle, int& vendor, int& product) {
-    OrvHidTable* table = Table();
     std::int32_t foundVendor = 0;
     std::int32_t foundProduct = 0;
-    if (table == nullptr || Call(table->orvhidGetDeviceUSBID, handle, &foundVendor, &foundProduct) == 0)
+    if (Call(Entry(&OrvHidTable::orvhidGetDeviceUSBID), handle, &foundVendor, &foundProduct) == 0)
         return false;
     vendor = foundVendor;
     product = foundProduct;
@@ -284,76 +244,61 @@ bool clsHidLibraryApi::GetDeviceUSBID(Handle handle, int& vendor, int& product) 
 }
 
 std::string clsHidLibraryApi::GetDeviceManufacturer(Handle handle, const std::string& name) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Text(table->orvhidGetDeviceManufacturer, handle, name.c_str()) : std::string();
+    return Text(Entry(&OrvHidTable::orvhidGetDeviceManufacturer), handle, name.c_str());
 }
 
 std::string clsHidLibraryApi::GetDeviceProduct(Handle handle, const std::string& name) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Text(table->orvhidGetDeviceProduct, handle, name.c_str()) : std::string();
+    return Text(Entry(&OrvHidTable::orvhidGetDeviceProduct), handle, name.c_str());
 }
 
 std::string clsHidLibraryApi::GetDeviceSerialNumber(Handle handle, const std::string& name) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Text(table->orvhidGetDeviceSerialNumber, handle, name.c_str()) : std::string();
+    return Text(Entry(&OrvHidTable::orvhidGetDeviceSerialNumber), handle, name.c_str());
 }
 
 std::string clsHidLibraryApi::GetDeviceFile(Handle handle, const std::string& name) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Text(table->orvhidGetDeviceFile, handle, name.c_str()) : std::string();
+    return Text(Entry(&OrvHidTable::orvhidGetDeviceFile), handle, name.c_str());
 }
 
 int clsHidLibraryApi::GetDeviceAccess(Handle handle, const std::string& name) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Call(table->orvhidGetDeviceAccess, handle, name.c_str()) : 0;
+    return Call(Entry(&OrvHidTable::orvhidGetDeviceAccess), handle, name.c_str());
 }
 
 std::string clsHidLibraryApi::GetIndexedString(Handle handle, int index) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Text(table->orvhidGetIndexedString, handle, index) : std::string();
+    return Text(Entry(&OrvHidTable::orvhidGetIndexedString), handle, index);
 }
 
 bool clsHidLibraryApi::GetInputReport(Handle handle, std::string& report) {
-    OrvHidTable* table = Table();
-    return table != nullptr && Report(table->orvhidGetInputReport, handle, report);
+    return Report(Entry(&OrvHidTable::orvhidGetInputReport), handle, report);
 }
 
 bool clsHidLibraryApi::SetOutputReport(Handle handle, const std::string& report) {
-    OrvHidTable* table = Table();
-    return table != nullptr && table->orvhidSetOutputReport(handle, Data(report), Size(report)) != 0;
+    return Call(Entry(&OrvHidTable::orvhidSetOutputReport), handle, Data(report), Size(report)) != 0;
 }
 
 bool clsHidLibraryApi::GetFeature(Handle handle, std::string& report) {
-    OrvHidTable* table = Table();
-    return table != nullptr && Report(table->orvhidGetFeature, handle, report);
+    return Report(Entry(&OrvHidTable::orvhidGetFeature), handle, report);
 }
 
 bool clsHidLibraryApi::SetFeature(Handle handle, const std::string& report) {
-    OrvHidTable* table = Table();
-    return table != nullptr && table->orvhidSetFeature(handle, Data(report), Size(report)) != 0;
+    return Call(Entry(&OrvHidTable::orvhidSetFeature), handle, Data(report), Size(report)) != 0;
 }
 
 int clsHidLibraryApi::GetNumberInputBuffers(Handle handle) {
-    OrvHidTable* table = Table();
-    return table != nullptr ? Call(table->orvhidGetNumberInputBuffers, handle) : 0;
+    return Call(Entry(&OrvHidTable::orvhidGetNumberInputBuffers), handle);
 }
 
 void clsHidLibraryApi::SetNumberInputBuffers(Handle handle, int value) {
-    OrvHidTable* table = Table();
-    if (table != nullptr) Call(table->orvhidSetNumberInputBuffers, handle, value);
+    Call(Entry(&OrvHidTable::orvhidSetNumberInputBuffers), handle, value);
 }
 
 bool clsHidLibraryApi::FlushQueue(Handle handle) {
-    OrvHidTable* table = Table();
-    return table != nullptr && Call(table->orvhidFlushQueue, handle) != 0;
+    return Call(Entry(&OrvHidTable::orvhidFlushQueue), handle) != 0;
 }
 
 bool clsHidLibraryApi::CheckDevicesIsChanged(Handle handle) {
-    OrvHidTable* table = Table();
-    return table != nullptr && Call(table->orvhidCheckDevicesIsChanged, handle) != 0;
+    return Call(Entry(&OrvHidTable::orvhidCheckDevicesIsChanged), handle) != 0;
 }
 
 bool clsHidLibraryApi::IsHIDIOReady(Handle handle) {
-    OrvHidTable* table = Table();
-    return table != nullptr && Call(table->orvhidIsHIDIOReady, handle) != 0;
+    return Call(Entry(&OrvHidTable::orvhidIsHIDIOReady), handle) != 0;
 }

@@ -72,7 +72,9 @@ class clsHidLibraryApi final : public clsIHidApi {
     bool IsHIDIOReady(Handle handle) override;
 
   private:
-    OrvHidTable* Table();
+    bool Loaded();
+    template <class Export>
+    Export Entry(Export OrvHidTable::*entry);
 
     clsILibraryLoader& m_loader;
     std::string m_file;  // the one that was loaded

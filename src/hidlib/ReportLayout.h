@@ -13,17 +13,17 @@
 //
 //     [id][length][payload ... zeros]
 //
-// - id 1 is the data channel, id 2 the control channel, both ways. A device without report ids has no such
-// byte;
-//   its input and output reports are the data channel.
-// - length, one byte, counts the payload's bytes. The rest of the report, whose size comes from the report
-//   descriptor, is zeros.
-// - Where the descriptor has no input and output report for the control channel (a device without ids never
-// has),
-//   commands are set and answers are got as feature reports of the same form. An answer of length 0 is none
-//   yet; getting an answer takes it from the device.
-// - Reports of other ids are not looked at. A length that is larger than what has arrived means what has
-// arrived.
+// Id 1 is the data channel, id 2 the control channel, both ways. A device without report ids has no such
+// byte; its input and output reports are the data channel.
+//
+// Length, one byte, counts the payload's bytes. The rest of the report, whose size comes from the report
+// descriptor, is zeros. A length that is larger than what has arrived means what has arrived.
+//
+// Where the descriptor has no input and output report for the control channel (a device without ids never
+// has), commands are set and answers are got as feature reports of the same form. An answer of length 0 is
+// none yet; getting an answer takes it from the device.
+//
+// Reports of other ids are not looked at.
 
 enum class HidChannel { Data, Control };
 

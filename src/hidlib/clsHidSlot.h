@@ -26,8 +26,8 @@ struct HidShared {
     std::unique_ptr<clsIHidBackend> Backend;  ///< set before the worker starts
     clsEventDescriptor Wake;                  ///< makes the worker look at everything again
 
-    std::mutex
-        Lock;  ///< guards what follows and every handle; never held over a call to a device or the program
+    /// Guards what follows and every handle; never held over a call to a device or the program.
+    std::mutex Lock;
     std::condition_variable Changed;  ///< a request is done, a queue has run empty, a device has gone
     std::vector<HidDevice> Devices;   ///< all that are plugged in, accepted or not
 };
@@ -132,9 +132,8 @@ class clsHidSlot {
         std::uint32_t FirstEvent;  // of the four in a row: arrived, overflow, sent, refused
         ByteQueue In;
         ByteQueue Out;
-        std::size_t InFlight =
-            0;               // bytes that the worker has taken out of Out and the device has not taken yet
-        unsigned Epoch = 0;  // counts discards: a report of an earlier epoch is not sent any more
+        std::size_t InFlight = 0;  // bytes that have left Out and that the device has not taken yet
+        unsigned Epoch = 0;        // counts discards: a report of an earlier epoch is not sent any more
         unsigned Refusals = 0;
     };
     struct Request {

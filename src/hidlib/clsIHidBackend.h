@@ -9,10 +9,9 @@
 
 /// A HID device that is plugged in, accepted or not. Texts are ISO 8859-1.
 struct HidDevice {
-    std::string Key;   ///< what the back end knows it by; never the same again after a re-plug
-    std::string File;  ///< its device node
-    std::string
-        Instance;  ///< the last part of its name: no blank and no bracket; unique among those plugged in
+    std::string Key;       ///< what the back end knows it by; never the same again after a re-plug
+    std::string File;      ///< its device node
+    std::string Instance;  ///< ends its name: no blank and no bracket; unique among those plugged in
     std::uint16_t Vendor = 0;
     std::uint16_t Product = 0;
     bool SpareKeyboard = false;  ///< the keyboard among several interfaces of one device

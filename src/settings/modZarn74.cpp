@@ -72,8 +72,7 @@ void modZarn74::Attach(ucCOMM& comm, clsIMessageSink* log) {
     m_log = log;
 }
 
-// -- one setting
-// ------------------------------------------------------------------------------------------------
+// -- one setting --------------------------------------------------------------------------------------------
 
 bool modZarn74::ReadByte(int iRegister, std::uint8_t& value) {
     if (!FromImage()) return m_comm->GetRegister(iRegister, value);
@@ -236,8 +235,7 @@ bool modZarn74::SetCardInfo(int index, const CardConvertEntry& entry) {
            SetKeyString(ZarnRegisterMap::EntryTextRegister(index), entry.OutputText);
 }
 
-// -- everything
-// -------------------------------------------------------------------------------------------------
+// -- everything ---------------------------------------------------------------------------------------------
 
 void modZarn74::BeginFlow(int stepCount) {
     m_generation = m_comm->CancelGeneration();

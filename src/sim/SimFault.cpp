@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 
 #include "base/modText.h"
 
@@ -105,7 +104,7 @@ std::string ReadWord(const std::string& word, const FaultRow& row, SimFaultRule&
                "\"; known are once, always, command=, register=, skip=, count=, value=";
     }
     if (key == "value" && row.ValueName.empty()) return std::string(row.Name) + " takes no value";
-    const std::optional<int> number = ParseSimNumber(text, at->Highest);
+    const std::optional<int> number = modText::WholeNumber(text, at->Highest);
     if (!number) {
         const std::string unit = key == "value" ? " (" + std::string(row.ValueName) + ")" : "";
         return key + unit + " must be a number from 0 to " + std::to_string(at->Highest) + ", not \"" + text +
@@ -139,16 +138,6 @@ const std::vector<SimFault>& AllSimFaults() {
 bool SimFaultMeets(SimFault fault, char command) {
     const std::string_view commands = Row(fault).Commands;
     return commands.empty() || commands.find(command) != std::string_view::npos;
-}
-
-std::optional<int> ParseSimNumber(std::string_view text, int highest) {
-    const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
-    if (hexadecimal) text.remove_prefix(2);
-    int value = 0;
-    const auto end = std::from_chars(text.data(), text.data() + text.size(), value, hexadecimal ? 16 : 10);
-    if (text.empty() || end.ec != std::errc() || end.ptr != text.data() + text.size()) return {};
-    if (value < 0 || value > highest) return {};
-    return value;
 }
 
 std::optional<SimFaultRule> ParseSimFault(std::string_view text, std::string& error) {

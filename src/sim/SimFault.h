@@ -43,9 +43,6 @@ const std::vector<SimFault>& AllSimFaults();
 /// Whether the fault can meet a frame with that command letter.
 bool SimFaultMeets(SimFault fault, char command);
 
-/// A whole number from 0 to `highest` as a person types it, decimal or 0x hexadecimal; nothing for any other
-/// text.
-std::optional<int> ParseSimNumber(std::string_view text, int highest);
 /// Reads a rule as a person types it: a fault's name, then in any order "once", "always", and "command=B",
 /// "register=160", "skip=2", "count=1", "value=700", separated by blanks or commas. Numbers are decimal or
 /// 0x hexadecimal, letter case does not count. Nothing when the text is wrong; `error` then says why.

@@ -53,8 +53,7 @@ struct BusOptions {
 
 /// What the library's threads count and look at without asking the bus's thread.
 struct BusLink {
-    std::atomic<int> CallsLeft =
-        0;  ///< calls of the library until the device is pulled out; 0 and below is never
+    std::atomic<int> CallsLeft = 0;  ///< of the library, until the device is pulled out; 0 and below is never
     std::atomic<bool> RefusesReports = false;
 };
 

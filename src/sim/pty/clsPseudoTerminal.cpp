@@ -81,12 +81,8 @@ void clsPseudoTerminal::NoticeOpeners() {
             inotify_event event{};
             std::memcpy(&event, buffer.data() + at, sizeof event);
             at += static_cast<ssize_t>(sizeof event + event.len);
-            if ((event.mask & IN_Q_OVERFLOW) !=
-                0) {  // the count is lost: from now on somebody always listens
-                close(m_openers);
-                m_openers = -1;
-                return;
-            }
+            // The count is lost: from now on somebody always listens.
+            if ((event.mask & IN_Q_OVERFLOW) != 0) return StopCounting();
             if ((event.mask & IN_OPEN) != 0) ++m_openCount;
             if ((event.mask & IN_CLOSE) == 0 || m_openCount == 0 || --m_openCount > 0) continue;
             ioctl(m_master, TCFLSH, TCOFLUSH);  // what the kernel still carries from end to end

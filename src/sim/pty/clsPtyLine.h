@@ -13,8 +13,7 @@
 class clsPtyLine {
   public:
     struct Options {
-        int OnlyBaud =
-            0;  ///< nothing gets through unless the terminal's speed is this; 0 takes the reader's rule
+        int OnlyBaud = 0;  ///< the only speed of the terminal that gets through; 0 takes the reader's rule
         int Pace = 0;      ///< bytes take the time that this rate gives them, both ways; 0 is no time at all
         std::string Link;  ///< a symbolic link that points at the terminal while it is plugged; empty is none
     };

@@ -34,7 +34,7 @@ std::optional<int> CardType(const std::string& word) {
     for (const CardTypeRow& row : cardTypes) {
         if (row.Name == name) return row.Type;
     }
-    return ParseSimNumber(word, highestByte);
+    return modText::WholeNumber(word, highestByte);
 }
 
 // The text with \r, \n, \t, \\ and \xHH made into what they stand for; nothing when one of them is wrong.
@@ -52,7 +52,8 @@ std::optional<std::string> Unescape(std::string_view text) {
             case 't': bytes += '\t'; break;
             case '\\': bytes += '\\'; break;
             case 'x': {
-                const auto value = ParseSimNumber("0x" + std::string(text.substr(i + 1, 2)), highestByte);
+                const auto value =
+                    modText::WholeNumber("0x" + std::string(text.substr(i + 1, 2)), highestByte);
                 if (!value || i + 2 >= text.size()) return {};
                 bytes += static_cast<char>(*value);
                 i += 2;
@@ -166,15 +167,15 @@ void clsSimConsole::ShowRegister(int number) {
 
 void clsSimConsole::Get(std::string_view text) {
     const std::vector<std::string> words = Words(text);
-    const auto number = words.size() == 1 ? ParseSimNumber(words[0], highestRegister) : std::nullopt;
+    const auto number = words.size() == 1 ? modText::WholeNumber(words[0], highestRegister) : std::nullopt;
     if (!number) return m_error("usage: get REG; REG is 0..511, decimal or 0x hexadecimal");
     ShowRegister(*number);
 }
 
 void clsSimConsole::Set(std::string_view text) {
     const std::vector<std::string> words = Words(text);
-    const auto number = words.size() == 2 ? ParseSimNumber(words[0], highestRegister) : std::nullopt;
-    const auto value = number ? ParseSimNumber(words[1], highestByte) : std::nullopt;
+    const auto number = words.size() == 2 ? modText::WholeNumber(words[0], highestRegister) : std::nullopt;
+    const auto value = number ? modText::WholeNumber(words[1], highestByte) : std::nullopt;
     if (!value)
         return m_error("usage: set REG VALUE; REG is 0..511, VALUE 0..255, decimal or 0x hexadecimal");
     m_reader.SetRegister(*number, static_cast<std::uint8_t>(*value));

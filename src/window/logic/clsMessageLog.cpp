@@ -1,8 +1,5 @@
 #include "window/logic/clsMessageLog.h"
 
-#include <array>
-#include <cstdio>
-
 #include "base/modText.h"
 #include "widgets/logic/ControlText.h"
 
@@ -16,18 +13,17 @@ constexpr std::uint16_t CR = 13;
 
 bool IsDigit(std::uint16_t keyCode) { return keyCode >= '0' && keyCode <= '9'; }
 
-std::string TimeText(const TimeOfDayRecord& time) {
-    std::array<char, 40> text{};
-    std::snprintf(text.data(), text.size(), "%02d:%02d:%02d - ", time.Hour, time.Minute, time.Second);
-    return text.data();
-}
-
 LogColor ColorOf(const std::string& text) {
     if (modText::ContainsNoCase(text, " OK")) return LogColor::Blue;
     return modText::ContainsNoCase(text, " NG") ? LogColor::Red : LogColor::Black;
 }
 
 }  // namespace
+
+std::string TimeText(const TimeOfDayRecord& time) {
+    const auto two = [](int number) { return std::to_string(100 + number).substr(1); };
+    return two(time.Hour) + ":" + two(time.Minute) + ":" + two(time.Second);
+}
 
 clsMessageLog::clsMessageLog(clsIHost& host, clsILogView& view, const modKeyboard* keyNames)
     : m_host(host), m_view(view), m_keyNames(keyNames), m_timerAutoEnter(host, autoEnterTime, [this] {
@@ -43,7 +39,7 @@ void clsMessageLog::ShowMsg(const std::string& text) {
     // either.
     if (m_lineOpen || !m_lineEmpty) EndLine();
     m_lineOpen = false;
-    m_view.AppendLine(TimeText(m_host.TimeOfDay()), text, ColorOf(text));
+    m_view.AppendLine(TimeText(m_host.TimeOfDay()) + " - ", text, ColorOf(text));
 }
 
 void clsMessageLog::ShowChar(const std::string& text, LogColor color) {

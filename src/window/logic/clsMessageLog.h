@@ -34,6 +34,9 @@ class clsILogView {
     virtual void ClearText() = 0;
 };
 
+/// "hh:nn:ss", by the 24-hour clock.
+std::string TimeText(const TimeOfDayRecord& time);
+
 /// The message log: time-stamped result lines, and what the reader types. Owns the rules of colour and line
 /// ends; the view only shows. Called by the flows, the settings module and the comm control's events, from
 /// inside waits too; never runs the event loop itself.
