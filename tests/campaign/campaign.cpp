@@ -23,8 +23,15 @@ struct Ends {
 };
 constexpr Ends readEnds{"Get Device Information OK", "Get Device Information NG"};
 constexpr Ends writeEnds{"Write OK", "Write NG"};
+constexpr Ends defaultEnds{"Write Default Info OK", "Write Default Info NG"};
+constexpr Ends testEnds{"Test EEPROM OK", "Test EEPROM NG"};
+constexpr auto cardNG = "Can't Get Card Info!";
 
 void DoNothing(FlowWorld&) {}
+void BeSlow(FlowWorld& world) { world.flows.SetQuickRead(false); }
+void PlaceCard(FlowWorld& world) { world.reader.PlaceCard({3, "04526AF13B2C80"}); }
+void RemoveCard(FlowWorld& world) { world.reader.RemoveCard(); }
+void FillMemory(FlowWorld& world) { world.reader.Registers.fill(0x55); }
 void ShowOtherSettings(FlowWorld& world) {
     std::string message;
     world.flows.Read();
@@ -34,47 +41,33 @@ void ShowAllToWrite(FlowWorld& world) {
     ShowOtherSettings(world);
     world.flows.SetOnlyChanged(false);
 }
-void ReadBeforeDefaults(FlowWorld& world) {
+void PutDefaults(FlowWorld& world) {
     std::ifstream shipped(ZARN74_DATA_FOLDER "/Default.ini", std::ios::binary);
     world.disk.Contents["f"] = {std::istreambuf_iterator<char>(shipped), {}};
     world.flows.Read();
 }
-void PutFileWithoutControls(FlowWorld& world) {
+void PutFile(FlowWorld& world) {
     world.view.Controls = false;
     world.disk.Contents["f"] = TextOf(RecordOf(unusual));
 }
 
 struct FlowRow {
     const char* Name;
-    std::function<void(FlowWorld&)> Prepare;
+    void (*Prepare)(FlowWorld& world);
     std::function<FlowResult(clsReaderFlows&)> Run;
     Ends LastLines;
 };
 const FlowRow flowRows[] = {
     {"scan", DoNothing, &clsReaderFlows::AutoScan, readEnds},
-    {"slow read", [](auto& world) { world.flows.SetQuickRead(false); }, &clsReaderFlows::Read, readEnds},
+    {"slow read", BeSlow, &clsReaderFlows::Read, readEnds},
     {"quick read", DoNothing, &clsReaderFlows::Read, readEnds},
-    {"card",
-     [](auto& world) {
-         world.reader.PlaceCard({3, "04526AF13B2C80"});
-     },
-     &clsReaderFlows::ReadCardInfo,
-     {"", "Can't Get Card Info!"}},
-    {"no card",
-     [](auto& world) { world.reader.RemoveCard(); },
-     &clsReaderFlows::ReadCardInfo,
-     {"Empty", "Can't Get Card Info!"}},
+    {"card", PlaceCard, &clsReaderFlows::ReadCardInfo, {"", cardNG}},
+    {"no card", RemoveCard, &clsReaderFlows::ReadCardInfo, {"Empty", cardNG}},
     {"write all", ShowAllToWrite, &clsReaderFlows::Apply, writeEnds},
     {"write", ShowOtherSettings, &clsReaderFlows::Apply, writeEnds},
-    {"default",
-     ReadBeforeDefaults,
-     [](auto& flows) { return flows.Initialize("f"); },
-     {"Write Default Info OK", "Write Default Info NG"}},
-    {"write file", PutFileWithoutControls, [](auto& flows) { return flows.WriteFile("f"); }, writeEnds},
-    {"EEPROM",
-     [](auto& world) { world.reader.Registers.fill(0x55); },
-     &clsReaderFlows::TestEeprom,
-     {"Test EEPROM OK", "Test EEPROM NG"}},
+    {"default", PutDefaults, [](auto& flows) { return flows.Initialize("f"); }, defaultEnds},
+    {"write file", PutFile, [](auto& flows) { return flows.WriteFile("f"); }, writeEnds},
+    {"EEPROM", FillMemory, &clsReaderFlows::TestEeprom, testEnds},
 };
 enum Flow { Scan, SlowRead, QuickRead, Card, NoCard, WriteAll, Write, Default, WriteFile, Eeprom };
 bool IsReading(std::size_t flow) { return flow < WriteAll; }
