@@ -62,10 +62,8 @@ struct clsWindowTest : testing::Test, ReaderWorld {
         for (const QString& name : QString(names).split(' ')) {
             const auto& control = Find<QWidget>(name.toLatin1());
             const auto* const keys = qobject_cast<const TextBoxEx*>(&control);
-            const bool label = control.inherits("QLabel");
-            texts += keys    ? QtText::ToQString(keys->Text())
-                     : label ? control.property("text").toString()
-                             : control.metaObject()->userProperty().read(&control).toString();
+            const QVariant text = control.property(control.inherits("QComboBox") ? "currentText" : "text");
+            texts += keys != nullptr ? QtText::ToQString(keys->Text()) : text.toString();
         }
         return QtText::ToBytes(texts.join(' '));
     }
