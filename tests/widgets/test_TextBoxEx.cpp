@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <QTextBlock>
+#include <numeric>
 
 #include "base/clsPropertyBag.h"
 #include "widgets/Input.h"
 #include "widgets/TextBoxEx.h"
+#include "widgets/ucTextScroll.h"
 
 namespace {
 
@@ -23,8 +25,7 @@ class Box : public TextBoxEx {
         for (auto at = document()->begin().begin(); !at.atEnd(); ++at) {
             const std::string text = at.fragment().text().toStdString();
             const QColor color = at.fragment().charFormat().foreground().color();
-            EXPECT_TRUE(color == QColor(0, 0, 255) || color == QColor(0, 0, 0)) << text;
-            seen += color == QColor(0, 0, 255) ? "[" + text + "]" : text;
+            seen += color == QColor(0, 0, 255) ? "[" + text + "]" : color == Qt::black ? text : "?";
         }
         return seen;
     }
@@ -32,92 +33,84 @@ class Box : public TextBoxEx {
         SetSelStart(start);
         SetSelLength(length);
     }
-    void Press(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-        QTest::keyClick(this, static_cast<Qt::Key>(key), modifiers);
+    /// Keys by their names, separated by blanks.
+    void Press(const QString& keys) {
+        for (const QString& name : keys.split(' ')) {
+            const QKeyCombination key = QKeySequence(name)[0];
+            if (name.size() == 1) QTest::keyClicks(this, name);
+            if (name.size() > 1) QTest::keyClick(this, key.key(), key.keyboardModifiers());
+        }
     }
 };
 
-std::string Clipboard() { return QGuiApplication::clipboard()->text().toLatin1().toStdString(); }
+using Values = std::map<std::string, std::string>;
+
+/// The properties that a control writes which has read these.
+template <class Control>
+Values Kept(const Values& values) {
+    clsPropertyBag bag;
+    bag.Values = values;
+    Control control;
+    control.ReadProperties(bag);
+    bag.Values.clear();
+    control.WriteProperties(bag);
+    return bag.Values;
+}
 
 }  // namespace
 
 TEST(TextBoxEx, EveryControlCharacterHasItsKey) {
     Box box;
-    std::string expected;
-    for (int key = '@'; key <= '_'; ++key) {
-        box.Press(key, Qt::ControlModifier);
-        expected += static_cast<char>(key - '@');
-    }
-    for (const auto key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Escape}) box.Press(key);
+    for (char key = '@'; key <= '_'; ++key) box.Press(QString("Ctrl+") + key);
+    box.Press("Return Enter Esc");
+    std::string expected(32, '\0');
+    std::iota(expected.begin(), expected.end(), '\0');
     EXPECT_EQ(box.Text(), expected + "\r\r\x1B");
 }
 
-TEST(TextBoxEx, NamesAreBlueAndTypedCharactersAreBlackEverywhere) {
-    Box box;
-    QTest::keyClicks(&box, "<CR>");
-    box.Press(Qt::Key_M, Qt::ControlModifier);
-    QTest::keyClicks(&box, "x");
-    box.SetSelStart(4);
-    QTest::keyClicks(&box, "y");
-    EXPECT_EQ(box.Seen(), "<CR>y[<CR>]x");
-    box.SetSelStart(7);  // inside the name
-    QTest::keyClicks(&box, "z");
-    box.SetSelStart(8);
-    box.Press(Qt::Key_A, Qt::ControlModifier);
-    EXPECT_EQ(box.Seen(), "<CR>yz[<SOH><CR>]x");
-    EXPECT_EQ(box.SelStart(), 11);
-}
-
-TEST(TextBoxEx, BackspaceAndDeleteTakeANameWholeAlsoInAFullBox) {
+TEST(TextBoxEx, AKeyMeetsNamesAsAWholeAndNeverOverfillsTheBox) {
     const struct {
         const char* text;
-        int caret, key;
-        const char* after;
-        int caretAfter;
+        int start, length;  // of the selection
+        const char *keys, *after;
+        int caret;
     } rows[] = {
-        {"ab\rcd", 6, Qt::Key_Backspace, "abcd", 2},     {"ab\rcd", 2, Qt::Key_Delete, "abcd", 2},
-        {"\r\nab", 4, Qt::Key_Backspace, "[<LF>]ab", 0}, {"\r\nab", 4, Qt::Key_Delete, "[<CR>]ab", 4},
-        {"01234", 3, Qt::Key_Delete, "0124", 3},
+        {"", 0, 0, "< C R > Ctrl+M x", "<CR>[<CR>]x", 9},
+        {"<CR>\r", 4, 0, "y", "<CR>y[<CR>]", 5},
+        {"a\r", 3, 0, "z", "az[<CR>]", 2},  // inside the name: in front of it
+        {"a\r", 3, 0, "Ctrl+A", "a[<SOH><CR>]", 6},
+        {"ab\rcde", 6, 0, "Backspace", "abcde", 2},
+        {"ab\rcde", 2, 0, "Del", "abcde", 2},
+        {"\r\nab", 4, 0, "Backspace", "[<LF>]ab", 0},
+        {"\r\nab", 4, 0, "Del", "[<CR>]ab", 4},
+        {"01234", 3, 0, "Del", "0124", 3},
+        {"012345", 6, 0, "x Ctrl+B", "012345", 6},
+        {"012345", 2, 1, "x y", "01x345", 3},             // one in exchange for one
+        {"01234\r", 6, 2, "Ctrl+A", "01234[<SOH>]", 10},  // a piece of the name stands for all of it
     };
     for (const auto& row : rows) {
-        Box box(row.text, /*maxLength=*/5);
-        box.SetSelStart(row.caret);
-        box.Press(row.key);
+        Box box(row.text, /*maxLength=*/6);
+        box.Select(row.start, row.length);
+        box.Press(row.keys);
         EXPECT_EQ(box.Seen(), row.after);
-        EXPECT_EQ(box.SelStart(), row.caretAfter) << row.after;
+        EXPECT_EQ(box.SelStart(), row.caret) << row.after;
+        if (QString(row.keys).contains(' ')) continue;
         box.undo();
         EXPECT_EQ(box.Text(), row.text) << row.after;
     }
 }
 
-TEST(TextBoxEx, AFullBoxTakesAKeyOnlyInExchangeForASelection) {
-    Box box("0123456789ABCDE\r", /*maxLength=*/16);
-    QTest::keyClicks(&box, "x");
-    box.Press(Qt::Key_B, Qt::ControlModifier);
-    box.InsertCharacter('\n');
-    EXPECT_EQ(box.Text(), "0123456789ABCDE\r");
-    box.Select(2, 1);
-    QTest::keyClicks(&box, "xy");
-    box.Select(16, 2);  // a piece of the name stands for all of it
-    box.Press(Qt::Key_A, Qt::ControlModifier);
-    EXPECT_EQ(box.Seen(), "01x3456789ABCDE[<SOH>]");
-    box.SetText("\r0123456789");
-    Input::Compose(box, QString::fromUtf16(u"\u00E9\u4E2DGHIJKL"));
-    EXPECT_EQ(box.Text(), "\r0123456789\xE9GHIJ");
-}
-
-TEST(TextBoxEx, TheClipboardCarriesTheTextItself) {
+TEST(TextBoxEx, ClipboardDropAndInputMethodCarryTheTextItself) {
     Box box("a\rb\n", /*maxLength=*/16);
     box.Select(0, 4);  // the name only in part
-    box.Press(Qt::Key_Insert, Qt::ControlModifier);
-    EXPECT_EQ(Clipboard(), "a\r");
+    box.Press("Ctrl+Ins");
+    EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), "a\r");
     box.Select(2, 4);
-    box.Press(Qt::Key_Delete, Qt::ShiftModifier);
-    EXPECT_EQ(Clipboard(), "\rb");
+    box.Press("Shift+Del");
+    EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), "\rb");
     EXPECT_EQ(box.Seen(), "a[<LF>]");
     box.selectAll();
-    const QString foreign = QString::fromUtf16(u"<CR>\u20AC\r\n\u4E2D\U0001F600\u2029\t\u00E9");
-    Input::Paste(box, foreign + QString(1000000, u'\r'));
+    Input::Paste(box, "<CR>\u20AC\r\n\u4E2D\U0001F600\u2029\t\u00E9" + QString(1000000, u'\r'));
     EXPECT_EQ(box.Text(), "<CR>\r\n\t\xE9\r\r\r\r\r\r\r\r");
     QMimeData rich;
     rich.setHtml("<font color='#0000ff'>&lt;LF&gt;</font><img src='x'>");
@@ -125,17 +118,21 @@ TEST(TextBoxEx, TheClipboardCarriesTheTextItself) {
     box.SetText("a");
     Input::Drop(*box.viewport(), rich);
     EXPECT_EQ(box.Seen(), "<LF>a");
+    box.SetText("\r0123456789");
+    Input::Compose(box, "\u00E9\u4E2DGHIJKL");
+    EXPECT_EQ(box.Text(), "\r0123456789\xE9GHIJ");
 }
 
-TEST(TextBoxEx, ItsPropertiesAreKeptWhereTheyDifferFromTheDefaults) {
-    clsPropertyBag bag;
-    TextBoxEx box;
-    box.WriteProperties(bag);
-    EXPECT_TRUE(bag.Values.empty());
-    bag.Values = {{"Font", QFont("Sans", 20).toString().toStdString()}, {"MaxLength", "3"}, {"Text", "a\rb"}};
-    box.ReadProperties(bag);
-    EXPECT_EQ(box.Text(), "a\rb");
-    clsPropertyBag again;
-    box.WriteProperties(again);
-    EXPECT_EQ(again.Values, bag.Values);
+TEST(PersistedProperties, AreKeptWhereTheyDifferFromTheDefaults) {
+    EXPECT_EQ(Kept<TextBoxEx>({}), Values());
+    EXPECT_EQ(Kept<ucTextScroll>({}), Values());
+    const Values text{
+        {"Font", QFont("Sans", 20).toString().toStdString()}, {"MaxLength", "3"}, {"Text", "a\rb"}};
+    EXPECT_EQ(Kept<TextBoxEx>(text), text);
+    const Values scroll{{"BackColor", "#ffffff"},
+                        {"ForeColor", "#ff0000"},
+                        {"SelBackColor", "#ffff00"},
+                        {"SelForeColor", "#00ff00"},
+                        {"Text", "12"}};
+    EXPECT_EQ(Kept<ucTextScroll>(scroll), scroll);
 }
