@@ -33,14 +33,6 @@ class Box : public TextBoxEx {
         SetSelStart(start);
         SetSelLength(length);
     }
-    /// Keys by their names, separated by blanks.
-    void Press(const QString& keys) {
-        for (const QString& name : keys.split(' ')) {
-            const QKeyCombination key = QKeySequence(name)[0];
-            if (name.size() == 1) QTest::keyClicks(this, name);
-            if (name.size() > 1) QTest::keyClick(this, key.key(), key.keyboardModifiers());
-        }
-    }
 };
 
 using Values = std::map<std::string, std::string>;
@@ -61,8 +53,8 @@ Values Kept(const Values& values) {
 
 TEST(TextBoxEx, EveryControlCharacterHasItsKey) {
     Box box;
-    for (char key = '@'; key <= '_'; ++key) box.Press(QString("Ctrl+") + key);
-    box.Press("Return Enter Esc");
+    for (char key = '@'; key <= '_'; ++key) Input::Press(box, QString("Ctrl+") + key);
+    Input::Press(box, "Return Enter Esc");
     std::string expected(32, '\0');
     std::iota(expected.begin(), expected.end(), '\0');
     EXPECT_EQ(box.Text(), expected + "\r\r\x1B");
@@ -91,7 +83,7 @@ TEST(TextBoxEx, AKeyMeetsNamesAsAWholeAndNeverOverfillsTheBox) {
     for (const auto& row : rows) {
         Box box(row.text, /*maxLength=*/6);
         box.Select(row.start, row.length);
-        box.Press(row.keys);
+        Input::Press(box, row.keys);
         EXPECT_EQ(box.Seen(), row.after);
         EXPECT_EQ(box.SelStart(), row.caret) << row.after;
         if (QString(row.keys).contains(' ')) continue;
@@ -103,10 +95,10 @@ TEST(TextBoxEx, AKeyMeetsNamesAsAWholeAndNeverOverfillsTheBox) {
 TEST(TextBoxEx, ClipboardDropAndInputMethodCarryTheTextItself) {
     Box box("a\rb\n", /*maxLength=*/16);
     box.Select(0, 4);  // the name only in part
-    box.Press("Ctrl+Ins");
+    Input::Press(box, "Ctrl+Ins");
     EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), "a\r");
     box.Select(2, 4);
-    box.Press("Shift+Del");
+    Input::Press(box, "Shift+Del");
     EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), "\rb");
     EXPECT_EQ(box.Seen(), "a[<LF>]");
     box.selectAll();

@@ -190,15 +190,12 @@ TEST_F(clsControlsTest, TheWindowWorksFromTheKeyboard) {
     auto& prefix = Find<TextBoxEx>("txtPrefix");
     prefix.setFocus();
     chosenFile = "saved";
-    QTest::keyClick(&prefix, Qt::Key_S, Qt::ControlModifier);  // the box's own
+    Input::Press(prefix, "Ctrl+S");  // the box's own
     EXPECT_EQ(disk.Contents.count("saved"), 0U);
-    QTest::keyClick(&prefix, Qt::Key_F4);
+    Input::Press(prefix, "F4");
     EXPECT_EQ(disk.Contents.count("saved"), 1U);
-    for (const auto key : {Qt::Key_F5, Qt::Key_F2}) {
-        Sent.clear();
-        QTest::keyClick(&prefix, key);
-        EXPECT_GE(Count('Y'), 1) << key;
-    }
+    Input::Press(prefix, "F5 F2");
+    EXPECT_EQ(Sent, "YYVDVYYV") << "read, then found and read";
     auto& insert = Find<QComboBox>("cboPrefix");  // a key opens the list and enters nothing unseen
     const std::string text = prefix.Text();
     for (const auto key : {Qt::Key_Down, Qt::Key_C}) {
@@ -243,10 +240,7 @@ TEST_F(clsControlsTest, WhatTheReaderTypesAndWhatIsTypedStandsInTheLog) {
     reader.TypeText("12AB\r");
     host.Run(150);
     EXPECT_EQ(LastLine(), "12AB<CR>");
-    auto& log = Find<clsLogView>("txtView");
-    QTest::keyClick(&log, Qt::Key_7);
-    QTest::keyClick(&log, Qt::Key_7, Qt::KeypadModifier);
-    QTest::keyClick(&log, Qt::Key_Tab);
+    Input::Press(Find<clsLogView>("txtView"), "7 Num+7 Tab");
     EXPECT_EQ(LastLine(), "7{KeyPad7}<TAB>");
 }
 
