@@ -113,25 +113,24 @@ TEST_F(Flows, TheCardOnTheReaderFillsTheTablesControls) {
     flows.Read();
     const clsConvertTable before = view.Form.Table;
     const struct {
-        int Type;  // 0: no card
-        const char* Serial;
-        int ShownType, Row;
-        const char *ShownSerial, *End;
-    } cases[] = {{5, "2B008E41F6", 4, 4, "2B008E41F6", "Done: Get Device Information OK"},
-                 {1, "11223344", 0, -1, "11223344", "Done: Get Device Information OK"},
-                 {6, "11223344", 0, -1, "", "Done: Error Type"},
-                 {0, "", 0, -1, "", "Done: Empty"}};
+        SimCard Card;  // type 0: none
+        int Type, Row;
+        const char *Serial, *End;
+    } cases[] = {{{5, "2B008E41F6"}, 4, 4, "2B008E41F6", "Done: Get Device Information OK"},
+                 {{1, "11223344"}, 0, -1, "11223344", "Done: Get Device Information OK"},
+                 {{6, "11223344"}, 0, -1, "", "Done: Error Type"},
+                 {{0, ""}, 0, -1, "", "Done: Empty"}};
     for (const auto& c : cases) {
         view.Form.Table = before;
         view.Form.Table.SelectedRow = 0;
-        reader.PlaceCard({c.Type, c.Serial});
-        if (c.Type == 0) reader.RemoveCard();
+        reader.PlaceCard(c.Card);
+        if (c.Card.Type == 0) reader.RemoveCard();
         Sent.clear();
         EXPECT_EQ(End(flows.ReadCardInfo()), c.End);
-        EXPECT_EQ(view.Form.Table.CardType, c.ShownType);
-        EXPECT_EQ(view.Form.Table.OutputID, c.ShownSerial);
+        EXPECT_EQ(view.Form.Table.CardType, c.Type);
+        EXPECT_EQ(view.Form.Table.OutputID, c.Serial);
         EXPECT_EQ(view.Form.Table.SelectedRow, c.Row);
-        EXPECT_EQ(Sent, c.Type > 0 ? "J" : "JJ");  // a reader without a card is asked again
+        EXPECT_EQ(Sent, c.Card.Type > 0 ? "J" : "JJ");  // a reader without a card is asked again
     }
 }
 
@@ -172,41 +171,36 @@ TEST_F(Flows, TheRestOfACancelledImageIsNeitherShownNorTakenForAnAnswer) {
     EXPECT_EQ(logView.Text.find("Front door"), std::string::npos);
 }
 
-TEST_F(Flows, TheEepromTestFillsTheMemoryTwiceAndChecksIt) {
-    host.InWait = [this] {
-        EXPECT_EQ(view.Caption, "Cancel");
-        EXPECT_EQ(view.Indicator, TestIndicator::Grey);
-        EXPECT_TRUE(view.Buttons.Test && !view.Buttons.Port && !view.Buttons.Idle);
-    };
-    EXPECT_EQ(End(flows.TestEeprom()), "Done: Test EEPROM OK");
-    EXPECT_EQ(view.Caption, "Test EEPROM");
-    EXPECT_EQ(view.Indicator, TestIndicator::Green);
-    EXPECT_EQ(logView.Messages.size(), 1U + 2 * (32 + 2) + 1);
-    EXPECT_EQ(logView.Messages[0], "Begin Test EEPROM...");
-    EXPECT_EQ(logView.Messages[1], "Write 0x0 to EEPROM 0~15 byte OK");
-    EXPECT_EQ(logView.Messages[66], "Write 0xFF to EEPROM 496~511 byte OK");
-    EXPECT_EQ(Count('C'), 1024);
-    EXPECT_EQ(view.Steps, 66);
-    for (const auto value : reader.Registers) ASSERT_EQ(value, 0xFF);
-}
-
-TEST_F(Flows, TheEepromTestEndsAtTheFirstFailure) {
-    const std::pair<SimFaultRule, Texts> cases[] = {
+TEST_F(Flows, TheEepromTestFillsTheMemoryTwiceAndEndsAtTheFirstFailure) {
+    const struct {
+        SimFaultRule Fault;
+        Texts Lines;  // the last ones
+        TestIndicator Light;
+    } cases[] = {
         {{SimFault::RefuseCode, 'C', 33, 0, -1, 4},
-         {"Write 0x0 to EEPROM 16~31 byte OK", "SetRegister - Reg=33, Err=N04",
-          "Write 0x0 to EEPROM 32~47 byte NG", "Test EEPROM NG"}},
-        {{SimFault::ShortDump, 'Y', -1, 0, -1, 100}, {"Read EEPROM NG", "Test EEPROM NG"}},
+         {"Begin Test EEPROM...", "Write 0x0 to EEPROM 0~15 byte OK", "Write 0x0 to EEPROM 16~31 byte OK",
+          "SetRegister - Reg=33, Err=N04", "Write 0x0 to EEPROM 32~47 byte NG", "Test EEPROM NG"},
+         TestIndicator::Red},
+        {{SimFault::ShortDump, 'Y', -1, 0, -1, 100},
+         {"Read EEPROM NG", "Test EEPROM NG"},
+         TestIndicator::Red},
         {{SimFault::DroppedWrite, 'C', 0, 1, 1},
-         {"Write 0xFF to EEPROM 496~511 byte OK", "Read EEPROM OK", "Check EEPROM NG", "Test EEPROM NG"}}};
-    for (const auto& [fault, lines] : cases) {
+         {"Write 0xFF to EEPROM 496~511 byte OK", "Read EEPROM OK", "Check EEPROM NG", "Test EEPROM NG"},
+         TestIndicator::Red},
+        {{SimFault::NoAnswer, 'B'},
+         {"Read EEPROM OK", "Check EEPROM OK", "Test EEPROM OK"},
+         TestIndicator::Green}};
+    for (const auto& c : cases) {
         reader.ClearFaults();
         reader.Registers.fill(0x55);
-        reader.AddFault(fault);
-        EXPECT_EQ(flows.TestEeprom(), FlowResult::Failed);
+        reader.AddFault(c.Fault);
+        view.Steps = 0;
+        flows.TestEeprom();
         const auto end = logView.Messages.end();
-        EXPECT_EQ(Texts(end - static_cast<std::ptrdiff_t>(lines.size()), end), lines);
-        EXPECT_EQ(view.Indicator, TestIndicator::Red);
+        EXPECT_EQ(Texts(end - static_cast<std::ptrdiff_t>(c.Lines.size()), end), c.Lines);
+        EXPECT_EQ(view.Indicator, c.Light);
     }
+    EXPECT_EQ(view.Steps, 66);
     log.Clear();
     comm.SetPortOpen(false);
     EXPECT_EQ(End(flows.TestEeprom()), "Failed: ") << "a closed port: without a line";
