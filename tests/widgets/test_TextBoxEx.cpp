@@ -29,6 +29,17 @@ class Box : public TextBoxEx {
         }
         return seen;
     }
+    /// Enters such a text at once, past keys and clipboard.
+    void Put(const QString& text) {
+        QTextCharFormat format;
+        QTextCursor cursor(document());
+        cursor.beginEditBlock();
+        for (const QChar c : text) {
+            if (c == '[' || c == ']') format.setForeground(c == '[' ? Qt::blue : Qt::black);
+            if (c != '[' && c != ']') cursor.insertText(c, format);
+        }
+        cursor.endEditBlock();
+    }
     void Select(int start, int length) {
         SetSelStart(start);
         SetSelLength(length);
@@ -51,13 +62,35 @@ Values Kept(const Values& values) {
 
 }  // namespace
 
-TEST(TextBoxEx, EveryControlCharacterHasItsKey) {
+TEST(TextBoxEx, EveryControlCharacterHasItsNameAndItsKey) {
     Box box;
     for (char key = '@'; key <= '_'; ++key) Input::Press(box, QString("Ctrl+") + key);
     Input::Press(box, "Return Enter Esc");
-    std::string expected(32, '\0');
-    std::iota(expected.begin(), expected.end(), '\0');
-    EXPECT_EQ(box.Text(), expected + "\r\r\x1B");
+    EXPECT_EQ(box.Seen(),
+              "[<NUL><SOH><STX><ETX><EOT><ENQ><ACK><BEL><BS><TAB><LF><VT><FF><CR><SO><SI><DLE><DC1><DC2><DC3>"
+              "<DC4><NAK><SYN><ETB><CAN><EM><SUB><ESC><FS><GS><RS><US><CR><CR><ESC>]");
+    std::string all(256, '\0');
+    std::iota(all.begin(), all.end(), '\0');
+    EXPECT_EQ(Box(all).Text(), all);
+}
+
+TEST(TextBoxEx, ColourTellsNamesFromTypedTextAndDamageIsRepaired) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"<CR>", "<CR>"},
+        {"a[<CR]b", "ab"},         // its ">" was deleted: the name goes, what follows stays
+        {"a[CR>]b", "ab"},         // its "<" was deleted
+        {"[<CR<LF>]", "[<LF>]"},   // a second "<" starts the name again
+        {"[<(SP)>]a", "a"},        // no name of a control character
+        {"[<C]x[R>]", "x[<CR>]"},  // a character inside a name moves out in front of it
+    };
+    for (const auto& [damaged, repaired] : rows) {
+        Box box;
+        box.Put(damaged);
+        EXPECT_EQ(box.Seen(), repaired) << damaged;
+    }
+    Box box;
+    box.Put("[<cr>]");
+    EXPECT_EQ(box.Text(), "\r");
 }
 
 TEST(TextBoxEx, AKeyMeetsNamesAsAWholeAndNeverOverfillsTheBox) {
