@@ -79,8 +79,7 @@ TEST(ucTextScroll, TheKeysMoveTheFirstDigitTheLastOrBoth) {
 
 TEST(ucTextScroll, ValuesThatAreSetStayUntilTheUserMovesAMarker) {
     constexpr int largest = std::numeric_limits<int>::max();
-    for (const Range set :
-         {Range{0, 0}, Range{-7, 3}, Range{2, 200}, Range{3, -9}, Range{largest, largest}}) {
+    for (const Range set : {Range{-7, 3}, Range{2, 200}, Range{3, -9}, Range{largest, largest}}) {
         Box box(set);
         box.setFont(QFont(box.font().family(), 30));
         box.Drag(Side::Right, 0);

@@ -66,13 +66,9 @@ struct clsFormView final : clsIMainView {
     Texts Notices;  ///< boxes too
 };
 
-/// What a front end stands on, with no key held, and the command letters of the frames that reached the
+/// What a front end stands on, and the command letters of the frames that reached the
 /// reader.
 struct ReaderWorld : SimWorld {
-    struct clsNoKeys final : clsIKeyState {
-        [[nodiscard]] bool ShiftPressed(bool) const override { return false; }
-        [[nodiscard]] bool CapsLockOn() const override { return false; }
-    };
     ReaderWorld() {
         onFrame = reader.OnFrame.Connect([this](const std::string& frame, bool received) {
             if (received) Sent += frame.at(1);
@@ -82,9 +78,6 @@ struct ReaderWorld : SimWorld {
     [[nodiscard]] long Count(char command) const { return std::count(Sent.begin(), Sent.end(), command); }
 
     modZarn74 module;
-    clsNoKeys noKeys;
-    clsScanNames scanNames;
-    modKeyboard keyboard{noKeys, scanNames};
     clsMemoryFiles disk;
     std::string Sent;
     clsConnection onFrame;
@@ -100,7 +93,7 @@ struct FlowWorld : ReaderWorld {
     }
 
     clsRecordingLogView logView;
-    clsMessageLog log{host, logView, &keyboard};
+    clsMessageLog log{host, logView};
     clsSettingsFile files{disk};
     clsFormView view;
     clsReaderFlows flows{host, comm, module, log, files, view};

@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QListWidget>
+#include <QRegularExpression>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTest>
@@ -16,6 +17,7 @@
 #include "widgets/Input.h"
 #include "widgets/TextBoxEx.h"
 #include "widgets/ucTextScroll.h"
+#include "window/clsKeyState.h"
 #include "window/clsLogView.h"
 #include "window/frmMain.h"
 
@@ -28,7 +30,7 @@ struct clsWindowTest : testing::Test, ReaderWorld {
     }
     void Start(bool bench = false) {
         window.reset();
-        window = std::make_unique<frmMain>(WindowParts{host, comm, module, disk, store, serial, keyboard},
+        window = std::make_unique<frmMain>(WindowParts{host, comm, module, disk, store, serial, keyNames},
                                            WindowFiles{"start", "start", "Default.ini"}, bench);
         window->OnMessageBox = [this](const QString& text) {
             boxes += text.toStdString();
@@ -77,19 +79,20 @@ struct clsWindowTest : testing::Test, ReaderWorld {
     void TurnTo(int page) const { Find<QTabWidget>("SSTab1").setCurrentIndex(page); }
     /// The log without its times.
     [[nodiscard]] Texts Log() const {
-        constexpr int timeLength = 11;
-        Texts lines;
-        for (const QString& line : Find<clsLogView>("txtView").LogText().split('\n', Qt::SkipEmptyParts))
-            lines.push_back(QtText::ToBytes(line.size() > 2 && line[2] == ':' ? line.mid(timeLength) : line));
-        return lines;
+        static const QRegularExpression time("^..:..:.. - ", QRegularExpression::MultilineOption);
+        const QString text = Find<clsLogView>("txtView").LogText().remove(time).trimmed();
+        return modText::Split(QtText::ToBytes(text), '\n');
     }
-    [[nodiscard]] std::string LastLine() const { return Log().empty() ? std::string() : Log().back(); }
+    [[nodiscard]] std::string LastLine() const { return Log().empty() ? "" : Log().back(); }
     [[nodiscard]] ZarnForm Form() const {
         ZarnForm form;
         window->ReadForm(form);
         return form;
     }
 
+    clsKeyState keyState;
+    clsScanNames scanNames;
+    modKeyboard keyNames{keyState, scanNames};
     std::string boxes;
     std::string filters;
     std::function<void()> inBox;

@@ -93,25 +93,24 @@ TEST(Table, RowsAndEntriesAreTheSameThing) {
 TEST(Table, AddAndModifyNeedAFullSerialATextAndNoOtherRowAlike) {
     clsConvertTable table;
     table.Rows = {{"[1K ] 04A1B2C3       one", true}, {"[1K ] 04a1b2c4       two", false}};
+    table.OutputString = "x";
     const struct {
         const char* Why;
         int Type;
-        const char *Serial, *Output;
+        const char* Serial;
         int Selected;
         bool Add, Modify;
     } cases[] = {
-        {"another type, nothing selected", 1, "04A1B2C3", "x", -1, true, false},
-        {"the row itself", 0, "04A1B2C3", "x", 0, false, true},
-        {"the other row, letter case ignored", 0, "04A1B2C4", "x", 0, false, false},
-        {"a digit short", 0, "04A1B2C", "x", 0, false, false},
-        {"no text", 0, "04A1B2C9", "", 0, false, false},
-        {"EM125K has 10 digits", 4, "04A1B2C9AA", "x", 1, true, true},
-        {"no type", -1, "", "x", 1, false, false},
+        {"another type, nothing selected", 1, "04A1B2C3", -1, true, false},
+        {"the row itself", 0, "04A1B2C3", 0, false, true},
+        {"the other row, letter case ignored", 0, "04A1B2C4", 0, false, false},
+        {"a digit short", 0, "04A1B2C", 0, false, false},
+        {"EM125K has 10 digits", 4, "04A1B2C9AA", 1, true, true},
+        {"no type", -1, "", 1, false, false},
     };
     for (const auto& c : cases) {
         table.CardType = c.Type;
         table.OutputID = c.Serial;
-        table.OutputString = c.Output;
         table.SelectedRow = c.Selected;
         EXPECT_EQ(table.CheckCanAdd(), c.Add) << c.Why;
         EXPECT_EQ(table.CheckCanModify(), c.Modify) << c.Why;
