@@ -163,7 +163,8 @@ bool IsFinal(std::size_t flow, SimFault fault, char command) {
     return (refused || unanswered) && !(flow == Scan && command == 'D');  // found at the next rate
 }
 
-void TryFault(std::size_t flow, const CleanRun& clean, std::size_t at, SimFault fault, bool forGood) {
+/// Says whether the armed fault fired.
+bool TryFault(std::size_t flow, const CleanRun& clean, std::size_t at, SimFault fault, bool forGood) {
     const char command = clean.Sent[at];
     Watched world(flow, ", exchange " + std::to_string(at) + " (" + command + "), " +
                             std::string(SimFaultName(fault)) + (forGood ? " for good" : ""));
@@ -211,13 +212,16 @@ void TryFault(std::size_t flow, const CleanRun& clean, std::size_t at, SimFault 
         world.Expect(TextOf(world.flows.Record()) == clean.Record, "another record");
         world.Expect(world.view.Form.Table.OutputID == clean.OutputID, "another card");
     }
-    world.Expect(rule.Fired >= 1 && (forGood || rule.Fired == 1), "not fired, or more than once");
+    const bool fired = rule.Fired >= 1 && (forGood || rule.Fired == 1);
+    world.Expect(fired, "not fired, or more than once");
+    return fired;
 }
 
 enum Event { Pulled, Cancelled, Closed };
 constexpr const char* eventNames[] = {"line pulled", "cancel", "window closed"};
 
-void TryEvent(std::size_t flow, const CleanRun& clean, std::size_t at, Event event) {
+/// Says whether it happened.
+bool TryEvent(std::size_t flow, const CleanRun& clean, std::size_t at, Event event) {
     Watched world(flow, ", exchange " + std::to_string(at) + ", " + eventNames[event]);
     std::int64_t then = -1;
     world.OnFrame = [&](std::size_t number) {
@@ -254,6 +258,7 @@ void TryEvent(std::size_t flow, const CleanRun& clean, std::size_t at, Event eve
         world.Expect(world.host.Now() - then <= 60, "took its time");
     }
     if (!ownWay) world.Expect(clean.WroteUpTo(world.reader.Registers, at), "written beyond");
+    return then >= 0;
 }
 
 /// All cases of a flow. Every `step`th exchange is disturbed, the first two always.
@@ -261,24 +266,25 @@ struct Column {
     Column(std::size_t flow, std::size_t step) {
         const CleanRun clean(flow);
         Exchanges = clean.Sent.size();
+        const auto count = [this](std::string_view what, bool fired) {
+            ++Armed[what];
+            Fired[what] += fired ? 1 : 0;
+        };
         const auto before = mallinfo2().uordblks;
         for (std::size_t at = 0; at < Exchanges; at += at == 0 ? 1 : step) {
             for (const SimFault fault : AllSimFaults()) {
                 if (!SimFaultMeets(fault, clean.Sent[at])) continue;
-                TryFault(flow, clean, at, fault, /*forGood=*/false);
-                TryFault(flow, clean, at, fault, /*forGood=*/true);
-                Cases[SimFaultName(fault)] += 2;
+                for (const bool forGood : {false, true})
+                    count(SimFaultName(fault), TryFault(flow, clean, at, fault, forGood));
             }
-            for (const Event event : {Pulled, Cancelled, Closed}) {
-                TryEvent(flow, clean, at, event);
-                ++Cases[eventNames[event]];
-            }
+            for (const Event event : {Pulled, Cancelled, Closed})
+                count(eventNames[event], TryEvent(flow, clean, at, event));
         }
         Growth = static_cast<std::ptrdiff_t>(mallinfo2().uordblks - before);
     }
     std::size_t Exchanges = 0;
-    std::map<std::string_view, int> Cases;  // by what was done
-    std::ptrdiff_t Growth = 0;              // of the heap, over all these cases
+    std::map<std::string_view, int> Armed, Fired;  // by what was done
+    std::ptrdiff_t Growth = 0;                     // of the heap, over all these cases
 };
 
 }  // namespace
@@ -294,15 +300,15 @@ int main(int argc, char** argv) {
         std::cout << '\n';
     };
     std::size_t flow = 0;
-    print("cases", [&flow](const Column&) { return flowRows[flow++].Name; });
+    print("armed=fired", [&flow](const Column&) { return flowRows[flow++].Name; });
     print("exchanges", [](const Column& column) { return column.Exchanges; });
     std::vector<std::string_view> rows(std::begin(eventNames), std::end(eventNames));
     for (const SimFault fault : AllSimFaults()) rows.push_back(SimFaultName(fault));
     int cases = 0;
     for (const std::string_view row : rows) {
         print(row, [&](Column& column) {
-            cases += column.Cases[row];
-            return column.Cases[row];
+            cases += column.Armed[row];
+            return std::to_string(column.Armed[row]) + "=" + std::to_string(column.Fired[row]);
         });
     }
     bool grown = false;
