@@ -76,7 +76,7 @@ TEST(TextBoxEx, EveryControlCharacterHasItsNameAndItsKey) {
 
 TEST(TextBoxEx, ColourTellsNamesFromTypedTextAndDamageIsRepaired) {
     const std::pair<const char*, const char*> rows[] = {
-        {"<CR>", "<CR>"},
+        {"<CR>", "<CR>"},         {"a[<CR", "a"},
         {"a[<CR]b", "ab"},         // its ">" was deleted: the name goes, what follows stays
         {"a[CR>]b", "ab"},         // its "<" was deleted
         {"[<CR<LF>]", "[<LF>]"},   // a second "<" starts the name again

@@ -11,30 +11,18 @@ struct Flows : testing::Test, FlowWorld {
         constexpr const char* names[] = {"Done", "Failed", "Cancelled", "FileBad", "Refused"};
         return names[static_cast<int>(result)] + std::string(": ") + Last();
     }
-    static ButtonStates Idle(bool port, bool found) {
-        ButtonStates states;
-        states.Port = port;
-        states.Test = port;
-        states.ReadCardInfo = found;
-        return states;
-    }
-    void CancelAt(const std::string& line) {
-        logView.OnLine = [this, line] {
-            if (Last() == line) flows.Cancel();
-        };
-    }
 };
 
 TEST_F(Flows, AScanFindsTheReaderAndReadsItOrSaysOnceThatThereIsNone) {
     EXPECT_EQ(End(flows.AutoScan()), "Done: Get Device Information OK");
     EXPECT_EQ(Sent, "DVYYV");  // the product is asked once
     EXPECT_EQ(logView.Messages.front(), "Scan COM1, BaudRate=19200");
-    EXPECT_EQ(view.Buttons, Idle(/*port=*/true, /*found=*/true));
+    EXPECT_EQ(view.Buttons, (ButtonStates{.Port = true, .ReadCardInfo = true, .Test = true}));
     EXPECT_TRUE(view.Steps > 20 && !view.OutOfOrder) << view.Steps;
     reader.AddFault({});
     EXPECT_EQ(End(flows.AutoScan()), "Failed: Scan COM1, BaudRate=14400");
     EXPECT_EQ(view.Notices, Texts{"Missing Device"});
-    EXPECT_EQ(view.Buttons, Idle(/*port=*/false, /*found=*/false));
+    EXPECT_EQ(view.Buttons, ButtonStates());
     EXPECT_EQ(view.Panel, InfoPanel());
 }
 
@@ -100,7 +88,9 @@ TEST_F(Flows, AFileIsLaidOverTheReadersOwnSettings) {
 TEST_F(Flows, TheDefaultsAreShownAndWrittenUnlessACancelComesBetween) {
     EXPECT_EQ(End(flows.Initialize("f")), "FileBad: Open Zarn74 Default Info From File NG!");
     disk.Contents["f"] = "[General]\r\nLanguage=4\r\n";
-    CancelAt("Open Default Info From File OK!");
+    logView.OnLine = [this] {
+        if (Last() == "Open Default Info From File OK!") flows.Cancel();
+    };
     EXPECT_EQ(End(flows.Initialize("f")), "Cancelled: Write Default Info NG");
     EXPECT_EQ(Sent, "");
     logView.OnLine = {};
@@ -208,7 +198,7 @@ TEST_F(Flows, TheEepromTestFillsTheMemoryTwiceAndEndsAtTheFirstFailure) {
     EXPECT_EQ(End(flows.TestEeprom()), "Failed: ") << "a closed port: without a line";
     EXPECT_EQ(view.Indicator, TestIndicator::Grey);
     EXPECT_EQ(view.Caption, "Test EEPROM");
-    EXPECT_EQ(view.Buttons, Idle(/*port=*/false, /*found=*/false));
+    EXPECT_EQ(view.Buttons, ButtonStates());
 }
 
 }  // namespace
