@@ -137,6 +137,7 @@ TEST(TextBoxEx, ClipboardDropAndInputMethodCarryTheTextItself) {
     box.selectAll();
     Input::Paste(box, "<CR>\u20AC\r\n\u4E2D\U0001F600\u2029\t\u00E9" + QString(1000000, u'\r'));
     EXPECT_EQ(box.Text(), "<CR>\r\n\t\xE9\r\r\r\r\r\r\r\r");
+    EXPECT_EQ(box.LenX(), 16);
     QMimeData rich;
     rich.setHtml("<font color='#0000ff'>&lt;LF&gt;</font><img src='x'>");
     rich.setText("<LF>");
