@@ -4,14 +4,12 @@
 
 #include <malloc.h>
 
-#include <array>
 #include <cstdlib>
 #include <fstream>
 #include <iomanip>
 #include <iostream>
 #include <iterator>
-#include <string>
-#include <vector>
+#include <map>
 
 #include "window/FlowWorld.h"
 #include "window/RecordText.h"
@@ -20,92 +18,99 @@ namespace {
 
 using Image = std::array<std::uint8_t, clsSimReader::registerCount>;
 
-struct FlowRow {
-    const char* Name;
-    void (*Prepare)(FlowWorld& world);
-    FlowResult (*Run)(clsReaderFlows& flows);
+struct Ends {
     const char *Passed, *Failed;  // the last lines of the log
 };
+constexpr Ends readEnds{"Get Device Information OK", "Get Device Information NG"};
+constexpr Ends writeEnds{"Write OK", "Write NG"};
+constexpr Ends defaultEnds{"Write Default Info OK", "Write Default Info NG"};
+constexpr Ends testEnds{"Test EEPROM OK", "Test EEPROM NG"};
+constexpr auto cardNG = "Can't Get Card Info!";
 
+void DoNothing(FlowWorld&) {}
+void BeSlow(FlowWorld& world) { world.flows.SetQuickRead(false); }
+void PlaceCard(FlowWorld& world) { world.reader.PlaceCard({3, "04526AF13B2C80"}); }
+void RemoveCard(FlowWorld& world) { world.reader.RemoveCard(); }
+void FillMemory(FlowWorld& world) { world.reader.Registers.fill(0x55); }
 void ShowOtherSettings(FlowWorld& world) {
     std::string message;
     world.flows.Read();
     world.view.Form.ShowZarn74(RecordOf(unusual), message);
 }
+void ShowAllToWrite(FlowWorld& world) {
+    ShowOtherSettings(world);
+    world.flows.SetOnlyChanged(false);
+}
+void PutDefaults(FlowWorld& world) {
+    std::ifstream shipped(ZARN74_DATA_FOLDER "/Default.ini", std::ios::binary);
+    world.disk.Contents["f"] = {std::istreambuf_iterator<char>(shipped), {}};
+    world.flows.Read();
+}
+void PutFile(FlowWorld& world) {
+    world.view.Controls = false;
+    world.disk.Contents["f"] = TextOf(RecordOf(unusual));
+}
 
+struct FlowRow {
+    const char* Name;
+    void (*Prepare)(FlowWorld& world);
+    std::function<FlowResult(clsReaderFlows&)> Run;
+    Ends LastLines;
+};
 const FlowRow flowRows[] = {
-    {"scan", [](FlowWorld&) {}, [](clsReaderFlows& flows) { return flows.AutoScan(); },
-     "Get Device Information OK", "Get Device Information NG"},
-    {"slow read", [](FlowWorld& world) { world.flows.SetQuickRead(false); },
-     [](clsReaderFlows& flows) { return flows.Read(); }, "Get Device Information OK",
-     "Get Device Information NG"},
-    {"quick read", [](FlowWorld&) {}, [](clsReaderFlows& flows) { return flows.Read(); },
-     "Get Device Information OK", "Get Device Information NG"},
-    {"write all",
-     [](FlowWorld& world) {
-         ShowOtherSettings(world);
-         world.flows.SetOnlyChanged(false);
-     },
-     [](clsReaderFlows& flows) { return flows.Apply(); }, "Write OK", "Write NG"},
-    {"write", ShowOtherSettings, [](clsReaderFlows& flows) { return flows.Apply(); }, "Write OK", "Write NG"},
-    {"default",
-     [](FlowWorld& world) {
-         std::ifstream shipped(ZARN74_DATA_FOLDER "/Default.ini", std::ios::binary);
-         world.disk.Contents["f"] = {std::istreambuf_iterator<char>(shipped), {}};
-         world.flows.Read();
-     },
-     [](clsReaderFlows& flows) { return flows.Initialize("f"); }, "Write Default Info OK",
-     "Write Default Info NG"},
-    {"write file",
-     [](FlowWorld& world) {
-         world.view.Controls = false;
-         world.disk.Contents["f"] = TextOf(RecordOf(unusual));
-     },
-     [](clsReaderFlows& flows) { return flows.WriteFile("f"); }, "Write OK", "Write NG"},
-    {"card",
-     [](FlowWorld& world) {
-         world.reader.PlaceCard({3, "04526AF13B2C80"});
-     },
-     [](clsReaderFlows& flows) { return flows.ReadCardInfo(); }, "", "Can't Get Card Info!"},
-    {"no card", [](FlowWorld& world) { world.reader.RemoveCard(); },
-     [](clsReaderFlows& flows) { return flows.ReadCardInfo(); }, "Empty", "Can't Get Card Info!"},
-    {"EEPROM", [](FlowWorld& world) { world.reader.Registers.fill(0x55); },
-     [](clsReaderFlows& flows) { return flows.TestEeprom(); }, "Test EEPROM OK", "Test EEPROM NG"},
+    {"scan", DoNothing, &clsReaderFlows::AutoScan, readEnds},
+    {"slow read", BeSlow, &clsReaderFlows::Read, readEnds},
+    {"quick read", DoNothing, &clsReaderFlows::Read, readEnds},
+    {"card", PlaceCard, &clsReaderFlows::ReadCardInfo, {"", cardNG}},
+    {"no card", RemoveCard, &clsReaderFlows::ReadCardInfo, {"Empty", cardNG}},
+    {"write all", ShowAllToWrite, &clsReaderFlows::Apply, writeEnds},
+    {"write", ShowOtherSettings, &clsReaderFlows::Apply, writeEnds},
+    {"default", PutDefaults, [](auto& flows) { return flows.Initialize("f"); }, defaultEnds},
+    {"write file", PutFile, [](auto& flows) { return flows.WriteFile("f"); }, writeEnds},
+    {"EEPROM", FillMemory, &clsReaderFlows::TestEeprom, testEnds},
 };
-enum FlowIndex : std::size_t {
-    Scan,
-    SlowRead,
-    QuickRead,
-    WriteAll,
-    Write,
-    Default,
-    WriteFile,
-    Card,
-    NoCard,
-    Eeprom
-};
+enum Flow { Scan, SlowRead, QuickRead, Card, NoCard, WriteAll, Write, Default, WriteFile, Eeprom };
+bool IsReading(std::size_t flow) { return flow < WriteAll; }
 
-/// A flow that is watched: what the reader was sent, and its memory before each frame.
+int failures = 0;
+
+/// A flow that is watched.
 struct Watched : FlowWorld {
-    explicit Watched(std::size_t flow) : Flow(flow) {
-        flowRows[flow].Prepare(*this);
+    explicit Watched(std::size_t flow, const std::string& how = "")
+        : Row(flowRows[flow]), Where(Row.Name + how) {
+        Row.Prepare(*this);
         logView.ClearText();
         Sent.clear();
         Before = reader.Registers;
         frames = reader.OnFrame.Connect([this](const std::string&, bool received) {
-            if (!received) return;
-            if (Keep) Images.push_back(reader.Registers);
-            if (OnFrame) OnFrame(Sent.size() - 1);
+            if (received && OnFrame) OnFrame(Sent.size() - 1);
         });
     }
     void Run() {
         const auto start = host.Now();
-        Result = flowRows[Flow].Run(flows);
+        Result = Row.Run(flows);
         Time = host.Now() - start;
     }
-    std::size_t Flow;
-    bool Keep = false;  // Images are kept
-    std::vector<Image> Images;
+    void Expect(bool holds, const std::string& what) const {
+        if (holds || ++failures > 20) return;
+        std::cout << Where << ": " << what << " (result " << static_cast<int>(Result) << ", " << Sent.size()
+                  << " frames, " << Time << " ms, \"" << Last() << "\")\n";
+    }
+    /// What holds after every flow, however it ended.
+    void ExpectControlsBack(bool forGood) {
+        Expect(!flows.FlowRunning() && !comm.Busy(), "still running");
+        Expect(view.Progress == std::pair(0, 0), "progress shown");
+        const bool port = comm.PortOpen();
+        Expect(view.Buttons.Idle && !view.Buttons.Cancel && view.Buttons.Port == port &&
+                   view.Buttons.Test == port,
+               "buttons");
+        Expect(view.Caption != "Cancel" && flows.RequestClose(), "not to be closed");
+        const auto frameTime = forGood ? 1500 : 5;
+        Expect(Time < frameTime * static_cast<std::int64_t>(Sent.size()) + 60'000, "took too long");
+    }
+
+    const FlowRow& Row;
+    const std::string Where;
     std::function<void(std::size_t)> OnFrame;  // from inside the frame of that number
     Image Before{};
     FlowResult Result = FlowResult::Refused;
@@ -115,23 +120,31 @@ struct Watched : FlowWorld {
 
 /// What the undisturbed flow did.
 struct CleanRun {
+    explicit CleanRun(std::size_t flow) {
+        Watched world(flow);
+        world.OnFrame = [&](std::size_t) { Images.push_back(world.reader.Registers); };
+        world.Run();
+        world.Expect(world.Result == FlowResult::Done && world.Last() == world.Row.LastLines.Passed,
+                     "not done");
+        Images.push_back(world.reader.Registers);
+        Sent = world.Sent;
+        Record = TextOf(world.flows.Record());
+        OutputID = world.view.Form.Table.OutputID;
+        Watched whole(flow);
+        whole.flows.SetOnlyChanged(false);
+        whole.Run();
+        WrittenWhole = whole.reader.Registers;
+    }
+    /// Nothing is written but what this flow had written by then, or a frame later.
+    [[nodiscard]] bool WroteUpTo(const Image& memory, std::size_t frame) const {
+        return memory == Images[frame] || memory == Images[frame + 1];
+    }
     std::string Sent;
     std::vector<Image> Images;  // before each frame, and at the end
     std::string Record;
     std::string OutputID;
     Image WrittenWhole;  // at the end of the same flow without a comparison before it
 };
-
-int failures = 0;
-void Expect(bool holds, const std::string& what, const Watched& world, const std::string& where) {
-    if (holds || ++failures > 20) return;
-    std::cout << where << ": " << what << " (result " << static_cast<int>(world.Result) << ", "
-              << world.Sent.size() << " frames, " << world.Time << " ms, \"" << world.Last() << "\")\n";
-}
-
-bool IsReading(std::size_t flow) {
-    return flow == Scan || flow == SlowRead || flow == QuickRead || flow == Card || flow == NoCard;
-}
 
 /// Whether one fault at that exchange ends the flow, and otherwise a second attempt or another way makes up
 /// for it.
@@ -150,203 +163,152 @@ bool IsFinal(std::size_t flow, SimFault fault, char command) {
     return (refused || unanswered) && !(flow == Scan && command == 'D');  // found at the next rate
 }
 
-/// What holds after every flow, however it ended.
-void ExpectControlsBack(Watched& world, const std::string& where, bool forGood = false) {
-    Expect(!world.flows.FlowRunning() && !world.comm.Busy(), "still running", world, where);
-    Expect(world.view.Progress == std::pair(0, 0), "progress shown", world, where);
-    Expect(world.view.Buttons.Idle && !world.view.Buttons.Cancel &&
-               world.view.Buttons.Port == world.comm.PortOpen() &&
-               world.view.Buttons.Test == world.comm.PortOpen(),
-           "buttons", world, where);
-    Expect(world.view.Caption != "Cancel" && world.flows.RequestClose(), "not to be closed", world, where);
-    Expect(world.Time < (forGood ? 1500 : 5) * static_cast<std::int64_t>(world.Sent.size()) + 60'000,
-           "took too long", world, where);
-}
-
-/// Nothing is written but what the undisturbed flow had written by then, or a frame later.
-bool WroteUpTo(const Watched& world, const CleanRun& clean, std::size_t frame) {
-    return world.reader.Registers == clean.Images[frame] || world.reader.Registers == clean.Images[frame + 1];
-}
-
 /// Says whether the armed fault fired.
 bool TryFault(std::size_t flow, const CleanRun& clean, std::size_t at, SimFault fault, bool forGood) {
-    const std::string where = std::string(flowRows[flow].Name) + ", exchange " + std::to_string(at) + " (" +
-                              clean.Sent[at] + "), " + std::string(SimFaultName(fault)) +
-                              (forGood ? " for good" : "");
-    Watched world(flow);
+    const char command = clean.Sent[at];
+    Watched world(flow, ", exchange " + std::to_string(at) + " (" + command + "), " +
+                            std::string(SimFaultName(fault)) + (forGood ? " for good" : ""));
     std::string error;
     SimFaultRule& rule = world.reader.AddFault(*ParseSimFault(SimFaultName(fault), error));
     for (std::size_t i = 0; i < at; ++i) rule.Skip += SimFaultMeets(fault, clean.Sent[i]) ? 1 : 0;
     if (!forGood) rule.Count = 1;
     world.Run();
-    ExpectControlsBack(world, where, forGood);
-    Expect(world.comm.PortOpen() || (flow == Scan && forGood), "port closed", world, where);
+    world.ExpectControlsBack(forGood);
+    world.Expect(world.comm.PortOpen() || (flow == Scan && forGood), "port closed");
 
     // Nobody can tell a write that is confirmed and dropped, nor a memory whose images are all garbled alike.
     const bool dumped = clean.Sent.find('Y') != std::string::npos;
     const bool hidden =
         fault == SimFault::DroppedWrite || (fault == SimFault::GarbageBeforeStx && forGood && dumped);
     const bool done = world.Result == FlowResult::Done;
-    Expect(done || world.Result == FlowResult::Failed, "neither done nor failed", world, where);
+    world.Expect(done || world.Result == FlowResult::Failed, "neither done nor failed");
     if (!forGood) {
         // Who writes a file reads the reader first.
-        const std::size_t part = flow != WriteFile ? flow : at <= clean.Sent.find('D') ? QuickRead : Write;
-        const bool final = IsFinal(part, fault, clean.Sent[at]);
-        Expect(done == (!final || flow == Scan), "ended the other way", world, where);
+        std::size_t part = flow;
+        if (flow == WriteFile) part = at <= clean.Sent.find('D') ? QuickRead : Write;
+        const bool final = IsFinal(part, fault, command);
+        world.Expect(done == (!final || flow == Scan), "ended the other way");
         const bool unread = flow == Scan && final && at == clean.Sent.find('V');
-        const char* last = final ? flowRows[part].Failed : flowRows[flow].Passed;
-        Expect(world.Last() == (unread ? "Found a reader" : last), "last line", world, where);
+        const char* last = final ? flowRows[part].LastLines.Failed : world.Row.LastLines.Passed;
+        world.Expect(world.Last() == (unread ? "Found a reader" : last), "last line");
     }
     const Image& memory = world.reader.Registers;
     if (IsReading(flow)) {
-        Expect(memory == world.Before, "a read that writes", world, where);
+        world.Expect(memory == world.Before, "a read that writes");
     } else if (hidden) {
-        Expect(done || flow == Eeprom || clean.Sent[at] != 'C', "not done", world, where);
+        world.Expect(done || flow == Eeprom || command != 'C', "not done");
     } else if (done) {
-        Expect(memory == clean.Images.back() || memory == clean.WrittenWhole, "not written", world, where);
-    } else if (clean.Sent[at] == 'C') {
-        Expect(WroteUpTo(world, clean, at), "written beyond", world, where);
+        world.Expect(memory == clean.Images.back() || memory == clean.WrittenWhole, "not written");
+    } else if (command == 'C') {
+        world.Expect(clean.WroteUpTo(memory, at), "written beyond");
     } else {
         for (std::size_t i = 0; i < memory.size(); ++i) {
-            Expect(memory[i] == world.Before[i] || memory[i] == clean.Images.back()[i] ||
-                       memory[i] == clean.WrittenWhole[i] || flow == Eeprom,
-                   "register " + std::to_string(i), world, where);
+            world.Expect(memory[i] == world.Before[i] || memory[i] == clean.Images.back()[i] ||
+                             memory[i] == clean.WrittenWhole[i] || flow == Eeprom,
+                         "register " + std::to_string(i));
         }
     }
-    if (done && world.Last() == flowRows[flow].Passed && IsReading(flow) && !hidden) {
-        Expect(TextOf(world.flows.Record()) == clean.Record, "another record", world, where);
-        Expect(world.view.Form.Table.OutputID == clean.OutputID, "another card", world, where);
+    if (done && world.Last() == world.Row.LastLines.Passed && IsReading(flow) && !hidden) {
+        world.Expect(TextOf(world.flows.Record()) == clean.Record, "another record");
+        world.Expect(world.view.Form.Table.OutputID == clean.OutputID, "another card");
     }
-    return rule.Fired >= 1 && (forGood || rule.Fired == 1);
+    const bool fired = rule.Fired >= 1 && (forGood || rule.Fired == 1);
+    world.Expect(fired, "not fired, or more than once");
+    return fired;
 }
 
-enum class Event { Pulled, Cancelled, Closed };
+enum Event { Pulled, Cancelled, Closed };
 constexpr const char* eventNames[] = {"line pulled", "cancel", "window closed"};
 
 /// Says whether it happened.
 bool TryEvent(std::size_t flow, const CleanRun& clean, std::size_t at, Event event) {
-    const std::string where = std::string(flowRows[flow].Name) + ", exchange " + std::to_string(at) + ", " +
-                              eventNames[static_cast<int>(event)];
-    Watched world(flow);
+    Watched world(flow, ", exchange " + std::to_string(at) + ", " + eventNames[event]);
     std::int64_t then = -1;
     world.OnFrame = [&](std::size_t number) {
         if (number != at) return;
         world.host.Post([&] {
             then = world.host.Now();
-            if (event == Event::Pulled) world.serial.Unplug(1);
-            if (event == Event::Cancelled) world.flows.Cancel();
-            if (event == Event::Closed) {
-                Expect(!world.flows.RequestClose(), "closed at once", world, where);
-            }
+            if (event == Pulled) world.serial.Unplug(1);
+            if (event == Cancelled) world.flows.Cancel();
+            if (event == Closed) world.Expect(!world.flows.RequestClose(), "closed at once");
         });
     };
     world.Run();
     world.host.Run(10);  // what came with its last moment
-    ExpectControlsBack(world, where);
+    world.ExpectControlsBack(/*forGood=*/false);
     // The EEPROM test ends behind its block of 16, or behind its dump.
-    const bool ownWay = event == Event::Closed && flow == Eeprom;
+    const bool ownWay = event == Closed && flow == Eeprom;
     std::size_t last = at;
     if (ownWay) {
         const std::size_t inPass = at % (clean.Sent.size() / 2);
         last = inPass < 512 ? at - inPass % 16 + 15 : at + (512 - inPass) + 1 + 16;
         last = std::min(last, clean.Sent.size() - 1);
     }
-    Expect(world.Sent.size() <= last + 1, "sent more", world, where);
+    world.Expect(then >= 0, "did not happen");
+    world.Expect(world.Sent.size() <= last + 1, "sent more");
+    const bool done = world.Result == FlowResult::Done;
     const bool nothingLeft = world.Sent == clean.Sent;
-    if (event == Event::Pulled) {
-        Expect(!world.comm.PortOpen() && world.Logged("COM1 is removed and closed") == 1, "port", world,
-               where);
-        Expect(world.Result == FlowResult::Failed ||
-                   ((nothingLeft || flow == Scan) && world.Result == FlowResult::Done),
-               "result", world, where);
+    if (event == Pulled) {
+        world.Expect(!world.comm.PortOpen() && world.Logged("COM1 is removed and closed") == 1, "port");
+        world.Expect(world.Result == FlowResult::Failed || ((nothingLeft || flow == Scan) && done), "result");
     } else if (ownWay) {
-        Expect(world.Result == FlowResult::Done && world.Logged("Cancel") + nothingLeft == 1, "result", world,
-               where);
+        world.Expect(done && world.Logged("Cancel") + nothingLeft == 1, "result");
     } else {
-        Expect(world.Result == FlowResult::Cancelled || (nothingLeft && world.Result == FlowResult::Done),
-               "result", world, where);
-        Expect(world.host.Now() - then <= 60, "took its time", world, where);
+        world.Expect(world.Result == FlowResult::Cancelled || (nothingLeft && done), "result");
+        world.Expect(world.host.Now() - then <= 60, "took its time");
     }
-    if (!ownWay) Expect(WroteUpTo(world, clean, at), "written beyond", world, where);
+    if (!ownWay) world.Expect(clean.WroteUpTo(world.reader.Registers, at), "written beyond");
     return then >= 0;
 }
 
-struct Cell {
-    int Armed = 0;
-    int Fired = 0;
-};
+/// All cases of a flow. Every `step`th exchange is disturbed, the first two always.
 struct Column {
-    std::size_t Exchanges = 0;
-    std::vector<Cell> Cells = std::vector<Cell>(AllSimFaults().size() + std::size(eventNames));
-    std::ptrdiff_t Growth = 0;  // of the heap, over all these cases
-};
-
-CleanRun RunClean(std::size_t flow) {
-    Watched world(flow);
-    world.Keep = true;
-    world.Run();
-    Expect(world.Result == FlowResult::Done && world.Last() == flowRows[flow].Passed, "not done", world,
-           flowRows[flow].Name);
-    world.Images.push_back(world.reader.Registers);
-    Watched whole(flow);
-    whole.flows.SetOnlyChanged(false);
-    whole.Run();
-    return {world.Sent, world.Images, TextOf(world.flows.Record()), world.view.Form.Table.OutputID,
-            whole.reader.Registers};
-}
-
-// Every `step`th exchange is disturbed, the first two always.
-Column RunColumn(std::size_t flow, std::size_t step) {
-    const auto& faults = AllSimFaults();
-    const CleanRun clean = RunClean(flow);
-    Column column;
-    column.Exchanges = clean.Sent.size();
-    const auto before = mallinfo2().uordblks;
-    for (std::size_t at = 0; at < clean.Sent.size(); at += at == 0 ? 1 : step) {
-        const auto count = [&column](std::size_t row, bool fired) {
-            ++column.Cells[row].Armed;
-            column.Cells[row].Fired += fired ? 1 : 0;
+    Column(std::size_t flow, std::size_t step) {
+        const CleanRun clean(flow);
+        Exchanges = clean.Sent.size();
+        const auto count = [this](std::string_view what, bool fired) {
+            ++Armed[what];
+            Fired[what] += fired ? 1 : 0;
         };
-        for (std::size_t i = 0; i < faults.size(); ++i) {
-            if (!SimFaultMeets(faults[i], clean.Sent[at])) continue;
-            for (const bool forGood : {false, true}) count(i, TryFault(flow, clean, at, faults[i], forGood));
+        const auto before = mallinfo2().uordblks;
+        for (std::size_t at = 0; at < Exchanges; at += at == 0 ? 1 : step) {
+            for (const SimFault fault : AllSimFaults()) {
+                if (!SimFaultMeets(fault, clean.Sent[at])) continue;
+                for (const bool forGood : {false, true})
+                    count(SimFaultName(fault), TryFault(flow, clean, at, fault, forGood));
+            }
+            for (const Event event : {Pulled, Cancelled, Closed})
+                count(eventNames[event], TryEvent(flow, clean, at, event));
         }
-        for (const Event event : {Event::Pulled, Event::Cancelled, Event::Closed}) {
-            count(faults.size() + static_cast<std::size_t>(event), TryEvent(flow, clean, at, event));
-        }
+        Growth = static_cast<std::ptrdiff_t>(mallinfo2().uordblks - before);
     }
-    column.Growth = static_cast<std::ptrdiff_t>(mallinfo2().uordblks - before);
-    return column;
-}
+    std::size_t Exchanges = 0;
+    std::map<std::string_view, int> Armed, Fired;  // by what was done
+    std::ptrdiff_t Growth = 0;                     // of the heap, over all these cases
+};
 
 }  // namespace
 
 int main(int argc, char** argv) {
     const std::size_t step = argc > 1 ? static_cast<std::size_t>(std::max(1, std::atoi(argv[1]))) : 1;
     std::vector<Column> columns;
-    for (std::size_t flow = 0; flow < std::size(flowRows); ++flow) columns.push_back(RunColumn(flow, step));
+    for (std::size_t flow = 0; flow < std::size(flowRows); ++flow) columns.emplace_back(flow, step);
 
-    const auto print = [&columns](const std::string& name, const auto& cell) {
+    const auto print = [&columns](std::string_view name, const auto& cell) {
         std::cout << std::left << std::setw(20) << name << std::right;
-        for (const Column& column : columns) std::cout << std::setw(12) << cell(column);
+        for (Column& column : columns) std::cout << std::setw(12) << cell(column);
         std::cout << '\n';
     };
     std::size_t flow = 0;
     print("armed=fired", [&flow](const Column&) { return flowRows[flow++].Name; });
     print("exchanges", [](const Column& column) { return column.Exchanges; });
+    std::vector<std::string_view> rows(std::begin(eventNames), std::end(eventNames));
+    for (const SimFault fault : AllSimFaults()) rows.push_back(SimFaultName(fault));
     int cases = 0;
-    bool allFired = true;
-    for (std::size_t row = 0; row < columns[0].Cells.size(); ++row) {
-        const auto& faults = AllSimFaults();
-        const std::string name(row < faults.size() ? SimFaultName(faults[row])
-                                                   : eventNames[row - faults.size()]);
-        print(name, [&](const Column& column) {
-            const Cell& cell = column.Cells[row];
-            cases += cell.Armed;
-            allFired = allFired && cell.Armed == cell.Fired;
-            if (cell.Armed == 0) return std::string("-");
-            return std::to_string(cell.Armed) + (cell.Armed == cell.Fired ? "=" : "!=") +
-                   std::to_string(cell.Fired);
+    for (const std::string_view row : rows) {
+        print(row, [&](Column& column) {
+            cases += column.Armed[row];
+            return std::to_string(column.Armed[row]) + "=" + std::to_string(column.Fired[row]);
         });
     }
     bool grown = false;
@@ -354,7 +316,6 @@ int main(int argc, char** argv) {
         grown = grown || column.Growth > 65536;
         return column.Growth;
     });
-    std::cout << cases << " cases, " << failures << " failures" << (allFired ? "" : ", a fault did not fire")
-              << (grown ? ", memory grows" : "") << '\n';
-    return failures == 0 && allFired && !grown ? 0 : 1;
+    std::cout << cases << " cases, " << failures << " failures" << (grown ? ", memory grows" : "") << '\n';
+    return failures == 0 && !grown ? 0 : 1;
 }

@@ -9,6 +9,15 @@
 /// What a user does that Qt Test has no function for.
 namespace Input {
 
+/// Keys by their names, separated by blanks.
+inline void Press(QWidget& control, const QString& keys) {
+    for (const QString& name : keys.split(' ')) {
+        const QKeyCombination key = QKeySequence(name)[0];
+        if (name.size() == 1) QTest::keyClicks(&control, name);
+        if (name.size() > 1) QTest::keyClick(&control, key.key(), key.keyboardModifiers());
+    }
+}
+
 inline void Paste(QWidget& box, const QString& text) {
     QGuiApplication::clipboard()->setText(text);
     QTest::keyClick(&box, Qt::Key_Insert, Qt::ShiftModifier);

@@ -1,11 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <QAction>
 #include <QTextBlock>
+#include <numeric>
 
 #include "base/clsPropertyBag.h"
 #include "widgets/Input.h"
 #include "widgets/TextBoxEx.h"
+#include "widgets/ucTextScroll.h"
 
 namespace {
 
@@ -24,152 +25,140 @@ class Box : public TextBoxEx {
         for (auto at = document()->begin().begin(); !at.atEnd(); ++at) {
             const std::string text = at.fragment().text().toStdString();
             const QColor color = at.fragment().charFormat().foreground().color();
-            EXPECT_TRUE(color == QColor(0, 0, 255) || color == QColor(0, 0, 0)) << text;
-            seen += color == QColor(0, 0, 255) ? "[" + text + "]" : text;
+            seen += color == QColor(0, 0, 255) ? "[" + text + "]" : color == Qt::black ? text : "?";
         }
         return seen;
+    }
+    /// Enters such a text at once, past keys and clipboard.
+    void Put(const QString& text) {
+        QTextCharFormat format;
+        QTextCursor cursor(document());
+        cursor.beginEditBlock();
+        for (const QChar c : text) {
+            if (c == '[' || c == ']') format.setForeground(c == '[' ? Qt::blue : Qt::black);
+            if (c != '[' && c != ']') cursor.insertText(c, format);
+        }
+        cursor.endEditBlock();
     }
     void Select(int start, int length) {
         SetSelStart(start);
         SetSelLength(length);
     }
-    void Press(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-        QTest::keyClick(this, static_cast<Qt::Key>(key), modifiers);
-    }
 };
 
-std::string Clipboard() { return QGuiApplication::clipboard()->text().toLatin1().toStdString(); }
+using Values = std::map<std::string, std::string>;
+
+/// The properties that a control writes which has read these.
+template <class Control>
+Values Kept(const Values& values) {
+    clsPropertyBag bag;
+    bag.Values = values;
+    Control control;
+    control.ReadProperties(bag);
+    bag.Values.clear();
+    control.WriteProperties(bag);
+    return bag.Values;
+}
 
 }  // namespace
 
-TEST(TextBoxEx, EveryControlCharacterHasItsKey) {
+TEST(TextBoxEx, EveryControlCharacterHasItsNameAndItsKey) {
     Box box;
-    std::string expected;
-    for (int letter = 'A'; letter <= 'Z'; ++letter) {
-        box.Press(letter, Qt::ControlModifier);
-        expected += static_cast<char>(letter - 'A' + 1);
-    }
-    for (const auto key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Escape}) box.Press(key);
-    for (const auto key : {Qt::Key_BracketLeft, Qt::Key_Backslash, Qt::Key_BracketRight, Qt::Key_AsciiCircum,
-                           Qt::Key_Underscore, Qt::Key_At}) {
-        box.Press(key, Qt::ControlModifier);
-    }
-    expected += std::string("\r\r\x1B\x1B\x1C\x1D\x1E\x1F\0", 9);
-    EXPECT_EQ(box.Text(), expected);
+    for (char key = '@'; key <= '_'; ++key) Input::Press(box, QString("Ctrl+") + key);
+    Input::Press(box, "Return Enter Esc");
+    EXPECT_EQ(box.Seen(),
+              "[<NUL><SOH><STX><ETX><EOT><ENQ><ACK><BEL><BS><TAB><LF><VT><FF><CR><SO><SI><DLE><DC1><DC2><DC3>"
+              "<DC4><NAK><SYN><ETB><CAN><EM><SUB><ESC><FS><GS><RS><US><CR><CR><ESC>]");
+    std::string all(256, '\0');
+    std::iota(all.begin(), all.end(), '\0');
+    EXPECT_EQ(Box(all).Text(), all);
 }
 
-TEST(TextBoxEx, NamesAreBlueAndTypedCharactersAreBlackEverywhere) {
+TEST(TextBoxEx, ColourTellsNamesFromTypedTextAndDamageIsRepaired) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"<CR>", "<CR>"},         {"a[<CR", "a"},
+        {"a[<CR]b", "ab"},         // its ">" was deleted: the name goes, what follows stays
+        {"a[CR>]b", "ab"},         // its "<" was deleted
+        {"[<CR<LF>]", "[<LF>]"},   // a second "<" starts the name again
+        {"[<(SP)>]a", "a"},        // no name of a control character
+        {"[<C]x[R>]", "x[<CR>]"},  // a character inside a name moves out in front of it
+    };
+    for (const auto& [damaged, repaired] : rows) {
+        Box box;
+        box.Put(damaged);
+        EXPECT_EQ(box.Seen(), repaired) << damaged;
+    }
     Box box;
-    QTest::keyClicks(&box, "<CR>");
-    box.Press(Qt::Key_M, Qt::ControlModifier);
-    QTest::keyClicks(&box, "x");
-    box.SetSelStart(4);
-    QTest::keyClicks(&box, "y");
-    EXPECT_EQ(box.Seen(), "<CR>y[<CR>]x");
-    box.SetSelStart(7);  // inside the name
-    QTest::keyClicks(&box, "z");
-    box.SetSelStart(8);
-    box.Press(Qt::Key_A, Qt::ControlModifier);
-    EXPECT_EQ(box.Seen(), "<CR>yz[<SOH><CR>]x");
-    EXPECT_EQ(box.SelStart(), 11);
+    box.Put("[<cr>]");
+    EXPECT_EQ(box.Text(), "\r");
 }
 
-TEST(TextBoxEx, BackspaceAndDeleteTakeANameWholeAlsoInAFullBox) {
+TEST(TextBoxEx, AKeyMeetsNamesAsAWholeAndNeverOverfillsTheBox) {
     const struct {
         const char* text;
-        int caret, key;
-        const char* after;
-        int caretAfter;
+        int start, length;  // of the selection
+        const char *keys, *after;
+        int caret;
     } rows[] = {
-        {"ab\rcd", 6, Qt::Key_Backspace, "abcd", 2},     {"ab\rcd", 2, Qt::Key_Delete, "abcd", 2},
-        {"\r\nab", 4, Qt::Key_Backspace, "[<LF>]ab", 0}, {"\r\nab", 4, Qt::Key_Delete, "[<CR>]ab", 4},
-        {"a\r", 5, Qt::Key_Backspace, "a", 1},           {"01234", 3, Qt::Key_Delete, "0124", 3},
+        {"", 0, 0, "< C R > Ctrl+M x", "<CR>[<CR>]x", 9},
+        {"<CR>\r", 4, 0, "y", "<CR>y[<CR>]", 5},
+        {"a\r", 3, 0, "z", "az[<CR>]", 2},  // inside the name: in front of it
+        {"a\r", 3, 0, "Ctrl+A", "a[<SOH><CR>]", 6},
+        {"ab\rcde", 6, 0, "Backspace", "abcde", 2},
+        {"ab\rcde", 2, 0, "Del", "abcde", 2},
+        {"\r\nab", 4, 0, "Backspace", "[<LF>]ab", 0},
+        {"\r\nab", 4, 0, "Del", "[<CR>]ab", 4},
+        {"01234", 3, 0, "Del", "0124", 3},
+        {"012345", 6, 0, "x Ctrl+B", "012345", 6},
+        {"012345", 2, 1, "x y", "01x345", 3},             // one in exchange for one
+        {"01234\r", 6, 2, "Ctrl+A", "01234[<SOH>]", 10},  // a piece of the name stands for all of it
     };
     for (const auto& row : rows) {
-        Box box(row.text, /*maxLength=*/5);
-        box.SetSelStart(row.caret);
-        box.Press(row.key);
+        Box box(row.text, /*maxLength=*/6);
+        box.Select(row.start, row.length);
+        Input::Press(box, row.keys);
         EXPECT_EQ(box.Seen(), row.after);
-        EXPECT_EQ(box.SelStart(), row.caretAfter) << row.after;
+        EXPECT_EQ(box.SelStart(), row.caret) << row.after;
+        if (QString(row.keys).contains(' ')) continue;
         box.undo();
         EXPECT_EQ(box.Text(), row.text) << row.after;
     }
 }
 
-TEST(TextBoxEx, AFullBoxTakesAKeyOnlyInExchangeForASelection) {
-    Box box("0123456789ABCDE\r", /*maxLength=*/16);
-    QTest::keyClicks(&box, "x");
-    box.Press(Qt::Key_B, Qt::ControlModifier);
-    box.InsertCharacter('\n');
-    EXPECT_EQ(box.Text(), "0123456789ABCDE\r");
-    box.Select(2, 1);
-    QTest::keyClicks(&box, "xy");
-    box.Select(16, 2);  // a piece of the name stands for all of it
-    box.Press(Qt::Key_A, Qt::ControlModifier);
-    EXPECT_EQ(box.Seen(), "01x3456789ABCDE[<SOH>]");
-    box.SetText("0123456789ABCDEFG");
-    EXPECT_EQ(box.LenX(), 16);
-    box.SetText("\r");
-    Input::Compose(box, QString::fromUtf16(u"\u00E9\u4E2D0123456789ABCDEF"));
-    EXPECT_EQ(box.Text(),
-              "\r\xE9"
-              "0123456789ABCD");
-}
-
-TEST(TextBoxEx, TheClipboardCarriesTheTextItself) {
+TEST(TextBoxEx, ClipboardDropAndInputMethodCarryTheTextItself) {
     Box box("a\rb\n", /*maxLength=*/16);
     box.Select(0, 4);  // the name only in part
-    box.Press(Qt::Key_Insert, Qt::ControlModifier);
-    EXPECT_EQ(Clipboard(), "a\r");
+    Input::Press(box, "Ctrl+Ins");
+    EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), "a\r");
     box.Select(2, 4);
-    box.Press(Qt::Key_Delete, Qt::ShiftModifier);
-    EXPECT_EQ(Clipboard(), "\rb");
+    Input::Press(box, "Shift+Del");
+    EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), "\rb");
     EXPECT_EQ(box.Seen(), "a[<LF>]");
     box.selectAll();
-    Input::Paste(box, QString::fromUtf16(u"<CR>\u20AC\r\n\u4E2D\U0001F600\u2029\t\u00E9"));
-    EXPECT_EQ(box.Text(), "<CR>\r\n\t\xE9");
-    Input::Paste(box, QString(1000000, u'\r'));
+    Input::Paste(box, "<CR>\u20AC\r\n\u4E2D\U0001F600\u2029\t\u00E9" + QString(1000000, u'\r'));
     EXPECT_EQ(box.Text(), "<CR>\r\n\t\xE9\r\r\r\r\r\r\r\r");
+    EXPECT_EQ(box.LenX(), 16);
     QMimeData rich;
     rich.setHtml("<font color='#0000ff'>&lt;LF&gt;</font><img src='x'>");
     rich.setText("<LF>");
     box.SetText("a");
-    box.selectAll();
-    QGuiApplication::clipboard()->setMimeData(new QMimeData);  // a picture, say
-    box.paste();
-    box.SetSelLength(0);
     Input::Drop(*box.viewport(), rich);
     EXPECT_EQ(box.Seen(), "<LF>a");
+    box.SetText("\r0123456789");
+    Input::Compose(box, "\u00E9\u4E2DGHIJKL");
+    EXPECT_EQ(box.Text(), "\r0123456789\xE9GHIJ");
 }
 
-TEST(TextBoxEx, KeysThatAreNotItsOwnGoToTheWindow) {
-    QWidget window;
-    TextBoxEx box(&window);
-    TextBoxEx next(&window);
-    QAction command(&window);
-    command.setShortcuts({QKeySequence("Ctrl+O"), QKeySequence("Esc"), QKeySequence("F5")});
-    window.addAction(&command);
-    std::string fired;
-    QObject::connect(&command, &QAction::triggered, [&] { fired += box.Text(); });
-    window.show();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
-    QTest::keyClick(&box, Qt::Key_O, Qt::ControlModifier);
-    QTest::keyClick(&box, Qt::Key_Escape);
-    QTest::keyClick(&box, Qt::Key_F5);
-    EXPECT_EQ(fired, "\x0F\x1B");
-    QTest::keyClick(&box, Qt::Key_Tab);
-    EXPECT_TRUE(next.hasFocus());
-}
-
-TEST(TextBoxEx, ItsPropertiesAreKeptWhereTheyDifferFromTheDefaults) {
-    clsPropertyBag bag;
-    TextBoxEx box;
-    box.WriteProperties(bag);
-    EXPECT_TRUE(bag.Values.empty());
-    bag.Values = {{"Font", QFont("Sans", 20).toString().toStdString()}, {"MaxLength", "3"}, {"Text", "a\rb"}};
-    box.ReadProperties(bag);
-    EXPECT_EQ(box.Text(), "a\rb");
-    clsPropertyBag again;
-    box.WriteProperties(again);
-    EXPECT_EQ(again.Values, bag.Values);
+TEST(PersistedProperties, AreKeptWhereTheyDifferFromTheDefaults) {
+    EXPECT_EQ(Kept<TextBoxEx>({}), Values());
+    EXPECT_EQ(Kept<ucTextScroll>({}), Values());
+    const Values text{
+        {"Font", QFont("Sans", 20).toString().toStdString()}, {"MaxLength", "3"}, {"Text", "a\rb"}};
+    EXPECT_EQ(Kept<TextBoxEx>(text), text);
+    const Values scroll{{"BackColor", "#ffffff"},
+                        {"ForeColor", "#ff0000"},
+                        {"SelBackColor", "#ffff00"},
+                        {"SelForeColor", "#00ff00"},
+                        {"Text", "12"}};
+    EXPECT_EQ(Kept<ucTextScroll>(scroll), scroll);
 }

@@ -8,92 +8,83 @@
 
 namespace {
 
-/// A line edit that takes hexadecimal digits, at most eight.
-struct HexEdit {
-    HexEdit() {
-        Format.SetFMTTextBox(&Edit);
+/// An editable combo box that takes hexadecimal digits, at most eight.
+struct HexBox : QComboBox {
+    HexBox() {
+        setEditable(true);
+        Edit = lineEdit();
+        Format.SetFMTTextBox(this);
         Format.SetFMTType(FMTTypes::Hexadecimal);
         Format.SetByteLen(8);
-        Edit.show();
-        EXPECT_TRUE(QTest::qWaitForWindowActive(&Edit));
+        show();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(this));
     }
-    [[nodiscard]] std::string Text() const { return Edit.text().toLatin1().toStdString(); }
-    QLineEdit Edit;
+    [[nodiscard]] std::string Text() const { return Edit->text().toLatin1().toStdString(); }
+    QLineEdit* Edit;
     clsTextFMT Format;
 };
 
 }  // namespace
 
-TEST(clsTextFMT, FiltersEveryWayIntoTheBox) {
-    HexEdit box;
-    QTest::keyClicks(&box.Edit, "aG-f ");
-    QTest::keyClick(&box.Edit, Qt::Key_Backspace);
+TEST(clsTextFMT, FiltersEveryWayIntoTheBoxThatItIsBoundTo) {
+    HexBox box;
+    Input::Press(box, "a G - f Backspace");
     EXPECT_EQ(box.Text(), "A");
-    Input::Paste(box.Edit, QString::fromUtf16(u"x1y2\nz\u0660\u4E2D"));
+    Input::Paste(*box.Edit, "x1y2\nz\u0660\u4E2D");
     EXPECT_EQ(box.Text(), "A12");
     QMimeData mime;
     mime.setText("g9");
-    Input::Drop(box.Edit, mime);
+    Input::Drop(*box.Edit, mime);
     EXPECT_EQ(box.Text(), "9A12");
-    Input::Compose(box.Edit, "hb");
+    Input::Compose(*box.Edit, "hb");
     EXPECT_EQ(box.Text(), "9BA12");
     QGuiApplication::clipboard()->setText("c0ffee");
-    QContextMenuEvent ask(QContextMenuEvent::Keyboard, QPoint(2, 2), box.Edit.mapToGlobal(QPoint(2, 2)));
-    QCoreApplication::sendEvent(&box.Edit, &ask);
-    auto* const menu = box.Edit.findChild<QMenu*>();
-    ASSERT_NE(menu, nullptr);
-    for (QAction* const action : menu->actions()) {
+    QContextMenuEvent ask(QContextMenuEvent::Keyboard, QPoint(), QPoint());
+    QCoreApplication::sendEvent(box.Edit, &ask);
+    for (QAction* const action : box.Edit->findChildren<QAction*>())
         if (action->text().contains("Paste")) action->trigger();
-    }
-    menu->close();
+    box.Edit->findChild<QMenu*>()->close();
     EXPECT_EQ(box.Text(), "9BC0FA12");  // "fee" has no room
-    box.Edit.setSelection(0, 5);
-    Input::Paste(box.Edit, "zz");
-    EXPECT_TRUE(box.Edit.hasSelectedText());  // nothing of it may be typed
-    QTest::keyClicks(&box.Edit, "d");
+    box.Edit->setSelection(0, 5);
+    Input::Paste(*box.Edit, "zz");
+    EXPECT_TRUE(box.Edit->hasSelectedText());  // nothing of it may be typed
+    QTest::keyClicks(box.Edit, "d");
     EXPECT_EQ(box.Text(), "DA12");
-    box.Edit.undo();
+    box.Edit->undo();
     EXPECT_EQ(box.Text(), "9BC0FA12");
+    QWidget other;
+    box.Format.SetFMTTextBox(&other);
+    EXPECT_EQ(box.Format.FMTTextBox(), nullptr);
+    Input::Press(box, "x");
+    EXPECT_EQ(box.Text(), "xA12");
 }
 
 TEST(clsTextFMT, AShorterLengthCutsNothingAndRefusesMore) {
-    HexEdit box;
-    box.Edit.setText("0123456789abcdef-any");  // past the format: taken as it is
+    HexBox box;
+    box.Edit->setText("0123456789abcdef-any");  // past the format: taken as it is
     box.Format.SetByteLen(4);
-    QTest::keyClicks(&box.Edit, "1");
+    QTest::keyClicks(box.Edit, "1");
     EXPECT_EQ(box.Text(), "0123456789abcdef-any");
-    box.Edit.setSelection(3, 17);
-    QTest::keyClicks(&box.Edit, "99");
+    box.Edit->setSelection(3, 17);
+    QTest::keyClicks(box.Edit, "99");
     EXPECT_EQ(box.Text(), "0129");
     box.Format.SetFMTType(FMTTypes::Text);
     box.Format.SetByteLen(6);
-    Input::Compose(box.Edit, QString::fromUtf16(u"\u20AC\u00E9z!"));
+    Input::Compose(*box.Edit, "\u20AC\u00E9z!");
     EXPECT_EQ(box.Text(), "0129\xE9z");
-    box.Edit.setCursorPosition(2);
+    box.Edit->setCursorPosition(2);
     box.Format.SetText("abcdefgh");
     EXPECT_EQ(box.Text(), "abcdef");
-    EXPECT_EQ(box.Edit.cursorPosition(), 2);
+    EXPECT_EQ(box.Edit->cursorPosition(), 2);
     box.Format.SetHaveToFixLen(true);
-    QTest::keyClick(&box.Edit, Qt::Key_Backspace);
+    QTest::keyClick(box.Edit, Qt::Key_Backspace);
     EXPECT_EQ(box.Text(), "0acdef");
-    EXPECT_EQ(box.Edit.cursorPosition(), 2);
+    EXPECT_EQ(box.Edit->cursorPosition(), 2);
+    box.Format.SetHaveToFixLen(false);
+    box.Format.SetFMTType(FMTTypes::Decimal);
+    box.Format.SetMaxValue(255);
+    box.Edit->selectAll();
+    Input::Press(box, "2 a 5 6");
+    EXPECT_EQ(box.Format.Text(), "25");
     EXPECT_EQ(clsTextFMT::ByteLength(QString::fromUtf16(u"a\u00FF\u20AC")), 4);
-}
-
-TEST(clsTextFMT, BindsTextBoxesAndEditableComboBoxesOnly) {
-    clsTextFMT format;
-    QComboBox combo;
-    combo.setEditable(true);
-    combo.addItem("as it is");
-    format.SetFMTTextBox(&combo);
-    format.SetMaxValue(255);
-    EXPECT_EQ(format.Text().toStdString(), "as it is");
-    combo.lineEdit()->selectAll();
-    QTest::keyClicks(&combo, "2a56");
-    EXPECT_EQ(combo.currentText().toStdString(), "25");
-    QWidget other;
-    format.SetFMTTextBox(&other);
-    EXPECT_EQ(format.FMTTextBox(), nullptr);
-    QTest::keyClicks(&combo, "x");
-    EXPECT_EQ(combo.currentText().toStdString(), "25x");
 }

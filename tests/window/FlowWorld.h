@@ -4,10 +4,32 @@
 #include <string>
 #include <utility>
 
-#include "LogView.h"
 #include "support/SimWorld.h"
 #include "support/clsMemoryFiles.h"
 #include "window/logic/clsReaderFlows.h"
+
+/// A log view that keeps what it is given: {b:..} is blue, {r:..} red.
+struct clsRecordingLogView final : clsILogView {
+    void AppendLine(const std::string& time, const std::string& text, LogColor color) override {
+        Text += time + Run(text, color) + "\n";
+        Messages.push_back(text);
+        if (OnLine) OnLine();
+    }
+    void AppendText(const std::string& text, LogColor color) override { Text += Run(text, color); }
+    void EndLine() override { Text += "\n"; }
+    void ClearText() override {
+        Text.clear();
+        Messages.clear();
+    }
+    static std::string Run(const std::string& text, LogColor color) {
+        if (color == LogColor::Black) return text;
+        return (color == LogColor::Blue ? "{b:" : "{r:") + text + "}";
+    }
+
+    std::string Text;  ///< everything
+    Texts Messages;    ///< the texts of whole lines
+    std::function<void()> OnLine;
+};
 
 /// A front end that keeps what it is shown; its controls are one form.
 struct clsFormView final : clsIMainView {
@@ -27,12 +49,9 @@ struct clsFormView final : clsIMainView {
         Caption = caption;
         Indicator = indicator;
     }
-    void ShowMessageBox(const std::string& text) override { Boxes.push_back(text); }
+    void ShowMessageBox(const std::string& text) override { Notices.push_back(text); }
     void ShowNotice(const std::string& text) override { Notices.push_back(text); }
-    bool GetFileName(std::string& name, bool, const std::string&) override {
-        name = FileName;
-        return !name.empty();
-    }
+    bool GetFileName(std::string&, bool, const std::string&) override { return false; }
     void FocusLog() override {}
 
     bool Controls = true;
@@ -44,33 +63,38 @@ struct clsFormView final : clsIMainView {
     bool OutOfOrder = false;
     std::string Caption;
     TestIndicator Indicator = TestIndicator::Grey;
-    Texts Boxes;
-    Texts Notices;
-    std::string FileName;
+    Texts Notices;  ///< boxes too
 };
 
-/// The flows over all that.
-struct FlowWorld : SimWorld {
-    FlowWorld() {
+/// What a front end stands on, and the command letters of the frames that reached the
+/// reader.
+struct ReaderWorld : SimWorld {
+    ReaderWorld() {
         onFrame = reader.OnFrame.Connect([this](const std::string& frame, bool received) {
             if (received) Sent += frame.at(1);
         });
-        flows.ButtonsEnable(true);
     }
     /// How often a command letter was sent.
     [[nodiscard]] long Count(char command) const { return std::count(Sent.begin(), Sent.end(), command); }
+
+    modZarn74 module;
+    clsMemoryFiles disk;
+    std::string Sent;
+    clsConnection onFrame;
+};
+
+/// The flows over all that.
+struct FlowWorld : ReaderWorld {
+    FlowWorld() { flows.ButtonsEnable(true); }
     /// The log's last message.
     [[nodiscard]] std::string Last() const { return logView.Messages.empty() ? "" : logView.Messages.back(); }
     [[nodiscard]] long Logged(const std::string& message) const {
         return std::count(logView.Messages.begin(), logView.Messages.end(), message);
     }
+
     clsRecordingLogView logView;
     clsMessageLog log{host, logView};
-    modZarn74 module;
-    clsMemoryFiles disk;
     clsSettingsFile files{disk};
     clsFormView view;
     clsReaderFlows flows{host, comm, module, log, files, view};
-    std::string Sent;  ///< the command letters of the frames that reached the reader
-    clsConnection onFrame;
 };

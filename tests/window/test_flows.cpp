@@ -11,50 +11,22 @@ struct Flows : testing::Test, FlowWorld {
         constexpr const char* names[] = {"Done", "Failed", "Cancelled", "FileBad", "Refused"};
         return names[static_cast<int>(result)] + std::string(": ") + Last();
     }
-    static ButtonStates Idle(bool port, bool found) {
-        ButtonStates states;
-        states.Port = port;
-        states.Test = port;
-        states.ReadCardInfo = found;
-        return states;
-    }
 };
 
-TEST_F(Flows, AScanFindsTheReaderReadsItAndShowsIt) {
+TEST_F(Flows, AScanFindsTheReaderAndReadsItOrSaysOnceThatThereIsNone) {
     EXPECT_EQ(End(flows.AutoScan()), "Done: Get Device Information OK");
     EXPECT_EQ(Sent, "DVYYV");  // the product is asked once
     EXPECT_EQ(logView.Messages.front(), "Scan COM1, BaudRate=19200");
-    EXPECT_EQ(view.Buttons, Idle(/*port=*/true, /*found=*/true));
-    EXPECT_GT(view.Steps, 20);
-    EXPECT_FALSE(view.OutOfOrder);
-    serial.Unplug(1);
-    host.Run(10);
-    EXPECT_EQ(Last(), "COM1 is removed and closed");
-    EXPECT_EQ(view.Buttons, Idle(/*port=*/false, /*found=*/false));
-}
-
-TEST_F(Flows, AScanWithoutAReaderSaysSoOnce) {
+    EXPECT_EQ(view.Buttons, (ButtonStates{.Port = true, .ReadCardInfo = true, .Test = true}));
+    EXPECT_TRUE(view.Steps > 20 && !view.OutOfOrder) << view.Steps;
     reader.AddFault({});
-    view.Panel.Product = "former";
     EXPECT_EQ(End(flows.AutoScan()), "Failed: Scan COM1, BaudRate=14400");
-    EXPECT_EQ(view.Boxes, Texts{"Missing Device"});
-    EXPECT_EQ(view.Buttons, Idle(/*port=*/false, /*found=*/false));
+    EXPECT_EQ(view.Notices, Texts{"Missing Device"});
+    EXPECT_EQ(view.Buttons, ButtonStates());
     EXPECT_EQ(view.Panel, InfoPanel());
-    EXPECT_EQ(view.Steps, 5);
-    EXPECT_EQ(End(flows.Scan("COM1")), "Failed: Scan COM1, BaudRate=14400");
-    reader.ClearFaults();
-    EXPECT_EQ(End(flows.Scan("COM1")), "Done: Found a reader");
-    Sent.clear();
-    ReaderIdentity identity;
-    flows.Identify(identity);
-    EXPECT_EQ(identity.Product + identity.Firmware.Version + identity.Firmware.FirmwareSN,
-              "Zarn74V1.02R007FWQ-K4436");
-    EXPECT_EQ(Sent, "V");
 }
 
 TEST_F(Flows, AnOddAnswerLeavesThePanelEmptyAndTheSettingsUnread) {
-    FirmwareRules former;
-    former.WithoutLeadingZeros = false;
     const char* cases[][4] = {{"Zarn74", "V1.02R007,X", "", "D"},
                               {"Zarn74,1", "V1.02R007", "Zarn74", "DV"},
                               {"Zarn74,1", "V1,X,Y", "Zarn74", "DV"}};
@@ -66,7 +38,7 @@ TEST_F(Flows, AnOddAnswerLeavesThePanelEmptyAndTheSettingsUnread) {
         EXPECT_EQ(End(flows.AutoScan()), "Done: Found a reader");
         EXPECT_EQ(Sent, asked);
         EXPECT_EQ(view.Panel, (InfoPanel{panel, "", "", "COM1"}));
-        EXPECT_EQ(view.Form.Firmware, former);
+        EXPECT_FALSE(view.Form.Firmware.WithoutLeadingZeros || view.Form.Firmware.Known);
     }
 }
 
@@ -96,76 +68,61 @@ TEST_F(Flows, WhatWritingCorrectedIsShown) {
 }
 
 TEST_F(Flows, AFileIsLaidOverTheReadersOwnSettings) {
-    constexpr const char* nothingKnown = "no settings found in this file; lines must end in CR LF";
-    constexpr const char* emptied = "the file has no conversion table: the reader's table is emptied";
     view.Controls = false;
     flows.Read();
     flows.SaveFile("same");
-    disk.Contents["partial"] = "[General]\r\nLanguage=77\r\n";
-    disk.Contents["unix"] = "[General]\nLanguage=1\n";
-    const struct {
-        const char* File;
-        bool Default;
-        const char* End;
-        long Writes;
-        const char* Notice;
-    } cases[] = {
-        {"missing", false, "FileBad: Open Device Info From File NG!", 0, ""},
-        {"missing", true, "FileBad: Open Zarn74 Default Info From File NG!", 0, ""},
-        {"unix", false, "FileBad: ", 0, nothingKnown},
-        {"same", false, "Done: Write OK", 1, ""},
-        // The reader gives serial numbers without padding: kept, it makes three rows differ.
-        {"same", true, "Done: Write Default Info OK", 1 + 3 * 8 + 11 + 11 + 16, ""},
-        {"partial", false, "Done: Write OK", 2 + 5 * 8 + 67, emptied},
-        {"partial", false, "Done: Write OK", 1, ""},
-    };
-    for (const auto& c : cases) {
+    disk.Contents["partial"] = "[General]\r\nLanguage=77\r\n";  // a code that no list has
+    EXPECT_EQ(End(flows.WriteFile("same")), "Done: Write OK");
+    EXPECT_EQ(Count('C'), 1);
+    // The reader gives serial numbers without padding: kept, it makes three rows differ.
+    EXPECT_EQ(End(flows.WriteDefault("same")), "Done: Write Default Info OK");
+    EXPECT_EQ(Count('C'), 2 + 3 * 8 + 11 + 11 + 16);
+    for (const int writes : {2 + 5 * 8 + 67, 1}) {
         Sent.clear();
-        logView.ClearText();
-        view.Notices = {""};
-        EXPECT_EQ(End(c.Default ? flows.WriteDefault(c.File) : flows.WriteFile(c.File)), c.End) << c.File;
-        EXPECT_EQ(Count('C'), c.Writes) << c.File;
-        EXPECT_EQ(view.Notices.back(), c.Notice);
-        EXPECT_EQ(Sent.empty(), c.Writes == 0) << c.File;
+        EXPECT_EQ(End(flows.WriteFile("partial")), "Done: Write OK");
+        EXPECT_EQ(Count('C'), writes);
+        EXPECT_EQ(view.Notices.size(), 1U) << "that the table is emptied";
     }
-    EXPECT_EQ(reader.Registers[210], 77);  // a code that no list has
-    EXPECT_EQ(reader.Registers[161], 'I');
-    Sent.clear();
+}
+
+TEST_F(Flows, TheDefaultsAreShownAndWrittenUnlessACancelComesBetween) {
+    EXPECT_EQ(End(flows.Initialize("f")), "FileBad: Open Zarn74 Default Info From File NG!");
+    disk.Contents["f"] = "[General]\r\nLanguage=4\r\n";
     logView.OnLine = [this] {
-        if (Last() == "Open Device Info From File OK!") flows.Cancel();
+        if (Last() == "Open Default Info From File OK!") flows.Cancel();
     };
-    EXPECT_EQ(End(flows.WriteFile("same")), "Cancelled: Write NG");
-    reader.AddFault({SimFault::NoAnswer, 'V'});
-    EXPECT_EQ(End(flows.WriteFile("same")), "Failed: Get Device Information NG");
-    EXPECT_EQ(Count('C'), 0);
+    EXPECT_EQ(End(flows.Initialize("f")), "Cancelled: Write Default Info NG");
+    EXPECT_EQ(Sent, "");
+    logView.OnLine = {};
+    EXPECT_EQ(End(flows.Initialize("f")), "Done: Write Default Info OK");
+    EXPECT_EQ(view.Form.GetComboItemData(FormList::Language), 4);
+    EXPECT_EQ(reader.Registers[210], 4);
 }
 
 TEST_F(Flows, TheCardOnTheReaderFillsTheTablesControls) {
     flows.Read();
     const clsConvertTable before = view.Form.Table;
     const struct {
-        int Type;  // 0: no card
-        int ShownType, Row;
-        const char *Serial, *ShownSerial, *End;
-    } cases[] = {{3, 2, 2, "04526AF13B2C80", "04526AF13B2C80", "Done: Get Device Information OK"},
-                 {5, 4, 4, "2B008E41F6", "2B008E41F6", "Done: Get Device Information OK"},
-                 {1, 0, -1, "11223344", "11223344", "Done: Get Device Information OK"},
-                 {6, 0, -1, "11223344", "", "Done: Error Type"},
-                 {0, 0, -1, "", "", "Done: Empty"}};
+        SimCard Card;  // type 0: none
+        int Type, Row;
+        const char *Serial, *Said;
+    } cases[] = {{{5, "2B008E41F6"}, 4, 4, "2B008E41F6", ""},
+                 {{1, "11223344"}, 0, -1, "11223344", ""},
+                 {{6, "11223344"}, 0, -1, "", "Error Type"},
+                 {{0, ""}, 0, -1, "", "Empty"}};
     for (const auto& c : cases) {
         view.Form.Table = before;
         view.Form.Table.SelectedRow = 0;
-        if (c.Type > 0) reader.PlaceCard({c.Type, c.Serial});
-        if (c.Type == 0) reader.RemoveCard();
+        reader.PlaceCard(c.Card);
+        if (c.Card.Type == 0) reader.RemoveCard();
         Sent.clear();
-        EXPECT_EQ(End(flows.ReadCardInfo()), c.End);
-        EXPECT_EQ(view.Form.Table.CardType, c.ShownType);
-        EXPECT_EQ(view.Form.Table.OutputID, c.ShownSerial);
+        log.Clear();
+        EXPECT_EQ(End(flows.ReadCardInfo()), "Done: " + std::string(c.Said));
+        EXPECT_EQ(view.Form.Table.CardType, c.Type);
+        EXPECT_EQ(view.Form.Table.OutputID, c.Serial);
         EXPECT_EQ(view.Form.Table.SelectedRow, c.Row);
-        EXPECT_EQ(Sent, c.Type > 0 ? "J" : "JJ");  // a reader without a card is asked again
+        EXPECT_EQ(Sent, c.Card.Type > 0 ? "J" : "JJ");  // a reader without a card is asked again
     }
-    reader.AddFault({});
-    EXPECT_EQ(End(flows.ReadCardInfo()), "Failed: Can't Get Card Info!");
 }
 
 TEST_F(Flows, WhatTheReaderTypesIsShownAndItsCardReadWhenAsked) {
@@ -184,10 +141,11 @@ TEST_F(Flows, WhatTheReaderTypesIsShownAndItsCardReadWhenAsked) {
     reader.RemoveCard();
     EXPECT_EQ(type("\n", 1000), "JJJ");
     EXPECT_EQ(view.Form.Table.OutputID, "");
-    EXPECT_EQ(type("\n", 50), "JJJ");
+    EXPECT_EQ(type("\t", 1000), "JJJJJ");
+    type("\n", 50);
     comm.SetPortOpen(false);
     host.Run(1000);
-    EXPECT_EQ(Sent + Last(), "JJJ");
+    EXPECT_EQ(Sent + Last(), "JJJJJ");
 }
 
 TEST_F(Flows, TheRestOfACancelledImageIsNeitherShownNorTakenForAnAnswer) {
@@ -201,19 +159,46 @@ TEST_F(Flows, TheRestOfACancelledImageIsNeitherShownNorTakenForAnAnswer) {
     const std::string text = logView.Text;
     host.Run(100);
     EXPECT_EQ(logView.Text, text);
-    logView.ClearText();
     EXPECT_EQ(End(flows.Read()), "Done: Get Device Information OK");
     EXPECT_EQ(logView.Text.find("Front door"), std::string::npos);
-    EXPECT_EQ(logView.Text.find(" NG"), std::string::npos);
 }
 
-TEST_F(Flows, ACancelBetweenTwoStepsIsNotForgotten) {
-    disk.Contents["f"] = "[General]\r\nLanguage=1\r\n";
-    logView.OnLine = [this] {
-        if (Last() == "Open Default Info From File OK!") flows.Cancel();
-    };
-    EXPECT_EQ(End(flows.Initialize("f")), "Cancelled: Write Default Info NG");
-    EXPECT_EQ(Sent, "");
+TEST_F(Flows, TheEepromTestFillsTheMemoryTwiceAndEndsAtTheFirstFailure) {
+    const struct {
+        SimFaultRule Fault;
+        Texts Lines;  // the last ones
+        TestIndicator Light;
+    } cases[] = {
+        {{SimFault::RefuseCode, 'C', 33, 0, -1, 4},
+         {"Begin Test EEPROM...", "Write 0x0 to EEPROM 0~15 byte OK", "Write 0x0 to EEPROM 16~31 byte OK",
+          "SetRegister - Reg=33, Err=N04", "Write 0x0 to EEPROM 32~47 byte NG", "Test EEPROM NG"},
+         TestIndicator::Red},
+        {{SimFault::ShortDump, 'Y', -1, 0, -1, 100},
+         {"Read EEPROM NG", "Test EEPROM NG"},
+         TestIndicator::Red},
+        {{SimFault::DroppedWrite, 'C', 0, 1, 1},
+         {"Write 0xFF to EEPROM 496~511 byte OK", "Read EEPROM OK", "Check EEPROM NG", "Test EEPROM NG"},
+         TestIndicator::Red},
+        {{SimFault::NoAnswer, 'B'},
+         {"Read EEPROM OK", "Check EEPROM OK", "Test EEPROM OK"},
+         TestIndicator::Green}};
+    for (const auto& c : cases) {
+        reader.ClearFaults();
+        reader.Registers.fill(0x55);
+        reader.AddFault(c.Fault);
+        view.Steps = 0;
+        flows.TestEeprom();
+        const auto end = logView.Messages.end();
+        EXPECT_EQ(Texts(end - static_cast<std::ptrdiff_t>(c.Lines.size()), end), c.Lines);
+        EXPECT_EQ(view.Indicator, c.Light);
+    }
+    EXPECT_EQ(view.Steps, 66);
+    log.Clear();
+    comm.SetPortOpen(false);
+    EXPECT_EQ(End(flows.TestEeprom()), "Failed: ") << "a closed port: without a line";
+    EXPECT_EQ(view.Indicator, TestIndicator::Grey);
+    EXPECT_EQ(view.Caption, "Test EEPROM");
+    EXPECT_EQ(view.Buttons, ButtonStates());
 }
 
 }  // namespace

@@ -15,26 +15,6 @@ ZarnForm Shown(const ZarnInfo& record) {
     return form;
 }
 
-TEST(Firmware, DecidesByVersionAndSerialNumber) {
-    const struct {
-        const char *Version, *Serial;
-        bool Zeros, Frequency, Model, None;
-    } cases[] = {
-        {"V1.01R003", "FWQ-K3861", false, false, false, false},
-        {"V1.01R004", "FWQ-K3861", true, false, false, false},
-        {"V1.01R005", "FWQ-K3861", true, false, false, true},
-        {"V1.01R006", "FWQ-K1", true, false, false, false},
-        {"V1.02R001", "FWQ-K1", true, false, false, true},
-        {"V1.02R002", "FWQ-K1", true, true, false, true},
-        {"V1.00R000", "FWQ-K4436", false, true, true, false},
-        {"1.5R9", "FWQ-K4407", false, true, true, false},
-    };
-    for (const auto& c : cases) {
-        const FirmwareRules expected{c.Zeros, c.Frequency, c.Model, c.Model, c.None, /*Known=*/true};
-        EXPECT_EQ(FirmwareRules::For(c.Version, c.Serial), expected) << c.Version << c.Serial;
-    }
-}
-
 TEST(Form, AFreshOneIsAFreshRecordAndEveryOtherComesBackAsItWas) {
     ZarnInfo record = RecordOf(unusual);
     EXPECT_TRUE(ZarnForm().SaveZarn74(record));
@@ -43,8 +23,6 @@ TEST(Form, AFreshOneIsAFreshRecordAndEveryOtherComesBackAsItWas) {
     EXPECT_EQ(form.Page, 1);
     EXPECT_TRUE(form.SaveZarn74(record));
     EXPECT_EQ(TextOf(record), TextOf(RecordOf(unusual)));
-    EXPECT_EQ(ZarnForm::FilterBoxText(ZarnForm::FilterIndex(0, 0)), "12345678");
-    EXPECT_EQ(ZarnForm::FilterBoxText(ZarnForm::FilterIndex(1, 2)), "123456789012345678");
     ZarnForm unselected;  // its lists leave their fields, and the transfer fails
     unselected.ClearSelections();
     EXPECT_FALSE(unselected.SaveZarn74(record));
@@ -85,28 +63,13 @@ TEST(Form, NoneIsOfferedByFirmwareOrForARecordWhileNoReaderIsKnown) {
     EXPECT_EQ(message, "Delimiter not found!");
 }
 
-TEST(Table, RowsAndEntriesAreTheSameThing) {
-    const struct {
-        CardConvertEntry Entry;
-        const char* Text;
-        bool Checked;
-        std::int32_t BackAs;
-    } cases[] = {
-        {{1, "04A1B2C3", "1234"}, "[1K ] 04A1B2C3       1234", true, 1},
-        {{2, "", ""}, "[4K ]                ", true, 2},
-        {{3, "04526AF13B2C80", "a,b"}, "[UL ] 04526AF13B2C80 a,b", true, 3},
-        {{4, "123456789012345", "x"}, "[DSF] 12345678901234 x", true, 4},
-        {{5, "2B008E41F6", " x"}, "[EM ] 2B008E41F6      x", true, 5},
-        {{240, "", "t"}, "[???]                t", false, 240},
-        {{9, "", "t"}, "[???]                t", true, 240},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(RowOfEntry(c.Entry), (ConvertRow{c.Text, c.Checked}));
-        const CardConvertEntry expected{c.BackAs, c.Entry.CardID.substr(0, 14), c.Entry.OutputText};
-        EXPECT_EQ(EntryOfRow({c.Text, true}), expected) << c.Text;
-    }
-    EXPECT_FALSE(RowOfEntry({0xF3, "", ""}).Checked);
-    // A gap closes up, and what stands behind the sixteenth row is left out.
+TEST(Table, ARecordsEntriesAreItsRowsWithoutGaps) {
+    const std::pair<CardConvertEntry, ConvertRow> cases[] = {
+        {{4, "123456789012345", "a,b"}, {"[DSF] 12345678901234 a,b", true}},
+        {{0xF3, "", " t"}, {"[UL ]                 t", false}},
+        {{9, "", "t"}, {"[???]                t", true}}};
+    for (const auto& [entry, row] : cases) EXPECT_EQ(RowOfEntry(entry), row) << row.Text;
+    // What stands behind the sixteenth row is left out.
     ZarnForm form = Shown(RecordOf("Convert(4)=[1K ],04A1B2C3,x"));
     form.Table.Rows.resize(17, {"[EM ]", true});
     ZarnInfo record;
@@ -118,27 +81,24 @@ TEST(Table, RowsAndEntriesAreTheSameThing) {
 TEST(Table, AddAndModifyNeedAFullSerialATextAndNoOtherRowAlike) {
     clsConvertTable table;
     table.Rows = {{"[1K ] 04A1B2C3       one", true}, {"[1K ] 04a1b2c4       two", false}};
+    table.OutputString = "x";
     const struct {
         const char* Why;
         int Type;
-        const char *Serial, *Output;
+        const char* Serial;
         int Selected;
         bool Add, Modify;
     } cases[] = {
-        {"there already", 0, "04A1B2C3", "x", -1, false, false},
-        {"another type, nothing selected", 1, "04A1B2C3", "x", -1, true, false},
-        {"the row itself", 0, "04A1B2C3", "x", 0, false, true},
-        {"the other row, letter case ignored", 0, "04A1B2C4", "x", 0, false, false},
-        {"a digit short", 0, "04A1B2C", "x", 0, false, false},
-        {"no text", 0, "04A1B2C9", "", 0, false, false},
-        {"UltraLight has 14 digits", 2, "04A1B2C9", "x", 0, false, false},
-        {"EM125K has 10 digits", 4, "04A1B2C9AA", "x", 1, true, true},
-        {"no type", -1, "", "x", 1, false, false},
+        {"another type, nothing selected", 1, "04A1B2C3", -1, true, false},
+        {"the row itself", 0, "04A1B2C3", 0, false, true},
+        {"the other row, letter case ignored", 0, "04A1B2C4", 0, false, false},
+        {"a digit short", 0, "04A1B2C", 0, false, false},
+        {"EM125K has 10 digits", 4, "04A1B2C9AA", 1, true, true},
+        {"no type", -1, "", 1, false, false},
     };
     for (const auto& c : cases) {
         table.CardType = c.Type;
         table.OutputID = c.Serial;
-        table.OutputString = c.Output;
         table.SelectedRow = c.Selected;
         EXPECT_EQ(table.CheckCanAdd(), c.Add) << c.Why;
         EXPECT_EQ(table.CheckCanModify(), c.Modify) << c.Why;
@@ -146,6 +106,12 @@ TEST(Table, AddAndModifyNeedAFullSerialATextAndNoOtherRowAlike) {
     table.Rows[1] = table.Rows[0];  // twins out of a file: each conflicts with the other
     table.SelectRow(0);
     EXPECT_FALSE(table.CheckCanModify());
+    table.OutputID = "ABCDEF01";
+    table.Rows.resize(15);
+    EXPECT_TRUE(table.CheckCanAdd());
+    table.Add();
+    table.OutputID = "ABCDEF02";
+    EXPECT_FALSE(table.CheckCanAdd()) << "a 17th row";
 }
 
 }  // namespace
