@@ -5,10 +5,11 @@
 #include "FuzzInput.h"
 #include "hidlib/ReportLayout.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::vector<std::uint8_t> exact(data, data + size);
+void TestOneInput(FuzzInput input) {
+    const std::string bytes = input.Rest();
+    const std::vector<std::uint8_t> exact(bytes.begin(), bytes.end());
     const auto parsed = ParseReportDescriptor(exact);
-    if (!parsed) return 0;
+    if (!parsed) return;
     for (const auto& [id, sizes] : parsed->Reports) {
         Require(
             sizes.Input <= longestReport && sizes.Output <= longestReport && sizes.Feature <= longestReport,
@@ -21,5 +22,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (payload.empty()) continue;
         Require(BuildReport(*lane, payload).size() == 1 + lane->Size, "a report has its size");
     }
-    return 0;
 }
