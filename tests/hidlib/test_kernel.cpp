@@ -134,21 +134,15 @@ TEST_F(HidKernel, OfAUsbDeviceTheStringsAreReadAndTheKeyboardIsLeftOut) {
           "A: manufacturer=Fa\303\247ade\nA: product=T\xE2\x82\xACrka\n");
     Attribute(usb, "descriptors", descriptors);
     Attribute(usb, "serial", "\xFF\x01x");  // is no UTF-8
-    const struct {
-        int Number;
-        const char* Protocol;
-        const std::string& Descriptor;
-    } interfaces[] = {
-        {0, "01", vendorDescriptor}, {1, "00", vendorDescriptor}, {2, "00", keyboardDescriptor}};
-    for (const auto& row : interfaces) {
-        const std::string path = usb + "/1-2:1." + std::to_string(row.Number);
+    for (const int number : {0, 1, 2}) {    // a boot keyboard, a reader, another keyboard
+        const std::string path = usb + "/1-2:1." + std::to_string(number);
         Entry(path, "usb",
-              "E: DEVTYPE=usb_interface\nA: bInterfaceNumber=0" + std::to_string(row.Number) +
-                  "\nA: bInterfaceProtocol=" + row.Protocol + "\nA: interface=Data\n");
-        Hid(path, row.Number, row.Descriptor);
+              "E: DEVTYPE=usb_interface\nA: bInterfaceNumber=0" + std::to_string(number) +
+                  "\nA: bInterfaceProtocol=" + (number == 0 ? "01" : "00") + "\nA: interface=Data\n");
+        Hid(path, number, number == 2 ? keyboardDescriptor : vendorDescriptor);
     }
     HidHandle hid;
-    ASSERT_EQ(orvhidNumberOfDevice(hid.Id), 1) << "neither the boot keyboard nor the other one";
+    ASSERT_EQ(orvhidNumberOfDevice(hid.Id), 1);
     EXPECT_EQ(hid.Name(), R"(\\?\hid#vid_2e91&pid_0005#1-2:1.1)");
     EXPECT_EQ(hid.Text(orvhidGetDeviceFile, "HID1"), "/dev/hidraw1");
     EXPECT_EQ(hid.Text(orvhidGetDeviceManufacturer, "HID1"), "Fa\347ade");
