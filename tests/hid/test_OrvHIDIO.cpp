@@ -52,9 +52,7 @@ struct Control : testing::Test {
     clsFakeLoader loader;
     clsFakeLibrary library{host};
     clsPropertyBag bag;
-    Texts boxes;
-    OrvHIDIO hid{host, loader, library, /*userMode=*/true,
-                 [this](const std::string& text) { boxes.push_back(text); }};
+    OrvHIDIO hid{host, loader, library, /*userMode=*/true};
     OrvHIDIO designed{host, loader, library, /*userMode=*/false};
     clsMSCommEvent sink;
     clsOrvHIDComm port{host};
@@ -295,6 +293,9 @@ TEST_F(Control, RegisterCallsAreCutAtTheArraysEndAndAtEightBytes) {
     hid.SetTarkaKeyCode(1, 2, 255);
     hid.TarkaEraseFlash();
     EXPECT_EQ(sentCtrl, (Texts{"\x03\x01\x05", "\x02\x03\x01\x02\xFF", "\x0B\0"s}));
+    answers = {"\x06\x01\x10"s};
+    TarkaIODirection direction{1, 0, 0};
+    EXPECT_TRUE(hid.GetTarkaDefaultIODirect(direction) && direction == (TarkaIODirection{0, 1, 1}));
 }
 
 TEST_F(Control, NamesOfThisTransportAreShownWithTheirProductAndReadBackBare) {
@@ -336,11 +337,14 @@ TEST_F(Control, DefaultIdsReadAsHexAndChangeOnlyAtDesignTime) {
     EXPECT_EQ(bag.Values,
               (std::map<std::string, std::string>{{"DefaultProductID", "-1"}, {"DefaultVendorID", "26"}}));
 
-    hid.SetDefaultVendorID(1);
-    hid.SetDefaultHexProductID("7");
+    Texts boxes;
+    OrvHIDIO running(host, loader, library, /*userMode=*/true,
+                     [&](const std::string& text) { boxes.push_back(text); });
+    running.SetDefaultVendorID(1);
+    running.SetDefaultHexProductID("7");
     EXPECT_EQ(boxes, (Texts{"The DefaultVederID property can't chagne at runtime!",
                             "The ProductID property can't chagne at runtime!"}));
-    EXPECT_EQ(hid.DefaultVendorID(), 11921);
+    EXPECT_EQ(running.DefaultVendorID(), 11921);
 }
 
 }  // namespace
