@@ -28,7 +28,7 @@ class HidLibrary : public testing::Test, protected HidHandle {
         return device;
     }
     bool Send(int device, const std::string& report) {
-        return orvbusSendReport(device, HidHandle::Bytes(report), HidHandle::Size(report)) == 1;
+        return orvbusSendReport(device, Bytes(report), Size(report)) == 1;
     }
     bool UntilLastReportIs(int device, const std::string& expected) {
         std::uint8_t report[200];
@@ -231,7 +231,7 @@ TEST_F(HidLibrary, AcceptedDevicesAreListedAndOpenedByNameOrNumber) {
     EXPECT_EQ(Text(orvhidGetDeviceManufacturer, "hid1"), "M \xC3(");
     EXPECT_EQ(Text(orvhidGetDeviceManufacturer, "HID2"), "") << "not on USB";
     char four[4];
-    EXPECT_EQ(orvhidGetDeviceProduct(Id, "HID1", four, 4), HidHandle::Size(product));
+    EXPECT_EQ(orvhidGetDeviceProduct(Id, "HID1", four, 4), Size(product));
     EXPECT_STREQ(four, "\xFF\x1B[");
 
     const std::string shouted = R"(\\?\HID#VID_2E91&PID_0005#)" + first.substr(26);
@@ -295,9 +295,9 @@ TEST_F(HidLibrary, RawReportsGoToTheDeviceAndBack) {
     Send(device, "\x02"s + "ab");
     EXPECT_EQ(orvhidGetInputReport(Id, report, 2), 2) << "no more than there is room for";
     EXPECT_EQ(report[2], 0);
-    EXPECT_EQ(orvhidSetOutputReport(Id, HidHandle::Bytes("\0raw"), 4), 1);
+    EXPECT_EQ(orvhidSetOutputReport(Id, Bytes("\0raw"), 4), 1);
     EXPECT_TRUE(UntilLastReportIs(device, "\0raw"s));
-    EXPECT_EQ(orvhidSetFeature(Id, HidHandle::Bytes("\0\3\2V\r"), 5), 1);
+    EXPECT_EQ(orvhidSetFeature(Id, Bytes("\0\3\2V\r"), 5), 1);
     std::int32_t size = 5;
     report[0] = 0;
     EXPECT_EQ(orvhidGetFeaturePtr(Id, report, &size), 1);
