@@ -21,8 +21,7 @@ const std::string vendorDescriptor =
 const std::string keyboardDescriptor = "\x05\x01\x09\x06\xA1\x01\x75\x08\x95\x08\x81\x02\xC0"s;
 constexpr char uhid[] = "/devices/virtual/misc/uhid";
 
-class HidKernel : public testing::Test {
-  protected:
+struct HidKernel : testing::Test {
     ~HidKernel() override { g_object_unref(m_bed); }
 
     // A device entry: its path below /sys, its subsystem, then further lines of umockdev's format.

@@ -12,8 +12,7 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 /// A simulated bus that is empty before and after, and one handle.
-class HidLibrary : public testing::Test, protected HidHandle {
-  protected:
+struct HidLibrary : testing::Test, HidHandle {
     HidLibrary() { orvbusReset(); }
     ~HidLibrary() override { orvbusReset(); }
 
@@ -102,6 +101,7 @@ TEST_F(HidLibrary, AReaderAnswersDirectlyAndBehindAnAdapterThatPassesItsBytesOn)
     };
     for (const std::string shape : {"ids=1", "ids=0 in=8 out=8 feature=4"}) {  // in pieces of three bytes
         const int adapter = Use("tarka keyboard=1 direction=6 " + shape);
+        orvhidSetRequestTimeout(Id, 60000);  // also on a machine that is busy
         for (const auto& [command, answer] : rows) {
             EXPECT_TRUE(WriteCtrl(command));
             EXPECT_EQ(ReadCtrl(answer.size()), answer) << shape << testing::PrintToString(command);
@@ -310,7 +310,8 @@ TEST_F(HidLibrary, RawReportsGoToTheDeviceAndBack) {
 
 TEST_F(HidLibrary, ADeviceThatVanishesInsideAnyCallIsClosedOnceAndOpensAgain) {
     long reached = 0;
-    for (int call = 1; call < 60; ++call) {
+    for (int turn = 0; turn < 80; ++turn) {
+        const int call = std::max(1, turn - 20);  // the first one often: two threads race in there
         orvbusPlug(("tarka ids=0 in=8 out=8 feature=8 vanish=" + std::to_string(call)).c_str());
         EXPECT_TRUE(UntilEvent(16));
         const bool opened = Open("HID1");
@@ -399,11 +400,12 @@ TEST_F(HidLibrary, AFloodingDeviceMeetsWritesClosesReopensAndDestroys) {
         });
     }
     const auto end = Clock::now() + milliseconds(1500);
-    EXPECT_TRUE(Until([&] { return Clock::now() > end; }));
+    EXPECT_TRUE(Until([&] {
+        return Clock::now() > end && std::ranges::all_of(done, [](const auto& count) { return count > 0; }) &&
+               Count(0) > 0 && Count(16) > 0 && Count(18) > 0;
+    })) << "none of them stands still";
     stop = true;
     for (std::thread& thread : threads) thread.join();
-    for (const int code : {0, 16, 18}) EXPECT_GT(Count(static_cast<std::uint32_t>(code)), 0) << code;
-    for (const auto& count : done) EXPECT_GT(count, 10) << &count - done;
     orvhidDestroy(Id);
     for (int i = 0; i < 50; ++i) {  // destroyed with a device open, the worker ending each time
         HidHandle last;
