@@ -33,6 +33,14 @@ class FuzzInput {
     std::string_view m_rest;
 };
 
+/// What a fuzzer does with one input. Each file of this folder is one fuzzer.
+void TestOneInput(FuzzInput input);
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    TestOneInput(FuzzInput(data, size));
+    return 0;
+}
+
 /// Ends the run, which the fuzzer then reports with its input.
 inline void Require(bool holds, const char* what) {
     if (holds) return;

@@ -8,8 +8,7 @@
 #include "widgets/logic/ControlText.h"
 #include "window/logic/ValueFormat.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    FuzzInput input(data, size);
+void TestOneInput(FuzzInput input) {
     const auto kind = input.Byte();
     const int length = input.Byte() % 12;
     const std::string pattern = input.Piece();
@@ -45,5 +44,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     Require(format.FilterText(pattern, text, "").size() <= text.size(), "nothing is made up");
     Require(ControlText::FromView(ControlText::ToView(text)).Text == text, "every text has a view");
-    return 0;
 }

@@ -58,9 +58,7 @@ void CheckRegister(FuzzInput input) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const FuzzInput input(data, size);
+void TestOneInput(FuzzInput input) {
     CheckTexts(FuzzInput(input).Rest());
     CheckRegister(input);
-    return 0;
 }

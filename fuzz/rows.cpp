@@ -3,8 +3,7 @@
 #include "FuzzInput.h"
 #include "window/logic/clsConvertTable.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    FuzzInput input(data, size);
+void TestOneInput(FuzzInput input) {
     clsConvertTable table;
     for (int rows = input.Byte() % 20; rows > 0; --rows) {
         const bool checked = input.Byte() % 2 != 0;
@@ -34,5 +33,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 if (table.CheckCanRemove()) table.Remove();
         }
     }
-    return 0;
 }

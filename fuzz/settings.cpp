@@ -17,12 +17,10 @@ std::string Parsed(const std::string& text, std::size_t step) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    FuzzInput input(data, size);
+void TestOneInput(FuzzInput input) {
     const std::size_t step = 1 + input.Byte();
     const std::string text = input.Rest();
     const std::string whole = Parsed(text, text.size() + 1);
     Require(Parsed(text, step) == whole, "in pieces too");
     Require(Parsed(whole, whole.size()) == whole, "what is written is read back");
-    return 0;
 }

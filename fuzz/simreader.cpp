@@ -16,8 +16,7 @@ struct Bench {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    FuzzInput input(data, size);
+void TestOneInput(FuzzInput input) {
     Bench whole;
     Bench pieces;
     std::string error;
@@ -41,5 +40,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (whole.Reader.FramesReceived('C') == 0) {
         for (const auto value : whole.Reader.Registers) Require(value == 0xFF, "only a write writes");
     }
-    return 0;
 }

@@ -1,228 +1,245 @@
-#include "HidFixture.h"
-#include "ports/clsIMScomm.h"
+#include <gtest/gtest.h>
+
+#include "FakeHid.h"
+#include "base/clsPropertyBag.h"
+#include "hid/clsOrvHIDComm.h"
+#include "hid/modOrvHID.h"
+#include "support/clsVirtualHost.h"
 
 namespace {
 
-using Control = HidFixture;
+using Texts = std::vector<std::string>;
+using namespace std::string_literals;
 const std::string ackNothing = "\x06\0"s;
+const std::string discard = "\xCB\0"s;
 
-TEST_F(Control, WithoutTheLibraryNothingHappensAndNothingIsSaid) {
-    loader.Present = "";
-    hid.ReadProperties(bag);
-    hid.SetCommPort("path");
-    hid.SetPortOpen(true);
-    EXPECT_FALSE(hid.PortOpen());
-    EXPECT_EQ(hid.NumberOfCommPorts(), 0);
-    EXPECT_FALSE(hid.IsFunctionSupported("orvhidOpen"));
-    EXPECT_FALSE(hid.IsMyCommPort("HID1"));
-    EXPECT_EQ(library.Calls, "");
-    EXPECT_EQ(loader.Loaded.front(), "/app/OrvHIDIO");
-}
+/// A control with the library probed, and the port over it.
+struct Control : testing::Test {
+    Control() {
+        library.OnWrite = [this](bool control, const std::string& bytes) {
+            (control ? sentCtrl : sentData).push_back(bytes);
+            std::string back = control ? always : onData;
+            if (control && !answers.empty()) {
+                back = answers.front();
+                answers.pop_front();
+            }
+            if (!back.empty()) library.Arrive(control, back, /*ms=*/2);
+        };
+        hid.ReadProperties(bag);
+        port.Attach(hid, sink);
+        modOrvHID::SetDisplayNameFormat(" ({Name})");
+    }
+    ~Control() override { modOrvHID::SetDisplayNameFormat(""); }
+    /// Opens the device; what is sent is noted from there on.
+    void Open() {
+        hid.SetPortOpen(true);
+        sentCtrl.clear();
+    }
+    /// The ms that it takes.
+    template <class Action>
+    std::int64_t Lasts(Action action) {
+        const auto start = host.Now();
+        action();
+        return host.Now() - start;
+    }
 
-TEST_F(Control, TheProbeGivesItsReferenceBackAndNotesWhatTheLibraryLacks) {
-    loader.Exports.erase("orvhidFlushQueue");
-    loader.Application.clear();  // the host cannot tell: the folder is computed
-    hid.ReadProperties(bag);
-    EXPECT_EQ(loader.References, 0);
-    EXPECT_FALSE(hid.FlushQueue());
-    EXPECT_EQ(library.Calls, "create ");
-}
+    Texts sentCtrl;
+    Texts sentData;
+    std::deque<std::string> answers;  // one for each control packet, in order; an empty one is silence
+    std::string always = ackNothing;  // where there are none
+    std::string onData;               // to everything on the data channel
+    clsVirtualHost host;
+    clsFakeLoader loader;
+    clsFakeLibrary library{host};
+    clsPropertyBag bag;
+    OrvHIDIO hid{host, loader, library, /*userMode=*/true};
+    OrvHIDIO designed{host, loader, library, /*userMode=*/false};
+    clsMSCommEvent sink;
+    clsOrvHIDComm port{host};
+    std::string answer;
+};
 
-TEST_F(Control, EachCallOfIsFunctionSupportedGivesOneReferenceBack) {
+TEST_F(Control, TheLibraryIsLookedForAndReferencesGivenBack) {
+    EXPECT_EQ(loader.References, 0) << "the probe's";
+    EXPECT_TRUE(hid.FlushQueue());
     loader.References = 2;
     EXPECT_TRUE(hid.IsFunctionSupported("orvhidFlushQueue"));
     EXPECT_FALSE(hid.IsFunctionSupported("orvhidNoSuch"));
-    EXPECT_EQ(loader.References, 0);
-    EXPECT_TRUE(hid.IsFunctionSupported("orvhidFlushQueue"));  // loads it, and gives that back
-    EXPECT_EQ(loader.References, 0);
-    OrvHIDIO designed(host, loader, library, /*userMode=*/false);
+    EXPECT_EQ(loader.References, 0) << "each call gives one back";
+    EXPECT_TRUE(hid.IsFunctionSupported("orvhidFlushQueue"));
+    EXPECT_EQ(loader.References, 0) << "loaded by the call itself";
     EXPECT_FALSE(designed.IsFunctionSupported("orvhidFlushQueue"));
-}
 
-TEST_F(Control, OpeningAnAdapterSetsItsRateAndReadsItsDirection) {
-    hid.ReadProperties(bag);
-    hid.SetSettings("9600,N,8,1");  // closed: kept for the next open
-    EXPECT_TRUE(library.SentCtrl.empty());
-    hid.SetCommPort("path");
-    library.Answers = {ackNothing, ackNothing, ackNothing, "\x06\x01\x13"s};
-    hid.SetPortOpen(true);
-    EXPECT_TRUE(hid.PortOpen());
-    EXPECT_EQ(library.SentCtrl, (Texts{"\xCB\0"s, "\x01\x04\0\0\x25\x80"s, "\xCB\0"s, "\x05\0"s}));
-    EXPECT_GE(host.Now(), 150 + 50 + 50);
-    EXPECT_LT(host.Now(), 270);
-    EXPECT_EQ(hid.TarkaDefaultSerialTo() * 100 + hid.TarkaDefaultPS2To() * 10 + hid.TarkaDefaultHIDExTo(),
-              110);
-    EXPECT_TRUE(hid.TarkaIsKeyboardExist());
-    EXPECT_NE(library.Calls.find("in=2048 out=2048 "), std::string::npos);
-
-    library.SentCtrl.clear();
-    hid.SetPortOpen(false);
-    EXPECT_EQ(library.SentCtrl, Texts{"\x03\x01\x03"s});
-    EXPECT_FALSE(hid.TarkaCmdSetEnabled());
-}
-
-TEST_F(Control, WhichDevicesHaveTheAdaptersCommandSet) {
-    const struct {
-        const char* product;
-        std::pair<int, int> id;
-        bool adapter;
-    } rows[] = {{"Tarka USB", {0x2E91, 5}, true},
-                {"a Merro9", {0x2E91, 5}, true},
-                {"tarka", {0x2E91, 5}, false},
-                {"Tarka USB", {0x2E91, 0x15}, false},
-                {"Zarn74", {0x2E91, 5}, false}};
-    for (const auto& row : rows) {
-        library.Product = row.product;
-        library.Id = row.id;
-        const auto start = host.Now();
-        Opened();
-        EXPECT_EQ(hid.TarkaCmdSetEnabled(), row.adapter) << row.product;
-        if (!row.adapter) {
-            EXPECT_EQ(host.Now(), start) << row.product;  // nothing is waited for
-            hid.SetSettings("2400,N,8,1");
-            EXPECT_EQ(host.Now(), start) << row.product;
-        }
-        hid.SetPortOpen(false);
+    loader.Exports.clear();
+    for (const char* folder : {"", "/elsewhere"}) {  // the host cannot tell, or tells another: it is computed
+        loader.Application = folder;
+        OrvHIDIO bare(host, loader, library, /*userMode=*/true);
+        bare.ReadProperties(bag);
+        EXPECT_EQ(bare.NumberOfCommPorts(), 1) << folder;
+        EXPECT_FALSE(bare.FlushQueue());
     }
+    loader.Present = "";
+    OrvHIDIO none(host, loader, library, /*userMode=*/true);
+    none.ReadProperties(bag);
+    none.SetPortOpen(true);
+    EXPECT_FALSE(none.PortOpen() || none.IsFunctionSupported("orvhidOpen") || none.IsMyCommPort("HID1"));
+    EXPECT_EQ(none.NumberOfCommPorts(), 0);
 }
 
-TEST_F(Control, ARefusingOrSilentAdapterIsOpenAllTheSame) {
+TEST_F(Control, OpeningSetsTheAdapterUpAndClosingPutsItBack) {
+    hid.SetSettings("9600,N,8,1");  // closed: kept for the next open
+    EXPECT_EQ(sentCtrl, Texts{});
     const struct {
         const char* what;
-        std::string answer;
-        std::size_t packets;  // one discard and one command an attempt
-    } rows[] = {
-        {"refuses", "\x15\0"s, 4}, {"refuses with a code", "\x15\x01\x04"s, 4}, {"is silent", "", 12}};
+        char said;  // to the question for the default direction
+        char line, port, restored;
+    } rows[] = {{"no keyboard", 0x07, 5, 5, 7},
+                {"a keyboard, nothing to HID", 0x13, 1, 1, 3},
+                {"a keyboard, and everything to HID", 0x17, 5, 1, 7},
+                {"a keyboard, and nothing set", 0x10, 1, 1, 6}};
     for (const auto& row : rows) {
-        library.Always = row.answer;
-        library.SentCtrl.clear();
-        hid.ReadProperties(bag);
-        hid.SetCommPort("path");
-        hid.SetPortOpen(true);
-        EXPECT_TRUE(hid.PortOpen()) << row.what;
-        EXPECT_EQ(library.SentCtrl.size(), row.packets) << row.what;
-        EXPECT_EQ(hid.TarkaDefaultHIDExTo(), 1) << row.what;
+        const auto to = [](char bits) { return "\x03\x01"s + bits; };
+        sentCtrl.clear();
+        answers = {ackNothing, ackNothing, ackNothing, "\x06\x01"s + row.said};
+        const auto lasted = Lasts([&] { port.SetPortOpen(true); });
+        EXPECT_TRUE(port.PortOpen());
+        EXPECT_EQ(sentCtrl, (Texts{discard, "\x01\x04\0\0\x25\x80"s, discard, "\x05\0"s, discard,
+                                   to(row.line), to(row.port)}))
+            << row.what;
+        EXPECT_EQ(lasted, 150 + 50 + 50 + 7 * 2) << row.what;
+        sentCtrl.clear();
+        port.SetPortOpen(false);
+        EXPECT_EQ(sentCtrl, (Texts{to(row.restored), to(row.restored)})) << "the line, then the port";
+        EXPECT_FALSE(hid.TarkaCmdSetEnabled());
+    }
+    EXPECT_TRUE(library.Calls.starts_with("in=2048 out=2048 ")) << library.Calls;
+
+    Open();
+    always = "\x15\0"s;
+    EXPECT_GE(Lasts([&] { port.SetRTSEnable(false); }), 50);
+    EXPECT_EQ(sentCtrl.size(), 2U) << "tried once more";
+    EXPECT_GE(Lasts([this] { hid.SetSettings("2400,N,8,1"); }), 100);
+    EXPECT_EQ(sentCtrl.size(), 2U + 3U);
+    EXPECT_EQ(hid.Settings(), "9600,N,8,1") << "a rate that the adapter does not take";
+    always = ackNothing;
+    hid.SetSettings("2400,N,8,1");
+    EXPECT_EQ(hid.Settings(), "2400,N,8,1");
+}
+
+TEST_F(Control, OnlyAnAdapterIsAskedAndItsPortIsOpenWhateverItSays) {
+    const struct {
+        const char* product;
+        int id;
+        std::string said;
+        std::size_t packets;  // one discard and one command an attempt
+    } rows[] = {{"a Tarka", 5, ackNothing, 4},       {"a Merro9", 5, ackNothing, 4},
+                {"tarka", 5, ackNothing, 0},         {"Tarka USB", 0x15, ackNothing, 0},
+                {"Tarka USB", 5, "\x15\x01\x04", 4}, {"Tarka USB", 5, "", 12}};
+    for (const auto& row : rows) {
+        library.Product = row.product;
+        library.Id = {0x2E91, row.id};
+        always = row.said;
+        sentCtrl.clear();
+        const auto lasted = Lasts([&] {
+            hid.SetPortOpen(true);
+            EXPECT_EQ(sentCtrl.size(), row.packets) << row.product << row.said;
+            hid.SetSettings("2400,N,8,1");
+        });
+        EXPECT_EQ(lasted > 0, row.packets > 0) << row.product;
+        EXPECT_TRUE(hid.PortOpen());
+        EXPECT_EQ(hid.TarkaDefaultHIDExTo(), 1);
         hid.SetPortOpen(false);
     }
-    library.Always.clear();
-    library.SentCtrl.clear();
     host.StartTimer(700, [this] { hid.CancelHIDCommand(); });
-    const auto start = host.Now();
-    hid.SetPortOpen(true);
-    EXPECT_EQ(host.Now() - start, 700);  // a cancel ends all the attempts
-    library.Refuses = true;
-    hid.SetPortOpen(true);
+    EXPECT_EQ(Lasts([this] { hid.SetPortOpen(true); }), 700) << "a cancel ends all the attempts";
 }
 
 TEST_F(Control, AdapterCommandsAndTheirAnswers) {
     const struct {
         const char* what;
-        std::string code_data, answer;
-        bool result;
-        std::string data;
-        bool nak, notSupported;
-    } rows[] = {
-        {"no data", "", "\x06\0"s, true, "", false, false},
-        {"an answer with data and bytes behind it", "x", "\x06\2ABCD", true, "AB", false, false},
-        {"refused", "", "\x15\x01\x03"s, false, "\x03", true, false},
-        {"not supported", "", "\x15\x01\x04"s, false, "\x04", true, true},
-        {"another status", "", "\x07\0"s, false, "", false, false},
-        {"incomplete", "",
-         "\x06\x03"
-         "A",
-         false, "A", false, false},
-        {"half a header", "", "\x06", false, "", false, false},
-    };
-    Opened();
+        std::string said, result;
+    } rows[] = {{"data, and bytes behind it", "\x06\2ABCD", "taken: AB"},
+                {"refused", "\x15\x01\x03"s, "refused: \x03"},
+                {"not supported", "\x15\x01\x04"s, "not supported: \x04"},
+                {"another status", "\x07\0"s, ""},
+                {"incomplete", "\x06\4A"s, "A"},
+                {"half a header", "\x06", ""}};
+    Open();
     for (const auto& row : rows) {
-        library.SentCtrl.clear();
-        library.Answers = {row.answer};
-        std::string data;
-        EXPECT_EQ(hid.SendHIDCMD(9, row.code_data, data), row.result) << row.what;
-        EXPECT_EQ(library.SentCtrl.front(),
-                  "\x09"s + static_cast<char>(row.code_data.size()) + row.code_data);
-        EXPECT_EQ(data, row.data) << row.what;
-        EXPECT_EQ(hid.IsSendHIDCmdNAK(), row.nak) << row.what;
-        EXPECT_EQ(hid.IsCommandNotSupported(), row.notSupported) << row.what;
+        answers = {row.said};
+        const std::string result = hid.SendHIDCMD(9, "x", answer) ? "taken: "
+                                   : hid.IsCommandNotSupported()  ? "not supported: "
+                                   : hid.IsSendHIDCmdNAK()        ? "refused: "
+                                                                  : "";
+        EXPECT_EQ(result + answer, row.result) << row.what;
     }
-    std::string data;
-    library.SentCtrl.clear();
-    EXPECT_FALSE(hid.SendHIDCMD(9, std::string(256, 'x'), data));
-    EXPECT_TRUE(library.SentCtrl.empty());
-    library.Answers = {"\x06\x01Z"s};
-    EXPECT_TRUE(hid.SendHIDRawCmd("raw", data));
-    EXPECT_EQ(data, "\x06\x01Z");
-    EXPECT_EQ(library.SentCtrl, Texts{"raw"});
+    EXPECT_EQ(sentCtrl, Texts(std::size(rows), "\x09\x01x"));
+    sentCtrl.clear();
+    EXPECT_FALSE(hid.SendHIDCMD(9, std::string(256, 'x'), answer));
+    answers = {"\x06\x01Z"s};
+    EXPECT_TRUE(hid.SendHIDRawCmd("raw", answer));
+    EXPECT_EQ(answer, "\x06\x01Z");
+    EXPECT_EQ(sentCtrl, Texts{"raw"});
+    answers = {"\x06\x05V1.2\0"s};
+    EXPECT_EQ(hid.GetHIDVersion(), "V1.2");
 }
 
 TEST_F(Control, CommandsWaitOneSecondForTheFirstByteAndLessBetweenPieces) {
-    Opened();
-    library.Always.clear();
-    const auto lasts = [this](auto&& command) {
-        const auto start = host.Now();
-        command();
-        return host.Now() - start;
+    Open();
+    always.clear();
+    const auto command = [this] { EXPECT_FALSE(hid.SendHIDCMD(4, {}, answer)); };
+    const auto frame = [this] {
+        EXPECT_FALSE(hid.SendHIDOrvNetCmd("V", /*addChecksum=*/false, answer, /*checkChecksum=*/false));
     };
-    std::string answer;
-    EXPECT_EQ(lasts([&] { hid.SendHIDCMD(4, {}, answer); }), 1000);
-    library.ArriveCtrl("\x06", 400);
-    EXPECT_EQ(lasts([&] { hid.SendHIDCMD(4, {}, answer); }), 400 + 150);
-    library.ArriveData("\2A1", 300);
-    EXPECT_EQ(lasts([&] { EXPECT_FALSE(hid.SendHIDOrvNetCmd("V", false, answer, false)); }), 300 + 150);
+    host.StartTimer(10, [&] {  // a second one meanwhile is refused and counted
+        EXPECT_TRUE(hid.IsBusy());
+        EXPECT_EQ(hid.NestingDepth(), 1);
+        EXPECT_EQ(Lasts(command), 0);
+        EXPECT_EQ(Lasts(frame), 0);
+    });
+    EXPECT_EQ(Lasts(command), 1000);
+    EXPECT_EQ(hid.NestingDepth(), 0);
+    EXPECT_EQ(sentCtrl.size() + sentData.size(), 1U);
+    library.Arrive(/*control=*/true, "\x06", 400);
+    EXPECT_EQ(Lasts(command), 400 + 150);
+    library.Arrive(/*control=*/false, "\2A1", 300);
+    EXPECT_EQ(Lasts(frame), 300 + 150);
     EXPECT_EQ(answer, "A1");
     std::vector<std::uint8_t> image(512, 0xEE);
-    library.ArriveData(std::string(511, 'x'), 100);
-    EXPECT_EQ(lasts([&] { EXPECT_FALSE(hid.SendHIDOrvNetDumpCmd(image)); }), 100 + 250);
+    library.Arrive(/*control=*/false, std::string(511, 'x'), 100);
+    EXPECT_EQ(Lasts([&] { EXPECT_FALSE(hid.SendHIDOrvNetDumpCmd(image)); }), 100 + 250);
     EXPECT_EQ(image[0], 0xEE);
     host.StartTimer(40, [this] { hid.CancelHIDCommand(); });
-    EXPECT_EQ(lasts([&] { hid.SendHIDCMD(4, {}, answer); }), 40);
+    EXPECT_EQ(Lasts(command), 40);
     EXPECT_FALSE(hid.IsBusy());
 }
 
 TEST_F(Control, OrvNetCommandsUseTheChannelOfTheMode) {
-    Opened();
+    Open();
     int events = 0;
     const auto onComm = hid.OnComm.Connect([&] { ++events; });
-    std::string answer;
-    library.OnData = [this](const std::string&) { library.ArriveData("\rjunk\x02old\2A41A6\rrest", 3); };
-    EXPECT_TRUE(hid.SendHIDOrvNetCmd("B05", /*addChecksum=*/true, answer, /*checkChecksum=*/true));
+    const auto command = [this](bool checksum) {
+        return hid.SendHIDOrvNetCmd("B05", checksum, answer, /*checkChecksum=*/true);
+    };
+    onData = "\rjunk\x02old\2A41A6\rrest";
+    EXPECT_TRUE(command(/*checksum=*/true));
     EXPECT_EQ(answer, "A41A6");
-    EXPECT_EQ(library.SentData, Texts{"\2B05A7\r"});
+    EXPECT_EQ(sentData, Texts{"\2B05A7\r"});
     EXPECT_EQ(events, 0);  // the reply is the command's own
-    library.OnData = [this](const std::string&) { library.ArriveData("\2A41A7\r", 3); };
-    EXPECT_FALSE(hid.SendHIDOrvNetCmd("B05", /*addChecksum=*/false, answer, /*checkChecksum=*/true));
+    onData = "\2A41A7\r";
+    EXPECT_FALSE(command(/*checksum=*/false));
 
     hid.SetIsHIDControlMode(true);
-    library.Answers = {"\2AV\r"};
+    answers = {"\2AV\r", std::string(512, 'i') + "more"};
     EXPECT_TRUE(hid.SendHIDOrvNetCmd("V", /*addChecksum=*/false, answer, /*checkChecksum=*/false));
     EXPECT_EQ(answer, "AV");
-    library.Answers = {std::string(512, 'i') + "more"};
     std::vector<std::uint8_t> image(512);
     EXPECT_TRUE(hid.SendHIDOrvNetDumpCmd(image));
     EXPECT_EQ(image[511], 'i');
 }
 
-TEST_F(Control, ASecondCommandMeanwhileIsRefusedAndCounted) {
-    Opened();
-    library.Always.clear();
-    bool inner = true;
-    int depth = 0;
-    host.StartTimer(10, [&] {
-        std::string answer;
-        depth = hid.NestingDepth();
-        inner = hid.SendHIDCMD(4, {}, answer) || hid.SendHIDOrvNetCmd("V", false, answer, false);
-        EXPECT_TRUE(hid.IsBusy());
-    });
-    std::string answer;
-    hid.SendHIDCMD(4, {}, answer);
-    EXPECT_FALSE(inner);
-    EXPECT_EQ(depth, 1);
-    EXPECT_EQ(hid.NestingDepth(), 0);
-    EXPECT_EQ(library.SentCtrl.size(), 1U);
-}
-
 TEST_F(Control, LibraryEventsBecomePortEventsByTheirTable) {
-    Opened();
+    Open();
     std::string seen;
     const auto onComm = hid.OnComm.Connect([&] { seen += "c" + std::to_string(hid.CommEvent()) + " "; });
     const auto onDevice = hid.OnDevice.Connect([&](std::uint32_t event, const std::string& name) {
@@ -235,20 +252,15 @@ TEST_F(Control, LibraryEventsBecomePortEventsByTheirTable) {
     EXPECT_EQ(seen,
               "0:c2 1:c1008 2:c1 3:c1010 4:c2 5:8:d8device3 9:d9device3 16:d16device3 17:d17device3 "
               "18:d18device3 35:c3 99:");
-    EXPECT_TRUE(hid.IsNewDevicePlugin());
-    EXPECT_FALSE(hid.IsNewDevicePlugin());
+    EXPECT_TRUE(hid.IsNewDevicePlugin() && !hid.IsNewDevicePlugin()) << "once";
 
     seen.clear();
-    library.Always.clear();
-    host.StartTimer(900, [&] { library.Tell(5); });
-    library.ArriveCtrl("\x06", 950);  // the event restarts the command's time, and is the command's own
-    std::string answer;
+    host.StartTimer(1, [&] { library.Tell(7); });  // in the middle of a command it is the command's own
     hid.SendHIDCMD(4, {}, answer);
-    EXPECT_EQ(seen, "");
-    library.TellAs(99999, 0);  // an id that nobody has
+    modOrvHID::CallBack(/*handle=*/1, /*userData=*/99999, /*event=*/0, /*param=*/0);  // an id that nobody has
     EXPECT_EQ(seen, "");
 
-    library.ArriveData("waiting", 0);
+    library.Arrive(/*control=*/false, "waiting", 0);
     host.DoEvents();
     seen.clear();
     hid.SetIsHIDControlMode(false);
@@ -256,78 +268,64 @@ TEST_F(Control, LibraryEventsBecomePortEventsByTheirTable) {
 }
 
 TEST_F(Control, RegisterCallsAreCutAtTheArraysEndAndAtEightBytes) {
-    Opened();
+    Open();
     const std::vector<std::uint8_t> data{1, 2, 3, 4, 5, 6, 7, 8};
     const struct {
         int start, count;
-        std::string get, set;  // empty: refused unsent
-    } rows[] = {{0, 8, "\x09\x03\x34\x12\x08", "\x0A\x0B\x34\x12\x08\x01\x02\x03\x04\x05\x06\x07\x08"},
-                {6, 4, "\x09\x03\x34\x12\x02", "\x0A\x05\x34\x12\x02\x07\x08"},
-                {8, 1, "\x09\x03\x34\x12\0"s, "\x0A\x03\x34\x12\0"s},
-                {9, 1, "", ""},
-                {0, -1, "", ""},
-                {-1, 2, "", ""},
-                {2147483647, 2147483647, "", ""}};
+        Texts sent;  // none: refused
+    } rows[] = {{0, 8, {"\x09\x03\x34\x12\x08", "\x0A\x0B\x34\x12\x08\x01\x02\x03\x04\x05\x06\x07\x08"}},
+                {6, 4, {"\x09\x03\x34\x12\x02", "\x0A\x05\x34\x12\x02\x07\x08"}},
+                {8, 1, {"\x09\x03\x34\x12\0"s, "\x0A\x03\x34\x12\0"s}},
+                {9, 1, {}},
+                {-1, 2, {}},
+                {2147483647, 2147483647, {}}};
     for (const auto& row : rows) {
-        library.SentCtrl.clear();
-        EXPECT_EQ(hid.TarkaGetRegister(0x1234, data, row.start, row.count), !row.get.empty()) << row.start;
-        EXPECT_EQ(hid.TarkaSetRegister(0x1234, data, row.start, row.count), !row.set.empty()) << row.start;
-        EXPECT_EQ(library.SentCtrl, row.get.empty() ? Texts{} : (Texts{row.get, row.set})) << row.start;
+        sentCtrl.clear();
+        EXPECT_EQ(hid.TarkaGetRegister(0x1234, data, row.start, row.count), !row.sent.empty()) << row.start;
+        EXPECT_EQ(hid.TarkaSetRegister(0x1234, data, row.start, row.count), !row.sent.empty()) << row.start;
+        EXPECT_EQ(sentCtrl, row.sent) << row.start;
     }
     const std::vector<std::uint8_t> nine(9);
     EXPECT_FALSE(hid.TarkaGetRegister(0, nine, 0, 9));
     EXPECT_FALSE(hid.TarkaSetRegister(0, {}, 0, 0));
-    library.SentCtrl.clear();
+    sentCtrl.clear();
     hid.SetTarkaIODirect({1, 0, 1});
     hid.SetTarkaKeyCode(1, 2, 255);
     hid.TarkaEraseFlash();
-    EXPECT_EQ(library.SentCtrl, (Texts{"\x03\x01\x05", "\x02\x03\x01\x02\xFF", "\x0B\0"s}));
-    library.Answers = {"\x06\x05V1.2\0"s};
-    EXPECT_EQ(hid.GetHIDVersion(), "V1.2");
-    library.Answers = {"\x06\x01\x10"s};
+    EXPECT_EQ(sentCtrl, (Texts{"\x03\x01\x05", "\x02\x03\x01\x02\xFF", "\x0B\0"s}));
+    answers = {"\x06\x01\x10"s};
     TarkaIODirection direction{1, 0, 0};
-    EXPECT_TRUE(hid.GetTarkaDefaultIODirect(direction));
-    EXPECT_EQ(direction, (TarkaIODirection{0, 1, 1}));
+    EXPECT_TRUE(hid.GetTarkaDefaultIODirect(direction) && direction == (TarkaIODirection{0, 1, 1}));
 }
 
-TEST_F(Control, ARateThatTheAdapterDoesNotTakeIsNotKept) {
-    Opened();
-    library.Always = "\x15\0"s;
-    const auto start = host.Now();
-    hid.SetSettings("2400,N,8,1");
-    EXPECT_EQ(library.SentCtrl.size(), 3U);
-    EXPECT_GE(host.Now() - start, 100);
-    EXPECT_EQ(hid.Settings(), "19200,N,8,1");
-    library.Always = ackNothing;
-    hid.SetSettings("2400,N,8,1");
-    EXPECT_EQ(hid.Settings(), "2400,N,8,1");
-}
+TEST_F(Control, NamesOfThisTransportAreShownWithTheirProductAndReadBackBare) {
+    EXPECT_FALSE(designed.IsMyCommPort("HID1")) << "without a handle";
+    for (const char* name : {"HID1", "hid256", R"(\\?\HID#VID_2E91&PID_0005#7 (Tarka))"})
+        EXPECT_TRUE(port.IsMyCommPort(name)) << name;
+    for (const char* name :
+         {"HID257", "HID0", "HID1x", "COM1", R"(\\?\hid#vid_2e91&pid_0006#7)", R"(\hid#2e91#vid#pid#0005)"})
+        EXPECT_FALSE(port.IsMyCommPort(name)) << name;
 
-TEST_F(Control, NamesOfThisTransport) {
-    EXPECT_FALSE(hid.IsMyCommPort("HID1"));  // no handle yet
-    hid.ReadProperties(bag);
-    const struct {
-        std::string name;
-        bool mine;
-    } rows[] = {{"HID1", true},
-                {"hid256", true},
-                {"HID257", false},
-                {"HID0", false},
-                {"HID", false},
-                {"HID1x", false},
-                {"COM1", false},
-                {R"(\\?\HID#VID_2E91&PID_0005#7)", true},
-                {R"(\\?\hid#vid_2e91&pid_0006#7)", false},
-                {R"(\hid 2e91 vid pid 0005)", false}};
-    for (const auto& row : rows) EXPECT_EQ(hid.IsMyCommPort(row.name), row.mine) << row.name;
+    EXPECT_EQ(port.EnumCommPort(0), R"(\\?\hid#vid_2e91&pid_0005#1 (Tarka USB))");
+    port.SetCommPort(port.EnumCommPort(0));
+    EXPECT_EQ(hid.CommPort(), R"(\\?\hid#vid_2e91&pid_0005#1)");
+    EXPECT_EQ(port.CommPort(), port.EnumCommPort(0));
+    library.Product = "  ";
+    EXPECT_EQ(port.CommPort(), hid.CommPort());
+    library.Product = "Tarka";
+    modOrvHID::SetDisplayNameFormat("");
+    EXPECT_EQ(port.EnumCommPort(0), hid.EnumCommPort(0));
+    const std::pair<const char*, const char*> bare[] = {
+        {"a b(c)", "a"}, {"a(c) b", "a(c)"}, {"a[b](c)", "a[b]"}, {"a[b]", "a"}, {"", ""}};
+    for (const auto& [name, text] : bare) EXPECT_EQ(modOrvHID::BareName(name), text) << name;
+    EXPECT_FALSE(port.IsPS2Port());
 }
 
 TEST_F(Control, DefaultIdsReadAsHexAndChangeOnlyAtDesignTime) {
-    OrvHIDIO designed(host, loader, library, /*userMode=*/false);
     EXPECT_EQ(designed.DefaultHexVendorID(), "2E91");
     designed.SetDefaultHexVendorID("1A");
     EXPECT_EQ(designed.DefaultHexVendorID(), "001A");
-    for (const char* text : {"0x15", "&H15", "15", "15z"}) {
+    for (const char* text : {"0x15", "&H15", "15z"}) {
         designed.SetDefaultHexProductID(text);
         EXPECT_EQ(designed.DefaultProductID(), 21) << text;
     }
@@ -339,11 +337,14 @@ TEST_F(Control, DefaultIdsReadAsHexAndChangeOnlyAtDesignTime) {
     EXPECT_EQ(bag.Values,
               (std::map<std::string, std::string>{{"DefaultProductID", "-1"}, {"DefaultVendorID", "26"}}));
 
-    hid.SetDefaultVendorID(1);
-    hid.SetDefaultHexProductID("7");
+    Texts boxes;
+    OrvHIDIO running(host, loader, library, /*userMode=*/true,
+                     [&](const std::string& text) { boxes.push_back(text); });
+    running.SetDefaultVendorID(1);
+    running.SetDefaultHexProductID("7");
     EXPECT_EQ(boxes, (Texts{"The DefaultVederID property can't chagne at runtime!",
                             "The ProductID property can't chagne at runtime!"}));
-    EXPECT_EQ(hid.DefaultVendorID(), 11921);
+    EXPECT_EQ(running.DefaultVendorID(), 11921);
 }
 
 }  // namespace

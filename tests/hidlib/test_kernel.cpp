@@ -21,17 +21,8 @@ const std::string vendorDescriptor =
 const std::string keyboardDescriptor = "\x05\x01\x09\x06\xA1\x01\x75\x08\x95\x08\x81\x02\xC0"s;
 constexpr char uhid[] = "/devices/virtual/misc/uhid";
 
-class HidKernel : public testing::Test {
-  protected:
-    void SetUp() override {
-        const char* const preloaded = std::getenv("LD_PRELOAD");
-        if (preloaded == nullptr || std::string_view(preloaded).find("umockdev") == std::string_view::npos)
-            GTEST_SKIP() << "needs umockdev-wrapper";
-        m_bed = umockdev_testbed_new();
-    }
-    void TearDown() override {
-        if (m_bed != nullptr) g_object_unref(m_bed);
-    }
+struct HidKernel : testing::Test {
+    ~HidKernel() override { g_object_unref(m_bed); }
 
     // A device entry: its path below /sys, its subsystem, then further lines of umockdev's format.
     void Entry(const std::string& path, const std::string& subsystem, const std::string& more) {
@@ -40,14 +31,10 @@ class HidKernel : public testing::Test {
         EXPECT_TRUE(umockdev_testbed_add_from_string(m_bed, text.c_str(), &error)) << error->message << "\n"
                                                                                    << text;
     }
-    static std::string Hex(const std::string& bytes) {
-        std::string text;
-        for (const char byte : bytes) {
-            char digits[3];
-            std::snprintf(digits, sizeof digits, "%02X", static_cast<unsigned char>(byte));
-            text += digits;
-        }
-        return text;
+    void Attribute(const std::string& path, const char* name, std::string bytes) {
+        umockdev_testbed_set_attribute_binary(m_bed, ("/sys" + path).c_str(), name,
+                                              reinterpret_cast<guint8*>(bytes.data()),
+                                              static_cast<gint>(bytes.size()));
     }
     // A HID device below `parent`, with its node.
     void Hid(const std::string& parent, int node, const std::string& descriptor = vendorDescriptor,
@@ -56,9 +43,9 @@ class HidKernel : public testing::Test {
         const std::string hid = parent + "/0003:2E91:0005.000" + number;
         Entry(hid, "hid",
               "E: HID_ID=0003:00002E91:" + product + "\nE: HID_NAME=Made here " + number + "\nE: HID_UNIQ=U" +
-                  number + "\nH: report_descriptor=" + Hex(descriptor) + "\n");
-        const std::string raw = hid + "/hidraw/hidraw" + number;
-        Entry(raw, "hidraw",
+                  number + "\n");
+        Attribute(hid, "report_descriptor", descriptor);
+        Entry(hid + "/hidraw/hidraw" + number, "hidraw",
               "N: hidraw" + number + "\nE: DEVNAME=/dev/hidraw" + number +
                   "\nE: MAJOR=247\nE: MINOR=" + number + "\n");
         UMockdevIoctlBase* const ioctls = umockdev_ioctl_base_new();
@@ -73,9 +60,8 @@ class HidKernel : public testing::Test {
         const auto give = [&](const void* bytes, std::size_t offset, std::size_t size, int result) {
             UMockdevIoctlData* const data = umockdev_ioctl_data_resolve(umockdev_ioctl_client_get_arg(client),
                                                                         0, _IOC_SIZE(request), nullptr);
-            std::vector<guint8> copy(static_cast<const guint8*>(bytes),
-                                     static_cast<const guint8*>(bytes) + size);
-            umockdev_ioctl_data_update(data, offset, copy.data(), static_cast<gint>(size));
+            umockdev_ioctl_data_update(data, offset, static_cast<guint8*>(const_cast<void*>(bytes)),
+                                       static_cast<gint>(size));
             umockdev_ioctl_client_complete(client, result, 0);
             umockdev_ioctl_data_unref(data);
             return TRUE;
@@ -103,21 +89,20 @@ class HidKernel : public testing::Test {
         EXPECT_EQ(write(Node(), bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
     }
 
-    UMockdevTestbed* m_bed = nullptr;
-    LoadedLibrary m_library{ORVHID_REAL};
+    UMockdevTestbed* m_bed = umockdev_testbed_new();
 };
 
 TEST_F(HidKernel, ADeviceWithoutUsbParentIsListedOpenedAndTalkedTo) {
     Hid(uhid, 0);
     Hid(uhid, 1, vendorDescriptor, "00000006");  // not accepted
-    HidHandle hid(m_library);
-    ASSERT_EQ(m_library.orvhidNumberOfDevice(hid.Id), 1);
-    EXPECT_EQ(hid.Name(0), R"(\\?\hid#vid_2e91&pid_0005#hidraw0)");
-    EXPECT_EQ(hid.Text(m_library.orvhidEnumDevice, 0), "/dev/hidraw0 Made here 0");
-    EXPECT_EQ(hid.Text(m_library.orvhidGetDeviceManufacturer, "HID1"), "");
-    EXPECT_EQ(hid.Text(m_library.orvhidGetDeviceSerialNumber, "HID1"), "U0");
-    EXPECT_EQ(m_library.orvhidGetDeviceAccess(hid.Id, "HID1"), 0);
-    ASSERT_EQ(m_library.orvhidOpen(hid.Id, hid.Name(0).c_str()), 1);
+    HidHandle hid;
+    ASSERT_EQ(orvhidNumberOfDevice(hid.Id), 1);
+    EXPECT_EQ(hid.Name(), R"(\\?\hid#vid_2e91&pid_0005#hidraw0)");
+    EXPECT_EQ(hid.Text(orvhidEnumDevice, 0), "/dev/hidraw0 Made here 0");
+    EXPECT_EQ(hid.Text(orvhidGetDeviceManufacturer, "HID1"), "");
+    EXPECT_EQ(hid.Text(orvhidGetDeviceSerialNumber, "HID1"), "U0");
+    EXPECT_EQ(orvhidGetDeviceAccess(hid.Id, "HID1"), 0);
+    ASSERT_TRUE(hid.Open(hid.Name()));
 
     EXPECT_TRUE(hid.Write("\x02V\r"));
     EXPECT_EQ(FromNode(8), "\x01\x03\x02V\r\0\0\0"s);
@@ -127,13 +112,13 @@ TEST_F(HidKernel, ADeviceWithoutUsbParentIsListedOpenedAndTalkedTo) {
     ToNode("\x02\x02"s + "de\0\0\0\0"s);
     EXPECT_EQ(hid.ReadCtrl(2), "de");
     std::uint8_t report[8]{2};
-    EXPECT_EQ(m_library.orvhidGetFeature(hid.Id, report, 8), 8);
+    EXPECT_EQ(orvhidGetFeature(hid.Id, report, 8), 8);
     EXPECT_EQ(std::string(report, report + 4), "\x02\x02ok");
-    EXPECT_EQ(m_library.orvhidSetFeature(hid.Id, report, 8), 0) << "the device refuses it";
-    EXPECT_EQ(m_library.orvhidIsOpen(hid.Id), 1);
-    EXPECT_EQ(m_library.orvhidGetInputReport(hid.Id, report, 8), 0) << "the device has gone";
+    EXPECT_EQ(orvhidSetFeature(hid.Id, report, 8), 0) << "the device refuses it";
+    EXPECT_EQ(orvhidIsOpen(hid.Id), 1);
+    EXPECT_EQ(orvhidGetInputReport(hid.Id, report, 8), 0) << "the device has gone";
     EXPECT_TRUE(hid.UntilEvent(18));
-    EXPECT_EQ(m_library.orvhidIsOpen(hid.Id), 0);
+    EXPECT_EQ(orvhidIsOpen(hid.Id), 0);
 }
 
 TEST_F(HidKernel, OfAUsbDeviceTheStringsAreReadAndTheKeyboardIsLeftOut) {
@@ -145,36 +130,28 @@ TEST_F(HidKernel, OfAUsbDeviceTheStringsAreReadAndTheKeyboardIsLeftOut) {
         "\x09\x04\x01\x00\x01\x03\x00\x00\x05"s;  // interface 1 has string 5
     Entry(usb, "usb",
           "E: DEVTYPE=usb_device\nA: idVendor=2e91\nA: idProduct=0005\nA: bNumInterfaces= 3\n"
-          "A: manufacturer=Fa\303\247ade\nA: product=T\xE2\x82\xACrka\nH: descriptors=" +
-              Hex(descriptors) + "\n");
-    std::string serial = "\xFF\x01x";  // is no UTF-8
-    umockdev_testbed_set_attribute_binary(m_bed, ("/sys" + usb).c_str(), "serial",
-                                          reinterpret_cast<guint8*>(serial.data()), 3);
-    const struct {
-        int Number;
-        const char* Protocol;
-        const std::string& Descriptor;
-    } interfaces[] = {
-        {0, "01", vendorDescriptor}, {1, "00", vendorDescriptor}, {2, "00", keyboardDescriptor}};
-    for (const auto& row : interfaces) {
-        const std::string path = usb + "/1-2:1." + std::to_string(row.Number);
+          "A: manufacturer=Fa\303\247ade\nA: product=T\xE2\x82\xACrka\n");
+    Attribute(usb, "descriptors", descriptors);
+    Attribute(usb, "serial", "\xFF\x01x");  // is no UTF-8
+    for (const int number : {0, 1, 2}) {    // a boot keyboard, a reader, another keyboard
+        const std::string path = usb + "/1-2:1." + std::to_string(number);
         Entry(path, "usb",
-              "E: DEVTYPE=usb_interface\nA: bInterfaceNumber=0" + std::to_string(row.Number) +
-                  "\nA: bInterfaceProtocol=" + row.Protocol + "\nA: interface=Data\n");
-        Hid(path, row.Number, row.Descriptor);
+              "E: DEVTYPE=usb_interface\nA: bInterfaceNumber=0" + std::to_string(number) +
+                  "\nA: bInterfaceProtocol=" + (number == 0 ? "01" : "00") + "\nA: interface=Data\n");
+        Hid(path, number, number == 2 ? keyboardDescriptor : vendorDescriptor);
     }
-    HidHandle hid(m_library);
-    ASSERT_EQ(m_library.orvhidNumberOfDevice(hid.Id), 1) << "neither the boot keyboard nor the other one";
-    EXPECT_EQ(hid.Name(0), R"(\\?\hid#vid_2e91&pid_0005#1-2:1.1)");
-    EXPECT_EQ(hid.Text(m_library.orvhidGetDeviceFile, "HID1"), "/dev/hidraw1");
-    EXPECT_EQ(hid.Text(m_library.orvhidGetDeviceManufacturer, "HID1"), "Fa\347ade");
-    EXPECT_EQ(hid.Text(m_library.orvhidGetDeviceProduct, "HID1"), "T?rka");
-    EXPECT_EQ(hid.Text(m_library.orvhidGetDeviceSerialNumber, "HID1"), "\xFF\x01x");
-    ASSERT_EQ(m_library.orvhidOpen(hid.Id, "HID1"), 1);
+    HidHandle hid;
+    ASSERT_EQ(orvhidNumberOfDevice(hid.Id), 1);
+    EXPECT_EQ(hid.Name(), R"(\\?\hid#vid_2e91&pid_0005#1-2:1.1)");
+    EXPECT_EQ(hid.Text(orvhidGetDeviceFile, "HID1"), "/dev/hidraw1");
+    EXPECT_EQ(hid.Text(orvhidGetDeviceManufacturer, "HID1"), "Fa\347ade");
+    EXPECT_EQ(hid.Text(orvhidGetDeviceProduct, "HID1"), "T?rka");
+    EXPECT_EQ(hid.Text(orvhidGetDeviceSerialNumber, "HID1"), "\xFF\x01x");
+    ASSERT_TRUE(hid.Open("HID1"));
     const std::pair<int, std::string> strings[] = {{0, ""}, {1, "Fa\347ade"}, {2, "T?rka"}, {3, "\xFF\x01x"},
                                                    {4, ""}, {5, "Data"},      {-1, ""}};
     for (const auto& [index, text] : strings)
-        EXPECT_EQ(hid.Text(m_library.orvhidGetIndexedString, index), text) << index;
+        EXPECT_EQ(hid.Text(orvhidGetIndexedString, index), text) << index;
 }
 
 }  // namespace

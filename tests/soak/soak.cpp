@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "hidlib/HidLib.h"
+#include "sim/hid/orvbus.h"
 #include "support/SimWorld.h"
 #include "window/clsLogView.h"
 
@@ -48,20 +49,19 @@ TEST(Soak, AMillionExchangesAndAsManyAgainNeedNoMoreMemory) {
 }
 
 TEST(Soak, TenThousandPlugCyclesAndAsManyAgainNeedNoMoreMemory) {
-    LoadedLibrary& lib = VirtualLibrary();
-    lib.orvbusReset();
-    const int device = lib.orvbusPlug("tarka");
+    orvbusReset();
+    const int device = orvbusPlug("tarka");
     HidHandle hid;
     Soak("plug cycles", 10'000, [&](int) {
-        EXPECT_TRUE(hid.Until([&] { return lib.orvhidOpen(hid.Id, "HID1") == 1; }));
+        EXPECT_TRUE(hid.Until([&] { return hid.Open("HID1"); }));
         hid.WriteCtrl(std::string_view("\x01\0", 2));
-        lib.orvbusUnplug(device);
+        orvbusUnplug(device);
         EXPECT_TRUE(hid.UntilEvent(/*removal of the open device*/ 18));
         hid.Events.clear();
-        lib.orvbusReplug(device);
+        orvbusReplug(device);
         EXPECT_TRUE(hid.UntilEvent(/*arrival*/ 16));
     });
-    lib.orvbusReset();
+    orvbusReset();
 }
 
 TEST(Soak, AHundredThousandLogLinesAndAsManyAgainNeedNoMoreMemory) {

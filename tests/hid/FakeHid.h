@@ -1,0 +1,104 @@
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/clsIHost.h"
+#include "hid/OrvHIDIO.h"
+
+/// A library file in a folder, with counted references and a set of exports.
+struct clsFakeLoader final : clsILibraryLoader {
+    std::string Present = "/app/OrvHIDIO";
+    std::string Application = "/app";
+    std::set<std::string> Exports{"orvhidFlushQueue"};
+    int References = 0;
+
+    [[nodiscard]] std::string ApplicationPath() const override { return Application; }
+    [[nodiscard]] std::string ModuleFileName() const override { return "/app/zarn74"; }
+    [[nodiscard]] std::string LibraryFile(const std::string& folder, const std::string& name) const override {
+        return folder + "/" + name;
+    }
+    Handle LoadLibrary(const std::string& file) override {
+        if (file != Present) return 0;
+        ++References;
+        return 7;
+    }
+    [[nodiscard]] Handle GetModuleHandle(const std::string& file) const override {
+        return file == Present && References > 0 ? 7 : 0;
+    }
+    [[nodiscard]] void* GetProcAddress(Handle, const std::string& name) const override {
+        return Exports.count(name) > 0 ? const_cast<clsFakeLoader*>(this) : nullptr;
+    }
+    void FreeLibrary(Handle) override { --References; }
+};
+
+/// A library with one device, which is given what OnWrite answers to what was written.
+struct clsFakeLibrary final : clsIHidApi {
+    explicit clsFakeLibrary(clsIHost& host) : m_host(host) {}
+
+    std::string Product = "Tarka USB";
+    std::pair<int, int> Id{0x2E91, 5};
+    std::string Calls;
+    std::function<void(bool control, const std::string& bytes)> OnWrite;
+    std::string Taken;  // since the last writing
+
+    /// Bytes that arrive after a while, on the control channel or the data channel.
+    void Arrive(bool control, const std::string& bytes, int ms) {
+        m_host.StartTimer(ms, [this, control, bytes] {
+            (control ? m_control : m_data) += bytes;
+            Tell(control ? HidEventControlData : HidEventData);
+        });
+    }
+    void Tell(std::uint32_t event, std::uint32_t param = 0) { m_proc(1, m_userData, event, param); }
+
+    Handle Create() override { return 1; }
+    int NumberOfDevice(Handle) override { return 1; }
+    std::string EnumDeviceName(Handle, int) override { return R"(\\?\hid#vid_2e91&pid_0005#1)"; }
+    bool IsOpen(Handle) override { return m_open; }
+    bool Open(Handle, const std::string&) override { return m_open = true; }
+    void Close(Handle) override { m_open = false; }
+    bool Write(Handle, const std::string& bytes) override { return Written(/*control=*/false, bytes); }
+    bool WriteCtrl(Handle, const std::string& bytes) override { return Written(/*control=*/true, bytes); }
+    std::string Read(Handle, int count) override { return Take(m_data, count); }
+    std::string ReadCtrl(Handle, int count) override { return Take(m_control, count); }
+    int BytesToRead(Handle) override { return static_cast<int>(m_data.size()); }
+    int BytesToReadCtrl(Handle) override { return static_cast<int>(m_control.size()); }
+    void DiscardReadBuffer(Handle) override { m_data.clear(); }
+    void DiscardReadCtrlBuffer(Handle) override { m_control.clear(); }
+    void SetReadBufferSize(Handle, int size) override { Calls += "in=" + std::to_string(size) + " "; }
+    void SetWriteBufferSize(Handle, int size) override { Calls += "out=" + std::to_string(size) + " "; }
+    void SetCallBackProc(Handle, CallBackProc proc, std::uint32_t userData) override {
+        m_proc = proc;
+        m_userData = userData;
+    }
+    std::string GetParamString(Handle, std::uint32_t param) override {
+        return "device" + std::to_string(param);
+    }
+    std::string GetDevicePrefix(Handle) override { return "HID"; }
+    bool DeviceIsUSBID(Handle, int vendor, int product) override { return Id == std::pair(vendor, product); }
+    std::string GetDeviceProduct(Handle, const std::string&) override { return Product; }
+    bool FlushQueue(Handle) override { return true; }
+
+  private:
+    bool Written(bool control, const std::string& bytes) {
+        Taken.clear();
+        OnWrite(control, bytes);
+        return true;
+    }
+    std::string Take(std::string& from, int count) {
+        std::string taken = from.substr(0, static_cast<std::size_t>(count));
+        from.erase(0, taken.size());
+        Taken += taken;
+        return taken;
+    }
+    clsIHost& m_host;
+    bool m_open = false;
+    CallBackProc m_proc = nullptr;
+    std::uint32_t m_userData = 0;
+    std::string m_control;
+    std::string m_data;
+};
