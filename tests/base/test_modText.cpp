@@ -5,37 +5,26 @@
 namespace {
 
 TEST(modText, ReadsTheNumberThatATextBeginsWith) {
-    const struct {
-        const char* text;
-        double value;
-    } numbers[] = {{"  -7x", -7}, {"+3)", 3},         {"1.01R004", 1.01},  {".5", 0.5},
-                   {"5.", 5},     {"1d-1", 0.1},      {"1e", 1},           {"- 1", 0},
-                   {"&hFF", 255}, {"&HFFFFFFFF", -1}, {"&H00000001F", 31}, {"&H", 0}};
-    for (const auto& row : numbers) EXPECT_EQ(modText::Val(row.text), row.value) << row.text;
+    const std::pair<const char*, double> numbers[] = {
+        {"  -7x", -7}, {"+3)", 3}, {"1.01R004", 1.01}, {".5", 0.5},        {"5.", 5},           {"1d-1", 0.1},
+        {"1e", 1},     {"- 1", 0}, {"&hFF", 255},      {"&HFFFFFFFF", -1}, {"&H00000001F", 31}, {"&H", 0}};
+    for (const auto& [text, value] : numbers) EXPECT_EQ(modText::Val(text), value) << text;
     EXPECT_EQ(modText::Val("1.02") + modText::Val("002") / 100000, 1.02 + 2.0 / 100000);  // nearest
     const std::string zeros(400, '0');
-    const std::string nines(100000, '9');
-    const struct {
-        std::string text;
-        std::int32_t value;
-    } integers[] = {{"2.5", 2},        {"3.5", 4},         {"-2.5", -2},       {"2147483647", 2147483647},
-                    {"2147483648", 0}, {"-2147483649", 0}, {"&H123456789", 0}, {nines, 0},
-                    {"1e" + nines, 0}, {"." + nines, 1},   {zeros + "7", 7},   {"0." + zeros + "7e401", 7},
-                    {"1." + zeros, 1}};
-    for (const auto& row : integers)
-        EXPECT_EQ(modText::ValInteger(row.text), row.value) << row.text.substr(0, 20);
+    const std::string nines(400, '9');
+    const std::pair<std::string, std::int32_t> integers[] = {
+        {"2.5", 2},        {"3.5", 4},         {"-2.5", -2},       {"2147483647", 2147483647},
+        {"2147483648", 0}, {"-2147483649", 0}, {"&H123456789", 0}, {nines, 0},
+        {"1e" + nines, 0}, {"." + nines, 1},   {zeros + "7", 7},   {"0." + zeros + "7e401", 7},
+        {"1." + zeros, 1}};
+    for (const auto& [text, value] : integers) EXPECT_EQ(modText::ValInteger(text), value) << text;
 }
 
 TEST(modText, ReadsFlagsAsWordsOrNumbers) {
-    const struct {
-        const char* text;
-        int flag;  // -1: not a flag
-    } rows[] = {{"True", 1}, {"fALSE", 0}, {" true ", 1}, {"-0.5", 1},
-                {"0.0", 0},  {"yes", -1},  {"", -1},      {"1x", -1}};
-    for (const auto& row : rows) {
-        const auto flag = modText::ToFlag(row.text);
-        EXPECT_EQ(flag ? int{*flag} : -1, row.flag) << row.text;
-    }
+    const std::pair<const char*, std::optional<bool>> rows[] = {
+        {"True", true}, {"fALSE", false}, {" true ", true}, {"-0.5", true},
+        {"0.0", false}, {"yes", {}},      {"", {}},         {"1x", {}}};
+    for (const auto& [text, flag] : rows) EXPECT_EQ(modText::ToFlag(text), flag) << text;
 }
 
 TEST(modText, MatchesWildcardPatterns) {
