@@ -1,5 +1,8 @@
 // Readers that are searched for, and ports that come and go.
 
+#include <array>
+#include <tuple>
+
 #include "CommFixture.h"
 #include "base/modText.h"
 
@@ -37,9 +40,7 @@ TEST_F(Discovery, TriesTheRememberedPortAndRateFirstAndRemembersWhatItFound) {
 }
 
 TEST_F(Discovery, RatesAreOrderedAsTextAndNamesMatchAsTextOrAsPattern) {
-    const struct {
-        const char *pattern, *last, *list, *product, *told;
-    } rows[] = {
+    const std::array<std::string, 5> rows[] = {
         {"Zarn*", "19200", "9600,19200,38400", "", "19200|9600|38400|"},
         {"Zarn*", "19200", "19200", "", "19200|"},
         {"Zarn*", "9600", "", "", "9600|0|"},
@@ -50,58 +51,40 @@ TEST_F(Discovery, RatesAreOrderedAsTextAndNamesMatchAsTextOrAsPattern) {
         {"Zarn*", "19200", "19200", "A,MyZarn74", "19200|"},
         {"*", "19200", "19200", "N01", "19200|"},
     };
-    for (const auto& row : rows) {
-        Where = "COM1@19200,N,8,1";
-        Product = row.product;
-        store.Values = {{row.pattern + std::string("/LastBaudRate"), row.last}};
-        comm.AutoScanPort(row.pattern, /*noAddress=*/true, row.list, "COM1");
+    Where = "COM1@19200,N,8,1";
+    for (const auto& [pattern, last, list, product, expected] : rows) {
+        Product = product;
+        store.Values = {{pattern + "/LastBaudRate", last}};
+        comm.AutoScanPort(pattern, /*noAddress=*/true, list, "COM1");
         std::string told;
         for (const auto& text : modText::Split(Told(), '|')) told += text.substr(text.find('=') + 1) + "|";
-        EXPECT_EQ(told, row.told + std::string("|")) << row.pattern << " " << row.list;
+        EXPECT_EQ(told, expected + "|") << pattern << " " << list;
     }
 }
 
-TEST_F(Discovery, NamesThatNobodyServesOrThatDoNotReadBackAreSkippedUnopened) {
-    serial.Listed = {};
-    for (const char* remembered : {"com1", "COM77", "LPT1", ""}) {
-        store.Values = {{"Zarn*/LastCommPort", remembered}};
-        EXPECT_FALSE(Scan()) << remembered;
+TEST_F(Discovery, ANameThatDoesNotReadBackOrALineThatIsPulledIsNotScannedOn) {
+    for (const char* name : {"com1", "COM77", "LPT1", ""}) {
+        EXPECT_FALSE(comm.AutoScanPort("Zarn*", /*noAddress=*/true, "19200", name)) << name;
     }
-    EXPECT_EQ(Told(), "");
-    EXPECT_EQ(std::count(serial.Calls.begin(), serial.Calls.end(), "PortOpen=True"), 0);
-}
-
-TEST_F(Discovery, APulledLineOrACancelEndsTheScan) {
     host.StartTimer(700, [this] { serial.OnLost.Raise(); });
     EXPECT_FALSE(Scan());
     EXPECT_EQ(Told(), "Scan COM1, BaudRate=19200|Scan COM1, BaudRate=2400|COM1 is removed and closed:COM1|");
-    Took();
-    serial.Listed = {1, 2};
-    CancelAfter(700);
-    EXPECT_FALSE(Scan());
-    EXPECT_EQ(Took(), 700);
-    EXPECT_EQ(Told(), "Scan COM1, BaudRate=19200|Scan COM1, BaudRate=2400|");
-    EXPECT_FALSE(comm.PortOpen());
 }
 
 TEST_F(CommFixture, SerialPortsComeAndGo) {
-    const struct {
-        const clsEvent<int, const std::string&>& notice;
-        int type;
-        const char *name, *told;
-        bool open;  // afterwards
-    } rows[] = {
-        {notices.OnDeviceArrival, 3, "COM5", "COM5 is plug-in:COM5|", true},
-        {notices.OnDeviceArrival, 2, "COM5", "", true},
-        {notices.OnDeviceArrival, 3, "LPT1", "", true},
-        {notices.OnDeviceRemoveComplete, 3, "com1", "com1 is removed:com1|", true},
-        {notices.OnDeviceRemoveComplete, 3, "COM1", "COM1 is removed and closed:COM1|", false},
-        {notices.OnDeviceRemoveComplete, 3, "COM1", "COM1 is removed:COM1|", false},
+    // Whether it comes; its type and name; what is told; whether the port is open then.
+    const std::tuple<bool, int, const char*, const char*, bool> rows[] = {
+        {true, 3, "COM5", "COM5 is plug-in:COM5|", true},
+        {true, 2, "COM5", "", true},
+        {true, 3, "LPT1", "", true},
+        {false, 3, "com1", "com1 is removed:com1|", true},
+        {false, 3, "COM1", "COM1 is removed and closed:COM1|", false},
+        {false, 3, "COM1", "COM1 is removed:COM1|", false},
     };
-    for (const auto& row : rows) {
-        row.notice.Raise(row.type, row.name);
-        EXPECT_EQ(Told(), row.told);
-        EXPECT_EQ(comm.PortOpen(), row.open) << row.told;
+    for (const auto& [comes, type, name, told, open] : rows) {
+        (comes ? notices.OnDeviceArrival : notices.OnDeviceRemoveComplete).Raise(type, name);
+        EXPECT_EQ(Told(), told);
+        EXPECT_EQ(comm.PortOpen(), open) << told;
     }
 }
 

@@ -1,7 +1,6 @@
 #include <algorithm>
 
 #include "CommFixture.h"
-#include "base/modText.h"
 
 namespace {
 
@@ -112,20 +111,7 @@ TEST_F(Engine, ALateReplyNeverAnswersTheNextCommand) {
     EXPECT_EQ(Read(8), 0x22);
     EXPECT_EQ(Took(), AnswerDelay);  // waited for once, not for ever
 
-    // A reader that is always too late: each of its answers is taken for the command that it was meant for.
-    std::int64_t idle = 0;
-    for (const bool oneByOne : {false, true}) {
-        serial.OnOutput = [this, &idle, oneByOne](const std::string& frame) {
-            idle = (oneByOne ? std::max(idle, host.Now()) : host.Now()) + 700;
-            const std::string text = "A" + frame.substr(2, 2);  // the register's number is its value
-            Reply(text + modText::Hex(OrvNetFrame::CalcChkSum(text), 2), static_cast<int>(idle - host.Now()));
-        };
-        for (int number = 0x10; number < 0x20; ++number) EXPECT_EQ(Read(number), number);
-    }
-
     // A line that never gets quiet does not hold the program.
-    serial.OnOutput = {};
-    Took();
     for (int i = 0; i < 900; ++i) serial.Arrive("z", 700 + 20 * i);
     Reply("A44A9", 701);
     EXPECT_EQ(Read(9), 0x44);

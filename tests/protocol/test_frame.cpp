@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <limits>
 #include <string>
 
@@ -43,13 +44,9 @@ struct clsNotes final : clsPacketCutter::clsISink {
 };
 
 TEST(clsPacketCutter, CutsBytesByTheRules) {
-    const struct {
-        const char* what;
-        std::string bytes;
-        const char* idle;     // told while no command waits
-        const char* waiting;  // told while one does
-        const char* buffer;   // what then lies in the buffer, waiting
-    } rows[] = {
+    // What it shows; the bytes; told while no command waits, and while one does; what then lies in the
+    // buffer.
+    const std::array<std::string, 5> rows[] = {
         {"a packet in two pieces", "\2AB\tCD\r", "c02tt[9:AB]tt[13:CD]", "[9:AB]!", "CD"},
         {"an STX inside a packet cuts it", "\2AB\2C\r", "c02tt[-1:AB]c02t[13:C]", "[-1:AB]!", "C"},
         {"characters outside any packet", "\rA\t\n", "[13:]c41c09c0A", "[13:]c41c09c0A", ""},
@@ -57,14 +54,14 @@ TEST(clsPacketCutter, CutsBytesByTheRules) {
         {"an STX over an unclaimed reply", "\2A\r\2B\r", "c02t[13:A]c02t[13:B]", "![-1:A]!", "B"},
         {"an LF is a terminator inside", "\x02\nA\r", "c02[10:]t[13:A]", "[10:]!", "A"},
     };
-    for (const auto& row : rows) {
+    for (const auto& [what, bytes, idle, replied, buffer] : rows) {
         for (const bool waiting : {false, true}) {
             clsPacketCutter cutter;
             clsNotes notes;
             notes.Waiting = waiting;
-            cutter.Feed(row.bytes, notes);
-            EXPECT_EQ(notes.Text, waiting ? row.waiting : row.idle) << row.what;
-            EXPECT_EQ(cutter.Text(), waiting ? row.buffer : "") << row.what;
+            cutter.Feed(bytes, notes);
+            EXPECT_EQ(notes.Text, waiting ? replied : idle) << what;
+            EXPECT_EQ(cutter.Text(), waiting ? buffer : "") << what;
         }
     }
 }
@@ -72,16 +69,14 @@ TEST(clsPacketCutter, CutsBytesByTheRules) {
 TEST(clsTimeout, ElapsedTimeAcrossTheCountersSignChange) {
     constexpr std::int32_t longest = std::numeric_limits<std::int32_t>::max();
     const auto low = [](std::int32_t bits) { return std::numeric_limits<std::int32_t>::min() + bits; };
-    const struct {
-        std::int32_t now, last, elapsed;
-    } rows[] = {{700, 500, 200},
-                {low(700), low(500), 200},
-                {low(5), longest - 4, 5 - (longest - 4) + longest},
-                {low(500), 400, longest},  // kept: not computed
-                {500, low(501), longest},
-                {longest, low(longest), longest}};
-    for (const auto& row : rows)
-        EXPECT_EQ(clsTimeout::Elapsed(row.now, row.last), row.elapsed) << row.now << " " << row.last;
+    // now, last, elapsed; the longest time where it is not computed
+    const std::int32_t rows[][3] = {{700, 500, 200},
+                                    {low(700), low(500), 200},
+                                    {low(500), 400, longest},
+                                    {500, low(501), longest},
+                                    {longest, low(longest), longest},
+                                    {low(5), longest - 4, 5 - (longest - 4) + longest}};
+    for (const auto& [now, last, elapsed] : rows) EXPECT_EQ(clsTimeout::Elapsed(now, last), elapsed) << now;
 }
 
 TEST(clsTimeout, AWaitingLoopLetsTheProgramRunAboutEvery200Milliseconds) {
