@@ -17,12 +17,10 @@ TEST_F(Registers, WhatIsNoReplyIsAskedForAgainAndARefusalIsNot) {
     const std::string silent = "SetRegister - Reg=5, Err=Timeout|";
     EXPECT_EQ(Told(), get + "|" + get + "|" + get + "|");
     const std::tuple<const char*, bool, Texts, bool, std::string> rows[] = {
-        {"silence twice", false, {"", "", "A07A8"}, true, get + "|" + get + "|"},
         {"a wrong checksum", false, {"A0700", "A07A8"}, true, get + "|"},
         {"refused", false, {"N07B5"}, false, get + "N07|"},
         {"another reply", false, {"X12BB", "A07A8"}, true, get + "X12|"},
         {"busy once", true, {"N07", "A"}, true, busy},
-        {"busy twice", true, {"N07", "N07"}, false, busy + busy},
         {"busy at the second attempt", true, {"", "N07"}, false, silent + busy},
         {"write refused", true, {"N1F"}, false, "SetRegister - Reg=5, Err=N1F|"},
         {"write unanswered", true, {"", "", ""}, false, silent + silent + silent},

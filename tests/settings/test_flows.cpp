@@ -22,7 +22,8 @@ struct Flows : SettingsFixture {
         std::string lines;
         for (const std::string& name : modText::Split(names, ' ')) {
             for (const char* end : {"...|", " OK|"}) {
-                lines += std::to_string(half / 2) + (half % 2 == 0 ? ".00 - " : ".50 - ") + verb + name + end;
+                lines += "Step " + std::to_string(half / 2) + (half % 2 == 0 ? ".00 - " : ".50 - ") + verb +
+                         name + end;
                 ++half;
             }
         }
@@ -34,18 +35,17 @@ struct Flows : SettingsFixture {
 
 const std::string names =
     "Prefix Postfix OnRemove Baudrate Language TagFrequency UsbInterface KeyboardOutput BuzzerEnabled "
-    "Delimiter "
-    "DisplayCardType CardConvert UseRightKeypad CardNumericSys CardNumericSeq EMCardNumericSeq CardFilter";
+    "Delimiter DisplayCardType CardConvert UseRightKeypad CardNumericSys CardNumericSeq EMCardNumericSeq "
+    "CardFilter";
 
 TEST_F(Flows, AReadSaysEachStepWithItsNumber) {
     std::string entries;
     int i = 0;
     for (const char* number : {"20.00", "20.03", "20.06", "20.10", "20.13", "20.16", "20.19", "20.23",
                                "20.26", "20.29", "20.32", "20.35", "20.39", "20.42", "20.45", "20.48"})
-        entries += number + std::string(" - GetCardInfo...") + std::to_string(i++) + "/15|";
-    EXPECT_EQ(Lines, "0.50 - Quick GetZarnInfo...|1.00 - Quick GetZarnInfo OK|" +
-                         Steps(2, "Get", "Version ProductName " + names) + "20.00 - GetCardInfo...|" +
-                         entries + "20.50 - GetCardInfo OK|");
+        entries += "Step " + std::string(number) + " - GetCardInfo..." + std::to_string(i++) + "/15|";
+    EXPECT_EQ(Lines, Steps(1, "Quick ", "GetZarnInfo") + Steps(2, "Get", "Version ProductName " + names) +
+                         "Step 20.00 - GetCardInfo...|" + entries + "Step 20.50 - GetCardInfo OK|");
     Read(/*quick=*/false);
     EXPECT_TRUE(Lines.starts_with(Steps(1, "Get", "Version ProductName " + names)));
 }
@@ -58,8 +58,8 @@ TEST_F(Flows, AWriteSaysEachStepAndNothingOfTheReadThatItMakesFirst) {
     std::string steps = Steps(1, "Set", names);
     steps.replace(steps.find("EMCardNumericSeq OK"), 2, "");
     EXPECT_EQ(lines.substr(0, steps.size()), steps);
-    EXPECT_EQ(lines.substr(steps.size(), 58), "17.50 - SetCardInfo...|17.50 - SetCardInfo...0/15|17.53 - ");
-    EXPECT_TRUE(lines.ends_with("|18.00 - SetCardInfo OK|"));
+    EXPECT_EQ(lines.substr(steps.size(), 60), "Step 17.50 - SetCardInfo...|Step 17.50 - SetCardInfo...0/15|");
+    EXPECT_TRUE(lines.ends_with("|Step 17.98 - SetCardInfo...15/15|Step 18.00 - SetCardInfo OK|"));
     EXPECT_TRUE(Run(Flow::WriteAll, info));
     EXPECT_EQ(Lines, lines);
 }
