@@ -15,7 +15,7 @@ class clsScriptedSerial final : public clsSerialControlBase {
   public:
     explicit clsScriptedSerial(clsIHost& host) : m_host(host) {}
 
-    std::vector<std::string> Calls;                          ///< writes of properties, as "Name=value"
+    std::string Calls;                                       ///< writes of properties, as "Name=value;"
     std::vector<std::string> Sent;                           ///< one entry for each Output
     std::function<void(const std::string& bytes)> OnOutput;  ///< the script's answer
     std::vector<int> Listed{1};
@@ -50,7 +50,7 @@ class clsScriptedSerial final : public clsSerialControlBase {
     [[nodiscard]] std::string LastError() const override { return {}; }
     [[nodiscard]] std::string Settings() const override { return m_settings; }
     void SetSettings(const std::string& value) override {
-        Calls.push_back("Settings=" + value);
+        Calls += "Settings=" + value + ";";
         if (!value.starts_with("0,")) m_settings = value;
     }
     [[nodiscard]] bool DTREnable() const override { return m_dtr; }
@@ -78,7 +78,7 @@ class clsScriptedSerial final : public clsSerialControlBase {
 
   private:
     void Set(const std::string& name, bool& property, bool value) {
-        Calls.push_back(name + (value ? "=True" : "=False"));
+        Calls += name + (value ? "=True;" : "=False;");
         property = value;
     }
 
