@@ -109,6 +109,7 @@ TEST_F(Flows, ARefusalEndsTheFlowAtItsStepAndNothingMoreIsSent) {
         {Flow::SlowRead, 'B', 304, "GetCardInfo NG|"},
         {Flow::WriteAll, 'B', 218, "SetTagFrequency NG|"},
         {Flow::WriteAll, 'C', 137, "SetCardNumericSeq NG|"},
+        {Flow::WriteAll, 'C', 304, "SetCardInfo NG|"},
     };
     for (const auto& [flow, command, number, last] : rows) {
         Reopen();
