@@ -39,9 +39,11 @@ TEST(clsEvent, AHandlerMayDestroyTheOwner) {
 TEST(clsHostTimer, TicksEveryIntervalUntilDisabledOrDestroyed) {
     clsVirtualHost host;
     int ticks = 0;
+    bool destroy = false;
     std::unique_ptr<clsHostTimer> timer;
     timer = std::make_unique<clsHostTimer>(host, 100, [&] {
-        if (++ticks == 4) timer.reset();
+        ++ticks;
+        if (destroy) timer.reset();
     });
     host.Run(500);
     EXPECT_EQ(ticks, 0);
@@ -56,6 +58,7 @@ TEST(clsHostTimer, TicksEveryIntervalUntilDisabledOrDestroyed) {
     timer->SetEnabled(false);
     host.Run(500);
     EXPECT_EQ(ticks, 3);
+    destroy = true;
     timer->SetEnabled(true);
     host.Run(500);
     EXPECT_EQ(ticks, 4);
