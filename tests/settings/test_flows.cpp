@@ -109,7 +109,7 @@ TEST_F(Flows, ARefusalEndsTheFlowAtItsStepAndNothingMoreIsSent) {
         {Flow::SlowRead, 'B', 304, "GetCardInfo NG|"},
         {Flow::WriteAll, 'B', 218, "SetTagFrequency NG|"},
         {Flow::WriteAll, 'C', 137, "SetCardNumericSeq NG|"},
-        {Flow::WriteAll, 'C', 304, "SetCardInfo NG|"},
+        {Flow::WriteAll, 'C', 162, "SetPrefix NG|"},
     };
     for (const auto& [flow, command, number, last] : rows) {
         Reopen();
