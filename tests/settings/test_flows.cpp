@@ -19,15 +19,14 @@ struct Flows : SettingsFixture {
     }
     /// The lines of these steps, "Get" or "Set", the first of them half step `half`.
     static std::string Steps(int half, const std::string& verb, const std::string& names) {
-        std::string lines;
+        std::ostringstream lines;
         for (const std::string& name : modText::Split(names, ' ')) {
             for (const char* end : {"...|", " OK|"}) {
-                lines += "Step " + std::to_string(half / 2) + (half % 2 == 0 ? ".00 - " : ".50 - ") + verb +
-                         name + end;
+                lines << "Step " << half / 2 << (half % 2 == 0 ? ".00 - " : ".50 - ") << verb << name << end;
                 ++half;
             }
         }
-        return lines;
+        return lines.str();
     }
 
     const ZarnInfo example = Read(/*quick=*/true);
