@@ -1,4 +1,4 @@
-#include <cstdint>
+#include <tuple>
 
 #include "CommFixture.h"
 
@@ -9,202 +9,100 @@ namespace {
 using Registers = CommFixture;
 using Image = std::vector<std::uint8_t>;
 
-TEST_F(Registers, ReadingRetriesWhatIsNoReplyAndStopsAtARefusal) {
-    std::uint8_t silent = 0;
-    EXPECT_FALSE(comm.GetRegister(7, silent));
-    EXPECT_EQ(host.Now(), 3 * 500 + 2 * 50);
-    const struct {
-        const char* what;
-        std::deque<std::string> answers;
-        bool result;
-        Texts errors;
-    } rows[] = {
-        {"silence twice",
-         {"", "", Checked("A07")},
-         true,
-         {"GetRegister - Reg=7, Err=", "GetRegister - Reg=7, Err="}},
-        {"silence",
-         {"", "", ""},
-         false,
-         {"GetRegister - Reg=7, Err=", "GetRegister - Reg=7, Err=", "GetRegister - Reg=7, Err="}},
-        {"a wrong checksum, then right",
-         {Reply("A0700"), Checked("A07")},
-         true,
-         {"GetRegister - Reg=7, Err="}},
-        {"refused", {Checked("N07")}, false, {"GetRegister - Reg=7, Err=N07"}},
-        {"another reply", {Checked("X12"), Checked("A07")}, true, {"GetRegister - Reg=7, Err=X12"}},
+TEST_F(Registers, WhatIsNoReplyIsAskedForAgainAndARefusalIsNot) {
+    EXPECT_EQ(Read(5), -1);
+    EXPECT_EQ(Took(), 3 * 500 + 2 * 50);
+    const std::string get = "GetRegister - Reg=5, Err=";
+    const std::string busy = "SetRegister - Reg=5, Err=N07|";
+    const std::string silent = "SetRegister - Reg=5, Err=Timeout|";
+    EXPECT_EQ(Told(), get + "|" + get + "|" + get + "|");
+    const std::tuple<const char*, bool, Texts, bool, std::string> rows[] = {
+        {"a wrong checksum", false, {"A0700", "A07A8"}, true, get + "|"},
+        {"refused", false, {"N07B5"}, false, get + "N07|"},
+        {"another reply", false, {"X12BB", "A07A8"}, true, get + "X12|"},
+        {"busy once", true, {"N07", "A"}, true, busy},
+        {"busy at the second attempt", true, {"", "N07"}, false, silent + busy},
+        {"write refused", true, {"N1F"}, false, "SetRegister - Reg=5, Err=N1F|"},
+        {"write unanswered", true, {"", "", ""}, false, silent + silent + silent},
+        {"more than the A", true, {"A1", "A"}, true, silent},
     };
-    for (const auto& row : rows) {
-        Answers = row.answers;
-        Errors.clear();
+    for (const auto& [what, write, answers, result, told] : rows) {
+        Answers = answers;
         serial.Sent.clear();
-        std::uint8_t value = 0;
-        EXPECT_EQ(comm.GetRegister(7, value), row.result) << row.what;
-        EXPECT_EQ(value, row.result ? 0x07 : 0) << row.what;
-        EXPECT_EQ(Errors, row.errors) << row.what;
-        EXPECT_EQ(serial.Sent.size(), row.answers.size()) << row.what;
+        EXPECT_EQ(write ? comm.SetRegister(5, 1) : Read(5) == 7, result) << what;
+        EXPECT_EQ(serial.Sent, Texts(answers.size(), write ? "\2C05,0135\r" : "\2B05\r")) << what;
+        EXPECT_EQ(Told(), told) << what;
     }
 }
 
-TEST_F(Registers, WritingRetriesSilenceAndBusyOnceAndSaysTimeout) {
-    const std::string busy = "SetRegister - Reg=5, Err=N07";
-    const std::string silent = "SetRegister - Reg=5, Err=Timeout";
-    const struct {
-        const char* what;
-        std::deque<std::string> answers;
-        bool result;
-        Texts errors;
-    } rows[] = {
-        {"accepted", {Reply("A")}, true, {}},
-        {"busy once", {Reply("N07"), Reply("A")}, true, {busy}},
-        {"busy twice", {Reply("N07"), Reply("N07")}, false, {busy, busy}},
-        {"busy at the second attempt", {"", Reply("N07")}, false, {silent, busy}},
-        {"refused", {Reply("N1F")}, false, {"SetRegister - Reg=5, Err=N1F"}},
-        {"silence", {"", "", ""}, false, {silent, silent, silent}},
-        {"more than the A", {Reply("A1"), Reply("A")}, true, {silent}},
-    };
-    for (const auto& row : rows) {
-        Answers = row.answers;
-        Errors.clear();
-        serial.Sent.clear();
-        EXPECT_EQ(comm.SetRegister(5, 1), row.result) << row.what;
-        EXPECT_EQ(Errors, row.errors) << row.what;
-        EXPECT_EQ(serial.Sent, Texts(row.answers.size(), "\2C05,0135\r")) << row.what;
-    }
-}
-
-TEST_F(Registers, RunsStopAtTheEndMarkOrAtTheFirstFailure) {
-    Image values(4, 0xEE);
-    Answers = {Checked("A41"), Checked("A42"), Checked("A00")};
-    EXPECT_TRUE(comm.GetRegisterEx(160, values, -1, 0, /*stopAtEnd=*/true));
-    EXPECT_EQ(values, (Image{0x41, 0x42, 0, 0}));
-    EXPECT_EQ(serial.Sent.size(), 3U);
-
-    values.assign(4, 0xEE);
-    Answers = {Checked("A00"), Checked("N01")};
-    EXPECT_FALSE(comm.GetRegisterEx(160, values, 2, 1, /*stopAtEnd=*/false));
-    EXPECT_EQ(values, (Image{0xEE, 0, 0xEE, 0xEE}));
-
-    serial.Sent.clear();
-    Answers = {Reply("A"), Reply("A"), Reply("A")};
-    EXPECT_TRUE(comm.SetRegisterEx(160, Image{0x41, 0xFF, 0x42}, -1, 0, /*stopAtEnd=*/true));
-    EXPECT_EQ(serial.Sent.size(), 2U);
-    serial.Sent.clear();
-    Answers = {Reply("A"), Reply("N01")};
-    EXPECT_FALSE(comm.SetRegisterEx(255, Image{1, 2, 3}, -1, 0, /*stopAtEnd=*/false));
-    EXPECT_EQ(serial.Sent[1].substr(0, 6), "\2C0100");
-
-    serial.Sent.clear();
-    EXPECT_FALSE(comm.GetRegisterEx(0, values, 4, 1, /*stopAtEnd=*/false));  // leaves the array
+TEST_F(Registers, ARunFillsItsPartOfTheArrayAndNothingElse) {
+    Image values(5, 0xEE);
+    Answers = {"A41A6", "A00A1"};
+    EXPECT_TRUE(comm.GetRegisterEx(160, values, 3, 1, /*stopAtEnd=*/true));
+    EXPECT_EQ(values, (Image{0xEE, 0x41, 0, 0, 0xEE}));
+    EXPECT_FALSE(comm.GetRegisterEx(0, values, 5, 1, /*stopAtEnd=*/false));  // leaves the array
     EXPECT_FALSE(comm.SetRegisterEx(0, values, 1, -1, /*stopAtEnd=*/false));
-    EXPECT_TRUE(serial.Sent.empty());
+    EXPECT_EQ(serial.Sent.size(), 2U);
 }
 
-TEST_F(Registers, ACancelEndsRetriesAndRunsNotOnlyTheWait) {
-    const auto cancelAt = [this](int ms) { host.StartTimer(ms, [this] { comm.CancelCommand(); }); };
-    std::uint8_t value = 0;
-    cancelAt(100);
-    EXPECT_FALSE(comm.GetRegister(7, value));
-    EXPECT_EQ(Errors, Texts{"GetRegister - Reg=7, Err="});  // the aborted attempt still says so
-    cancelAt(100);
+TEST_F(Registers, ACancelEndsTheRetriesNotOnlyTheWait) {
+    CancelAfter(100);
+    EXPECT_EQ(Read(7), -1);
+    EXPECT_EQ(Told(), "GetRegister - Reg=7, Err=|");  // the aborted attempt still says so
+    CancelAfter(100);
     EXPECT_FALSE(comm.SetRegister(7, 0));
-    EXPECT_EQ(host.Now(), 200);
-
-    comm.SetPortOpen(false);  // no late reply is waited for on a line that was closed
-    comm.SetPortOpen(true);
-    AnswerDelay = 60;
-    Answers = {Checked("A01"), Checked("A02"), Checked("A03")};
-    Image values(3);
-    cancelAt(60 + 60);  // at the very moment the second reply arrives
-    EXPECT_FALSE(comm.GetRegisterEx(0, values, -1, 0, /*stopAtEnd=*/false));
-    EXPECT_EQ(Answers.size(), 1U);
+    EXPECT_EQ(Took(), 200);
 }
 
 TEST_F(Registers, VersionPollAndLoaderAnswers) {
-    Answers = {Reply("A,V1.02R007,SN"), Reply("AV1"), Reply("N05"),
-               Reply("A,Zarn74,00"),    Reply("AX"),  Reply("N01"),
-               Reply("True"),           Reply("A"),   Reply("-1")};
-    EXPECT_EQ(comm.GetVersion(), "V1.02R007,SN");
-    EXPECT_EQ(comm.GetVersion(), "V1");
-    EXPECT_EQ(comm.GetVersion(), "");
-    EXPECT_EQ(comm.Polling(0x1F, /*noAddress=*/false), "Zarn74,00");
-    EXPECT_EQ(comm.AutoScanReceive(), "Zarn74,00");
-    EXPECT_EQ(comm.Polling(0, /*noAddress=*/true), "X");
-    EXPECT_EQ(comm.Polling(0, /*noAddress=*/true), "");
+    Answers = {"A,V1.02R007,SN", "AV1", "N05", "A,Zarn74,00", "AX", "N01", "True", "A", "-1"};
+    for (const char* version : {"V1.02R007,SN", "V1", ""}) EXPECT_EQ(comm.GetVersion(), version);
+    EXPECT_EQ(comm.Polling(0x0F, /*noAddress=*/false), "Zarn74,00");
+    for (const char* product : {"X", ""}) EXPECT_EQ(comm.Polling(0, /*noAddress=*/true), product);
     EXPECT_EQ(comm.AutoScanReceive(), "X");  // a refusal leaves it
-    EXPECT_TRUE(comm.GotoISP());
-    EXPECT_FALSE(comm.GotoISP());
-    EXPECT_TRUE(comm.GotoISP());
-    EXPECT_EQ(serial.Sent, (Texts{"\x02V\r", "\x02V\r", "\x02V\r", "\2D1F\r", "\2D\r", "\2D\r", "\x02X\r",
-                                  "\x02X\r", "\x02X\r"}));
+    for (const bool result : {true, false, true}) EXPECT_EQ(comm.GotoISP(), result);
+    EXPECT_EQ(serial.Sent[2] + serial.Sent[3] + serial.Sent[4] + serial.Sent[6], "\2V\r\2D0F\r\2D\r\2X\r");
     comm.SetPortOpen(false);
     EXPECT_EQ(comm.AutoScanReceive(), "");  // the next reader is asked afresh
 }
 
-struct Dumps : CommFixture {
-    Dumps() {
-        onWait = comm.OnDumpWait.Connect([this](std::int32_t ms) { Waited.push_back(ms); });
-        onDifference = comm.OnDumpDifference.Connect([this](bool& goOn, std::int32_t index) {
-            Differences.push_back(index);
-            goOn = GoOn;
-        });
-    }
-    Image image = Image(4, 0xEE);
-    bool GoOn = false;
-    std::vector<int> Waited;
-    std::vector<int> Differences;
-    clsConnection onWait;
-    clsConnection onDifference;
-};
-
-TEST_F(Dumps, TheImageIsReadTwiceAsRawBytes) {
+TEST_F(Registers, AnImageIsReadTwiceAsRawBytes) {
+    Image image(4);
     serial.Buffer("left over");
     Answers = {"\x02\r\t\xFF"s, "\x02\r\t\xFFrest"s};
     EXPECT_TRUE(comm.Dump(image));
     EXPECT_EQ(image, (Image{2, 13, 9, 255}));
-    EXPECT_EQ(serial.Sent, (Texts{"\x02Y\r", "\x02Y\r"}));
-    EXPECT_EQ(Heard, (Texts{"r", "e", "s", "t"}));  // bytes beyond the image go on to the cutter
-    EXPECT_FALSE(comm.Timeout());
-}
+    EXPECT_EQ(serial.Sent, (Texts{"\2Y\r", "\2Y\r"}));
+    EXPECT_EQ(Told(), "r|e|s|t|");  // bytes beyond the image go on to the cutter
 
-TEST_F(Dumps, DifferencesAreAskedFor) {
+    std::string differences;
     for (const bool goOn : {false, true}) {
-        GoOn = goOn;
-        Differences.clear();
+        const auto onDifference = comm.OnDumpDifference.Connect([&](bool& answer, std::int32_t index) {
+            differences += std::to_string(index) + " ";
+            answer = goOn;
+        });
         Answers = {"abcd", "aXcY"};
         EXPECT_EQ(comm.Dump(image), goOn);
-        EXPECT_EQ(Differences, goOn ? (std::vector<int>{1, 3}) : std::vector<int>{1});
     }
+    EXPECT_EQ(differences, "1 1 3 ");
     EXPECT_EQ(image, (Image{'a', 'b', 'c', 'd'}));
 }
 
-TEST_F(Dumps, AShortOrMissingImageTimesOutAndTheWaitIsReported) {
+TEST_F(Registers, AnImageThatDoesNotComeWholeIsNone) {
+    Image image(4);
+    std::vector<int> waited;
+    const auto onWait = comm.OnDumpWait.Connect([&](std::int32_t ms) { waited.push_back(ms); });
     EXPECT_FALSE(comm.Dump(image));
-    EXPECT_EQ(host.Now(), 10000);
-    EXPECT_EQ(Waited.size(), 10000U / 128U);
-    EXPECT_EQ(Waited.front(), 128);
+    EXPECT_EQ(Took(), 10000);
     EXPECT_TRUE(comm.Timeout());
-
+    EXPECT_EQ(waited.size(), 10000U / 128U);
     Answers = {"abcd", "abc"};
-    const auto start = host.Now();
     EXPECT_FALSE(comm.Dump(image));
-    EXPECT_EQ(host.Now() - start, 2 * AnswerDelay + 500);
-    Heard.clear();
+    EXPECT_EQ(Took(), 2 * AnswerDelay + 500);
     serial.Arrive("x");  // collecting is off again
     host.DoEvents();
-    EXPECT_EQ(Heard, Texts{"x"});
-}
-
-TEST_F(Dumps, IsRefusedClosedEmptyAndEndedByACancelBetweenTheTwo) {
-    Answers = {"abcd", "abcd"};
-    host.StartTimer(AnswerDelay, [this] { comm.CancelCommand(); });
-    EXPECT_FALSE(comm.Dump(image));
-    EXPECT_EQ(serial.Sent.size(), 1U);
+    EXPECT_EQ(Told(), "x|");
     EXPECT_FALSE(comm.Dump({}));
-    comm.SetPortOpen(false);
-    EXPECT_FALSE(comm.Dump(image));
-    EXPECT_EQ(serial.Sent.size(), 1U);
-    EXPECT_TRUE(Errors.empty());
 }
 
 }  // namespace

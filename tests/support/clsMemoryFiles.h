@@ -1,9 +1,8 @@
 #pragma once
 
-#include <algorithm>
-#include <cstring>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <string>
 
 #include "base/clsIFiles.h"
@@ -15,9 +14,7 @@ class clsMemoryFiles final : public clsIFiles {
     bool Refuse = false;
 
     [[nodiscard]] std::unique_ptr<clsIFileReader> OpenFile(const std::string& name) override {
-        const auto at = Contents.find(name);
-        if (at == Contents.end()) return nullptr;
-        return std::make_unique<clsReader>(at->second);
+        return Contents.contains(name) ? std::make_unique<clsReader>(Contents.at(name)) : nullptr;
     }
     bool ReplaceFile(const std::string& name, const std::string& content) override {
         if (!Refuse) Contents[name] = content;
@@ -27,16 +24,13 @@ class clsMemoryFiles final : public clsIFiles {
   private:
     class clsReader final : public clsIFileReader {
       public:
-        explicit clsReader(std::string content) : m_content(std::move(content)) {}
+        explicit clsReader(const std::string& content) : m_stream(content) {}
         std::size_t Read(char* to, std::size_t count) override {
-            const std::size_t taken = std::min(count, m_content.size() - m_at);
-            std::memcpy(to, m_content.data() + m_at, taken);
-            m_at += taken;
-            return taken;
+            m_stream.read(to, static_cast<std::streamsize>(count));
+            return static_cast<std::size_t>(m_stream.gcount());
         }
 
       private:
-        std::string m_content;
-        std::size_t m_at = 0;
+        std::istringstream m_stream;
     };
 };

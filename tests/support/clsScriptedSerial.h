@@ -15,7 +15,7 @@ class clsScriptedSerial final : public clsSerialControlBase {
   public:
     explicit clsScriptedSerial(clsIHost& host) : m_host(host) {}
 
-    std::vector<std::string> Calls;                          ///< writes of properties, as "Name=value"
+    std::string Calls;                                       ///< writes of properties, as "Name=value;"
     std::vector<std::string> Sent;                           ///< one entry for each Output
     std::function<void(const std::string& bytes)> OnOutput;  ///< the script's answer
     std::vector<int> Listed{1};
@@ -38,33 +38,25 @@ class clsScriptedSerial final : public clsSerialControlBase {
 
     [[nodiscard]] int CommPort() const override { return m_number; }
     bool SetCommPort(int number) override {
-        if (number < 1 || number > 9) return false;
-        Note("CommPort", std::to_string(number));
-        m_number = number;
-        return true;
+        const bool known = number >= 1 && number <= 9;
+        if (known) m_number = number;
+        return known;
     }
     [[nodiscard]] bool PortOpen() const override { return m_open; }
     void SetPortOpen(bool value) override {
-        Note("PortOpen", value ? "True" : "False");
-        const bool refused = std::find(Refused.begin(), Refused.end(), m_number) != Refused.end();
-        m_open = value && !refused;
+        Set("PortOpen", m_open, value);
+        if (std::find(Refused.begin(), Refused.end(), m_number) != Refused.end()) m_open = false;
     }
     [[nodiscard]] std::string LastError() const override { return {}; }
     [[nodiscard]] std::string Settings() const override { return m_settings; }
     void SetSettings(const std::string& value) override {
-        Note("Settings", value);
+        Calls += "Settings=" + value + ";";
         if (!value.starts_with("0,")) m_settings = value;
     }
     [[nodiscard]] bool DTREnable() const override { return m_dtr; }
-    void SetDTREnable(bool value) override {
-        Note("DTREnable", value ? "True" : "False");
-        m_dtr = value;
-    }
+    void SetDTREnable(bool value) override { Set("DTREnable", m_dtr, value); }
     [[nodiscard]] bool RTSEnable() const override { return m_rts; }
-    void SetRTSEnable(bool value) override {
-        Note("RTSEnable", value ? "True" : "False");
-        m_rts = value;
-    }
+    void SetRTSEnable(bool value) override { Set("RTSEnable", m_rts, value); }
     [[nodiscard]] bool CDHolding() const override { return false; }
     [[nodiscard]] bool CTSHolding() const override { return false; }
     [[nodiscard]] bool DSRHolding() const override { return false; }
@@ -85,7 +77,10 @@ class clsScriptedSerial final : public clsSerialControlBase {
     }
 
   private:
-    void Note(const std::string& name, const std::string& value) { Calls.push_back(name + "=" + value); }
+    void Set(const std::string& name, bool& property, bool value) {
+        Calls += name + (value ? "=True;" : "=False;");
+        property = value;
+    }
 
     clsIHost& m_host;
     int m_number = 1;

@@ -41,12 +41,8 @@ void clsVirtualHost::DoEvents() { RunDue(); }
 void clsVirtualHost::WaitEvents(int ms) {
     if (InWait) InWait();
     if (RunDue() || ms <= 0) return;
-    const std::int64_t until = m_now + ms;
-    const std::int64_t next = m_due.empty() ? until : std::min(until, m_due.begin()->first);
-    if (next > m_now) {
-        m_now = next;
-        m_callsWithoutTime = 0;
-    }
+    const int next = m_due.empty() ? ms : static_cast<int>(m_due.begin()->first - m_now);
+    Sleep(std::min(ms, next));
     RunDue();
 }
 
@@ -57,9 +53,7 @@ clsIHost::TimerId clsVirtualHost::StartTimer(int ms, Handler handler) {
 }
 
 void clsVirtualHost::StopTimer(TimerId id) {
-    const auto at =
-        std::find_if(m_due.begin(), m_due.end(), [id](const auto& due) { return due.second.Id == id; });
-    if (at != m_due.end()) m_due.erase(at);
+    std::erase_if(m_due, [id](const auto& due) { return due.second.Id == id; });
 }
 
 clsConnection clsVirtualHost::WatchDescriptor(int, Handler) { return {}; }
