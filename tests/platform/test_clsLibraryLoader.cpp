@@ -32,7 +32,6 @@ TEST(clsLibraryLoader, CountsReferencesAndReadsAsNotLoadedAtNone) {
     EXPECT_EQ(loader.GetModuleHandle(file), 0u);
     EXPECT_EQ(reinterpret_cast<std::int32_t (*)(std::uint32_t)>(entry)(77), 0) << "its code stays in memory";
     EXPECT_EQ(loader.LoadLibrary(file), handle);
-    EXPECT_EQ(loader.GetModuleHandle(file), handle);
 }
 
 TEST(clsHidReaders, AFolderWithoutAUsableLibraryHasNoReadersAndNoBus) {
