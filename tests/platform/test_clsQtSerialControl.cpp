@@ -38,7 +38,9 @@ struct clsFarEnd {
 
 struct clsQtSerialControlTest : clsPlatformTest {
     clsQtSerialControlTest() {
-        Map(far);
+        PortMap map;
+        map.Lines = {{1, ptsname(far.fd)}, {2, "/nowhere/tty"}, {3, "/dev/null"}};
+        ports.SetMap(map);
         onComm = control.OnComm.Connect([this] {
             ++events;
             if (closeOnEvent) control.SetPortOpen(false);
@@ -46,11 +48,6 @@ struct clsQtSerialControlTest : clsPlatformTest {
         });
         onLost = control.OnLost.Connect([this] { ++losses; });
         control.SetPortOpen(true);
-    }
-    void Map(const clsFarEnd& end) {
-        PortMap map;
-        map.Lines = {{1, ptsname(end.fd)}, {2, "/nowhere/tty"}, {3, "/dev/null"}};
-        ports.SetMap(map);
     }
     clsFarEnd far;
     clsMemoryStore store;
@@ -125,13 +122,6 @@ TEST_F(clsQtSerialControlTest, ALineThatHangsUpIsLostOnceAndBurnsNothing) {
     EXPECT_EQ(control.InBufferCount(), 0);
     EXPECT_LT(Idle(200), 15.0);
     EXPECT_TRUE(control.PortOpen());
-    control.SetPortOpen(false);
-
-    const clsFarEnd next;
-    Map(next);
-    control.SetPortOpen(true);
-    next.Send("again");
-    EXPECT_TRUE(Until([&] { return received == "again"; }));
     EXPECT_EQ(losses, 1);
 }
 
@@ -144,7 +134,6 @@ TEST_F(clsQtSerialControlTest, ALineThatCannotBeOpenedSaysWhy) {
         EXPECT_FALSE(second.PortOpen());
         EXPECT_EQ(second.LastError(), std::strerror(row.error)) << row.number;
     }
-    EXPECT_FALSE(second.SetCommPort(0));
     EXPECT_FALSE(second.SetCommPort(9));
     EXPECT_EQ(second.CommPort(), 3);
 

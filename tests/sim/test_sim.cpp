@@ -151,21 +151,6 @@ TEST(SimReader, ShowsEachFaultOnTheWire) {
     }
 }
 
-TEST(SimReader, CountsAndSkipsTheFramesThatAFaultMeets) {
-    Bench bench;
-    bench.Arm("refuse-busy command=B register=5 skip=1 count=2");
-    bench.Arm("no-answer command=B register=5 count=1");
-    bench.Arm("different-dumps value=0");
-    // one fault a frame: the silence takes the first frame, and the refusals those after it
-    for (const char* answer : {"", "[N07B5]", "[N07B5]", "[AFFCD]"}) {
-        EXPECT_EQ(bench.Ask("[B05]"), answer);
-        EXPECT_EQ(bench.Ask("[B06]"), "[AFFCD]");
-    }
-    for (const char first : {'\xfe', '\xff', '\xfe'}) EXPECT_EQ(bench.Ask("[Y]")[0], first);
-    bench.Reader.ClearFaults();
-    EXPECT_EQ(bench.Ask("[Y]")[0], '\xff');
-}
-
 TEST(SimReader, SendsLateAndTrickledRepliesInTheOrderOfTheirCommands) {
     Bench bench;
     bench.Arm("late-reply command=B value=700 once");
