@@ -4,6 +4,7 @@
 #include "PlatformFixture.h"
 #include "base/clsMemoryStore.h"
 #include "platform/clsPortList.h"
+#include "platform/clsQtStore.h"
 
 namespace {
 
@@ -100,6 +101,17 @@ TEST(ParsePortMap, TakesTheOptionsBeforeTheEnvironmentAndSaysWhatIsWrong) {
         EXPECT_EQ(map.Error, row.error);
         EXPECT_EQ(map.Lines, row.lines) << row.error;
     }
+}
+
+TEST_F(clsPlatformTest, TheStoreKeepsTextsForAllProgramsOfTheUser) {
+    clsQtStore store;
+    const std::string odd = "a,b;\"c\" %\xE9\n@x";
+    store.SaveSetting("Zarn*", "LastCommPort", odd);
+    clsQtStore other;
+    EXPECT_EQ(other.GetSetting("Zarn*", "LastCommPort", ""), odd);
+    other.SaveSetting("Ports", "Adapters", "5=x");
+    EXPECT_EQ(store.GetSetting("Ports", "Adapters", ""), "5=x");
+    EXPECT_EQ(store.GetSetting("zarn", "LastCommPort", "none"), "none");
 }
 
 }  // namespace

@@ -358,16 +358,28 @@ the cable pulled 1 COM7 is removed and closed
 )");
 }
 
-TEST_F(Programs, WhatCannotBeWrittenIsSaidAndLeavesTheOldFileWhole) {
+TEST_F(Programs, AFileIsReplacedAsAWholeOrLeftAsItWasAndWhatCannotBeWrittenIsSaid) {
     ExpectSaid(R"sh(
         zarn74ctl --help 2>&1 >/dev/full
         echo $?
         zarn74ctl demo info 2>&1 >/dev/full | tail -n 1
         mkdir dir
-        echo old >dir/file
-        (ulimit -f 1; zarn74ctl demo read -o dir/file 2>&1 | tail -n 1 | cut -c 12-)
-        cat dir/file
-        ls -A dir
+        cd dir
+        umask 022
+        echo old >file
+        chmod 640 file
+        (ulimit -f 1; zarn74ctl demo read -o file 2>&1 | tail -n 1 | cut -c 12-)
+        cat file
+        ln -s file link
+        ln -s "$PWD/new" dangling
+        ln -s loop loop
+        mkfifo fifo
+        for name in link dangling loop fifo; do
+            zarn74ctl demo dump -o $name 2>&1 | tail -n 1 | cut -c 12-
+        done
+        zarn74ctl demo write fifo 2>&1 | cut -c 12-
+        stat -c '%A %n' $(ls -A)
+        wc -c file new
         # a full pipe that somebody made non-blocking is waited for
         mkfifo pipe
         exec 6<>pipe 5>pipe
@@ -385,7 +397,20 @@ zarn74ctl: cannot write to standard output
 zarn74ctl: cannot write to standard output
 Save Device Info To File NG!
 old
-file
+Save Dump To File OK
+Save Dump To File OK
+Save Dump To File NG
+Save Dump To File NG
+Open Device Info From File NG!
+lrwxrwxrwx dangling
+prw-r--r-- fifo
+-rw-r----- file
+lrwxrwxrwx link
+lrwxrwxrwx loop
+-rw-r--r-- new
+ 512 file
+ 512 new
+1024 total
 it waits
 1F0: FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF
 0
