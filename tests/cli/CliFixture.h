@@ -28,10 +28,11 @@ struct clsMemoryOutput final : clsITextOutput {
     bool InColor = false;
 };
 
-/// The program in virtual time, with files in memory, on a machine with a reader on COM1, an empty COM2 and a
+/// The program with files in memory, on a machine with a reader on COM1, an empty COM2 and a
 /// COM3 that does not open.
-struct clsCliTest : testing::Test, clsICliPlatform {
-    clsCliTest() {
+template <class HostType>
+struct clsCliWorld : testing::Test, clsICliPlatform {
+    clsCliWorld() {
         LoadExampleConfiguration(reader);
         clsSimSerialControl::Line line;
         line.Description = "Caf\xE9";
@@ -84,7 +85,7 @@ struct clsCliTest : testing::Test, clsICliPlatform {
         return lines;
     }
 
-    clsVirtualHost host;
+    HostType host;
     clsSimReader reader{host};
     clsSimSerialControl serial{host};
     clsMemoryStore store;
@@ -95,3 +96,4 @@ struct clsCliTest : testing::Test, clsICliPlatform {
     std::string sent;  ///< command letters that the reader received
     clsConnection onFrame;
 };
+using clsCliTest = clsCliWorld<clsVirtualHost>;

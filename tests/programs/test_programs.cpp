@@ -301,30 +301,17 @@ TEST_F(Programs, AReaderOnHidIsFoundByEachOfItsNamesOrItIsSaidWhyNot) {
         cut -d';' -f1 err
         for name in hid1 '\\?\HID#vid_2e91&pid_0005#1-1:1.0' ./virtual/hidraw1 HID2 HID3; do
             zarn74ctl demo --hid --port $name --baud 19200 get 1 2>err >out
-            echo $? $(tail -n 1 err | cut -d- -f2)
+            echo $? $(grep -c 'no access' err) $(tail -n 1 err | cut -d- -f2)
         done)sh",
                R"(
 HID1    virtual/hidraw1  \\?\hid#vid_2e91&pid_0005#1-1:1.0 (Tarka USB Adapter), Fabé, serial number 7
 HID2    virtual/hidraw2  \\?\hid#vid_2e91&pid_0005#1-2:1.0 (Zarn74), Simulated, serial number 0001 (no access)
 zarn74ctl: HID2: no access to virtual/hidraw2
-0 GetRegister OK
-0 GetRegister OK
-0 GetRegister OK
-3 zarn74ctl: Missing Device
-3 zarn74ctl: HID3: there is no such port
-)");
-}
-
-TEST_F(Programs, AReaderOnHidThatIsPulledOutIsToldOnce) {
-    ExpectSaid(R"sh(
-        for device in 'tarka vanish=200' 'reader vanish=150'; do
-            export ORVBUS_DEVICES=$device
-            (ulimit -t 1; zarn74ctl demo --hid --slow read 2>err)
-            echo $? $(grep -c 'is removed and closed' err) $(grep -c ' NG$' err)
-        done)sh",
-               R"(
-1 1 2
-1 1 2
+0 0 GetRegister OK
+0 0 GetRegister OK
+0 0 GetRegister OK
+3 1 zarn74ctl: Missing Device
+3 0 zarn74ctl: HID3: there is no such port
 )");
 }
 
@@ -364,20 +351,20 @@ TEST_F(Programs, AFileIsReplacedAsAWholeOrLeftAsItWasAndWhatCannotBeWrittenIsSai
         echo $?
         zarn74ctl demo info 2>&1 >/dev/full | tail -n 1
         mkdir dir
-        cd dir
         umask 022
-        echo old >file
-        chmod 640 file
-        (ulimit -f 1; zarn74ctl demo read -o file 2>&1 | tail -n 1 | cut -c 12-)
-        cat file
-        ln -s file link
-        ln -s "$PWD/new" dangling
-        ln -s loop loop
-        mkfifo fifo
+        echo old >dir/file
+        chmod 640 dir/file
+        (ulimit -f 1; zarn74ctl demo read -o dir/file 2>&1 | tail -n 1 | cut -c 12-)
+        cat dir/file
+        ln -s file dir/link
+        ln -s "$PWD/dir/new" dir/dangling
+        ln -s loop dir/loop
+        mkfifo dir/fifo
         for name in link dangling loop fifo; do
-            zarn74ctl demo dump -o $name 2>&1 | tail -n 1 | cut -c 12-
+            zarn74ctl demo dump -o dir/$name 2>&1 | tail -n 1 | cut -c 12-
         done
-        zarn74ctl demo write fifo 2>&1 | cut -c 12-
+        zarn74ctl demo write dir/fifo 2>&1 | cut -c 12-
+        cd dir
         stat -c '%A %n' $(ls -A)
         wc -c file new
         # a full pipe that somebody made non-blocking is waited for
