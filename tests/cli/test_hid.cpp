@@ -10,6 +10,10 @@ namespace {
 
 struct clsHidCliTest : clsCliWorld<clsPollHost> {
     CommDevices Devices(bool) override { return readers.Devices(/*notices=*/nullptr); }
+    [[nodiscard]] bool ToldOnce() const {
+        const auto told = err.Text.find(" is removed and closed");
+        return told != std::string::npos && told == err.Text.rfind(" is removed and closed");
+    }
 
     clsHidReaders readers{std::filesystem::path(ORVHID_VIRTUAL).parent_path().string()};
     clsDemoBus bus{readers.Loader()};
@@ -30,13 +34,17 @@ TEST_F(clsHidCliTest, AReaderPulledOutInTheMiddleIsToldOnceAndReadsAgainWhenItIs
         const auto start = host.TickCount();
         EXPECT_EQ(Run("--port HID1 --slow read"), 1) << device;
         EXPECT_LT(host.TickCount() - start, 3000u);
-        const auto told = err.Text.find(" is removed and closed");
-        EXPECT_NE(told, std::string::npos) << err.Text;
-        EXPECT_EQ(err.Text.find(" is removed and closed", told + 1), std::string::npos) << err.Text;
+        EXPECT_TRUE(ToldOnce()) << err.Text;
         EXPECT_EQ(out.Text, "");
         EXPECT_TRUE(bus.Replug(number));
         EXPECT_EQ(Run("--port HID1 --slow read"), 0) << err.Text;
     }
+    const int watched = bus.Plug("tarka");
+    host.StartTimer(/*ms=*/1500, [&] { EXPECT_TRUE(bus.TypeText(watched, "4711\r")); });
+    host.StartTimer(/*ms=*/1700, [&] { EXPECT_TRUE(bus.Unplug(watched)); });
+    EXPECT_EQ(Run("--port HID2 monitor"), 1);
+    EXPECT_NE(out.Text.find(" rx 4711<CR>\n"), std::string::npos) << out.Text;
+    EXPECT_TRUE(ToldOnce()) << err.Text;
 }
 
 }  // namespace
