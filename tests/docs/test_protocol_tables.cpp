@@ -78,19 +78,23 @@ TEST(Protocol, TheTablesOfKeysAndRegistersAreWhatIsWrittenAndReadBack) {
 
     std::vector<std::string> registers;
     const auto add = [&](int first, int count, const std::string& setting, const std::string& coding) {
-        const int last = first + count - 1;
-        registers.push_back("| " + Hex(first, 3) + (count > 1 ? ".." + Hex(last, 3) : "") + " | " +
-                            std::to_string(first) + (count > 1 ? ".." + std::to_string(last) : "") + " | " +
-                            setting + " | " + coding + " |");
+        std::string hex = Hex(first, 3);
+        std::string decimal = std::to_string(first);
+        if (count > 1) {
+            hex.append("..").append(Hex(first + count - 1, 3));
+            decimal.append("..").append(std::to_string(first + count - 1));
+        }
+        registers.push_back("| " + hex + " | " + decimal + " | " + setting + " | " + coding + " |");
     };
     for (std::size_t i = 0; i < settingCount; ++i) {
         const int count = std::holds_alternative<TextField>(rows[i].Field) ? keyStringSize : 1;
         add(rows[i].Register, count, "`" + keyOf[i] + "`", CodingOf(rows[i]));
     }
     for (int i = 0; i < cardFilterCount; ++i) {
-        const std::string number = "(" + std::to_string(i + 1) + ")`";
-        add(FilterRegister(i), 2, "`Filter_Start" + number + ", `Filter_Length" + number,
-            "of " + std::to_string(FilterDigits(i)) + " digits");
+        const std::string number = std::to_string(i + 1);
+        std::string setting = "`Filter_Start(";
+        setting.append(number).append(")`, `Filter_Length(").append(number).append(")`");
+        add(FilterRegister(i), 2, setting, "of " + std::to_string(FilterDigits(i)) + " digits");
     }
     add(EntryRegister(0), entrySize * convertCount, "`Convert(i)`", "entry");
     add(EntryTextRegister(0), keyStringSize * convertCount, "`Convert(i)`", "text");
