@@ -28,9 +28,24 @@ struct clsMemoryOutput final : clsITextOutput {
     bool InColor = false;
 };
 
-/// The program with nothing around it but a host, a simulated serial control, and files in memory.
+/// The program with files in memory, on a machine with a reader on COM1, an empty COM2 and a
+/// COM3 that does not open.
 template <class HostType>
 struct clsCliWorld : testing::Test, clsICliPlatform {
+    clsCliWorld() {
+        LoadExampleConfiguration(reader);
+        clsSimSerialControl::Line line;
+        line.Description = "Caf\xE9";
+        line.Reader = &reader;
+        serial.AddLine(1, line);
+        line.Reader = nullptr;
+        serial.AddLine(2, line);
+        line.Opens = false;
+        serial.AddLine(3, line);
+        onFrame = reader.OnFrame.Connect([this](const std::string& frame, bool received) {
+            if (received) sent += frame.at(1);
+        });
+    }
     /// The exit status of a command line; its words are separated by single blanks.
     int Run(const std::string& line) {
         out.Text.clear();
@@ -56,33 +71,6 @@ struct clsCliWorld : testing::Test, clsICliPlatform {
     std::string AddDevice(const std::string& path) override { return path == "/dev/reader" ? "COM1" : ""; }
     std::string DefaultFile() override { return "Default.ini"; }
 
-    HostType host;
-    clsSimSerialControl serial{host};
-    clsMemoryStore store;
-    clsMemoryFiles files;
-    clsMemoryOutput out;
-    clsMemoryOutput err;
-    clsCli cli{*this, out, err};
-    std::string sent;  ///< command letters that the reader received
-};
-
-/// The program in virtual time on a machine with a reader on COM1, an empty COM2 and a COM3 that does not
-/// open.
-struct clsCliTest : clsCliWorld<clsVirtualHost> {
-    clsCliTest() {
-        LoadExampleConfiguration(reader);
-        clsSimSerialControl::Line line;
-        line.Description = "Caf\xE9";
-        line.Reader = &reader;
-        serial.AddLine(1, line);
-        line.Reader = nullptr;
-        serial.AddLine(2, line);
-        line.Opens = false;
-        serial.AddLine(3, line);
-        onFrame = reader.OnFrame.Connect([this](const std::string& frame, bool received) {
-            if (received) sent += frame.at(1);
-        });
-    }
     [[nodiscard]] long Sent(char command) const { return std::count(sent.begin(), sent.end(), command); }
     /// What the run said last, without time or program name.
     [[nodiscard]] std::string Said() const {
@@ -97,6 +85,15 @@ struct clsCliTest : clsCliWorld<clsVirtualHost> {
         return lines;
     }
 
+    HostType host;
     clsSimReader reader{host};
+    clsSimSerialControl serial{host};
+    clsMemoryStore store;
+    clsMemoryFiles files;
+    clsMemoryOutput out;
+    clsMemoryOutput err;
+    clsCli cli{*this, out, err};
+    std::string sent;  ///< command letters that the reader received
     clsConnection onFrame;
 };
+using clsCliTest = clsCliWorld<clsVirtualHost>;

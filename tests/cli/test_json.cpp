@@ -92,17 +92,7 @@ TEST_F(clsCliTest, EveryRunPrintsOneObjectOfTheSchema) {
 
 TEST_F(clsCliTest, TracesAreOneFrameALine) {
     const clsSchema schema;
-    EXPECT_EQ(Run("--port COM1 --baud 19200 --trace get 0x80"), 0);
-    std::vector<std::string> frames;
-    for (const std::string& line : Lines(err.Text)) {
-        if (line.starts_with("{")) frames.push_back(line);
-    }
-    ASSERT_EQ(frames.size(), 2u);
-    EXPECT_EQ(Json::parse(frames[0])["hex"], "024238300D");
-    EXPECT_EQ(Json::parse(frames[1])["text"], "\2AFFCD\r");
-    EXPECT_EQ(Json::parse(frames[1])["dir"], "rx");
-
-    EXPECT_EQ(Run("--trace dump"), 0);  // raw images between the frames
+    EXPECT_EQ(Run("--port COM1 --baud 19200 --trace dump"), 0);
     std::size_t bytes = 0;
     for (const std::string& line : Lines(err.Text)) {
         if (!line.starts_with("{")) continue;
@@ -110,7 +100,7 @@ TEST_F(clsCliTest, TracesAreOneFrameALine) {
         EXPECT_TRUE(schema.Fits("frame", frame)) << line;
         if (frame["dir"] == "rx") bytes += frame["hex"].get<std::string>().size() / 2;
     }
-    EXPECT_EQ(bytes, 12u + 2 * 512);  // the scan's answer, then the image twice
+    EXPECT_EQ(bytes, 2u * 512) << "raw images between the frames";
 }
 
 }  // namespace

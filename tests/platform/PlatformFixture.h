@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <string>
 
 #include "platform/clsQtHost.h"
@@ -37,10 +36,6 @@ struct clsPlatformTest : testing::Test {
         while (host.TickCount() - start < ms)
             host.WaitEvents(static_cast<int>(ms - (host.TickCount() - start)));
         return 1e3 * static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC;
-    }
-    static std::string Content(const std::string& name) {
-        std::ifstream file(name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
     }
     void Put(const std::string& name, const std::string& content) const {
         const auto path = fs::path(folder) / name;

@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include "hid/HidLibraryFile.h"
 #include "platform/clsHidReaders.h"
@@ -32,24 +31,18 @@ TEST(clsLibraryLoader, CountsReferencesAndReadsAsNotLoadedAtNone) {
     EXPECT_EQ(loader.GetModuleHandle(file), 0u);
     EXPECT_EQ(reinterpret_cast<std::int32_t (*)(std::uint32_t)>(entry)(77), 0) << "its code stays in memory";
     EXPECT_EQ(loader.LoadLibrary(file), handle);
-    EXPECT_EQ(loader.GetModuleHandle(file), handle);
 }
 
 TEST(clsHidReaders, AFolderWithoutAUsableLibraryHasNoReadersAndNoBus) {
     std::string pattern = testing::TempDir() + "zarn74-XXXXXX";
     const fs::path folder = mkdtemp(pattern.data());
-    std::ifstream whole(library, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(whole), {}};
-    std::string foreign = bytes;
-    foreign.at(18) = static_cast<char>(0xB7);  // made for another processor
-    for (const std::string& content : {std::string(), std::string("text"), foreign}) {
-        std::ofstream(folder / "libOrvHIDIO.so", std::ios::binary) << content;
-        clsHidReaders readers(folder.string());
-        const clsDemoBus bus(readers.Loader());
-        EXPECT_FALSE(bus.Ready());
-        EXPECT_EQ(bus.Plug("reader"), 0);
-        EXPECT_EQ(readers.Devices(/*notices=*/nullptr).Hid->Create(), 0u);
-    }
+    fs::copy_file(library, folder / "libOrvHIDIO.so");
+    std::fstream(folder / "libOrvHIDIO.so").seekp(18).put('\xB7');  // made for another processor
+    clsHidReaders readers(folder.string());
+    const clsDemoBus bus(readers.Loader());
+    EXPECT_FALSE(bus.Ready());
+    EXPECT_EQ(bus.Plug("reader"), 0);
+    EXPECT_EQ(readers.Devices(/*notices=*/nullptr).Hid->Create(), 0u);
     fs::remove_all(folder);
     const fs::path before = fs::current_path();
     fs::current_path(library.parent_path());

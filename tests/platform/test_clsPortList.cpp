@@ -4,6 +4,7 @@
 #include "PlatformFixture.h"
 #include "base/clsMemoryStore.h"
 #include "platform/clsPortList.h"
+#include "platform/clsQtStore.h"
 
 namespace {
 
@@ -14,18 +15,15 @@ struct clsPortListTest : clsPlatformTest {
     }
     void Plug(const std::string& tty, const std::string& socket, const std::string& serial) const {
         const std::string usb = "sys/devices/usb1/" + socket;
-        const std::string line = usb + "/" + socket + ":1.0/" + tty;
         Put(usb + "/idVendor", "1a86\n");
-        Put(usb + "/idProduct", "7523\n");
         Put(usb + "/product", "Wedge Caf\xC3\xA9\n");
-        if (!serial.empty()) Put(usb + "/serial", serial + "\n");
-        Put(usb + "/" + socket + ":1.0/bInterfaceNumber", "00\n");
-        fs::create_directories(folder + "/" + line);
+        Put(usb + "/serial", serial + "\n");
+        Put(usb + "/line/bInterfaceNumber", "00\n");
         fs::create_directories(folder + "/sys/class/tty/" + tty);
-        fs::create_directory_symlink(folder + "/" + line, folder + "/sys/class/tty/" + tty + "/device");
+        fs::create_directory_symlink(folder + "/" + usb + "/line",
+                                     folder + "/sys/class/tty/" + tty + "/device");
         Put("dev/" + tty, "");
     }
-    void UnplugAll() const { fs::remove_all(folder + "/sys"); }
     [[nodiscard]] std::string Listed() const {
         std::string text;
         for (const PortEntry& port : list.Ports())
@@ -36,23 +34,18 @@ struct clsPortListTest : clsPlatformTest {
     clsPortList list{store, {folder + "/sys", folder + "/dev"}};
 };
 
-TEST_F(clsPortListTest, BuiltInLinesAreListedWhereThereIsAChip) {
+TEST_F(clsPortListTest, ALineKeepsItsNumberWhateverIsPluggedInWhichOrder) {
     AddUart("ttyS0", "4");
-    AddUart("ttyS1", "0");
-    AddUart("ttyS4", "4");
+    AddUart("ttyS1", "0");  // a node without a chip
     Put("sys/class/tty/tty7/x", "");
-    EXPECT_EQ(Listed(), "COM1=ttyS0 COM5=ttyS4 ");
-    EXPECT_EQ(list.DeviceOf(5), folder + "/dev/ttyS4");
-    EXPECT_EQ(list.DeviceOf(2), "");
-}
-
-TEST_F(clsPortListTest, AnAdapterKeepsItsNumberWhateverIsPluggedInWhichOrder) {
     Plug("ttyUSB0", "1-1", "A;=1");
-    EXPECT_EQ(Listed(), "COM5=ttyUSB0 ");
+    EXPECT_EQ(Listed(), "COM1=ttyS0 COM5=ttyUSB0 ");
+    EXPECT_EQ(list.DeviceOf(5), folder + "/dev/ttyUSB0");
+    EXPECT_EQ(list.DeviceOf(2), "");
     Plug("ttyUSB1", "1-2", "");  // no serial number: the socket tells it
     Plug("ttyACM0", "1-3", "C3");
-    EXPECT_EQ(Listed(), "COM5=ttyUSB0 COM6=ttyUSB1 COM7=ttyACM0 ");
-    UnplugAll();
+    EXPECT_EQ(Listed(), "COM1=ttyS0 COM5=ttyUSB0 COM6=ttyUSB1 COM7=ttyACM0 ");
+    fs::remove_all(folder + "/sys");
     AddUart("ttyS4", "4");         // takes the first adapter's number
     Plug("ttyUSB0", "1-4", "C3");  // another socket and node, the same adapter
     Plug("ttyUSB1", "1-2", "");
@@ -60,14 +53,13 @@ TEST_F(clsPortListTest, AnAdapterKeepsItsNumberWhateverIsPluggedInWhichOrder) {
     Plug("ttyUSB3", "1-6", "A;=1");  // moved on
     Plug("ttyUSB4", "1-9", "twin");
     EXPECT_EQ(Listed(), "COM5=ttyS4 COM6=ttyUSB1 COM7=ttyUSB0 COM8=ttyUSB2 COM9=ttyUSB3 COM10=ttyUSB4 ");
-    EXPECT_EQ(Listed(), Listed());
     EXPECT_EQ(list.Ports().at(2).Description + list.Ports().at(2).Serial,
               "Wedge Caf\xE9"
               "C3");
 }
 
 TEST_F(clsPortListTest, WhenEveryNumberIsRememberedTheLongestGoneAdapterGivesItsOwnUp) {
-    std::string remembered = "5=1a86:7523:here:00";
+    std::string remembered = "5=1a86::here:00";
     for (int n = 6; n <= 255; ++n) remembered += ";" + std::to_string(n) + "=old" + std::to_string(n);
     store.SaveSetting("Ports", "Adapters", remembered);
     Plug("ttyUSB0", "1-1", "here");
@@ -98,12 +90,10 @@ TEST(ParsePortMap, TakesTheOptionsBeforeTheEnvironmentAndSaysWhatIsWrong) {
         std::map<int, std::string> lines;
         std::string error;
     } rows[] = {
-        {{}, nullptr, {}, ""},
         {{}, "COM1=/a,COM7=/b=c", {{1, "/a"}, {7, "/b=c"}}, ""},
         {{"COM2=/x"}, "nonsense", {{2, "/x"}}, ""},
         {{"COM0=/x"}, nullptr, {}, "'COM0=/x' is not COMn=PATH with n from 1 to 255"},
         {{"COM1="}, nullptr, {}, "'COM1=' is not COMn=PATH with n from 1 to 255"},
-        {{}, "COM1=/a,LPT1=/b", {{1, "/a"}}, "'LPT1=/b' is not COMn=PATH with n from 1 to 255"},
         {{"COM4=/a", "com4=/b"}, nullptr, {{4, "/a"}}, "COM4 is mapped twice"},
     };
     for (const auto& row : rows) {
@@ -111,6 +101,17 @@ TEST(ParsePortMap, TakesTheOptionsBeforeTheEnvironmentAndSaysWhatIsWrong) {
         EXPECT_EQ(map.Error, row.error);
         EXPECT_EQ(map.Lines, row.lines) << row.error;
     }
+}
+
+TEST_F(clsPlatformTest, TheStoreKeepsTextsForAllProgramsOfTheUser) {
+    clsQtStore store;
+    const std::string odd = "a,b;\"c\" %\xE9\n@x";
+    store.SaveSetting("Zarn*", "LastCommPort", odd);
+    clsQtStore other;
+    EXPECT_EQ(other.GetSetting("Zarn*", "LastCommPort", ""), odd);
+    other.SaveSetting("Ports", "Adapters", "5=x");
+    EXPECT_EQ(store.GetSetting("Ports", "Adapters", ""), "5=x");
+    EXPECT_EQ(store.GetSetting("zarn", "LastCommPort", "none"), "none");
 }
 
 }  // namespace

@@ -1,0 +1,441 @@
+// The real programs over real pseudo-terminals, as a shell sees them.
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace {
+
+constexpr const char* preamble = R"(
+export LC_ALL=C PATH=)" ZARN74_PROGRAMS R"(:$PATH QT_QPA_PLATFORM=offscreen
+export XDG_CONFIG_HOME=$PWD/config ZARN74_PORT_MAP=COM7=$PWD/reader
+trap 'kill $(jobs -p) 2>/dev/null; wait' EXIT
+# A simulated reader at work on $tty. It may write files of so many KiB as $limit says.
+start() {
+    coproc SIM { ulimit -f "${limit:-unlimited}"; exec zarn74sim "$@" 2>&1; }
+    exec 8<&"${SIM[0]}"- 9>&"${SIM[1]}"-
+    sim=$SIM_PID
+    read -r -t 5 tty <&8
+}
+# The first line that the simulator says to a command.
+tell() {
+    echo "$*" >&9
+    read -r -t 5 <&8
+    echo "$REPLY"
+}
+# Opens the reader's terminal; the shell itself would change its settings when it reads.
+connect() { exec 3<>"$tty" 4< <(exec cat <&3 2>/dev/null); line=$!; }
+disconnect() {
+    exec 3>&- 4<&-
+    kill $line 2>/dev/null
+    wait $line
+}
+# The reader's answer to a frame, for which it has $2 seconds.
+ask() { printf '\2%s\r' "$1" >&3; answer "$2"; }
+answer() {
+    IFS= read -r -t "${1:-5}" -d $'\r' <&4 || REPLY=none
+    echo "${REPLY#$'\2'}"
+}
+# Ticks of processor time, 10 ms each, that the simulator has used.
+ticks() { read -ra stat <"/proc/$sim/stat"; echo $((stat[13] + stat[14])); }
+# The byte at $1 of the image is changed to what printf makes of $2.
+poke() { printf "$2" | dd of=image bs=1 seek="$1" conv=notrunc status=none; }
+byte() { echo $(od -An -tu1 -j"$1" -N1 image); }
+)";
+
+/// A folder of its own for each test, gone with it.
+struct Programs : testing::Test {
+    Programs() {
+        std::string pattern = testing::TempDir() + "zarn74-XXXXXX";
+        folder = mkdtemp(pattern.data());
+    }
+    ~Programs() override { std::filesystem::remove_all(folder); }
+
+    /// The script of a shell says this and nothing else.
+    void ExpectSaid(const std::string& script, const std::string& expected) const {
+        std::ofstream(folder + "/script") << preamble << script << "\nexit 0\n";
+        FILE* const said = popen(("cd " + folder + " && timeout 60 bash script 2>&1").c_str(), "r");
+        std::string text = "\n";
+        for (int c = fgetc(said); c != EOF; c = fgetc(said)) text += static_cast<char>(c);
+        EXPECT_EQ(pclose(said), 0) << "it hangs";
+        EXPECT_EQ(text, expected);
+    }
+    std::string folder;
+};
+
+TEST_F(Programs, TheSimulatorAnswersOverItsTerminalAndSavesEachWriteBeforeItAnswers) {
+    ExpectSaid(R"sh(
+        start --image image --log log --fault 'no-answer command=D once'
+        wc -c <image
+        connect
+        ask V
+        ask C05,0135
+        byte 5
+        printf '\2Y\r' >&3
+        head -c 512 <&4 | cmp - image
+        tell set 0x1FF 7
+        byte 511
+        tell card ultralight 04526af13b2c80
+        ask J
+        tell 'type 04A1\x7E\r'
+        answer
+        ask $'C05\r\2D\r\2J'
+        tell faults
+        tell quit
+        wait $sim
+        echo ended with $?
+        sed -E 's/.*"t":[0-9]\..*"dir":"(..)".*"text":"(.*)"\}/\1 \2/' log | head -n 4)sh",
+               R"(
+512
+AV1.02R007,FWQ-K4436
+A
+1
+511 (0x1FF) = 7 (0x07)
+7
+card 3 04526AF13B2C80
+A03,04526AF13B2C80
+typed 6 bytes
+04A1~
+A03,04526AF13B2C80
+fault no-answer command=D count=1 fired=1
+quit
+ended with 0
+rx \u0002V\u000D
+tx \u0002AV1.02R007,FWQ-K4436\u000D
+rx \u0002C05,0135\u000D
+tx \u0002A\u000D
+)");
+}
+
+TEST_F(Programs, TheSimulatorHangsUpWhenUnpluggedAndComesBackOnANewTerminal) {
+    ExpectSaid(R"sh(
+        ln -s /dev/pts/99999 reader
+        start --link reader
+        connect
+        ask J
+        tell unplug
+        answer
+        [ -L reader ] && echo the link is still there
+        tell set 209 7
+        tty=$(tell replug)
+        [ "$tty" = "$(readlink reader)" ] || echo the link does not follow
+        disconnect
+        connect
+        ask J .2  # the new line speed counts from now on
+        disconnect
+        zarn74ctl --port COM7 --baud 14400 get 5 2>err
+        exec 3<>"$tty"
+        printf '\2V' >&3  # half a frame, and an answer that nobody takes
+        printf '\2D\r' >&3
+        until read -r -t 0 <&3; do sleep .02; done
+        exec 3>&-
+        tell type nobody listens
+        connect
+        ask J
+        exec 9>&-  # the end of its input does not end it
+        ask J
+        kill $sim
+        wait $sim
+        echo ended with $?
+        [ -L reader ] && echo the link is still there)sh",
+               R"(
+AFF
+unplugged
+none
+209 (0xD1) = 7 (0x07)
+none
+5 (0x005) = 255 (0xFF)
+typed 14 bytes
+AFF
+AFF
+ended with 0
+)");
+}
+
+// The quickest of many exchanges: a busy machine disturbs some of them, hardly all.
+TEST_F(Programs, TheSimulatorKeepsThePaceOfTheLineWithoutBurningTheProcessor) {
+    ExpectSaid(R"sh(
+        start --pace 19200 --only-baud 14400 --link reader
+        connect
+        ask J .2
+        disconnect
+        zarn74ctl --port COM7 --baud 14400 get 5 2>err
+        connect
+        best=1000000 before=$(ticks) begin=${EPOCHREALTIME/./}
+        for ((i = 0; i < 400 && (i < 50 || best > 6500); ++i)); do
+            start=${EPOCHREALTIME/./}
+            printf '\2B05\r' >&3
+            read -r -t 5 -d $'\r' <&4
+            ((best = (t = ${EPOCHREALTIME/./} - start) < best ? t : best))
+        done
+        ((best > 5940 && best < 6875)) || echo "$best us instead of 6250"
+        ((used = $(ticks) - before, used < 2 + (${EPOCHREALTIME/./} - begin) / 33000)) || echo $used ticks)sh",
+               R"(
+none
+5 (0x005) = 255 (0xFF)
+)");
+}
+
+TEST_F(Programs, TheSimulatorStaysCalmUnderAFloodAndWithoutListeners) {
+    ExpectSaid(R"sh(
+        start --pace 4000000
+        connect
+        timeout .5 tr '\0' '\2' </dev/zero >&3 &
+        sleep .3
+        tell get 5
+        wait $!
+        disconnect
+        setsid -w bash -c ": <$tty"  # a program that has it as its controlling terminal, and ends
+        sleep .3
+        before=$(ticks)
+        sleep 1
+        echo $(($(ticks) - before > 1))
+        connect
+        ask J)sh",
+               R"(
+5 (0x5) = 255 (0xFF)
+0
+AFF
+)");
+}
+
+TEST_F(Programs, TheSimulatorLeavesTheImageWholeWhenItCannotBeSaved) {
+    ExpectSaid(R"sh(
+        head -c 512 /dev/zero | tr '\0' '\377' | tee whole >image
+        limit=0
+        start --image image --example
+        connect
+        ask B80
+        ask C80,0037
+        tell quit
+        wait $sim
+        echo $?
+        cmp image whole
+        ls -A)sh",
+               R"(
+AFFCD
+A
+zarn74sim: cannot write the memory image image
+1
+image
+script
+whole
+)");
+}
+
+TEST_F(Programs, TheSimulatorSaysInOneLineWhatIsWrong) {
+    ExpectSaid(R"sh(
+        echo x >short
+        for line in --bogus '--fault no-anser' '--image short' '--link short' '--log .'; do
+            said=$(zarn74sim $line 2>&1 </dev/null)
+            echo $? $(wc -l <<<"$said") "${said:0:45}"
+        done
+        cat short
+        start
+        for line in frobnicate 'get 5 6' 'set 5 256' 'card 1' 'card 1 0G' type 'type \x4' help; do
+            tell "$line" | cut -c 1-35
+        done)sh",
+               R"(
+2 1 zarn74sim: The following argument was not exp
+2 1 zarn74sim: --fault: unknown fault "no-anser";
+1 1 zarn74sim: a memory image has 512 bytes, shor
+1 1 zarn74sim: short exists and is no link to a t
+1 1 zarn74sim: cannot write the log .: Is a direc
+x
+zarn74sim: unknown command "frobnic
+zarn74sim: usage: get REG; REG is 0
+zarn74sim: usage: set REG VALUE; RE
+zarn74sim: usage: card TYPE SERIAL,
+zarn74sim: a serial is an even numb
+zarn74sim: usage: type TEXT; known 
+zarn74sim: usage: type TEXT; known 
+  card TYPE SERIAL | none lays a ca
+)");
+}
+
+TEST_F(Programs, AReaderBehindADeviceFileIsFoundReadAndWritten) {
+    ExpectSaid(R"sh(
+        start --example --pace 19200 --link reader --log frames
+        zarn74ctl scan 2>err | tail -n 1
+        zarn74ctl --port ./reader --baud 14400 read -o file 2>err
+        zarn74ctl demo read 2>err | cmp - file
+        zarn74ctl --port-map COM9=/no/such --port-map COM7=reader write file 2>err
+        grep -c u0002C frames
+        zarn74ctl --slow read >out 2>err &
+        sleep .3
+        zarn74ctl info 2>err
+        echo $?)sh",
+               R"(
+COM Port: COM7, 19200 baud
+1
+3
+)");
+}
+
+TEST_F(Programs, EveryCommandDoesOnHidWhatItDoesOnALine) {
+    ExpectSaid(R"sh(
+        for device in tarka reader 'reader in=16 out=16' 'tarka ids=0 feature=63'; do
+            export ORVBUS_DEVICES=$device
+            for line in read '--slow read' dump 'set 511 0x41'; do
+                zarn74ctl demo $line >line 2>err
+                zarn74ctl demo --hid $line 2>err | cmp - line || cat err
+            done
+            zarn74ctl demo --hid info 2>err | tail -n 1
+        done)sh",
+               R"(
+COM Port: \\?\hid#vid_2e91&pid_0005#1-1:1.0 (Tarka USB Adapter) with Tarka V2.10
+COM Port: \\?\hid#vid_2e91&pid_0005#1-1:1.0 (Zarn74)
+COM Port: \\?\hid#vid_2e91&pid_0005#1-1:1.0 (Zarn74)
+COM Port: \\?\hid#vid_2e91&pid_0005#1-1:1.0 (Tarka USB Adapter) with Tarka V2.10
+)");
+}
+
+TEST_F(Programs, AReaderOnHidIsFoundByEachOfItsNamesOrItIsSaidWhyNot) {
+    ExpectSaid(R"sh(
+        export ORVBUS_DEVICES='tarka maker=Fab%E9 serial=7;reader access=13'
+        zarn74ctl demo --hid ports 2>err
+        cut -d';' -f1 err
+        for name in hid1 '\\?\HID#vid_2e91&pid_0005#1-1:1.0' ./virtual/hidraw1 HID2 HID3; do
+            zarn74ctl demo --hid --port $name --baud 19200 get 1 2>err >out
+            echo $? $(grep -c 'no access' err) $(tail -n 1 err | cut -d- -f2)
+        done)sh",
+               R"(
+HID1    virtual/hidraw1  \\?\hid#vid_2e91&pid_0005#1-1:1.0 (Tarka USB Adapter), Fabé, serial number 7
+HID2    virtual/hidraw2  \\?\hid#vid_2e91&pid_0005#1-2:1.0 (Zarn74), Simulated, serial number 0001 (no access)
+zarn74ctl: HID2: no access to virtual/hidraw2
+0 0 GetRegister OK
+0 0 GetRegister OK
+0 0 GetRegister OK
+3 1 zarn74ctl: Missing Device
+3 0 zarn74ctl: HID3: there is no such port
+)");
+}
+
+TEST_F(Programs, WhatEndsARunInTheMiddleEndsItAtOnce) {
+    ExpectSaid(R"sh(
+        start --example --pace 19200 --link reader
+        stopped() {
+            sleep .5
+            kill -$1 $!
+            wait $!
+            echo $1 $? $(cat out; ls file 2>/dev/null)
+        }
+        zarn74ctl --slow read >out 2>err &
+        stopped INT
+        zarn74ctl --slow read -o file >out 2>err &
+        stopped TERM
+        (zarn74ctl --slow read 2>err; echo $? >code) | sleep .5
+        echo a closed pipe $(cat code)
+        (zarn74ctl monitor 2>err; echo $? >code) | head -n 1 >out
+        echo no reader of a monitor $(cat code)
+        (sleep .5; echo unplug >&9) &
+        zarn74ctl --slow read 2>err
+        echo the cable pulled $? $(grep -o 'COM7 is .*' err)
+        ((SECONDS < 15)) || echo $SECONDS seconds)sh",
+               R"(
+INT 130
+TERM 130
+a closed pipe 130
+no reader of a monitor 130
+the cable pulled 1 COM7 is removed and closed
+)");
+}
+
+TEST_F(Programs, AFileIsReplacedAsAWholeOrLeftAsItWasAndWhatCannotBeWrittenIsSaid) {
+    ExpectSaid(R"sh(
+        zarn74ctl --help 2>&1 >/dev/full
+        echo $?
+        zarn74ctl demo info 2>&1 >/dev/full | tail -n 1
+        mkdir dir
+        umask 022
+        echo old >dir/file
+        chmod 640 dir/file
+        (ulimit -f 1; zarn74ctl demo read -o dir/file 2>&1 | tail -n 1 | cut -c 12-)
+        cat dir/file
+        ln -s file dir/link
+        ln -s "$PWD/dir/new" dir/dangling
+        ln -s loop dir/loop
+        mkfifo dir/fifo
+        for name in link dangling loop fifo; do
+            zarn74ctl demo dump -o dir/$name 2>&1 | tail -n 1 | cut -c 12-
+        done
+        zarn74ctl demo write dir/fifo 2>&1 | cut -c 12-
+        cd dir
+        stat -c '%A %n' $(ls -A)
+        wc -c file new
+        # a full pipe that somebody made non-blocking is waited for
+        mkfifo pipe
+        exec 6<>pipe 5>pipe
+        dd if=/dev/zero bs=4096 count=99 oflag=nonblock >&5 2>/dev/null
+        (zarn74ctl demo dump >&5 2>err; echo $? >code) &
+        sleep .5
+        [ -e code ] || echo it waits
+        exec 5>&- 6>&- <pipe
+        tail -n 1
+        wait
+        cat code)sh",
+               R"(
+zarn74ctl: cannot write to standard output
+1
+zarn74ctl: cannot write to standard output
+Save Device Info To File NG!
+old
+Save Dump To File OK
+Save Dump To File OK
+Save Dump To File NG
+Save Dump To File NG
+Open Device Info From File NG!
+lrwxrwxrwx dangling
+prw-r--r-- fifo
+-rw-r----- file
+lrwxrwxrwx link
+lrwxrwxrwx loop
+-rw-r--r-- new
+ 512 file
+ 512 new
+1024 total
+it waits
+1F0: FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF
+0
+)");
+}
+
+TEST_F(Programs, TheWindowTellsWhatTheReadersImageHoldsAndDrawsIt) {
+    ExpectSaid(R"sh(
+        head -c 512 /dev/zero | tr '\0' '\377' >image
+        poke 210 '\1'
+        poke 160 'ab\r\377'
+        poke 224 '\2\3'  # digits 2 to 4 of the first card type
+        zarn74 --describe --image image --screenshot p.png --size 1100x750 >said 2>err
+        echo $?
+        grep -E '^(cboLanguage|txtPrefix|oCardSNLen0|lstTable|labPort|cmdApply)=' said
+        tail -n 1 said | cut -d- -f2
+        od -An -tx1 -j16 -N8 p.png
+        zarn74 --demo=hid --describe 2>err | grep -o -E '^labPort.*Tarka.*|^cboLanguage.*'
+        for line in '--screenshot /no/such/p.png' '--image /no/such/image' --nonsense; do
+            zarn74 $line 2>err
+            echo $? $(tail -n 1 err)
+        done)sh",
+               R"(
+0
+cboLanguage=France
+cmdApply=Write
+labPort=COM1
+lstTable=0
+oCardSNLen0=2,3
+txtPrefix=ab<CR>
+ Get Device Information OK
+ 00 00 04 4c 00 00 02 ee
+cboLanguage=Germany
+labPort=\\?\hid#vid_2e91&pid_0005#1-1:1.0 (Tarka USB Adapter) with Tarka V2.10
+1 zarn74: cannot write /no/such/p.png
+1 zarn74: cannot read the memory image /no/such/image
+2 zarn74: The following argument was not expected: --nonsense
+)");
+}
+
+}  // namespace
