@@ -1,5 +1,6 @@
 #include "cli/clsQtCliPlatform.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,10 +22,12 @@ clsIHost& clsQtCliPlatform::Host() {
     return *m_host;
 }
 
-// A pipe is watched, so that a command ends when its reader does, not when it has something to write.
+// A pipe is watched, so that a command ends when its reader does, not when it has something to write. One
+// that this program could read as well never loses its reader, and what it holds is no news.
 void clsQtCliPlatform::WatchOutput() {
     struct stat info {};
     if (fstat(STDOUT_FILENO, &info) != 0 || !S_ISFIFO(info.st_mode)) return;
+    if ((fcntl(STDOUT_FILENO, F_GETFL) & O_ACCMODE) != O_WRONLY) return;
     m_outputWatch = m_host->WatchDescriptor(STDOUT_FILENO, [this] {
         m_outputWatch.Disconnect();
         m_onStop();
