@@ -40,10 +40,6 @@ TEST(ReportDescriptors, SizesComeFromTheMainItemsWhateverElseIsInThere) {
         Bytes Descriptor;
         const char* Sizes;
     } rows[] = {
-        {"no ids", vendor + bytes64 + input + output + feature + end, " 0:64/64/64"},
-        {"two ids",
-         vendor + bytes64 + Bytes{0x85, 1} + input + output + Bytes{0x85, 2, 0x95, 8} + input + end,
-         " 1:64/64/0 2:8/0/0"},
         {"fields of one report add up, bits round up",
          vendor + Bytes{0x75, 1, 0x95, 3} + input + Bytes{0x95, 6} + input + end, " 0:2/0/0"},
         {"push and pop", vendor + bytes64 + Bytes{0xA4, 0x95, 2} + input + Bytes{0xB4} + output + end,
