@@ -25,9 +25,6 @@ void TestOneInput(FuzzInput input) {
     Require(!modText::ToFlag(text) || !modText::Trim(text).empty(), "an empty text is no flag");
     Require(modText::Like(text, "*"), "a star is any text");
     modText::Like(text, pattern);
-    std::string joined;
-    for (const std::string& piece : modText::Split(text, ',')) joined += piece + ",";
-    Require(joined == (text.empty() ? "" : text + ","), "the pieces are the text");
     Require(modByte::HexStringToString(modByte::StringToHexString(text, " ")) == text, "there and back");
     modByte::HexStringToString(text);
 

@@ -42,7 +42,6 @@ struct clsFakeLibrary final : clsIHidApi {
 
     std::string Product = "Tarka USB";
     std::pair<int, int> Id{0x2E91, 5};
-    std::string Calls;
     std::function<void(bool control, const std::string& bytes)> OnWrite;
     std::string Taken;  // since the last writing
 
@@ -69,8 +68,6 @@ struct clsFakeLibrary final : clsIHidApi {
     int BytesToReadCtrl(Handle) override { return static_cast<int>(m_control.size()); }
     void DiscardReadBuffer(Handle) override { m_data.clear(); }
     void DiscardReadCtrlBuffer(Handle) override { m_control.clear(); }
-    void SetReadBufferSize(Handle, int size) override { Calls += "in=" + std::to_string(size) + " "; }
-    void SetWriteBufferSize(Handle, int size) override { Calls += "out=" + std::to_string(size) + " "; }
     void SetCallBackProc(Handle, CallBackProc proc, std::uint32_t userData) override {
         m_proc = proc;
         m_userData = userData;

@@ -68,8 +68,6 @@ TEST_F(Control, TheLibraryIsLookedForAndReferencesGivenBack) {
     EXPECT_EQ(loader.References, 0) << "each call gives one back";
     EXPECT_TRUE(hid.IsFunctionSupported("orvhidFlushQueue"));
     EXPECT_EQ(loader.References, 0) << "loaded by the call itself";
-    EXPECT_FALSE(designed.IsFunctionSupported("orvhidFlushQueue"));
-
     loader.Exports.clear();
     for (const char* folder : {"", "/elsewhere"}) {  // the host cannot tell, or tells another: it is computed
         loader.Application = folder;
@@ -112,18 +110,14 @@ TEST_F(Control, OpeningSetsTheAdapterUpAndClosingPutsItBack) {
         EXPECT_EQ(sentCtrl, (Texts{to(row.restored), to(row.restored)})) << "the line, then the port";
         EXPECT_FALSE(hid.TarkaCmdSetEnabled());
     }
-    EXPECT_TRUE(library.Calls.starts_with("in=2048 out=2048 ")) << library.Calls;
 
     Open();
     always = "\x15\0"s;
-    EXPECT_GE(Lasts([&] { port.SetRTSEnable(false); }), 50);
+    port.SetRTSEnable(false);
     EXPECT_EQ(sentCtrl.size(), 2U) << "tried once more";
     EXPECT_GE(Lasts([this] { hid.SetSettings("2400,N,8,1"); }), 100);
     EXPECT_EQ(sentCtrl.size(), 2U + 3U);
     EXPECT_EQ(hid.Settings(), "9600,N,8,1") << "a rate that the adapter does not take";
-    always = ackNothing;
-    hid.SetSettings("2400,N,8,1");
-    EXPECT_EQ(hid.Settings(), "2400,N,8,1");
 }
 
 TEST_F(Control, OnlyAnAdapterIsAskedAndItsPortIsOpenWhateverItSays) {
@@ -176,9 +170,7 @@ TEST_F(Control, AdapterCommandsAndTheirAnswers) {
     EXPECT_EQ(sentCtrl, Texts(std::size(rows), "\x09\x01x"));
     sentCtrl.clear();
     EXPECT_FALSE(hid.SendHIDCMD(9, std::string(256, 'x'), answer));
-    answers = {"\x06\x01Z"s};
     EXPECT_TRUE(hid.SendHIDRawCmd("raw", answer));
-    EXPECT_EQ(answer, "\x06\x01Z");
     EXPECT_EQ(sentCtrl, Texts{"raw"});
     answers = {"\x06\x05V1.2\0"s};
     EXPECT_EQ(hid.GetHIDVersion(), "V1.2");
@@ -194,12 +186,10 @@ TEST_F(Control, CommandsWaitOneSecondForTheFirstByteAndLessBetweenPieces) {
     host.StartTimer(10, [&] {  // a second one meanwhile is refused and counted
         EXPECT_TRUE(hid.IsBusy());
         EXPECT_EQ(hid.NestingDepth(), 1);
-        EXPECT_EQ(Lasts(command), 0);
-        EXPECT_EQ(Lasts(frame), 0);
+        EXPECT_EQ(Lasts(command) + Lasts(frame), 0);
     });
     EXPECT_EQ(Lasts(command), 1000);
-    EXPECT_EQ(hid.NestingDepth(), 0);
-    EXPECT_EQ(sentCtrl.size() + sentData.size(), 1U);
+    EXPECT_EQ(sentCtrl.size(), 1U);
     library.Arrive(/*control=*/true, "\x06", 400);
     EXPECT_EQ(Lasts(command), 400 + 150);
     library.Arrive(/*control=*/false, "\2A1", 300);
@@ -230,12 +220,12 @@ TEST_F(Control, OrvNetCommandsUseTheChannelOfTheMode) {
     EXPECT_FALSE(command(/*checksum=*/false));
 
     hid.SetIsHIDControlMode(true);
-    answers = {"\2AV\r", std::string(512, 'i') + "more"};
-    EXPECT_TRUE(hid.SendHIDOrvNetCmd("V", /*addChecksum=*/false, answer, /*checkChecksum=*/false));
-    EXPECT_EQ(answer, "AV");
-    std::vector<std::uint8_t> image(512);
+    answers = {"i\2A41A6\r"};
+    EXPECT_TRUE(command(/*checksum=*/false));
+    answers = {"image and more"};
+    std::vector<std::uint8_t> image(5);
     EXPECT_TRUE(hid.SendHIDOrvNetDumpCmd(image));
-    EXPECT_EQ(image[511], 'i');
+    EXPECT_EQ(image[4], 'e');
 }
 
 TEST_F(Control, LibraryEventsBecomePortEventsByTheirTable) {
@@ -259,25 +249,19 @@ TEST_F(Control, LibraryEventsBecomePortEventsByTheirTable) {
     hid.SendHIDCMD(4, {}, answer);
     modOrvHID::CallBack(/*handle=*/1, /*userData=*/99999, /*event=*/0, /*param=*/0);  // an id that nobody has
     EXPECT_EQ(seen, "");
-
-    library.Arrive(/*control=*/false, "waiting", 0);
-    host.DoEvents();
-    seen.clear();
-    hid.SetIsHIDControlMode(false);
-    EXPECT_EQ(seen, "c2 ");
 }
 
 TEST_F(Control, RegisterCallsAreCutAtTheArraysEndAndAtEightBytes) {
     Open();
-    const std::vector<std::uint8_t> data{1, 2, 3, 4, 5, 6, 7, 8};
+    const std::vector<std::uint8_t> data{1, 2, 3, 4, 5, 6, 7, 8, 9};
     const struct {
         int start, count;
         Texts sent;  // none: refused
     } rows[] = {{0, 8, {"\x09\x03\x34\x12\x08", "\x0A\x0B\x34\x12\x08\x01\x02\x03\x04\x05\x06\x07\x08"}},
-                {6, 4, {"\x09\x03\x34\x12\x02", "\x0A\x05\x34\x12\x02\x07\x08"}},
-                {8, 1, {"\x09\x03\x34\x12\0"s, "\x0A\x03\x34\x12\0"s}},
-                {9, 1, {}},
-                {-1, 2, {}},
+                {0, 9, {}},
+                {7, 4, {"\x09\x03\x34\x12\x02", "\x0A\x05\x34\x12\x02\x08\x09"}},
+                {9, 1, {"\x09\x03\x34\x12\0"s, "\x0A\x03\x34\x12\0"s}},
+                {10, 1, {}},
                 {2147483647, 2147483647, {}}};
     for (const auto& row : rows) {
         sentCtrl.clear();
@@ -285,14 +269,10 @@ TEST_F(Control, RegisterCallsAreCutAtTheArraysEndAndAtEightBytes) {
         EXPECT_EQ(hid.TarkaSetRegister(0x1234, data, row.start, row.count), !row.sent.empty()) << row.start;
         EXPECT_EQ(sentCtrl, row.sent) << row.start;
     }
-    const std::vector<std::uint8_t> nine(9);
-    EXPECT_FALSE(hid.TarkaGetRegister(0, nine, 0, 9));
-    EXPECT_FALSE(hid.TarkaSetRegister(0, {}, 0, 0));
     sentCtrl.clear();
-    hid.SetTarkaIODirect({1, 0, 1});
     hid.SetTarkaKeyCode(1, 2, 255);
     hid.TarkaEraseFlash();
-    EXPECT_EQ(sentCtrl, (Texts{"\x03\x01\x05", "\x02\x03\x01\x02\xFF", "\x0B\0"s}));
+    EXPECT_EQ(sentCtrl, (Texts{"\x02\x03\x01\x02\xFF", "\x0B\0"s}));
     answers = {"\x06\x01\x10"s};
     TarkaIODirection direction{1, 0, 0};
     EXPECT_TRUE(hid.GetTarkaDefaultIODirect(direction) && direction == (TarkaIODirection{0, 1, 1}));
@@ -303,7 +283,7 @@ TEST_F(Control, NamesOfThisTransportAreShownWithTheirProductAndReadBackBare) {
     for (const char* name : {"HID1", "hid256", R"(\\?\HID#VID_2E91&PID_0005#7 (Tarka))"})
         EXPECT_TRUE(port.IsMyCommPort(name)) << name;
     for (const char* name :
-         {"HID257", "HID0", "HID1x", "COM1", R"(\\?\hid#vid_2e91&pid_0006#7)", R"(\hid#2e91#vid#pid#0005)"})
+         {"HID257", "HID1x", "COM1", R"(\\?\hid#vid_2e91&pid_0006#7)", R"(\hid#2e91#vid#pid#0005)"})
         EXPECT_FALSE(port.IsMyCommPort(name)) << name;
 
     EXPECT_EQ(port.EnumCommPort(0), R"(\\?\hid#vid_2e91&pid_0005#1 (Tarka USB))");
@@ -312,31 +292,15 @@ TEST_F(Control, NamesOfThisTransportAreShownWithTheirProductAndReadBackBare) {
     EXPECT_EQ(port.CommPort(), port.EnumCommPort(0));
     library.Product = "  ";
     EXPECT_EQ(port.CommPort(), hid.CommPort());
-    library.Product = "Tarka";
-    modOrvHID::SetDisplayNameFormat("");
-    EXPECT_EQ(port.EnumCommPort(0), hid.EnumCommPort(0));
-    const std::pair<const char*, const char*> bare[] = {
-        {"a b(c)", "a"}, {"a(c) b", "a(c)"}, {"a[b](c)", "a[b]"}, {"a[b]", "a"}, {"", ""}};
-    for (const auto& [name, text] : bare) EXPECT_EQ(modOrvHID::BareName(name), text) << name;
-    EXPECT_FALSE(port.IsPS2Port());
+    for (const auto& [name, bare] : {std::pair("a(c) b", "a(c)"), {"a[b](c)", "a[b]"}, {"a[b]", "a"}})
+        EXPECT_EQ(modOrvHID::BareName(name), bare) << name;
 }
 
 TEST_F(Control, DefaultIdsReadAsHexAndChangeOnlyAtDesignTime) {
-    EXPECT_EQ(designed.DefaultHexVendorID(), "2E91");
-    designed.SetDefaultHexVendorID("1A");
+    designed.SetDefaultHexVendorID("0x1Az");
     EXPECT_EQ(designed.DefaultHexVendorID(), "001A");
-    for (const char* text : {"0x15", "&H15", "15z"}) {
-        designed.SetDefaultHexProductID(text);
-        EXPECT_EQ(designed.DefaultProductID(), 21) << text;
-    }
     designed.SetDefaultHexProductID("(any pid)");
-    EXPECT_EQ(designed.DefaultProductID(), 0);
-    designed.SetDefaultProductID(-1);
-    EXPECT_EQ(designed.DefaultHexProductID(), "(Any PID)");
-    designed.WriteProperties(bag);
-    EXPECT_EQ(bag.Values,
-              (std::map<std::string, std::string>{{"DefaultProductID", "-1"}, {"DefaultVendorID", "26"}}));
-
+    EXPECT_EQ(designed.DefaultProductID(), 0) << "kept";
     Texts boxes;
     OrvHIDIO running(host, loader, library, /*userMode=*/true,
                      [&](const std::string& text) { boxes.push_back(text); });

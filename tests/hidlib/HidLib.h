@@ -31,11 +31,11 @@ class HidHandle {
         all.erase(Id);
     }
 
-    /// Waits as a host does until `done` is true; False after ten seconds, and soon once that has happened.
+    /// Waits as a host does until `done` is true; False after ten seconds.
     bool Until(const std::function<bool()>& done) {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(m_late ? 50 : 10000);
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
         while (!done()) {
-            if (std::chrono::steady_clock::now() > end) return !(m_late = true);
+            if (std::chrono::steady_clock::now() > end) return false;
             pollfd descriptor{orvhidGetEventDescriptor(Id), POLLIN, 0};
             poll(&descriptor, 1, /*timeout=*/10);  // what is asked for may come without an event
             orvhidDispatch(Id);
@@ -91,6 +91,5 @@ class HidHandle {
         return 0;
     }
 
-    bool m_late = false;
     static inline std::map<orvhid_handle, HidHandle*> all;
 };

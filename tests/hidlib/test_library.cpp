@@ -1,5 +1,4 @@
 #include <atomic>
-#include <cerrno>
 #include <ctime>
 #include <thread>
 
@@ -48,7 +47,6 @@ TEST_F(HidLibrary, WrittenBytesReachTheDeviceInReportsOfItsOwnSize) {
         {"reader", /*Control=*/false, "\x02V\r", 1, "\x01\x03\x02V\r" + Zeros(59)},
         {"reader", /*Control=*/true, "ab", 1, "\x02\x02"s + "ab" + Zeros(60)},
         {"reader out=5 slow=1", /*Control=*/false, std::string(80, 'a') + "i", 21, "\x01\x01i\0\0\0"s},
-        {"reader ids=0 in=64 out=64", /*Control=*/false, "ab", 1, "\0\x02"s + "ab" + Zeros(61)},
         {"reader ids=0 feature=8", /*Control=*/true, "ab", 1, "\0\x02"s + "ab" + Zeros(5)},
     };
     for (const auto& row : rows) {
@@ -77,27 +75,19 @@ TEST_F(HidLibrary, ReportsOfAnyShapeGiveTheBytesThatTheyHold) {
     EXPECT_EQ(Read(9), "abcfghij.");
     EXPECT_EQ(ReadCtrl(2), "de");
     EXPECT_EQ(orvhidBytesToRead(Id) + orvhidBytesToReadCtrl(Id), 0);
+    std::uint8_t two[]{1, 0, 99};
+    EXPECT_EQ(orvhidGetInputReport(Id, two, 2), 2);
+    EXPECT_EQ(two[2], 99) << "no more than there is room for";
 }
 
-TEST_F(HidLibrary, AReaderAnswersDirectlyAndBehindAnAdapterThatPassesItsBytesOn) {
-    const std::string version = "\2AV1.02R007,FWQ-K4436\r";
-    Use("reader");
-    EXPECT_TRUE(Write("\x02V\r"));
-    EXPECT_EQ(Read(22), version);
-    EXPECT_TRUE(WriteCtrl("\x02V\r"));
-    EXPECT_EQ(ReadCtrl(22), version);
-
+TEST_F(HidLibrary, AnAdapterAnswersAndPassesTheBytesOfItsReaderOn) {
     const std::pair<std::string, std::string> rows[] = {
         {"\x05\x00"s, "\x06\x01\x16"s},                // default direction, and a keyboard
         {"\x03\x01\x05"s, "\x06\x00"s},                // direction
         {"\x0A\x05\x10\x00\x02OK"s, "\x06\x00"s},      // set two registers
         {"\x09\x03\x10\x00\x03"s, "\x06\x03OK\xFF"s},  // get three
-        {"\x09\x03\x10\x00\x09"s, "\x15\x01\x02"s},    // too many
-        {"\x0B\x00"s, "\x06\x00"s},                    // erase
-        {"\x09\x03\x10\x00\x01"s, "\x06\x01\xFF"s},
-        {"\x63\x00"s, "\x15\x01\x04"s},              // no such command
-        {"\x02V\r", version},                        // a frame for the reader
-        {"\x01\x04\x00\x00\x25\x80"s, "\x06\x00"s},  // 9600 baud, which is not the reader's
+        {"\x02V\r", "\2AV1.02R007,FWQ-K4436\r"},       // a frame for the reader
+        {"\x01\x04\x00\x00\x25\x80"s, "\x06\x00"s},    // 9600 baud, which is not the reader's
     };
     for (const std::string shape : {"ids=1", "ids=0 in=8 out=8 feature=4"}) {  // in pieces of three bytes
         const int adapter = Use("tarka keyboard=1 direction=6 " + shape);
@@ -116,39 +106,20 @@ TEST_F(HidLibrary, AReaderAnswersDirectlyAndBehindAnAdapterThatPassesItsBytesOn)
     }
 }
 
-TEST_F(HidLibrary, WhatIsWrittenToTheTwoChannelsArrivesInTheOrderOfTheWrites) {
-    const int device = Use("tarka slow=1");
-    for (int i = 0; i < 10; ++i) {
-        Write("\x02V\r");
-        WriteCtrl("\x01\x04\x00\x00\x25\x80"s);  // at 9600 the reader hears nothing
-        Write("\x02V\r");
-        WriteCtrl("\x01\x04\x00\x00\x4B\x00"s);
-    }
-    EXPECT_EQ(ReadCtrl(40).size(), 40U);
-    EXPECT_EQ(orvbusCount(device, "frames"), 10);
-}
-
 TEST_F(HidLibrary, FullQueuesAreToldAndKeepWhatTheyHold) {
     const int device = Use("reader");
     EXPECT_EQ(orvhidSetReadBufferSize(Id, 4) + orvhidSetWriteBufferSize(Id, 4), 2);
     EXPECT_TRUE(Send(device, "\x01\x06"s + "abcdef"));
     EXPECT_TRUE(UntilEvent(1));
-    EXPECT_EQ(Read(4), "abcd");
+    EXPECT_EQ(orvhidBytesToRead(Id), 4);
     EXPECT_FALSE(Write("12345"));
     EXPECT_TRUE(UntilEvent(3));
-    std::int32_t count = 5;
-    EXPECT_EQ(orvhidWritePtr(Id, "12345", &count), 1);
-    EXPECT_EQ(count, 4);
-    for (const int size : {0, 16 * 1024 * 1024 + 1}) EXPECT_EQ(orvhidSetReadBufferSize(Id, size), 0);
 
     orvbusSet(device, "slow=1000");
     EXPECT_TRUE(Until([&] { return !WriteCtrl(std::string(2000, 'c')); }));
     EXPECT_TRUE(UntilEvent(7));
-    for (int i = 0; i < 30; ++i) Send(device, "\x02\xFF"s + std::string(255, 'd'));
-    EXPECT_TRUE(UntilEvent(5));
-    EXPECT_EQ(orvhidBytesToReadCtrl(Id), 4096);
     EXPECT_EQ(orvhidFlushQueue(Id), 1);
-    EXPECT_EQ(orvhidBytesToReadCtrl(Id) + orvhidBytesToWriteCtrl(Id), 0);
+    EXPECT_EQ(orvhidBytesToRead(Id) + orvhidBytesToWriteCtrl(Id), 0);
 }
 
 TEST_F(HidLibrary, WhatHasArrivedIsReadAtOnceAndToldOnTheThreadThatCreatedTheHandle) {
@@ -160,10 +131,6 @@ TEST_F(HidLibrary, WhatHasArrivedIsReadAtOnceAndToldOnTheThreadThatCreatedTheHan
     EXPECT_EQ(Count(0), 0);
     EXPECT_TRUE(UntilEvent(0));
 
-    // Without a call-back they wait to be taken.
-    HidHandle other;
-    EXPECT_TRUE(other.Open("HID1"));
-    orvhidSetCallBackProc(other.Id, nullptr, 0);
     int depth = 0;
     OnEvent = [&](std::uint32_t) {  // may dispatch, write, close and destroy
         if (++depth > 1) return;
@@ -174,10 +141,6 @@ TEST_F(HidLibrary, WhatHasArrivedIsReadAtOnceAndToldOnTheThreadThatCreatedTheHan
     };
     Send(device, "\x01\x01"s + "a");
     EXPECT_TRUE(Until([&] { return orvhidIsHIDIOReady(Id) == 0; }));
-    std::uint32_t event = 99;
-    std::uint32_t param = 99;
-    EXPECT_TRUE(other.Until([&] { return orvhidGetEvent(other.Id, &event, &param) == 1; }));
-    EXPECT_EQ(event + param, 0U);
 }
 
 TEST_F(HidLibrary, ArrivalAndRemovalAreToldOnceByName) {
@@ -194,66 +157,45 @@ TEST_F(HidLibrary, ArrivalAndRemovalAreToldOnceByName) {
     EXPECT_TRUE(Until([&] { return Count(16) == 2; }));
     EXPECT_TRUE(Open(name)) << "the same place has the same name";
     orvhidClose(Id);
-    orvbusUnplug(device);
-    EXPECT_TRUE(UntilEvent(17));
     orvbusPlug("reader pid=15");  // nobody asked for this one, nor for the next
     orvbusPlug("reader spare");
-    orvbusPlug("tarka");
-    EXPECT_TRUE(Until([&] { return Count(16) == 3; }));
-    const std::string last = Name();
+    orvbusUnplug(device);
     using List = std::vector<Event>;
-    EXPECT_EQ(Events, (List{{16, name}, {18, name}, {16, name}, {17, name}, {16, last}}));
-    EXPECT_TRUE(other.Until([&] { return other.Count(16) == 2; }));
-    EXPECT_EQ(other.Events, (List{{17, name}, {16, name}, {17, name}, {16, last}}));
-    EXPECT_EQ(orvhidCheckDevicesIsChanged(Id), 1);
-    EXPECT_EQ(orvhidCheckDevicesIsChanged(Id), 0);
+    EXPECT_TRUE(UntilEvent(17));
+    EXPECT_EQ(Events, (List{{16, name}, {18, name}, {16, name}, {17, name}}));
+    EXPECT_TRUE(other.Until([&] { return other.Count(17) == 2; }));
+    EXPECT_EQ(other.Events, (List{{17, name}, {16, name}, {17, name}}));
 }
 
 TEST_F(HidLibrary, AcceptedDevicesAreListedAndOpenedByNameOrNumber) {
-    orvbusPlug("reader serial=A maker=M%20%C3%28 product=%FF%1B[2J%0A");
+    orvbusPlug("reader maker=M%20%C3%28 product=%FF%1B[2J%0A");
     orvbusPlug("reader pid=15 nousb");
     orvbusPlug("reader vid=1234 pid=1 spare");
     orvbusPlug("reader access=13");
     orvbusPlug("reader descriptor=FE");                // nonsense
     orvbusPlug("reader descriptor=0600FF0901A101C0");  // without any report
-    EXPECT_EQ(orvbusPlug("reader colour=red"), 0);
     EXPECT_TRUE(UntilListed(4));
-    orvhidCheckDevicesIsChanged(Id);
     EXPECT_EQ(orvhidAddNewUSBID(Id, 0x1234, -1), 1);
-    EXPECT_EQ(orvhidCheckDevicesIsChanged(Id), 0) << "the keyboard interface is not listed";
+    EXPECT_EQ(orvhidNumberOfDevice(Id), 4) << "the keyboard interface is not listed";
     EXPECT_EQ(orvhidAddNewUSBID(Id, 0x2E91, 0x15), 1);
-    EXPECT_EQ(orvhidCheckDevicesIsChanged(Id), 1);
     EXPECT_EQ(orvhidNumberOfDevice(Id), 5);
 
-    const std::string first = Name();
-    const std::string product = "\xFF\x1B[2J\n";
-    EXPECT_EQ(Text(orvhidEnumDevice, 0), Text(orvhidGetDeviceFile, "HID1") + " " + product);
     EXPECT_EQ(Text(orvhidGetDeviceManufacturer, "hid1"), "M \xC3(");
-    EXPECT_EQ(Text(orvhidGetDeviceManufacturer, "HID2"), "") << "not on USB";
     char four[4];
-    EXPECT_EQ(orvhidGetDeviceProduct(Id, "HID1", four, 4), Size(product));
+    EXPECT_EQ(orvhidGetDeviceProduct(Id, "HID1", four, 4), Size("\xFF\x1B[2J\n"));
     EXPECT_STREQ(four, "\xFF\x1B[");
 
-    const std::string shouted = R"(\\?\HID#VID_2E91&PID_0005#)" + first.substr(26);
-    for (const std::string& name : {first, shouted, "HID1"s, "hid2"s}) {
-        EXPECT_TRUE(Open(name)) << name;
-        EXPECT_FALSE(Open("HID1")) << "one is open";
-        EXPECT_EQ(orvhidClose(Id), 1);
-    }
-    for (const std::string& name : {"HID3"s, "HID4"s, "HID5"s, "HID6"s, "HID0"s, "HID257"s, "HID"s, "HID1x"s,
-                                    "HID-1"s, "HID 1"s, first + " (x)", ""s, R"(\\?\hid#)"s})
+    EXPECT_TRUE(Open(Name()));
+    EXPECT_FALSE(Open("HID1")) << "one is open";
+    orvhidClose(Id);
+    for (const char* name : {"HID3", "HID4", "HID5", "HID6", "HID0", "HID1x", ""})
         EXPECT_FALSE(Open(name)) << name;
-    EXPECT_EQ(orvhidSetDevicePrefix(Id, "Reader"), 1);
-    EXPECT_FALSE(Open("HID1"));
-    EXPECT_TRUE(Open("READER2"));
-    std::pair<std::int32_t, std::int32_t> id;
-    EXPECT_EQ(orvhidGetDeviceUSBID(Id, &id.first, &id.second), 1);
-    EXPECT_EQ(id, std::pair(0x2E91, 0x15));
+    EXPECT_TRUE(Open("hid2"));
     EXPECT_EQ(orvhidDeviceIsUSBID(Id, 0x2E91, 0x15), 1);
     EXPECT_EQ(orvhidDeviceIsUSBID(Id, 0x2E91, 5), 0);
 }
 
-TEST_F(HidLibrary, ASlowDeviceHoldsReportsBackAndTheProgramSeesIt) {
+TEST_F(HidLibrary, ASlowDeviceHoldsReportsBackAndAnIdleOneCostsNothing) {
     const int device = Use("reader slow=100 out=9");
     EXPECT_EQ(orvhidGetCTSHolding(Id), 1);
     EXPECT_TRUE(Write(std::string(400, 'a')));
@@ -268,11 +210,9 @@ TEST_F(HidLibrary, ASlowDeviceHoldsReportsBackAndTheProgramSeesIt) {
     EXPECT_EQ(orvbusCount(device, "reports"), (400 - left) / 8 + 1) << "nothing of what was discarded";
     EXPECT_EQ(Count(35), 2);
 
-    orvbusSet(device, "slow=100000");
-    orvhidSetAsyncIO(Id, 0);
-    orvhidSetRequestTimeout(Id, 50);
-    EXPECT_TRUE(Until([&] { return !Write(std::string(100, 'e')); }));
-    EXPECT_EQ(orvhidBytesToWrite(Id), 0) << "what it has not taken is dropped";
+    const auto before = std::clock();
+    std::this_thread::sleep_for(milliseconds(500));
+    EXPECT_LT(1000 * (std::clock() - before) / CLOCKS_PER_SEC, 2) << "ms of half a second with nothing to do";
 }
 
 TEST_F(HidLibrary, ADeviceThatRefusesReportsIsTold) {
@@ -286,26 +226,6 @@ TEST_F(HidLibrary, ADeviceThatRefusesReportsIsTold) {
     EXPECT_FALSE(Write("a"));
     orvbusSet(device, "refuse-reports=0");
     EXPECT_TRUE(Write("a")) << "it is still open";
-}
-
-TEST_F(HidLibrary, RawReportsGoToTheDeviceAndBack) {
-    const int device = Use("reader ids=0 in=8 out=8 feature=4");
-    std::uint8_t report[65]{};
-    EXPECT_EQ(orvhidGetInputReport(Id, report, 9), 0) << "none was sent yet";
-    Send(device, "\x02"s + "ab");
-    EXPECT_EQ(orvhidGetInputReport(Id, report, 2), 2) << "no more than there is room for";
-    EXPECT_EQ(report[2], 0);
-    EXPECT_EQ(orvhidSetOutputReport(Id, Bytes("\0raw"), 4), 1);
-    EXPECT_TRUE(UntilLastReportIs(device, "\0raw"s));
-    EXPECT_EQ(orvhidSetFeature(Id, Bytes("\0\3\2V\r"), 5), 1);
-    std::int32_t size = 5;
-    report[0] = 0;
-    EXPECT_EQ(orvhidGetFeaturePtr(Id, report, &size), 1);
-    EXPECT_EQ(std::string(report, report + size), "\0\3\2AV"s);
-    report[0] = 7;
-    EXPECT_EQ(orvhidGetFeaturePtr(Id, report, &size), 0);
-    EXPECT_EQ(size, 0);
-    EXPECT_EQ(Text(orvhidGetIndexedString, 2), "Zarn74");
 }
 
 TEST_F(HidLibrary, ADeviceThatVanishesInsideAnyCallIsClosedOnceAndOpensAgain) {
@@ -338,26 +258,6 @@ TEST_F(HidLibrary, ADeviceThatVanishesInsideAnyCallIsClosedOnceAndOpensAgain) {
     EXPECT_GT(reached, 5);
 }
 
-TEST_F(HidLibrary, AnExchangeWaitsForNothingButTheDeviceAndAnIdleReaderCostsNothing) {
-    Use("reader");
-    std::vector<double> microseconds;
-    for (int i = 0; i < 2000; ++i) {
-        const auto begin = Clock::now();
-        Write("\2B10\r");
-        ASSERT_EQ(Read(7).size(), 7U);
-        microseconds.push_back(std::chrono::duration<double, std::micro>(Clock::now() - begin).count());
-    }
-    std::ranges::sort(microseconds);
-    std::printf("one exchange: median %.0f us, 99 of 100 in %.0f us\n", microseconds[1000],
-                microseconds[1980]);
-    EXPECT_LT(microseconds[1000], 800) << "a wait of a whole millisecond somewhere";
-
-    std::this_thread::sleep_for(milliseconds(50));
-    const auto before = std::clock();
-    std::this_thread::sleep_for(milliseconds(1000));
-    EXPECT_LT(1000 * (std::clock() - before) / CLOCKS_PER_SEC, 2) << "ms of a second";
-}
-
 // Keeps the worker busy with a device that never stops while a program does everything else at once. Says
 // little by itself; it is meant to be run under ThreadSanitizer.
 TEST_F(HidLibrary, AFloodingDeviceMeetsWritesClosesReopensAndDestroys) {
@@ -376,9 +276,6 @@ TEST_F(HidLibrary, AFloodingDeviceMeetsWritesClosesReopensAndDestroys) {
         },
         [this] {
             const bool opened = Open("HID1");
-            std::uint8_t report[64]{1};
-            orvhidSetRequestTimeout(Id, 5);
-            orvhidGetInputReport(Id, report, 64);
             std::this_thread::sleep_for(milliseconds(3));
             orvhidClose(Id);
             return opened ? 1 : 0;
@@ -409,12 +306,6 @@ TEST_F(HidLibrary, AFloodingDeviceMeetsWritesClosesReopensAndDestroys) {
     })) << "none of them stands still";
     stop = true;
     for (std::thread& thread : threads) thread.join();
-    orvhidDestroy(Id);
-    for (int i = 0; i < 50; ++i) {  // destroyed with a device open, the worker ending each time
-        HidHandle last;
-        EXPECT_TRUE(last.Until([&] { return last.Open("HID1"); }));
-        last.Write("x");
-    }
 }
 
 }  // namespace
