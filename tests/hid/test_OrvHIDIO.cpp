@@ -172,8 +172,11 @@ TEST_F(Control, AdapterCommandsAndTheirAnswers) {
     EXPECT_FALSE(hid.SendHIDCMD(9, std::string(256, 'x'), answer));
     EXPECT_TRUE(hid.SendHIDRawCmd("raw", answer));
     EXPECT_EQ(sentCtrl, Texts{"raw"});
+    library.Arrive(/*control=*/true, "\x15\0"s, /*ms=*/1);
+    host.Run(2);
+    hid.CancelHIDCommand();
     answers = {"\x06\x05V1.2\0"s};
-    EXPECT_EQ(hid.GetHIDVersion(), "V1.2");
+    EXPECT_EQ(hid.GetHIDVersion(), "V1.2") << "what came before it is nothing to a command";
 }
 
 TEST_F(Control, CommandsWaitOneSecondForTheFirstByteAndLessBetweenPieces) {
@@ -219,13 +222,19 @@ TEST_F(Control, OrvNetCommandsUseTheChannelOfTheMode) {
     onData = "\2A41A7\r";
     EXPECT_FALSE(command(/*checksum=*/false));
 
+    library.Arrive(/*control=*/true, "waits", /*ms=*/1);
+    host.Run(2);
+    events = 0;
     hid.SetIsHIDControlMode(true);
+    EXPECT_EQ(events, 1) << "what waits there is announced anew";
     answers = {"i\2A41A6\r"};
     EXPECT_TRUE(command(/*checksum=*/false));
     answers = {"image and more"};
     std::vector<std::uint8_t> image(5);
     EXPECT_TRUE(hid.SendHIDOrvNetDumpCmd(image));
     EXPECT_EQ(image[4], 'e');
+    Open();
+    EXPECT_FALSE(hid.IsHIDControlMode());
 }
 
 TEST_F(Control, LibraryEventsBecomePortEventsByTheirTable) {
