@@ -1,4 +1,4 @@
-// A reader on USB HID that goes while the program uses it: the real library's code, in real time.
+// Readers on USB HID that are used as on a line, and that go meanwhile: the real library, in real time.
 #include <filesystem>
 
 #include "CliFixture.h"
@@ -18,6 +18,25 @@ struct clsHidCliTest : clsCliWorld<clsPollHost> {
     clsHidReaders readers{std::filesystem::path(ORVHID_VIRTUAL).parent_path().string()};
     clsDemoBus bus{readers.Loader()};
 };
+
+TEST_F(clsHidCliTest, WhatIsWrittenStandsInTheReadersMemoryAsAfterTheSameOverALine) {
+    files.Contents["file"] = "[General]\r\nLanguage=3\r\nPrefix=\xE9\r\n";
+    files.Contents["Default.ini"] = "[General]\r\nLanguage=77\r\n";
+    for (const std::string device : {"tarka", "reader"}) {
+        bus.Reset();
+        const int number = bus.Plug(device + " example");
+        LoadExampleConfiguration(reader);
+        const std::pair<const char*, int> rows[] = {
+            {"write file", 3}, {"default", 77}, {"test-eeprom --yes", 0xFF}};
+        for (const auto& [line, language] : rows) {
+            EXPECT_EQ(Run("--port COM1 --baud 19200 " + std::string(line)), 0) << err.Text;
+            EXPECT_EQ(Run("--port HID1 " + std::string(line)), 0) << device << err.Text;
+            EXPECT_EQ(bus.Register(number, 0xD2), language) << device << " " << line;
+            for (std::size_t at = 0; at < reader.Registers.size(); ++at)
+                EXPECT_EQ(bus.Register(number, static_cast<int>(at)), reader.Registers[at]) << line << at;
+        }
+    }
+}
 
 TEST_F(clsHidCliTest, AReaderPulledOutInTheMiddleIsToldOnceAndReadsAgainWhenItIsBack) {
     for (const char* device : {"tarka", "reader"}) {
