@@ -19,22 +19,25 @@ struct clsHidCliTest : clsCliWorld<clsPollHost> {
     clsDemoBus bus{readers.Loader()};
 };
 
-TEST_F(clsHidCliTest, WhatIsWrittenStandsInTheReadersMemoryAsAfterTheSameOverALine) {
+TEST_F(clsHidCliTest, EveryCommandSaysAndLeavesInTheReaderWhatItDoesOnALine) {
     files.Contents["file"] = "[General]\r\nLanguage=3\r\nPrefix=\xE9\r\n";
     files.Contents["Default.ini"] = "[General]\r\nLanguage=77\r\n";
-    for (const std::string device : {"tarka", "reader"}) {
+    for (const std::string device : {"tarka", "reader", "reader in=16 out=16", "tarka ids=0 feature=63"}) {
         bus.Reset();
         const int number = bus.Plug(device + " example");
         LoadExampleConfiguration(reader);
-        const std::pair<const char*, int> rows[] = {
-            {"write file", 3}, {"default", 77}, {"test-eeprom --yes", 0xFF}};
-        for (const auto& [line, language] : rows) {
-            EXPECT_EQ(Run("--port COM1 --baud 19200 " + std::string(line)), 0) << err.Text;
-            EXPECT_EQ(Run("--port HID1 " + std::string(line)), 0) << device << err.Text;
-            EXPECT_EQ(bus.Register(number, 0xD2), language) << device << " " << line;
+        for (const std::string line :
+             {"read", "get 0xD2", "dump", "set 511 0x41", "write file", "default", "test-eeprom --yes"}) {
+            EXPECT_EQ(Run("--port COM1 --baud 19200 " + line), 0) << err.Text;
+            const std::string said = out.Text;
+            EXPECT_EQ(Run("--port HID1 " + line), 0) << device << err.Text;
+            EXPECT_EQ(out.Text, said) << device << " " << line;
             for (std::size_t at = 0; at < reader.Registers.size(); ++at)
                 EXPECT_EQ(bus.Register(number, static_cast<int>(at)), reader.Registers[at]) << line << at;
         }
+        EXPECT_EQ(Run("--port HID1 info"), 0);
+        EXPECT_TRUE(out.Text.ends_with(device[0] == 't' ? ") with Tarka V2.10\n" : " (Zarn74)\n"))
+            << out.Text;
     }
 }
 

@@ -276,24 +276,6 @@ COM Port: COM7, 19200 baud
 )");
 }
 
-TEST_F(Programs, EveryCommandDoesOnHidWhatItDoesOnALine) {
-    ExpectSaid(R"sh(
-        for device in tarka reader 'reader in=16 out=16' 'tarka ids=0 feature=63'; do
-            export ORVBUS_DEVICES=$device
-            for line in read '--slow read' dump 'set 511 0x41'; do
-                zarn74ctl demo $line >line 2>err
-                zarn74ctl demo --hid $line 2>err | cmp - line || cat err
-            done
-            zarn74ctl demo --hid info 2>err | tail -n 1
-        done)sh",
-               R"(
-COM Port: \\?\hid#vid_2e91&pid_0005#1-1:1.0 (Tarka USB Adapter) with Tarka V2.10
-COM Port: \\?\hid#vid_2e91&pid_0005#1-1:1.0 (Zarn74)
-COM Port: \\?\hid#vid_2e91&pid_0005#1-1:1.0 (Zarn74)
-COM Port: \\?\hid#vid_2e91&pid_0005#1-1:1.0 (Tarka USB Adapter) with Tarka V2.10
-)");
-}
-
 TEST_F(Programs, AReaderOnHidIsFoundByEachOfItsNamesOrItIsSaidWhyNot) {
     ExpectSaid(R"sh(
         export ORVBUS_DEVICES='tarka maker=Fab%E9 serial=7;reader access=13'
