@@ -64,13 +64,11 @@ TEST_F(clsCliTest, EveryRunPrintsOneObjectOfTheSchema) {
         {"read", 0, "read", "settings", R"(/result/OnRemove = "\u0007gone\u0003\r")"},
         {"dump", 0, "dump", "dump", "/result/registers/210 = 2"},
         {"get 0xD2", 0, "get", "register", "/result/value = 2"},
-        {"set 5 0xE9", 0, "set", "register", "/result/value = 233"},
         {"write file", 0, "write", nullptr, R"(/port = "COM1")"},
         {"default none", 1, "default", nullptr,
          R"(/messages/0/text = "Open Zarn74 Default Info From File NG!")"},
         {"test-eeprom --yes", 0, "test-eeprom", "test", "/result/passed = true"},
         {"--port COM2 read", 3, "read", nullptr, R"(/messages/5/text = "Missing Device")"},
-        {"get 999", 2, "get", nullptr, "/ok = false"},
         {"nonsense", 2, nullptr, nullptr, "/command = null"},
     };
     for (const auto& row : rows) {

@@ -1,9 +1,6 @@
-#include <signal.h>
-
 #include <QEventLoop>
 
 #include "PlatformFixture.h"
-#include "platform/clsStopSignals.h"
 
 namespace {
 
@@ -54,18 +51,6 @@ TEST_F(clsQtHostTest, ServesTheLoopOfADialogThatAHandlerOpensInsideAWait) {
     host.StartTimer(5000, [] { QCoreApplication::exit(1); });
     EXPECT_EQ(QCoreApplication::exec(), 0);
     EXPECT_EQ(ran, "123");
-}
-
-TEST_F(clsQtHostTest, AStopSignalIsAnEvent) {
-    const auto former = signal(SIGINT, SIG_IGN);
-    {
-        const clsStopSignals stop(host, Note('s'));
-        raise(SIGTERM);
-        raise(SIGPIPE);
-        EXPECT_TRUE(Until([&] { return !ran.empty(); }));
-    }
-    EXPECT_EQ(signal(SIGINT, former), SIG_IGN) << "as it was before";
-    EXPECT_EQ(ran, "s");
 }
 
 }  // namespace
