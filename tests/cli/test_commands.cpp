@@ -21,8 +21,6 @@ TEST_F(clsCliTest, WrongUsageIsOneLineAndTouchesNothing) {
         EXPECT_EQ(err.Text, "zarn74ctl: " + std::string(row.said) + " (zarn74ctl --help tells more)\n");
         EXPECT_EQ(out.Text + sent, "") << row.line;
     }
-    EXPECT_EQ(Run("--version") + Run("read --help"), 0);
-    EXPECT_NE(out.Text.find("-o FILE"), std::string::npos);
 }
 
 TEST_F(clsCliTest, TheReaderIsFoundOrItIsSaidWhyNot) {
