@@ -1,4 +1,5 @@
 #include <QEventLoop>
+#include <QTimer>
 
 #include "PlatformFixture.h"
 
@@ -48,7 +49,7 @@ TEST_F(clsQtHostTest, ServesTheLoopOfADialogThatAHandlerOpensInsideAWait) {
         while (ran.size() < 3) host.WaitEvents(1000);
         QCoreApplication::quit();
     });
-    host.StartTimer(5000, [] { QCoreApplication::exit(1); });
+    QTimer::singleShot(5000, [] { QCoreApplication::exit(1); });
     EXPECT_EQ(QCoreApplication::exec(), 0);
     EXPECT_EQ(ran, "123");
 }

@@ -78,6 +78,7 @@ TEST(SimReader, AnswersEachFrameAsTheWireAsks) {
     const struct {
         std::string Frame, Answer;
     } rows[] = {
+        {"[DA5]", "[AZarn74,00]"},
         {"[B05]", "[AFFCD]"},
         {"[B012C]", "[AC4B8]"},
         {"[X]", "[True]"},
@@ -89,6 +90,7 @@ TEST(SimReader, AnswersEachFrameAsTheWireAsks) {
         {"[B0200]", "[N02B0]"},
         {"[Bff]", "[N02B0]"},
         {"[C05,G04B]", "[N03]"},
+        {"[C05,105]", "[N03]"},
         {"[V56]", "[N03]"},
         {"[Q]", "[N01]"},
         // broken ones, which nobody answers
@@ -102,7 +104,7 @@ TEST(SimReader, AnswersEachFrameAsTheWireAsks) {
     Bench bench;
     bench.Reader.Registers[300] = 0xC4;
     for (const auto& row : rows) EXPECT_EQ(bench.Ask(row.Frame), row.Answer) << row.Frame;
-    EXPECT_EQ(bench.Reader.FramesReceived(), 14);
+    EXPECT_EQ(bench.Reader.FramesReceived(), 16);
     EXPECT_EQ(bench.Reader.FramesRejected(), 4);
 }
 
@@ -112,6 +114,7 @@ TEST(SimReader, ShowsEachFaultOnTheWire) {
         int Fired = 1;
     } rows[] = {
         {"refuse-code value=0x1F", "[V]", "[N1F]"},
+        {"refuse-code", "[C05,0135]", "[N05]"},
         {"wrong-checksum", "[B05]", "[AFF98]"},
         {"short-dump value=3", "[Y]", "\xff\xff\xff"},
         {"different-dumps value=2", "[Y]", "\xff\xff\xfe" + std::string(509, '\xff')},
