@@ -1,4 +1,4 @@
-// A reader on USB HID that goes while the program uses it: the real library's code, in real time.
+// Readers on USB HID that are used as on a line, and that go meanwhile: the real library, in real time.
 #include <filesystem>
 
 #include "CliFixture.h"
@@ -18,6 +18,28 @@ struct clsHidCliTest : clsCliWorld<clsPollHost> {
     clsHidReaders readers{std::filesystem::path(ORVHID_VIRTUAL).parent_path().string()};
     clsDemoBus bus{readers.Loader()};
 };
+
+TEST_F(clsHidCliTest, EveryCommandSaysAndLeavesInTheReaderWhatItDoesOnALine) {
+    files.Contents["file"] = "[General]\r\nLanguage=3\r\nPrefix=\xE9\r\n";
+    files.Contents["Default.ini"] = "[General]\r\nLanguage=77\r\n";
+    for (const std::string device : {"tarka", "reader", "reader in=16 out=16", "tarka ids=0 feature=63"}) {
+        bus.Reset();
+        const int number = bus.Plug(device + " example");
+        LoadExampleConfiguration(reader);
+        for (const std::string line :
+             {"read", "get 0xD2", "dump", "set 511 0x41", "write file", "default", "test-eeprom --yes"}) {
+            EXPECT_EQ(Run("--port COM1 --baud 19200 " + line), 0) << err.Text;
+            const std::string said = out.Text;
+            EXPECT_EQ(Run("--port HID1 " + line), 0) << device << err.Text;
+            EXPECT_EQ(out.Text, said) << device << " " << line;
+            for (std::size_t at = 0; at < reader.Registers.size(); ++at)
+                EXPECT_EQ(bus.Register(number, static_cast<int>(at)), reader.Registers[at]) << line << at;
+        }
+        EXPECT_EQ(Run("--port HID1 info"), 0);
+        EXPECT_TRUE(out.Text.ends_with(device[0] == 't' ? ") with Tarka V2.10\n" : " (Zarn74)\n"))
+            << out.Text;
+    }
+}
 
 TEST_F(clsHidCliTest, AReaderPulledOutInTheMiddleIsToldOnceAndReadsAgainWhenItIsBack) {
     for (const char* device : {"tarka", "reader"}) {

