@@ -394,7 +394,7 @@ struct Discovery : CommFixture {
 
 TEST_F(Discovery, TriesTheRememberedPortAndRateFirstAndRemembersWhatItFound) {
     serial.Listed = {1, 2, 3};
-    serial.Refused = {2};
+    serial.Refused = 2;
     Where = "COM3@9600,N,8,1";
     Product = "A,zarn74,00";
     store.Values = {{"Zarn*/LastCommPort", "COM1"}, {"Zarn*/LastBaudRate", "14400"}};
