@@ -61,6 +61,7 @@ TEST(clsTimeout, AWaitingLoopLetsTheProgramRunAboutEvery200Milliseconds) {
 /// The comm control with the members opened that have no public setter.
 struct clsOpenComm final : ucCOMM {
     using ucCOMM::m_byteDelay;
+    using ucCOMM::m_commandCheckSwitch;
     using ucCOMM::m_commandGap;
     using ucCOMM::ucCOMM;
 };
@@ -136,10 +137,14 @@ TEST_F(Engine, TheTimeOutHoldsAndEveryChunkGivesAnotherHalfSecond) {
 }
 
 TEST_F(Engine, TheReplyToACommandThatDoesNotWaitIsAPacket) {
-    Answers = {"A41A6"};
+    Answers = {"A41A6", "A42A7"};
     comm.SendOrvNetCMD("B05", /*bTxChkSum=*/false, /*bRxChkSum=*/true, /*lngCMDTimeout=*/0);
     host.Run(50);
     EXPECT_EQ(Told(), "\2|13:A41A6|");
+    // With the command-check switch on, a waiting command's reply is stripped at its CR as that command
+    // asked.
+    comm.m_commandCheckSwitch = true;
+    EXPECT_EQ(Send(), "A42 5");
 }
 
 TEST_F(Engine, AClosedPortOrADeadControlAnswersWithNothing) {

@@ -50,12 +50,12 @@ TEST(KeyNames, AKeyIsNamedByItsCodeThenByItsScanCodeThenByNumber) {
 
 enum class Flow { SlowRead, QuickRead, WriteChanged, WriteAll };
 
-/// A settings module over all that. Sent is the frames' command texts without a write's checksum, each with a
-/// blank behind it, Lines the progress lines, each with a "|".
+/// A settings module over the simulated reader. Sent is the frames' command texts without a write's checksum,
+/// each with a blank behind it, Lines the progress lines, each with a "|", example what the reader holds at
+/// first.
 struct SettingsFixture : testing::Test, SimWorld, clsIMessageSink {
     SettingsFixture() {
         module.Attach(comm, this);
-        Reopen();
         example = Read(/*quick=*/true);
     }
     void ShowMsg(const std::string& text) override { Lines += text + "|"; }
@@ -86,21 +86,17 @@ struct SettingsFixture : testing::Test, SimWorld, clsIMessageSink {
         for (std::size_t i = 0; i < after.size(); ++i) entries += after[i] == before[i] ? "" : after[i] + ";";
         return entries;
     }
-    void Clear() {
-        Sent.clear();
-        Count.clear();
-        Lines.clear();
-    }
     /// The next reader on the cable: nothing is known of it, and it is well.
     void Reopen() {
         reader.ClearFaults();
         reader.PowerUp();
         comm.SetPortOpen(false);
         comm.SetPortOpen(true);
-        Clear();
     }
     bool Run(Flow flow, ZarnInfo& info) {
-        Clear();
+        Sent.clear();
+        Count.clear();
+        Lines.clear();
         if (flow == Flow::SlowRead || flow == Flow::QuickRead) {
             return module.GetZarnInfo(info, /*quick=*/flow == Flow::QuickRead);
         }
@@ -184,7 +180,7 @@ TEST_F(RegisterMap, AnyTwoNumbersBecomeAFilterOfTheDigitsThatThereAre) {
 }
 
 TEST_F(RegisterMap, WhatIsOutOfRangeFailsWithNothingSent) {
-    Clear();
+    Count.clear();
     ZarnInfo info;
     for (const int value : {-1, 256, low, high}) {
         info.Language = info.TagFrequency = value;
