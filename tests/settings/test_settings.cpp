@@ -128,11 +128,12 @@ TEST_F(RegisterMap, OneChangedRegisterChangesItsOneSettingAndIsWrittenBackInItsO
     // Register, byte, the setting that then differs from the example ("-" for none), the byte written back.
     std::istringstream rows(
         "128 00 Buzzer=0; 00  128 01 - FF  136 07 Sequence=7; 07  137 FE EMSequence=254; FE "
-        "208 03 Delimiter=3; 03  209 04 Baudrate=2400; 04  209 07 Baudrate=14400; 07  209 00 - FF "
-        "210 80 Language=128; 80  211 00 UsbInterface=0; 00  212 FF DisplayCardType=0; FF  212 FE - 00 "
-        "213 FF CardSNConvert=0; FF  214 00 UseRightKeypad=1; 00  214 01 - FF  215 00 System=0; 00 "
-        "217 01 NoZeros=0; FF  218 F1 TagFrequency=1; FD  218 03 - FF  219 00 KeyboardOutput=0; 00 "
-        "219 80 - FF  160 FF Prefix=; FF  177 00 Postfix=09000000000000000000000000000000; 00 "
+        "208 03 Delimiter=3; 03  209 04 Baudrate=2400; 04  209 05 Baudrate=4800; 05 "
+        "209 06 Baudrate=9600; 06  209 07 Baudrate=14400; 07  209 00 - FF  210 80 Language=128; 80 "
+        "211 00 UsbInterface=0; 00  212 FF DisplayCardType=0; FF  212 FE - 00  213 FF CardSNConvert=0; FF "
+        "214 00 UseRightKeypad=1; 00  214 01 - FF  215 00 System=0; 00  217 01 NoZeros=0; FF "
+        "218 F1 TagFrequency=1; FD  218 03 - FF  219 00 KeyboardOutput=0; 00  219 80 - FF "
+        "160 FF Prefix=; FF  177 00 Postfix=09000000000000000000000000000000; 00 "
         "193 E4 OnRemove=07E46F6E65030D; E4  224 14 - 01  224 00 Filter=0+8; 00  227 07 - 06 "
         "227 05 Filter=3+5; 05  150 02 Filter=2+17; 02  0 F3 Convert=240,,46726F6E7420646F6F72; F0 "
         "0 04 Convert=4,04A1B2C3000000,46726F6E7420646F6F72; 04  0 FF Convert=255,,; FF "
