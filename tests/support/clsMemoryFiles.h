@@ -22,15 +22,12 @@ class clsMemoryFiles final : public clsIFiles {
     }
 
   private:
-    class clsReader final : public clsIFileReader {
-      public:
-        explicit clsReader(const std::string& content) : m_stream(content) {}
+    struct clsReader final : clsIFileReader {
+        explicit clsReader(const std::string& content) : Stream(content) {}
         std::size_t Read(char* to, std::size_t count) override {
-            m_stream.read(to, static_cast<std::streamsize>(count));
-            return static_cast<std::size_t>(m_stream.gcount());
+            Stream.read(to, static_cast<std::streamsize>(count));
+            return static_cast<std::size_t>(Stream.gcount());
         }
-
-      private:
-        std::istringstream m_stream;
+        std::istringstream Stream;
     };
 };

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <functional>
 #include <string>
 #include <utility>
@@ -10,7 +9,7 @@
 #include "ports/clsISerialControl.h"
 
 /// A serial control that a test scripts: it records what is done to it and lets bytes arrive when told.
-/// Numbers 1 to 9 exist, except those in Refused, which do not open.
+/// Numbers 1 to 9 exist; the number Refused does not open.
 class clsScriptedSerial final : public clsSerialControlBase {
   public:
     explicit clsScriptedSerial(clsIHost& host) : m_host(host) {}
@@ -19,14 +18,13 @@ class clsScriptedSerial final : public clsSerialControlBase {
     std::vector<std::string> Sent;                           ///< one entry for each Output
     std::function<void(const std::string& bytes)> OnOutput;  ///< the script's answer
     std::vector<int> Listed{1};
-    std::vector<int> Refused;
+    int Refused = 0;
 
     /// Bytes that arrive after `ms`, announced by one event.
     void Arrive(const std::string& bytes, int ms = 0) {
         m_host.StartTimer(ms, [this, bytes] {
             m_input += bytes;
-            m_event = CommEventReceive;
-            OnComm.Raise();
+            Event(CommEventReceive);
         });
     }
     /// Bytes that lie in the buffer without any event.
@@ -45,7 +43,7 @@ class clsScriptedSerial final : public clsSerialControlBase {
     [[nodiscard]] bool PortOpen() const override { return m_open; }
     void SetPortOpen(bool value) override {
         Set("PortOpen", m_open, value);
-        if (std::find(Refused.begin(), Refused.end(), m_number) != Refused.end()) m_open = false;
+        if (m_number == Refused) m_open = false;
     }
     [[nodiscard]] std::string LastError() const override { return {}; }
     [[nodiscard]] std::string Settings() const override { return m_settings; }

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstdint>
-#include <functional>
+#include <algorithm>
 #include <map>
+#include <stdexcept>
 #include <utility>
 
 #include "base/clsIHost.h"
@@ -16,34 +16,61 @@ class clsVirtualHost final : public clsIHost {
     [[nodiscard]] std::uint32_t TickCount() const override {
         return m_startTick + static_cast<std::uint32_t>(m_now);
     }
-    /// 14:03:07 at the start, moving with the clock.
-    [[nodiscard]] TimeOfDayRecord TimeOfDay() const override;
-    void Sleep(int ms) override;
-    void DoEvents() override;
-    void WaitEvents(int ms) override;
+    [[nodiscard]] TimeOfDayRecord TimeOfDay() const override { return {14, 3, 7}; }
+    void Sleep(int ms) override {
+        if (ms <= 0) return;
+        m_now += ms;
+        m_callsWithoutTime = 0;
+    }
+    void DoEvents() override { RunDue(); }
+    void WaitEvents(int ms) override {
+        if (RunDue() || ms <= 0) return;
+        Sleep(m_due.empty() ? ms : std::min(ms, static_cast<int>(m_due.begin()->first - m_now)));
+        RunDue();
+    }
     void Post(Handler handler) override { StartTimer(0, std::move(handler)); }
-    TimerId StartTimer(int ms, Handler handler) override;
-    void StopTimer(TimerId id) override;
+    TimerId StartTimer(int ms, Handler handler) override {
+        const TimerId id = m_nextId++;
+        m_due.emplace(m_now + std::max(ms, 0), std::pair(id, std::move(handler)));
+        return id;
+    }
+    void StopTimer(TimerId id) override {
+        std::erase_if(m_due, [id](const auto& due) { return due.second.first == id; });
+    }
     /// Descriptors are never ready here.
-    [[nodiscard]] clsConnection WatchDescriptor(int, Handler) override;
+    [[nodiscard]] clsConnection WatchDescriptor(int, Handler) override { return {}; }
 
     /// Runs everything that becomes due within `ms`.
-    void Run(int ms);
+    void Run(int ms) {
+        const std::int64_t until = m_now + ms;
+        while (m_now < until) WaitEvents(static_cast<int>(until - m_now));
+        RunDue();
+    }
     /// ms since the start, not wrapping.
     [[nodiscard]] std::int64_t Now() const { return m_now; }
-    /// Called whenever a wait begins: a test looks in here at what is true inside waits.
-    std::function<void()> InWait;
 
   private:
-    bool RunDue();
+    bool RunDue() {
+        if (++m_callsWithoutTime > 1'000'000) throw std::logic_error("a loop never lets time pass");
+        // What handlers add now waits for the next call, so that a handler that posts itself does not lock
+        // this one.
+        const TimerId before = m_nextId;
+        bool ran = false;
+        while (true) {
+            auto at = std::find_if(m_due.begin(), m_due.end(), [&](const auto& due) {
+                return due.first > m_now || due.second.first < before;
+            });
+            if (at == m_due.end() || at->first > m_now) return ran;
+            const Handler run = std::move(at->second.second);
+            m_due.erase(at);
+            ran = true;
+            run();
+        }
+    }
 
-    struct Entry {
-        TimerId Id;
-        Handler Run;
-    };
     std::uint32_t m_startTick;
     std::int64_t m_now = 0;
-    std::uint64_t m_nextId = 1;
+    TimerId m_nextId = 1;
     int m_callsWithoutTime = 0;
-    std::multimap<std::int64_t, Entry> m_due;
+    std::multimap<std::int64_t, std::pair<TimerId, Handler>> m_due;
 };
