@@ -81,7 +81,13 @@ TEST_F(Ports, AFramingErrorReopensThePortAndIsStillReported) {
 }
 
 TEST(clsCommPorts, UsedWithoutAPortItRaisesError91) {
-    EXPECT_THROW(clsCommPorts("zarn74").SetPortOpen(true), clsError);
+    try {
+        clsCommPorts("zarn74").SetPortOpen(true);
+        FAIL() << "nothing was thrown";
+    } catch (const clsError& error) {
+        EXPECT_EQ(std::to_string(error.Number()) + " " + error.Source() + ": " + error.Description(),
+                  "91 zarn74.clsCommPorts.IsPortAttach: Port object not set");
+    }
 }
 
 TEST_F(Ports, ANameOfAnotherTransportTakesTheTravellingPropertiesAlong) {
