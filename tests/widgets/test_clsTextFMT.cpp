@@ -52,11 +52,6 @@ TEST(clsTextFMT, FiltersEveryWayIntoTheBoxThatItIsBoundTo) {
     EXPECT_EQ(box.Text(), "DA12");
     box.Edit->undo();
     EXPECT_EQ(box.Text(), "9BC0FA12");
-    QWidget other;
-    box.Format.SetFMTTextBox(&other);
-    EXPECT_EQ(box.Format.FMTTextBox(), nullptr);
-    Input::Press(box, "x");
-    EXPECT_EQ(box.Text(), "xA12");
 }
 
 TEST(clsTextFMT, AShorterLengthCutsNothingAndRefusesMore) {
@@ -72,19 +67,4 @@ TEST(clsTextFMT, AShorterLengthCutsNothingAndRefusesMore) {
     box.Format.SetByteLen(6);
     Input::Compose(*box.Edit, "\u20AC\u00E9z!");
     EXPECT_EQ(box.Text(), "0129\xE9z");
-    box.Edit->setCursorPosition(2);
-    box.Format.SetText("abcdefgh");
-    EXPECT_EQ(box.Text(), "abcdef");
-    EXPECT_EQ(box.Edit->cursorPosition(), 2);
-    box.Format.SetHaveToFixLen(true);
-    QTest::keyClick(box.Edit, Qt::Key_Backspace);
-    EXPECT_EQ(box.Text(), "0acdef");
-    EXPECT_EQ(box.Edit->cursorPosition(), 2);
-    box.Format.SetHaveToFixLen(false);
-    box.Format.SetFMTType(FMTTypes::Decimal);
-    box.Format.SetMaxValue(255);
-    box.Edit->selectAll();
-    Input::Press(box, "2 a 5 6");
-    EXPECT_EQ(box.Format.Text(), "25");
-    EXPECT_EQ(clsTextFMT::ByteLength(QString::fromUtf16(u"a\u00FF\u20AC")), 4);
 }
