@@ -11,10 +11,8 @@ struct MessageLog : testing::Test, FlowWorld {
 };
 
 TEST_F(MessageLog, ALineIsColouredByItsWordsAndOkCountsFirst) {
-    for (const char* text : {"Open NG!", "Begin...", "xx ok and yy ng", "OK", "a nG"}) log.ShowMsg(text);
-    EXPECT_EQ(logView.Text,
-              "14:03:07 - {r:Open NG!}\n14:03:07 - Begin...\n14:03:07 - {b:xx ok and yy ng}\n"
-              "14:03:07 - OK\n14:03:07 - {r:a nG}\n");
+    for (const char* text : {"Open nG!", "xx ok and yy ng", "OK"}) log.ShowMsg(text);
+    EXPECT_EQ(logView.Text, "14:03:07 - {r:Open nG!}\n14:03:07 - {b:xx ok and yy ng}\n14:03:07 - OK\n");
 }
 
 TEST_F(MessageLog, AnEnterEndsItsLineAfterAWhileAndASecondOneBeginsTheWaitAnew) {
