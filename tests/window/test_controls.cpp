@@ -224,8 +224,14 @@ TEST_F(clsControlsTest, WhatTheReaderTypesAndWhatIsTypedStandsInTheLog) {
     reader.TypeText("12AB\r");
     host.Run(150);
     EXPECT_EQ(LastLine(), "12AB<CR>");
-    Input::Press(Find<clsLogView>("txtView"), "0 7 Num+7 Tab");
-    EXPECT_EQ(LastLine(), "07{KeyPad7}<TAB>");
+    auto& log = Find<clsLogView>("txtView");
+    log.setFocus();
+    Input::Press(log, "0 7 Num+7 a Esc Del Left Ctrl+B Alt+9 Meta+B Enter Tab");
+    EXPECT_EQ(LastLine(), "07{KeyPad7}a<ESC><CR><TAB>");
+    EXPECT_TRUE(log.hasFocus());
+    Input::Press(log, "Shift+Backtab");
+    EXPECT_FALSE(log.hasFocus());
+    EXPECT_EQ(LastLine(), "07{KeyPad7}a<ESC><CR><TAB>");
 }
 
 }  // namespace

@@ -85,11 +85,12 @@ TEST(Table, AddAndModifyNeedAFullSerialATextAndNoOtherRowAlike) {
     table.Rows[1] = table.Rows[0];  // twins out of a file: each conflicts with the other
     table.SelectRow(0);
     EXPECT_FALSE(table.CheckCanModify());
-    table.OutputID = "ABCDEF01";
+    table.CardType = 4;
+    table.OutputID = "ABCDEF0123";
     table.Rows.resize(15);
     EXPECT_TRUE(table.CheckCanAdd());
     table.Add();
-    table.OutputID = "ABCDEF02";
+    table.OutputID = "ABCDEF0124";
     EXPECT_FALSE(table.CheckCanAdd()) << "a 17th row";
 }
 

@@ -37,7 +37,9 @@ TEST_F(clsMainTest, AStartUpFileThatCannotBeWrittenHoldsTheWindowOnce) {
     EXPECT_FALSE(window->close());
     EXPECT_TRUE(Shown("labNotice").starts_with("The settings shown could not be saved to start."));
     EXPECT_TRUE(Find<QWidget>("fraNotice").isVisible());
-    Click("cmdOpen");  // the work goes on
+    serial.Unplug(1);
+    Click("cmdAutoScan");  // the work goes on
+    EXPECT_EQ(boxes, "Missing Device");
     EXPECT_FALSE(window->close());
     EXPECT_TRUE(window->close());
 }
@@ -76,15 +78,6 @@ TEST_F(clsMainTest, FilesAreSavedOpenedAndDropped) {
     chosenFile = "log.txt";
     emit Find<clsLogView>("txtView").SaveRequested();
     EXPECT_NE(disk.Contents["log.txt"].find(" - Save Device Info To File OK!\n"), std::string::npos);
-}
-
-TEST_F(clsMainTest, AScanWithoutAReaderSaysSoInABox) {
-    Start();
-    serial.Unplug(1);
-    inBox = [this] { EXPECT_FALSE(window->close()); };
-    Click("cmdAutoScan");
-    EXPECT_EQ(boxes, "Missing Device");
-    EXPECT_TRUE(Enabled("cmdAutoScan") && Enabled("cmdExit") && !Enabled("cmdReadCardInfo"));
 }
 
 /// What is done in the middle of every flow, and what the flow's last line is then.
@@ -138,10 +131,7 @@ TEST_F(clsMainTest, WhateverComesInTheMiddleOfAFlowItEndsAsItShould) {
             QCoreApplication::processEvents();
             // a test that is to make way for a closing window says OK
             const bool passes = what == Nothing || (test ? what == Close || what == Stop : what == ClickAll);
-            const char* const end = passes ? flow.passed : flow.failed;
-            EXPECT_EQ(LastLine(), end);
-            const Texts log = Log();
-            EXPECT_LE(std::count(log.begin(), log.end(), end), flow.button == "cmdAutoScan" ? 1 : 2);
+            EXPECT_EQ(LastLine(), passes ? flow.passed : flow.failed);
             EXPECT_EQ(Enabled("cmdShowZarn74"), what != Pull);
             EXPECT_EQ(Shown("labStatusPort") == "no port open", what == Pull);
             EXPECT_TRUE(Enabled("cmdAutoScan") && Find<QWidget>("cmdCancel").isHidden());

@@ -37,12 +37,4 @@ TEST_F(MessageLog, NoMessageContinuesALineOfTypedCharacters) {
     EXPECT_EQ(logView.Text, "14:03:07 - fresh\n");
 }
 
-TEST_F(MessageLog, KeysAreEchoedWithTheirNames) {
-    for (const char c : std::string("a07\x1B\r\tb\n")) log.KeyDown(/*down=*/true, c, /*shift=*/0);
-    log.KeyDown(/*down=*/false, 'x', /*shift=*/0);
-    log.KeyDown(/*down=*/true, 13, /*shift=*/0);
-    host.Run(100);
-    EXPECT_EQ(logView.Text, "a07{b:<ESC>}{b:<CR>}{b:<TAB>}\nb{b:<LF>}{b:<CR>}\n");
-}
-
 }  // namespace
