@@ -20,6 +20,7 @@ TEST(ValueFormat, TypesOnlyWhatTheFormatAllows) {
         {ranged, "25", "65", "", "5"},
         {ranged, "", "9", "", "9"},  // below the smallest value, but on the way there
         {hex, "123", "456789", "78", "456"},
+        {hex, "1234567890", "9", "", ""},  // longer already: nothing is cut, nothing is added
     };
     for (const auto& row : rows) {
         EXPECT_EQ(row.format.FilterText(row.before, row.typed, row.after), row.entered) << row.typed;
@@ -28,16 +29,10 @@ TEST(ValueFormat, TypesOnlyWhatTheFormatAllows) {
 
 TEST(ValueFormat, WritesAnAssignedValueInItsNotation) {
     const ValueFormat padded{.ByteLen = 4, .FMTType = FMTTypes::Hexadecimal, .HaveToFixLen = true};
-    const struct {
-        const ValueFormat& format;
-        const char *assigned, *shown;
-    } rows[] = {
-        {decimal, "007", "7"},
-        {decimal, " -12.34565 ", "-12.3456"},
-        {ranged, "7", "100"},
-        {ranged, "99999999999999999999999", "255"},
-        {hex, "04a1b2c3d4e5f6", "04A1B2C3D4E5F6"},  // more than the number holds
-        {padded, "1f", "001F"},
-    };
-    for (const auto& row : rows) EXPECT_EQ(row.format.FormatText(row.assigned), row.shown) << row.assigned;
+    EXPECT_EQ(decimal.FormatText("007"), "7");
+    EXPECT_EQ(decimal.FormatText(" -12.34565 "), "-12.3456");
+    EXPECT_EQ(ranged.FormatText("7"), "100");
+    EXPECT_EQ(ranged.FormatText("99999999999999999999999"), "255");
+    EXPECT_EQ(hex.FormatText("04a1b2c3d4e5f6"), "04A1B2C3D4E5F6") << "more than the number holds";
+    EXPECT_EQ(padded.FormatText("1f"), "001F");
 }

@@ -51,18 +51,3 @@ TEST(clsTextFMT, FiltersEveryWayIntoTheBoxThatItIsBoundTo) {
     QTest::keyClicks(box.Edit, "d");
     EXPECT_EQ(box.Text(), "DA12");
 }
-
-TEST(clsTextFMT, AShorterLengthCutsNothingAndRefusesMore) {
-    HexBox box;
-    box.Edit->setText("0123456789abcdef-any");  // past the format: taken as it is
-    box.Format.SetByteLen(4);
-    QTest::keyClicks(box.Edit, "1");
-    EXPECT_EQ(box.Text(), "0123456789abcdef-any");
-    box.Edit->setSelection(3, 17);
-    QTest::keyClicks(box.Edit, "99");
-    EXPECT_EQ(box.Text(), "0129");
-    box.Format.SetFMTType(FMTTypes::Text);
-    box.Format.SetByteLen(6);
-    Input::Compose(*box.Edit, "\u20AC\u00E9z!");
-    EXPECT_EQ(box.Text(), "0129\xE9z");
-}
