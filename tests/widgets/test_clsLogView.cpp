@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <QScrollBar>
+#include <QTest>
 #include <QTextBlock>
 
-#include "widgets/Input.h"
 #include "window/clsLogView.h"
 
 namespace {

@@ -52,6 +52,7 @@ TEST(ucTextScroll, TheMouseDragsTheMarkersInsideTheirLimits) {
         EXPECT_EQ(box.Changes, row.changes) << row.digits;
         const QRectF left = box.MarkerRect(Side::Left);
         EXPECT_NEAR(box.MarkerRect(Side::Right).left() - left.right(), row.after.Length * left.width(), 1);
+        EXPECT_GE(left.left(), 0);
     }
 }
 

@@ -160,8 +160,7 @@ TEST_F(Flows, TheRestOfACancelledImageIsNeitherShownNorTakenForAnAnswer) {
 }
 
 TEST_F(Flows, TheEepromTestFillsTheMemoryTwiceAndEndsAtTheFirstFailure) {
-    const std::pair<SimFaultRule, Texts> cases[] = {
-        // and the last lines
+    const std::pair<SimFaultRule, Texts> lastLines[] = {
         {{SimFault::RefuseCode, 'C', 33, 0, -1, 4},
          {"Begin Test EEPROM...", "Write 0x0 to EEPROM 0~15 byte OK", "Write 0x0 to EEPROM 16~31 byte OK",
           "SetRegister - Reg=33, Err=N04", "Write 0x0 to EEPROM 32~47 byte NG", "Test EEPROM NG"}},
@@ -169,7 +168,7 @@ TEST_F(Flows, TheEepromTestFillsTheMemoryTwiceAndEndsAtTheFirstFailure) {
         {{SimFault::DroppedWrite, 'C', 0, 1, 1},
          {"Write 0xFF to EEPROM 496~511 byte OK", "Read EEPROM OK", "Check EEPROM NG", "Test EEPROM NG"}},
         {{SimFault::NoAnswer, 'B'}, {"Read EEPROM OK", "Check EEPROM OK", "Test EEPROM OK"}}};
-    for (const auto& [fault, lines] : cases) {
+    for (const auto& [fault, lines] : lastLines) {
         reader.ClearFaults();
         reader.AddFault(fault);
         view.Steps = 0;
