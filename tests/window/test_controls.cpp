@@ -33,6 +33,7 @@ TEST_F(clsControlsTest, TheListsStartWithTheirEntriesAndValues) {
             entries += box.itemText(i) + ':' + box.itemData(i).toString() + ',';
         EXPECT_EQ(entries.toStdString(), expected) << name;
     }
+    EXPECT_EQ(Find<QComboBox>("cboPrefix").itemText(32), "(SP)");
     EXPECT_EQ(window->windowTitle(), "Zarn74 Configuration - V1.0R0");
     EXPECT_EQ(Shown("cboLanguage cboCardType cboPrefix labPort"), "USA Mifare 1K  ");
     EXPECT_TRUE(Enabled("cmdOpen") && !Enabled("cmdInitialize") && !Enabled("cmdReadCardInfo"));
@@ -144,6 +145,7 @@ TEST_F(clsControlsTest, TheTableIsEditedWithItsButtons) {
     text.setText("Gate");
     Click("cmdEditOutput");
     EXPECT_EQ(list.item(0)->text(), "[1K ] 04A1B2C3       Gate");
+    EXPECT_EQ(list.item(0)->checkState(), Qt::Checked);
     click(1);
     Click("cmdRemove");
     EXPECT_EQ(list.count(), 5);

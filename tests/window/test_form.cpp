@@ -57,6 +57,7 @@ TEST(Form, NoneIsOfferedByFirmwareOrForARecordWhileNoReaderIsKnown) {
     form.SetFirmware(FirmwareRules::For("V1.01R007", "x"));
     EXPECT_EQ(form.GetComboItemData(FormList::Delimiter), 3);
     form.SetFirmware(FirmwareRules::For("V1.01R003", "x"));
+    EXPECT_EQ(form.GetComboItemData(FormList::Delimiter), std::nullopt);
     EXPECT_FALSE(form.ShowZarn74(record, message));
     EXPECT_EQ(message, "Delimiter not found!");
 }
