@@ -30,6 +30,7 @@ void DoNothing(FlowWorld&) {}
 void BeSlow(FlowWorld& world) { world.flows.SetQuickRead(false); }
 void PlaceCard(FlowWorld& world) { world.reader.PlaceCard({3, "04526AF13B2C80"}); }
 void RemoveCard(FlowWorld& world) { world.reader.RemoveCard(); }
+void FillMemory(FlowWorld& world) { world.reader.Registers.fill(0x55); }
 void ShowOtherSettings(FlowWorld& world) {
     std::string message;
     world.flows.Read();
@@ -64,7 +65,7 @@ const FlowRow flowRows[] = {
     {"write", ShowOtherSettings, &clsReaderFlows::Apply, writeEnds},
     {"default", PutDefaults, [](auto& flows) { return flows.Initialize("f"); }, defaultEnds},
     {"write file", PutFile, [](auto& flows) { return flows.WriteFile("f"); }, writeEnds},
-    {"EEPROM", DoNothing, &clsReaderFlows::TestEeprom, testEnds},
+    {"EEPROM", FillMemory, &clsReaderFlows::TestEeprom, testEnds},
 };
 enum Flow { Scan, SlowRead, QuickRead, Card, NoCard, WriteAll, Write, Default, WriteFile, Eeprom };
 bool IsReading(std::size_t flow) { return flow < WriteAll; }
