@@ -5,11 +5,10 @@
 #include <malloc.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <iomanip>
 #include <iostream>
-#include <iterator>
 #include <map>
+#include <sstream>
 
 #include "window/FlowWorld.h"
 #include "window/RecordText.h"
@@ -42,8 +41,7 @@ void ShowAllToWrite(FlowWorld& world) {
     world.flows.SetOnlyChanged(false);
 }
 void PutDefaults(FlowWorld& world) {
-    std::ifstream shipped(ZARN74_DATA_FOLDER "/Default.ini", std::ios::binary);
-    world.disk.Contents["f"] = {std::istreambuf_iterator<char>(shipped), {}};
+    world.disk.Contents["f"] = TextOf(ZarnInfo());
     world.flows.Read();
 }
 void PutFile(FlowWorld& world) {
@@ -72,6 +70,7 @@ const FlowRow flowRows[] = {
 enum Flow { Scan, SlowRead, QuickRead, Card, NoCard, WriteAll, Write, Default, WriteFile, Eeprom };
 bool IsReading(std::size_t flow) { return flow < WriteAll; }
 
+int cases = 0;
 int failures = 0;
 
 /// A flow that is watched.
@@ -261,61 +260,51 @@ bool TryEvent(std::size_t flow, const CleanRun& clean, std::size_t at, Event eve
     return then >= 0;
 }
 
-/// All cases of a flow. Every `step`th exchange is disturbed, the first two always.
-struct Column {
-    Column(std::size_t flow, std::size_t step) {
-        const CleanRun clean(flow);
-        Exchanges = clean.Sent.size();
-        const auto count = [this](std::string_view what, bool fired) {
-            ++Armed[what];
-            Fired[what] += fired ? 1 : 0;
-        };
-        const auto before = mallinfo2().uordblks;
-        for (std::size_t at = 0; at < Exchanges; at += at == 0 ? 1 : step) {
-            for (const SimFault fault : AllSimFaults()) {
-                if (!SimFaultMeets(fault, clean.Sent[at])) continue;
-                for (const bool forGood : {false, true})
-                    count(SimFaultName(fault), TryFault(flow, clean, at, fault, forGood));
-            }
-            for (const Event event : {Pulled, Cancelled, Closed})
-                count(eventNames[event], TryEvent(flow, clean, at, event));
+/// The cells of each row, by what it says in front.
+using Table = std::map<std::string_view, std::ostringstream>;
+
+/// All cases of a flow, as a column of the table. Every `step`th exchange is disturbed, the first two always.
+/// Says by how much the heap grew.
+std::ptrdiff_t RunFlow(std::size_t flow, std::size_t step, Table& table) {
+    const CleanRun clean(flow);
+    std::map<std::string_view, std::pair<int, int>> counts;  // armed and fired
+    for (const char* name : eventNames) counts[name] = {};
+    for (const SimFault fault : AllSimFaults()) counts[SimFaultName(fault)] = {};
+    const auto count = [&counts](std::string_view what, bool fired) {
+        ++counts[what].first;
+        counts[what].second += fired ? 1 : 0;
+    };
+    const auto before = mallinfo2().uordblks;
+    for (std::size_t at = 0; at < clean.Sent.size(); at += at == 0 ? 1 : step) {
+        for (const SimFault fault : AllSimFaults()) {
+            if (!SimFaultMeets(fault, clean.Sent[at])) continue;
+            for (const bool forGood : {false, true})
+                count(SimFaultName(fault), TryFault(flow, clean, at, fault, forGood));
         }
-        Growth = static_cast<std::ptrdiff_t>(mallinfo2().uordblks - before);
+        for (const Event event : {Pulled, Cancelled, Closed})
+            count(eventNames[event], TryEvent(flow, clean, at, event));
     }
-    std::size_t Exchanges = 0;
-    std::map<std::string_view, int> Armed, Fired;  // by what was done
-    std::ptrdiff_t Growth = 0;                     // of the heap, over all these cases
-};
+    const auto growth = static_cast<std::ptrdiff_t>(mallinfo2().uordblks - before);
+    table["armed=fired"] << std::setw(12) << flowRows[flow].Name;
+    table["exchanges"] << std::setw(12) << clean.Sent.size();
+    table["heap growth, bytes"] << std::setw(12) << growth;
+    for (const auto& [what, times] : counts) {
+        table[what] << std::setw(12) << std::to_string(times.first) + "=" + std::to_string(times.second);
+        cases += times.first;
+    }
+    return growth;
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
     const std::size_t step = argc > 1 ? static_cast<std::size_t>(std::max(1, std::atoi(argv[1]))) : 1;
-    std::vector<Column> columns;
-    for (std::size_t flow = 0; flow < std::size(flowRows); ++flow) columns.emplace_back(flow, step);
-
-    const auto print = [&columns](std::string_view name, const auto& cell) {
-        std::cout << std::left << std::setw(20) << name << std::right;
-        for (Column& column : columns) std::cout << std::setw(12) << cell(column);
-        std::cout << '\n';
-    };
-    std::size_t flow = 0;
-    print("armed=fired", [&flow](const Column&) { return flowRows[flow++].Name; });
-    print("exchanges", [](const Column& column) { return column.Exchanges; });
-    std::vector<std::string_view> rows(std::begin(eventNames), std::end(eventNames));
-    for (const SimFault fault : AllSimFaults()) rows.push_back(SimFaultName(fault));
-    int cases = 0;
-    for (const std::string_view row : rows) {
-        print(row, [&](Column& column) {
-            cases += column.Armed[row];
-            return std::to_string(column.Armed[row]) + "=" + std::to_string(column.Fired[row]);
-        });
-    }
+    Table table;
     bool grown = false;
-    print("heap growth, bytes", [&grown](const Column& column) {
-        grown = grown || column.Growth > 65536;
-        return column.Growth;
-    });
+    for (std::size_t flow = 0; flow < std::size(flowRows); ++flow)
+        grown = RunFlow(flow, step, table) > 65536 || grown;
+    for (const auto& [what, cells] : table)
+        std::cout << std::left << std::setw(20) << what << cells.str() << '\n';
     std::cout << cases << " cases, " << failures << " failures" << (grown ? ", memory grows" : "") << '\n';
     return failures == 0 && !grown ? 0 : 1;
 }

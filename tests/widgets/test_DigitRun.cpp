@@ -17,9 +17,3 @@ TEST(DigitRun, AMarkerCountsAsStandingOnTheNearestBoundaryHalvesOnTheEvenOne) {
     EXPECT_EQ(DigitRun::Released(row, {40, 78}, Side::Right), (Markers{40, 81}));
     EXPECT_EQ(DigitRun::Released(row, {40, 106}, Side::Right), (Markers{40, row.RightLimit()}));
 }
-
-TEST(DigitRun, IsSpokenByItsFirstAndLastDigit) {
-    EXPECT_EQ(DigitRun::Spoken({3, 5}, 8), "digits 3 to 7 of 8");
-    EXPECT_EQ(DigitRun::Spoken({3, 1}, 8), "digit 3 of 8");
-    EXPECT_EQ(DigitRun::Spoken({3, -1}, 8), "no digit of 8");
-}

@@ -1,10 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <QLineEdit>
 #include <QScrollBar>
+#include <QTest>
 #include <QTextBlock>
 
-#include "widgets/Input.h"
 #include "window/clsLogView.h"
 
 namespace {
@@ -61,29 +60,4 @@ TEST(clsLogView, KeepsTheNewestLinesAndFollowsTheLastUnlessTheUserScrolledUp) {
     log.Write(70000, 70100);  // the oldest go, what is seen stays
     EXPECT_EQ(log.Oldest(), "14:03:07 - 50100");
     EXPECT_EQ(log.Top(), "14:03:07 - 55000");
-    bar->setValue(bar->maximum());
-    log.selectAll();
-    const auto selected = log.textCursor().selectedText().size();
-    log.resize(400, 120);
-    log.Write(70100, 70110);
-    EXPECT_EQ(bar->value(), bar->maximum());
-    EXPECT_LT(log.textCursor().selectedText().size(), selected) << "it does not grow with the log";
-    EXPECT_GT(log.textCursor().selectedText().size(), selected / 2);
-}
-
-TEST(clsLogView, TellsKeysThatCarryACharacterAndIsLeftWithShiftTab) {
-    QWidget window;
-    clsLogView log(&window);
-    QLineEdit next(&window);
-    window.show();
-    log.setFocus();
-    std::string told;
-    QObject::connect(&log, &clsLogView::KeyPressed, [&](quint16 code, quint16 shift) {
-        told += (shift & clsMessageLog::keyOnKeypad ? "k" : "") + std::to_string(code) + " ";
-    });
-    Input::Press(log, "a 5 Num+5 Enter Tab Esc Del Left Ctrl+B Alt+B Meta+B");
-    EXPECT_EQ(told, "97 53 k53 13 9 27 ");
-    EXPECT_EQ(window.focusWidget(), &log);
-    Input::Press(log, "Shift+Backtab");
-    EXPECT_EQ(window.focusWidget(), &next);
 }

@@ -50,41 +50,4 @@ TEST(clsTextFMT, FiltersEveryWayIntoTheBoxThatItIsBoundTo) {
     EXPECT_TRUE(box.Edit->hasSelectedText());  // nothing of it may be typed
     QTest::keyClicks(box.Edit, "d");
     EXPECT_EQ(box.Text(), "DA12");
-    box.Edit->undo();
-    EXPECT_EQ(box.Text(), "9BC0FA12");
-    QWidget other;
-    box.Format.SetFMTTextBox(&other);
-    EXPECT_EQ(box.Format.FMTTextBox(), nullptr);
-    Input::Press(box, "x");
-    EXPECT_EQ(box.Text(), "xA12");
-}
-
-TEST(clsTextFMT, AShorterLengthCutsNothingAndRefusesMore) {
-    HexBox box;
-    box.Edit->setText("0123456789abcdef-any");  // past the format: taken as it is
-    box.Format.SetByteLen(4);
-    QTest::keyClicks(box.Edit, "1");
-    EXPECT_EQ(box.Text(), "0123456789abcdef-any");
-    box.Edit->setSelection(3, 17);
-    QTest::keyClicks(box.Edit, "99");
-    EXPECT_EQ(box.Text(), "0129");
-    box.Format.SetFMTType(FMTTypes::Text);
-    box.Format.SetByteLen(6);
-    Input::Compose(*box.Edit, "\u20AC\u00E9z!");
-    EXPECT_EQ(box.Text(), "0129\xE9z");
-    box.Edit->setCursorPosition(2);
-    box.Format.SetText("abcdefgh");
-    EXPECT_EQ(box.Text(), "abcdef");
-    EXPECT_EQ(box.Edit->cursorPosition(), 2);
-    box.Format.SetHaveToFixLen(true);
-    QTest::keyClick(box.Edit, Qt::Key_Backspace);
-    EXPECT_EQ(box.Text(), "0acdef");
-    EXPECT_EQ(box.Edit->cursorPosition(), 2);
-    box.Format.SetHaveToFixLen(false);
-    box.Format.SetFMTType(FMTTypes::Decimal);
-    box.Format.SetMaxValue(255);
-    box.Edit->selectAll();
-    Input::Press(box, "2 a 5 6");
-    EXPECT_EQ(box.Format.Text(), "25");
-    EXPECT_EQ(clsTextFMT::ByteLength(QString::fromUtf16(u"a\u00FF\u20AC")), 4);
 }

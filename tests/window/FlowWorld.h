@@ -43,7 +43,6 @@ struct clsFormView final : clsIMainView {
     void ShowProgress(int number, int count) override {
         Progress = {number, count};
         Steps += number > 0 ? 1 : 0;
-        OutOfOrder = OutOfOrder || number > count;
     }
     void ShowTest(const std::string& caption, TestIndicator indicator) override {
         Caption = caption;
@@ -60,7 +59,6 @@ struct clsFormView final : clsIMainView {
     ButtonStates Buttons;
     std::pair<int, int> Progress;
     int Steps = 0;
-    bool OutOfOrder = false;
     std::string Caption;
     TestIndicator Indicator = TestIndicator::Grey;
     Texts Notices;  ///< boxes too

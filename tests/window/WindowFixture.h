@@ -32,10 +32,7 @@ struct clsWindowTest : testing::Test, ReaderWorld {
         window.reset();
         window = std::make_unique<frmMain>(WindowParts{host, comm, module, disk, store, serial, keyNames},
                                            WindowFiles{"start", "start", "Default.ini"}, bench);
-        window->OnMessageBox = [this](const QString& text) {
-            boxes += text.toStdString();
-            if (inBox) inBox();
-        };
+        window->OnMessageBox = [this](const QString& text) { boxes += text.toStdString(); };
         window->OnFileDialog = [this](const QString&, bool, const QString& filter) {
             filters += filter.toStdString();
             return chosenFile;
@@ -95,7 +92,6 @@ struct clsWindowTest : testing::Test, ReaderWorld {
     modKeyboard keyNames{keyState, scanNames};
     std::string boxes;
     std::string filters;
-    std::function<void()> inBox;
     QString chosenFile;
     std::unique_ptr<frmMain> window;
 };

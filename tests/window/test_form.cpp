@@ -53,7 +53,6 @@ TEST(Form, StopsAtTheFirstValueWithoutAnEntry) {
 
 TEST(Form, NoneIsOfferedByFirmwareOrForARecordWhileNoReaderIsKnown) {
     const ZarnInfo record = RecordOf("Delimiter=3");
-    EXPECT_EQ(ZarnForm().Entries(FormList::Delimiter).size(), 4U);
     ZarnForm form = Shown(record);
     form.SetFirmware(FirmwareRules::For("V1.01R007", "x"));
     EXPECT_EQ(form.GetComboItemData(FormList::Delimiter), 3);
@@ -64,11 +63,8 @@ TEST(Form, NoneIsOfferedByFirmwareOrForARecordWhileNoReaderIsKnown) {
 }
 
 TEST(Table, ARecordsEntriesAreItsRowsWithoutGaps) {
-    const std::pair<CardConvertEntry, ConvertRow> cases[] = {
-        {{4, "123456789012345", "a,b"}, {"[DSF] 12345678901234 a,b", true}},
-        {{0xF3, "", " t"}, {"[UL ]                 t", false}},
-        {{9, "", "t"}, {"[???]                t", true}}};
-    for (const auto& [entry, row] : cases) EXPECT_EQ(RowOfEntry(entry), row) << row.Text;
+    EXPECT_EQ(RowOfEntry({4, "123456789012345", "a,b"}), (ConvertRow{"[DSF] 12345678901234 a,b", true}));
+    EXPECT_EQ(RowOfEntry({0xF9, "", " t"}), (ConvertRow{"[???]                 t", false}));
     // What stands behind the sixteenth row is left out.
     ZarnForm form = Shown(RecordOf("Convert(4)=[1K ],04A1B2C3,x"));
     form.Table.Rows.resize(17, {"[EM ]", true});
@@ -81,36 +77,21 @@ TEST(Table, ARecordsEntriesAreItsRowsWithoutGaps) {
 TEST(Table, AddAndModifyNeedAFullSerialATextAndNoOtherRowAlike) {
     clsConvertTable table;
     table.Rows = {{"[1K ] 04A1B2C3       one", true}, {"[1K ] 04a1b2c4       two", false}};
-    table.OutputString = "x";
-    const struct {
-        const char* Why;
-        int Type;
-        const char* Serial;
-        int Selected;
-        bool Add, Modify;
-    } cases[] = {
-        {"another type, nothing selected", 1, "04A1B2C3", -1, true, false},
-        {"the row itself", 0, "04A1B2C3", 0, false, true},
-        {"the other row, letter case ignored", 0, "04A1B2C4", 0, false, false},
-        {"a digit short", 0, "04A1B2C", 0, false, false},
-        {"EM125K has 10 digits", 4, "04A1B2C9AA", 1, true, true},
-        {"no type", -1, "", 1, false, false},
-    };
-    for (const auto& c : cases) {
-        table.CardType = c.Type;
-        table.OutputID = c.Serial;
-        table.SelectedRow = c.Selected;
-        EXPECT_EQ(table.CheckCanAdd(), c.Add) << c.Why;
-        EXPECT_EQ(table.CheckCanModify(), c.Modify) << c.Why;
-    }
+    table.SelectRow(0);
+    EXPECT_TRUE(table.CheckCanModify() && !table.CheckCanAdd());
+    table.OutputID = "04A1B2C";
+    EXPECT_FALSE(table.CheckCanModify() || table.CheckCanAdd()) << "a digit short";
+    table.OutputID = "04A1B2C4";
+    EXPECT_FALSE(table.CheckCanModify()) << "the other row, letter case ignored";
     table.Rows[1] = table.Rows[0];  // twins out of a file: each conflicts with the other
     table.SelectRow(0);
     EXPECT_FALSE(table.CheckCanModify());
-    table.OutputID = "ABCDEF01";
+    table.CardType = 4;
+    table.OutputID = "ABCDEF0123";
     table.Rows.resize(15);
     EXPECT_TRUE(table.CheckCanAdd());
     table.Add();
-    table.OutputID = "ABCDEF02";
+    table.OutputID = "ABCDEF0124";
     EXPECT_FALSE(table.CheckCanAdd()) << "a 17th row";
 }
 

@@ -52,18 +52,14 @@ TEST_F(FileFixture, ALineMeansWhatItsRulesSay) {
         {"Filter_Start(0)=5\r\nFilter_Start(11)=5\r\nFilter_Start=5\r\nFILTER_length(1=6",
          "Filter_Start(1)=1\r\nFilter_Length(1)=6"},
         {"Filter_Length(10)=5\r\nPrefix= a=b ", "Filter_Length(10)=5\r\nPrefix= a=b "},
-        {"PrefixHex=0D 0a\r\nPrefix=x", "PrefixHex=78"},
         {"Prefix=x\r\nPrefixHex=0D 0a\r\nPostfixHex= ", "PrefixHex=0D0A\r\nPostfix=\r\nPostfixHex="},
         {"Postfix=a\nBaudrate=9600", "Postfix=a\nBaudrate=9600"},
         {"Convert(1)= -[em ],12345678      ,a,b", "Convert(1)=+[EM ],12345678      ,a,b"},
-        {"Convert(2)=[XY ],1,2", "Convert(1)=-[???],1             ,2"},
         {"Convert(16)=+[DSF],1,\r\nConvert(17)=+[1K ],2,x",
          "ConvertCount=1\r\nConvert(1)=+[DSF],1             ,\r\nAutoRead=0"},
         {"Convert(1)=[1K ],1,x\r\nConvert(1)=[4K ],2,y\r\nConvert(1)=[UL ],3\r\nAutoRead=2",
          "ConvertCount=1\r\nConvert(1)=+[4K ],2             ,y\r\nAutoRead=1"},
         {"[]\r\n[x\r\nBaudrate=9600", "Baudrate=9600"},
-        {"[Other]\r\nBaudrate=9600", "Baudrate=19200"},
-        {"[ ]\r\nBaudrate=9600", "Baudrate=19200"},
         {"[General]\r\nBaudrate=9600", "Baudrate=19200"}};
     for (const auto& [lines, expected] : cases) {
         record = ZarnInfo();
