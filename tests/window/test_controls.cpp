@@ -1,5 +1,6 @@
 // What the window's controls hold, and what a user's hands do to them.
 
+#include <QAbstractItemView>
 #include <QAccessible>
 #include <QWheelEvent>
 #include <map>
@@ -191,6 +192,14 @@ TEST_F(clsControlsTest, TheWindowWorksFromTheKeyboard) {
     EXPECT_EQ(disk.Contents.count("saved"), 1U);
     Input::Press(prefix, "F5 F2");
     EXPECT_EQ(Sent, "YYVDVYYV") << "read, then found and read";
+    auto& names = Find<QComboBox>("cboPrefix");
+    const std::string text = prefix.Text();
+    for (const auto key : {Qt::Key_Down, Qt::Key_C}) {
+        QTest::keyClick(&names, key);
+        EXPECT_TRUE(names.view()->isVisible());
+        names.hidePopup();
+    }
+    EXPECT_EQ(prefix.Text(), text) << "nothing is entered unseen";
     auto& read = Find<QWidget>("cmdShowZarn74");
     read.setFocus();
     QTest::keyClick(&read, Qt::Key_Space);
