@@ -1,6 +1,8 @@
 // Report descriptors, and reports by them: whatever a device says of itself, the sizes that are believed stay
 // within bounds, no byte is read that has not arrived, and what is sent in a report comes out of it.
 
+#include <algorithm>
+#include <span>
 #include <vector>
 
 #include "FuzzInput.h"

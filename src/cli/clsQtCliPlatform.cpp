@@ -23,7 +23,7 @@ clsIHost& clsQtCliPlatform::Host() {
 }
 
 // A pipe is watched, so that a command ends when its reader does, not when it has something to write. One
-// that this program could read as well never loses its reader, and what it holds is no news.
+// that is open for reading as well never loses its reader, and its own bytes would end the command.
 void clsQtCliPlatform::WatchOutput() {
     struct stat info {};
     if (fstat(STDOUT_FILENO, &info) != 0 || !S_ISFIFO(info.st_mode)) return;

@@ -6,7 +6,7 @@
 
 namespace {
 
-// What calls an export takes null for one that the library lacks.
+// The helpers below take a null entry for an export that the library lacks.
 
 // A text that an export gives back as snprintf does. It may grow between the two calls; then it is cut.
 template <class Export, class... Args>

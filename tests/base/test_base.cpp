@@ -25,6 +25,13 @@ TEST(modText, ReadsTheNumberThatATextBeginsWith) {
     for (const auto& [text, value] : integers) EXPECT_EQ(modText::ValInteger(text), value) << text;
 }
 
+TEST(modText, ReadsWholeNumbersAsAPersonTypesThem) {
+    const std::pair<const char*, std::optional<int>> rows[] = {
+        {"0", 0}, {"255", 255}, {"0xFF", 255}, {"0Xa", 10}, {"256", {}}, {"99999999999", {}},
+        {"", {}}, {"0x", {}},   {"0xG", {}},   {"12a", {}}, {"-1", {}},  {" 1", {}}};
+    for (const auto& [text, number] : rows) EXPECT_EQ(modText::WholeNumber(text, 255), number) << text;
+}
+
 TEST(modText, ReadsFlagsAsWordsOrNumbers) {
     const std::pair<const char*, std::optional<bool>> rows[] = {
         {"True", true}, {"fALSE", false}, {" true ", true}, {"-0.5", true},

@@ -74,8 +74,8 @@ TEST_F(clsCliTest, EveryRunPrintsOneObjectOfTheSchema) {
         const Json json = Json::parse(out.Text);
         EXPECT_EQ(Lines(out.Text).size(), 1u) << row.line;
         EXPECT_TRUE(schema.Fits(schema.Root, json)) << out.Text;
-        EXPECT_EQ(json["exit"], row.exit);
-        EXPECT_EQ(json["ok"], row.exit == 0);
+        EXPECT_EQ(json["exit"], row.exit) << row.line;
+        EXPECT_EQ(json["ok"], row.exit == 0) << row.line;
         EXPECT_EQ(json["command"], row.command != nullptr ? Json(row.command) : Json());
         const std::string fact = row.fact;
         const auto equals = fact.find(" = ");

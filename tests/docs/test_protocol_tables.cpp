@@ -47,7 +47,7 @@ std::string CodingOf(const Row& row) {
         if (DecodeFlag(flag->Code, static_cast<std::uint8_t>(byte))) on.push_back(byte);
     }
     EXPECT_EQ(on.back() - on.front() + 1, static_cast<int>(on.size()));
-    return Hex(on.front(), 2) + ".." + Hex(on.back(), 2) + " is on; written " +
+    return Range(Hex(on.front(), 2), Hex(on.back(), 2)) + " is on; written " +
            Hex(EncodeFlag(flag->Code, /*on=*/true), 2) + ", off " +
            Hex(EncodeFlag(flag->Code, /*on=*/false), 2);
 }

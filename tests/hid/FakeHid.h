@@ -1,11 +1,9 @@
 #pragma once
 
-#include <deque>
 #include <functional>
 #include <set>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "base/clsIHost.h"
 #include "hid/OrvHIDIO.h"

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <deque>
+#include <vector>
+
 #include "FakeHid.h"
 #include "base/clsPropertyBag.h"
 #include "hid/clsOrvHIDComm.h"

@@ -125,7 +125,8 @@ TEST_F(HidLibrary, FullQueuesAreToldAndKeepWhatTheyHold) {
 TEST_F(HidLibrary, WhatHasArrivedIsReadAtOnceAndToldOnTheThreadThatCreatedTheHandle) {
     const int device = Use("reader");
     Send(device, "\x01\x02"s + "ab");
-    while (orvhidBytesToRead(Id) == 0) std::this_thread::yield();
+    const auto end = Clock::now() + std::chrono::seconds(10);
+    while (orvhidBytesToRead(Id) == 0 && Clock::now() < end) std::this_thread::yield();
     std::thread([&] { EXPECT_EQ(orvhidDispatch(Id), 0); }).join();
     EXPECT_EQ(Read(2), "ab");
     EXPECT_EQ(Count(0), 0);
@@ -196,7 +197,7 @@ TEST_F(HidLibrary, AcceptedDevicesAreListedAndOpenedByNameOrNumber) {
 }
 
 TEST_F(HidLibrary, ASlowDeviceHoldsReportsBackAndAnIdleOneCostsNothing) {
-    const int device = Use("reader slow=100 out=9");
+    const int device = Use("reader slow=300 out=9");
     EXPECT_EQ(orvhidGetCTSHolding(Id), 1);
     EXPECT_TRUE(Write(std::string(400, 'a')));
     EXPECT_TRUE(UntilEvent(35));
@@ -210,9 +211,10 @@ TEST_F(HidLibrary, ASlowDeviceHoldsReportsBackAndAnIdleOneCostsNothing) {
     EXPECT_EQ(orvbusCount(device, "reports"), (400 - left) / 8 + 1) << "nothing of what was discarded";
     EXPECT_EQ(Count(35), 2);
 
+    std::this_thread::sleep_for(milliseconds(50));
     const auto before = std::clock();
     std::this_thread::sleep_for(milliseconds(500));
-    EXPECT_LT(1000 * (std::clock() - before) / CLOCKS_PER_SEC, 2) << "ms of half a second with nothing to do";
+    EXPECT_LT(1000 * (std::clock() - before) / CLOCKS_PER_SEC, 10) << "ms of half a second of nothing to do";
 }
 
 TEST_F(HidLibrary, ADeviceThatRefusesReportsIsTold) {
@@ -255,7 +257,7 @@ TEST_F(HidLibrary, ADeviceThatVanishesInsideAnyCallIsClosedOnceAndOpensAgain) {
         Events.clear();
         device = "tarka ids=0 in=8 out=8 feature=8 vanish=" + std::to_string(call + 1);
     }
-    EXPECT_GT(reached, 5);
+    EXPECT_GT(reached, 5) << "removals while it was open";
 }
 
 // Keeps the worker busy with a device that never stops while a program does everything else at once. Says

@@ -23,10 +23,10 @@ struct clsPlatformTest : testing::Test {
     }
     ~clsPlatformTest() override { fs::remove_all(folder); }
 
-    /// Turns the loop until the condition holds; False when it does not within two seconds.
+    /// Turns the loop until the condition holds; False when it does not within ten seconds.
     bool Until(const std::function<bool()>& condition) {
         const std::uint32_t start = host.TickCount();
-        while (!condition() && host.TickCount() - start < 2000) host.WaitEvents(50);
+        while (!condition() && host.TickCount() - start < 10'000) host.WaitEvents(50);
         return condition();
     }
     /// Turns the loop for `ms`; the processor time that it took, ms.

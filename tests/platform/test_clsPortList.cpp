@@ -1,5 +1,4 @@
 #include <map>
-#include <vector>
 
 #include "PlatformFixture.h"
 #include "base/clsMemoryStore.h"

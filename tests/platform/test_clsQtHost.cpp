@@ -14,13 +14,13 @@ struct clsQtHostTest : clsPlatformTest {
 
 TEST_F(clsQtHostTest, RunsWhatIsPostedAndDueInItsOrderAndWaitsWithoutWork) {
     std::function<void()> again = [&] { host.Post(again); };  // must not lock the loop
+    const std::uint32_t start = host.TickCount();
     host.StartTimer(30, Note('4'));
     host.StartTimer(10, Note('3'));
     host.StopTimer(host.StartTimer(10, Note('x')));
     host.Post(again);
     host.Post(Note('1'));
     host.Post(Note('2'));
-    const std::uint32_t start = host.TickCount();
     host.Sleep(20);
     EXPECT_GE(host.TickCount() - start, 20u);
     EXPECT_EQ(ran, "") << "sleep runs nothing";

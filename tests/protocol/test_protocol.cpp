@@ -444,8 +444,8 @@ TEST_F(CommFixture, SerialPortsComeAndGo) {
     };
     for (const auto& [comes, type, name, told, open] : rows) {
         (comes ? notices.OnDeviceArrival : notices.OnDeviceRemoveComplete).Raise(type, name);
-        EXPECT_EQ(Told(), told);
-        EXPECT_EQ(comm.PortOpen(), open) << told;
+        EXPECT_EQ(Told(), told) << name << comes;
+        EXPECT_EQ(comm.PortOpen(), open) << name << comes;
     }
 }
 

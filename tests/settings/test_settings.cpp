@@ -297,6 +297,7 @@ TEST_F(Flows, ProgressCountsUpToAFixedNumberOfStepsWhateverAnswers) {
         {Flow::WriteAll, '-', 44, 0, 258},   {Flow::WriteChanged, '-', 91, 2, 1},
         {Flow::WriteChanged, 'Y', 91, 2, 1}, {Flow::WriteChanged, 'V', 91, 2, 258}};
     for (const auto& [flow, silent, steps, dumps, writes] : rows) {
+        SCOPED_TRACE(std::to_string(steps) + " steps, silent: " + silent);
         Reopen();
         reader.AddFault({SimFault::NoAnswer, silent});
         std::pair<int, int> progress;

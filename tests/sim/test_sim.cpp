@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -70,7 +69,8 @@ TEST(SimFault, IsReadAsItIsTypedOrSaysWhatIsWrong) {
         std::string error;
         const auto rule = ParseSimFault(row.Text, error);
         const std::string told = rule ? SimFaultText(*rule) : "!" + error;
-        EXPECT_TRUE(told == row.Listed || (!rule && told.starts_with(row.Listed))) << told;
+        EXPECT_TRUE(told == row.Listed || (!rule && told.starts_with(row.Listed)))
+            << row.Text << ": " << told;
     }
 }
 

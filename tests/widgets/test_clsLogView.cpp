@@ -32,7 +32,7 @@ TEST(clsLogView, LinesKeepTheirOrderTheirColoursAndTheirLineEnds) {
     log.EndLine();
     log.AppendLine("14:03:07 - ", std::string("a\r\nb\0 NG", 8), LogColor::Red);
     EXPECT_EQ(log.toPlainText(), "");  // waits for the next frame
-    QTRY_COMPARE_WITH_TIMEOUT(log.document()->blockCount(), 3, 1000);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return log.document()->blockCount() == 3; }, /*timeout=*/10000));
     EXPECT_EQ(log.LogText().toLatin1().toStdString(), "12\xE9<CR>\n14:03:07 - a<CR><LF>b<NUL> NG\n");
     std::string colors;
     for (auto block = log.document()->begin(); block.isValid(); block = block.next()) {

@@ -36,7 +36,7 @@ TEST_F(Flows, AnOddAnswerLeavesThePanelEmptyAndTheSettingsUnread) {
         Sent.clear();
         view.Form = ZarnForm();
         EXPECT_EQ(End(flows.AutoScan()), "Done: Found a reader");
-        EXPECT_EQ(Sent, asked);
+        EXPECT_EQ(Sent, asked) << version;
         EXPECT_EQ(view.Panel, (InfoPanel{panel, "", "", "COM1"}));
         EXPECT_FALSE(view.Form.Firmware.WithoutLeadingZeros || view.Form.Firmware.Known);
     }
@@ -111,6 +111,7 @@ TEST_F(Flows, TheCardOnTheReaderFillsTheTablesControls) {
                  {{6, "11223344"}, 0, -1, "", "Error Type"},
                  {{0, ""}, 0, -1, "", "Empty"}};
     for (const auto& c : cases) {
+        SCOPED_TRACE(std::to_string(c.Card.Type) + " " + c.Card.Serial);
         view.Form.Table = before;
         view.Form.Table.SelectedRow = 0;
         reader.PlaceCard(c.Card);
@@ -169,6 +170,7 @@ TEST_F(Flows, TheEepromTestFillsTheMemoryTwiceAndEndsAtTheFirstFailure) {
          {"Write 0xFF to EEPROM 496~511 byte OK", "Read EEPROM OK", "Check EEPROM NG", "Test EEPROM NG"}},
         {{SimFault::NoAnswer, 'B'}, {"Read EEPROM OK", "Check EEPROM OK", "Test EEPROM OK"}}};
     for (const auto& [fault, lines] : lastLines) {
+        SCOPED_TRACE(SimFaultName(fault.Fault));
         reader.ClearFaults();
         reader.AddFault(fault);
         view.Steps = 0;
