@@ -332,7 +332,7 @@ TEST_F(Programs, TheWindowTellsWhatTheReadersImageHoldsAndDrawsIt) {
         poke 210 '\1'
         poke 160 'ab\r\377'
         poke 224 '\2\3'  # digits 2 to 4 of the first card type
-        zarn74 --describe --image image --screenshot p.png --size 1100x750 >said 2>err
+        zarn74 --describe --image image --screenshot p.png --size 1100x750 --page 'card id' >said 2>err
         echo $?
         grep -E '^(cboLanguage|txtPrefix|oCardSNLen0|labPort)=' said
         tail -n 1 said | cut -d- -f2
