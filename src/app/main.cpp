@@ -63,17 +63,16 @@ QIcon ProgramIcon() {
 
 /// The dark colours of a desktop, for those who want them here alone.
 void UseDarkColors() {
-    QPalette colors;
     const QColor window(0x2B, 0x2B, 0x2B);
+    const QColor button(0x3A, 0x3A, 0x3A);
     const QColor base(0x1E, 0x1E, 0x1E);
     const QColor text(0xE6, 0xE6, 0xE6);
-    colors.setColor(QPalette::Window, window);
+    QPalette colors(button, window);  // the shades of edges are made from the button's
     colors.setColor(QPalette::WindowText, text);
     colors.setColor(QPalette::Base, base);
     colors.setColor(QPalette::AlternateBase, window);
     colors.setColor(QPalette::Text, text);
     colors.setColor(QPalette::PlaceholderText, QColor(0x90, 0x90, 0x90));
-    colors.setColor(QPalette::Button, QColor(0x3A, 0x3A, 0x3A));
     colors.setColor(QPalette::ButtonText, text);
     colors.setColor(QPalette::ToolTipBase, QColor(0x45, 0x45, 0x45));
     colors.setColor(QPalette::ToolTipText, text);
