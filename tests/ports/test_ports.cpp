@@ -93,6 +93,7 @@ TEST(clsCommPorts, UsedWithoutAPortItRaisesError91) {
 TEST_F(Ports, ANameOfAnotherTransportTakesTheTravellingPropertiesAlong) {
     EXPECT_EQ(&ports.AttachedPort(0), &other);
     ports.SetDTREnable(false);
+    ports.SetRTSEnable(false);
     ports.SetInputLen(7);
     ports.SetRThreshold(0);
     ports.SetSettings("9600,N,8,1");
@@ -101,7 +102,7 @@ TEST_F(Ports, ANameOfAnotherTransportTakesTheTravellingPropertiesAlong) {
     ports.SetCommPort("HID1");
     EXPECT_FALSE(port.PortOpen());
     EXPECT_EQ(other.Settings(), "9600,N,8,1");
-    EXPECT_FALSE(other.DTREnable());
+    EXPECT_FALSE(other.DTREnable() || other.RTSEnable());
     EXPECT_EQ(other.InputLen(), 7);
     EXPECT_EQ(other.RThreshold(), 0);
     ports.SetCommPort("COM2");
