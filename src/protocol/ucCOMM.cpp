@@ -82,6 +82,7 @@ void ucCOMM::SetPortOpen(bool value) {
         return;
     }
     m_ports.SetPortOpen(true);
+    if (m_ports.PortOpen() && m_ports.CommPort() == m_lostPort) m_lostPort.clear();  // it never went
     const bool onHid = m_hid && &m_ports.PortInUse() == &m_hid->Port;
     if (onHid && m_ports.PortOpen()) m_adapterName = m_hid->Control.GetHIDVersion();
 }

@@ -229,7 +229,8 @@ class ucCOMM : private clsPacketCutter::clsISink {
     std::uint32_t m_cancelGeneration = 0;
     std::string m_autoScanReceive;
     std::string m_adapterName;
-    std::string m_lostPort;  // reported by the open line itself; its removal notice is still to come
+    std::string m_lostPort;      // reported by the open line itself; its removal notice is still to come
+    std::uint32_t m_lostAt = 0;  // when
 
     clsConnection m_onComm;
     clsConnection m_onLost;

@@ -7,6 +7,10 @@
 
 namespace {
 
+// ms after the open line's own report within which the removal notice for it comes: where ports are looked
+// for once a second it takes the longest
+constexpr std::uint32_t noticeTime = 5000;
+
 bool IsSerialPort(int type, const std::string& name) {
     return type == DeviceNoticePort && modText::ContainsNoCase(name, "COM");
 }
@@ -20,15 +24,15 @@ void ucCOMM::RaiseOnPort(const std::string& name, const char* what) {
 
 void ucCOMM::HandleArrival(int type, const std::string& name) {
     if (!IsSerialPort(type, name)) return;
-    m_lostPort.clear();
+    if (name == m_lostPort) m_lostPort.clear();
     RaiseOnPort(name, " is plug-in");
 }
 
 void ucCOMM::HandleRemoval(int type, const std::string& name) {
     if (!IsSerialPort(type, name)) return;
-    if (name == m_lostPort) {  // the open port has said so itself
+    if (name == m_lostPort) {
         m_lostPort.clear();
-        return;
+        if (m_host.TickCount() - m_lostAt < noticeTime) return;  // the open port has said so itself
     }
     if (m_ports.PortOpen() && m_ports.CommPort() == name) {
         ClosePort();
@@ -42,6 +46,7 @@ void ucCOMM::HandleRemoval(int type, const std::string& name) {
 void ucCOMM::HandleLost() {
     if (&m_ports.PortInUse() != &m_msComm || !m_ports.PortOpen()) return;
     m_lostPort = m_ports.CommPort();
+    m_lostAt = m_host.TickCount();
     ClosePort();
     RaiseOnPort(std::string(m_lostPort), " is removed and closed");
 }

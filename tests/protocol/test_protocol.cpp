@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <limits>
 #include <tuple>
 #include <utility>
@@ -456,6 +457,21 @@ TEST_F(CommFixture, ALossThatTheLineReportedIsNotReportedAgain) {
     notices.OnDeviceRemoveComplete.Raise(3, "COM1");
     serial.OnLost.Raise();  // the line notices what is known already
     EXPECT_EQ(Told(), "COM1 is removed and closed:COM1|COM1 is removed:COM1|");
+
+    // What happens between the loss and the removal; what is told of that.
+    const std::pair<std::function<void()>, const char*> rows[] = {
+        {[this] { notices.OnDeviceArrival.Raise(3, "COM2"); }, ""},
+        {[this] { comm.SetPortOpen(true); }, "COM1 is removed and closed:COM1|"},
+        {[this] { host.Run(60'000); }, "COM1 is removed:COM1|"},
+    };
+    for (const auto& [between, told] : rows) {
+        comm.SetPortOpen(true);
+        serial.OnLost.Raise();
+        between();
+        Told();
+        notices.OnDeviceRemoveComplete.Raise(3, "COM1");
+        EXPECT_EQ(Told(), told);
+    }
 
     comm.SetPortOpen(true);
     serial.OnLost.Raise();
