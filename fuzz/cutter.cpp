@@ -17,8 +17,8 @@ struct Sink final : clsPacketCutter::clsISink {
         if (terminator != clsPacketCutter::unfinished) Told += static_cast<char>(terminator);
     }
     void PacketGrew() override { Require(!Waiting && !Cutter.Text().empty(), "it grew, and nobody waits"); }
-    void ReplyComplete() override {
-        Require(Waiting && Cutter.HasReply(), "the reply is in the buffer");
+    void PacketComplete() override {
+        Require(Cutter.HasReply(), "the reply is in the buffer");
         Require(Cutter.Text().find_first_of("\x02\r\n\t") == std::string::npos, "a reply is text alone");
     }
     [[nodiscard]] bool CommandWaiting() const override { return Waiting; }

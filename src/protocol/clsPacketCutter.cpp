@@ -21,11 +21,8 @@ void clsPacketCutter::FeedByte(char byte, clsISink& sink) {
             break;
         case OrvNetFrame::CR:
             m_complete = true;
-            if (m_inPacket && sink.CommandWaiting()) {
-                sink.ReplyComplete();
-            } else {
-                Deliver(OrvNetFrame::CR, sink);
-            }
+            if (inside) sink.PacketComplete();
+            if (!m_inPacket || !sink.CommandWaiting()) Deliver(OrvNetFrame::CR, sink);
             break;
         case OrvNetFrame::TAB:
         case OrvNetFrame::LF:

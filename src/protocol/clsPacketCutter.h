@@ -21,8 +21,9 @@ class clsPacketCutter {
         virtual void CutPacket(int terminator, const std::string& text) = 0;
         /// A byte was appended while no command waits: the packet's time starts anew.
         virtual void PacketGrew() = 0;
-        /// The reply that a command waits for is complete and stays in the buffer.
-        virtual void ReplyComplete() = 0;
+        /// A packet that began with STX has come whole. While a command waits it stays in the buffer,
+        /// otherwise CutPacket follows.
+        virtual void PacketComplete() = 0;
         [[nodiscard]] virtual bool CommandWaiting() const = 0;
     };
     /// The terminator of a packet that was cut by time or by the next STX.

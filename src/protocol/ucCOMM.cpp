@@ -59,7 +59,7 @@ ucCOMM::ucCOMM(clsIHost& host, clsISerialControl& serial, clsISettingsStore& sto
     m_ports.SetCommPort("COM1");
 }
 
-ucCOMM::~ucCOMM() { m_abort = true; }
+ucCOMM::~ucCOMM() { ++m_cancelGeneration; }
 
 void ucCOMM::AttachCommObject(clsMSComm& port, clsISerialControl& control, bool inFront) {
     port.Attach(&control, &m_ports.CommPortEvent());
@@ -92,8 +92,8 @@ void ucCOMM::ClosePort() {
     m_ports.SetPortOpen(false);
     m_autoScanReceive.clear();
     m_adapterName.clear();
-    m_unanswered.clear();
-    m_lateReplyDue = false;
+    m_due.Clear();
+    ++m_closings;
 }
 
 std::vector<PortEntry> ucCOMM::HidPorts() const {
@@ -118,8 +118,9 @@ std::vector<PortEntry> ucCOMM::HidPorts() const {
 
 // What was sent at another speed is not answered readably any more.
 void ucCOMM::SetSettings(const std::string& value) {
-    m_unanswered.clear();
+    const std::string former = m_ports.Settings();
     m_ports.SetSettings(value);
+    if (m_ports.Settings() != former) m_due.Clear();
 }
 
 std::int32_t ucCOMM::BaudRate() const { return modText::ValInteger(m_ports.Settings()); }
@@ -131,7 +132,11 @@ void ucCOMM::SetBaudRate(std::int32_t rate) {
 }
 
 void ucCOMM::CutPacket(int terminator, const std::string& text) {
-    ++m_packetsCut;
+    if (terminator == clsPacketCutter::unfinished && std::exchange(m_earlier, false)) {
+        // Displaced by the next reply: it is told as if it had come while nobody waited.
+        OnChar.Raise(OrvNetFrame::STX);
+        terminator = OrvNetFrame::CR;
+    }
     OnPacket.Raise(terminator, text);
 }
 
@@ -149,6 +154,7 @@ void ucCOMM::Receive() {
     m_ports.SetRThreshold(0);
     const clsScopeGuard restore([this] { m_ports.SetRThreshold(1); });
     std::size_t received = 0;
+    bool raw = false;
     while (m_ports.InBufferCount() > 0) {
         // A line that floods faster than it is read must not keep the program from its other work.
         if (received >= receiveLimit) {
@@ -159,21 +165,29 @@ void ucCOMM::Receive() {
         if (bytes.empty()) break;
         received += bytes.size();
         m_dataArrived = true;
-        if (!m_replyBegan) m_replyBegan = m_host.TickCount();
         OnMonitorData.Raise(bytes, /*received=*/true);
-        Dispatch(bytes);
+        raw = Dispatch(bytes) || raw;
     }
-    if (received > 0 && m_msCommMode && !m_dump.Active) OnComm.Raise();
+    if (raw) OnComm.Raise();
 }
 
-void ucCOMM::Dispatch(const std::string& bytes) {
-    if (m_dump.Active && !m_dump.Done()) {
-        const std::size_t taken = std::min(bytes.size(), m_dump.Wanted - m_dump.Bytes.size());
-        m_dump.Bytes.append(bytes, 0, taken);
-        m_cutter.Feed(std::string_view(bytes).substr(taken), *this);
-    } else if (m_msCommMode) {
-        m_cutter.AppendRaw(bytes);
+// Says whether anything was appended as it is. What is missing of an image belongs to it, wanted or not.
+bool ucCOMM::Dispatch(std::string_view bytes) {
+    const std::uint32_t now = m_host.TickCount();
+    const bool collecting = m_dump.Active && !m_dump.Done();
+    std::size_t taken = 0;
+    if (collecting) {
+        taken = std::min(bytes.size(), m_dump.Wanted - m_dump.Bytes.size());
+        m_dump.Bytes.append(bytes.substr(0, taken));
+        m_dump.LastByte = now;
     } else {
-        m_cutter.Feed(bytes, *this);
+        taken = m_due.TakeImageBytes(now, bytes.size());
     }
+    bytes.remove_prefix(taken);
+    if (!m_msCommMode || m_dump.Active) {
+        m_cutter.Feed(bytes, *this);
+        return false;
+    }
+    m_cutter.AppendRaw(bytes);
+    return !bytes.empty();
 }

@@ -1,12 +1,12 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/clsEvent.h"
@@ -21,6 +21,7 @@
 #include "ports/clsMSComm.h"
 #include "protocol/CommDevices.h"
 #include "protocol/OrvNetFrame.h"
+#include "protocol/clsDueReplies.h"
 #include "protocol/clsPacketCutter.h"
 
 /// The comm control: frames OrvNet commands, sends them through the port in use, cuts what arrives into
@@ -82,7 +83,9 @@ class ucCOMM : private clsPacketCutter::clsISink {
     /// One exchange. `lngCMDTimeout` in ms: -1 is OrvNetTimeout, 0 sends without waiting. Each chunk that
     /// arrives gives the reply another 500 ms. The reply text, or nothing when there was none, it was
     /// incomplete, or it was to be checked (`bRxChkSum`) and failed; Timeout tells the first two from the
-    /// last.
+    /// last. While replies to earlier commands are due, for up to 2 s after their frames, the reply is the
+    /// packet behind them; where they do not come it is the last one, 2 s after its own frame. The wait ends
+    /// with a cancel, and when the port is closed or lost.
     std::string SendOrvNetCMD(const std::string& szCMD, bool bTxChkSum, bool bRxChkSum,
                               std::int32_t lngCMDTimeout = -1);
     /// Ends the wait in progress at once, and with it the whole operation (retries, runs, dumps, scans) that
@@ -121,8 +124,11 @@ class ucCOMM : private clsPacketCutter::clsISink {
     [[nodiscard]] const std::string& AutoScanReceive() const { return m_autoScanReceive; }
     /// Sends the reader into its firmware loader. True only for an answer that is a true value.
     bool GotoISP();
-    /// The memory image, read twice and compared.
+    /// The memory image, read twice and compared. False, and nothing sent, inside another Dump.
     bool Dump(std::span<std::uint8_t> image);
+    /// Waits for what the reader still sends of an image that was broken off, as every command does by
+    /// itself: closing the port forgets it. A cancel ends the wait.
+    void AwaitRestOfImage() { WaitUntilNotDue(Now(), &clsDueReplies::ImageRest); }
 
     // -- discovery ------------------------------------------------------------------------------------------
     /// Tries every port at every rate of the comma-separated list, the remembered ones first, until the
@@ -146,6 +152,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
         std::string Bytes;
         std::size_t Wanted = 0;
         bool Active = false;
+        std::uint32_t LastByte = 0;  // when it came; at first, when the image was asked for
         [[nodiscard]] bool Done() const { return Bytes.size() >= Wanted; }
     };
     struct ScanPlan {
@@ -168,13 +175,13 @@ class ucCOMM : private clsPacketCutter::clsISink {
     // receiving
     void HandleComm();
     void Receive();
-    void Dispatch(const std::string& bytes);
+    bool Dispatch(std::string_view bytes);
     void ClosePort();
     // clsPacketCutter::clsISink
     void CutChar(std::uint8_t byte) override { OnChar.Raise(byte); }
     void CutPacket(int terminator, const std::string& text) override;
     void PacketGrew() override { m_timerOnPacket.Restart(); }
-    void ReplyComplete() override;
+    void PacketComplete() override;
     [[nodiscard]] bool CommandWaiting() const override { return m_waiting; }
 
     // ports that come and go
@@ -185,14 +192,23 @@ class ucCOMM : private clsPacketCutter::clsISink {
     void RaiseOnPort(const std::string& name, const char* what);
 
     // engine
+    /// What a wait began with: a cancel, or the closing of the port, since then ends it.
+    struct Beginning {
+        std::uint32_t Cancels = 0;
+        std::uint32_t Closings = 0;
+    };
+    [[nodiscard]] Beginning Now() const { return {m_cancelGeneration, m_closings}; }
+    [[nodiscard]] bool Ended(const Beginning& since) const {
+        return Cancelled(since.Cancels) || m_closings != since.Closings;
+    }
     std::string Exchange(const std::string& command, bool txChkSum, bool rxChkSum, std::int32_t timeout);
     void WaitForGap();
     void SendFrame(const std::string& frame);
     template <class Done, class Turn>
-    bool WaitFor(std::int32_t timeout, std::uint32_t generation, Done done, Turn turn);
-    void WaitForLateReplies(std::uint32_t sent);
+    bool WaitFor(std::int32_t timeout, const Beginning& since, Done done, Turn turn);
+    bool WaitUntilNotDue(const Beginning& since, std::int32_t (clsDueReplies::*rest)(std::uint32_t));
     [[nodiscard]] bool Cancelled(std::uint32_t since) const { return m_cancelGeneration != since; }
-    bool DumpOnce(std::size_t count);
+    std::optional<std::string> DumpOnce(std::size_t count, const Beginning& since);
 
     // discovery
     ScanPlan MakeScanPlan(const std::string& pattern, bool noAddress, const std::string& baudRates) const;
@@ -210,6 +226,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     clsHostTimer m_timerOnPacket;
     clsHostTimer m_timerReadOn;  // goes on with an input that was too much for one turn of the loop
     DumpCollector m_dump;
+    bool m_dumping = false;
     bool m_msCommMode = true;
     bool m_receiving = false;
     bool m_receiveAgain = false;
@@ -217,16 +234,14 @@ class ucCOMM : private clsPacketCutter::clsISink {
     std::int32_t m_orvNetTimeout = 500;
     bool m_waiting = false;
     bool m_dataArrived = false;
-    bool m_abort = false;
     bool m_timeout = false;
-    bool m_checkReply = false;               // of the last command sent without waiting
-    bool m_lateReplyDue = false;             // a wait ran out; its reply may still come
-    std::deque<std::uint32_t> m_unanswered;  // when the commands of such waits were sent, at this line speed
-    std::optional<std::uint32_t> m_replyBegan;  // when the first byte since the last frame came
-    std::size_t m_packetsCut = 0;               // packets told since late replies are waited for
+    bool m_checkReply = false;  // of the last command sent without waiting
+    clsDueReplies m_due;        // the command that waits included
+    bool m_earlier = false;  // the packet in the buffer may answer an earlier command than the one that waits
     std::int16_t m_waitDepth = 0;
     std::uint32_t m_endTime = 0;
     std::uint32_t m_cancelGeneration = 0;
+    std::uint32_t m_closings = 0;  // of the port
     std::string m_autoScanReceive;
     std::string m_adapterName;
     std::string m_lostPort;      // reported by the open line itself; its removal notice is still to come

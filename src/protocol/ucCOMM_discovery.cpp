@@ -95,6 +95,7 @@ ucCOMM::ScanResult ucCOMM::ScanPort(const ScanPlan& plan, const std::string& nam
         if (OnScanStep) OnScanStep(++polls, plan.Ports * rates);
         SetBaudRate(rate);
         OnScan.Raise("Scan " + name + (bauds ? ", BaudRate=" + std::to_string(rate) : ""));
+        if (Cancelled(plan.Generation)) break;  // the poll would know nothing of it
         const std::string reply = modText::UCase(Polling(/*address=*/0, plan.NoAddress));
         if (!reply.empty() &&
             (reply.find(plan.Pattern) != std::string::npos || modText::Like(reply, plan.Pattern))) {

@@ -10,9 +10,6 @@
 namespace {
 constexpr std::int32_t chunkTime = 500;      // ms that each chunk gives the reply
 constexpr std::int32_t longestGap = 10;      // ms; a longer rest of the gap is not waited for, on purpose
-constexpr std::uint32_t quietTime = 50;      // ms without a byte after which no late reply is expected
-constexpr std::uint32_t latestReply = 2000;  // ms; an older command is not answered any more
-constexpr std::uint32_t quietLimit = 5000;   // ms after which a line that never rests is used as it is
 constexpr std::int32_t dumpTimeout = 10000;  // ms until a dump's first byte
 constexpr std::int32_t dumpReport = 127;     // ms; OnDumpWait is raised when more than this has passed
 }  // namespace
@@ -22,7 +19,6 @@ void ucCOMM::SetOrvNetTimeout(std::int32_t value) {
 }
 
 void ucCOMM::CancelCommand() {
-    m_abort = true;
     ++m_cancelGeneration;
     if (m_hid) m_hid->Control.CancelHIDCommand();
 }
@@ -35,53 +31,51 @@ std::string ucCOMM::SendOrvNetCMD(const std::string& szCMD, bool bTxChkSum, bool
         m_msCommMode = formerMode;
     });
     m_timeout = false;
-    m_abort = false;
     if (!m_live) return {};
     const clsScopeGuard ended([this] { m_endTime = m_host.TickCount(); });
     return Exchange(szCMD, bTxChkSum, bRxChkSum, lngCMDTimeout);
 }
 
 std::string ucCOMM::Exchange(const std::string& command, bool txChkSum, bool rxChkSum, std::int32_t timeout) {
-    const std::uint32_t generation = m_cancelGeneration;
+    const Beginning since = Now();
     WaitForGap();
-    const bool open = m_ports.PortOpen();
+    // The bytes of an image bear no mark: beside them no reply could be told.
+    WaitUntilNotDue(since, &clsDueReplies::ImageRest);
     // What has arrived by now answers nothing that is still to be asked.
-    if (open && m_ports.InBufferCount() > 0) HandleComm();
+    if (m_ports.PortOpen() && m_ports.InBufferCount() > 0) HandleComm();
     m_cutter.ClearState();
     m_cutter.ClearBuffer();
     m_timerOnPacket.SetEnabled(false);
-    if (!open) {
+    if (!m_ports.PortOpen()) {
         OnError.Raise("SendOrvNetCMD - Port is Close!");
+        return {};
+    }
+    if (Ended(since)) {
+        m_timeout = true;
         return {};
     }
 
     m_dataArrived = false;
-    std::string reply;
-    std::uint32_t sent = 0;
-    {
-        m_waiting = true;
-        const clsScopeGuard leave([this] { m_waiting = false; });
-        sent = m_host.TickCount();
-        m_replyBegan.reset();
-        SendFrame(OrvNetFrame::BuildFrame(command, txChkSum));
-        if (timeout == -1) timeout = m_orvNetTimeout;
-        if (timeout == 0) {
-            m_checkReply = rxChkSum;
-            return {};
-        }
-        const bool complete = WaitFor(
-            timeout, generation, [this] { return m_cutter.HasReply(); }, [](std::int32_t) {});
-        m_timeout = !m_cutter.Complete();
-        if (!complete) {
-            m_lateReplyDue = true;
-            m_unanswered.push_back(sent);
-            return {};
-        }
-        reply = m_cutter.Text();
-        m_cutter.ClearState();
-        m_cutter.ClearBuffer();
+    m_earlier = false;
+    m_waiting = true;
+    const clsScopeGuard leave([this] { m_waiting = false; });
+    m_due.FrameSent(m_host.TickCount());
+    SendFrame(OrvNetFrame::BuildFrame(command, txChkSum));
+    if (timeout == -1) timeout = m_orvNetTimeout;
+    if (timeout == 0) {
+        m_checkReply = rxChkSum;
+        return {};
     }
-    if (m_lateReplyDue) WaitForLateReplies(sent);
+    // A packet that may answer an earlier command is kept until that is known, however long the time-out.
+    const auto held = [this] { return m_cutter.HasReply() ? m_due.Rest(m_host.TickCount()) : 0; };
+    const bool complete = WaitFor(
+        timeout, since, [&] { return m_cutter.HasReply() && held() == 0; },
+        [&](std::int32_t) { return held(); });
+    m_timeout = m_cutter.HasReply() ? !complete : !m_cutter.Complete();
+    if (!complete) return {};
+    const std::string reply = m_cutter.Text();
+    m_cutter.ClearState();
+    m_cutter.ClearBuffer();
     return rxChkSum ? OrvNetFrame::CheckReply(reply) : reply;
 }
 
@@ -107,12 +101,12 @@ void ucCOMM::SendFrame(const std::string& frame) {
 
 // While this waits, any handler of the program may run: the receive handler, which fills the buffer and sets
 // m_dataArrived; timers, of which m_timerOnPacket is held off by m_waiting; buttons, which look at Busy; and
-// CancelCommand or the loss of the port, which end it or let it run out.
+// CancelCommand or the closing of the port, which end it. `turn` is told the ms since it was called last and
+// says how many the wait has to go on at least.
 template <class Done, class Turn>
-bool ucCOMM::WaitFor(std::int32_t timeout, std::uint32_t generation, Done done, Turn turn) {
+bool ucCOMM::WaitFor(std::int32_t timeout, const Beginning& since, Done done, Turn turn) {
     std::int64_t remaining = timeout < 1 ? m_orvNetTimeout : timeout;
     std::uint32_t last = m_host.TickCount();
-    m_abort = false;
     ++m_waitDepth;
     const clsScopeGuard leave([this] { --m_waitDepth; });
     m_host.DoEvents();
@@ -122,44 +116,27 @@ bool ucCOMM::WaitFor(std::int32_t timeout, std::uint32_t generation, Done done, 
         last = now;
         remaining -= elapsed;
         if (std::exchange(m_dataArrived, false)) remaining = chunkTime;
-        turn(static_cast<std::int32_t>(
+        const std::int64_t least = turn(static_cast<std::int32_t>(
             std::min<std::uint32_t>(elapsed, std::numeric_limits<std::int32_t>::max())));
-        // A cancel that came while the frame went out has been cleared above; the count still tells.
-        if (remaining < 1 || m_abort || Cancelled(generation)) return false;
+        remaining = std::max(remaining, least);
+        if (remaining < 1 || Ended(since)) return false;
         const std::int64_t longest = m_dump.Active ? dumpReport + 1 : remaining;
         m_host.WaitEvents(static_cast<int>(std::min(remaining, longest)));
     }
     return true;
 }
 
-// A command has succeeded after one or more that ran out of time. The answer may have been that of the first
-// of them, and then as many are still on their way, each up to as late behind the one before as this one was:
-// they go to OnChar and OnPacket here, so that none ever answers a later command. Without such evidence a
-// quiet line is enough.
-void ucCOMM::WaitForLateReplies(std::uint32_t sent) {
-    const std::uint32_t start = m_host.TickCount();
-    while (!m_unanswered.empty() && sent - m_unanswered.front() > latestReply) m_unanswered.pop_front();
-    const std::uint32_t began = m_replyBegan.value_or(start);  // a reply that trickles is not later for it
-    const std::uint32_t delay = m_unanswered.empty() ? 0 : began - m_unanswered.front();
-    const std::size_t due = m_unanswered.size();
-    m_packetsCut = 0;
-    ++m_waitDepth;
-    const clsScopeGuard leave([this] { --m_waitDepth; });
-    std::uint32_t quietSince = start;
-    while (!m_abort && m_host.TickCount() - start < quietLimit) {
-        const std::uint32_t wanted = m_packetsCut >= due ? quietTime : delay + quietTime;
-        const std::uint32_t quiet = m_host.TickCount() - quietSince;
-        if (quiet >= wanted) break;
-        m_dataArrived = false;
-        m_host.WaitEvents(static_cast<int>(wanted - quiet));
-        if (m_dataArrived) quietSince = m_host.TickCount();
-    }
-    if (m_abort) return;  // they are still on their way
-    m_unanswered.clear();
-    m_lateReplyDue = false;
+// False when a cancel or the closing of the port came first.
+bool ucCOMM::WaitUntilNotDue(const Beginning& since, std::int32_t (clsDueReplies::*rest)(std::uint32_t)) {
+    const auto due = [this, rest] { return (m_due.*rest)(m_host.TickCount()); };
+    return due() == 0 || WaitFor(
+                             due(), since, [&] { return due() == 0; }, [&](std::int32_t) { return due(); });
 }
 
-void ucCOMM::ReplyComplete() {
+void ucCOMM::PacketComplete() {
+    m_due.PacketCame(m_host.TickCount());
+    if (!m_waiting) return;
+    m_earlier = m_due.Rest(m_host.TickCount()) > 0;
     if (m_commandCheckSwitch) OnCommand();
 }
 
@@ -167,46 +144,52 @@ void ucCOMM::OnCommand() {
     if (m_live && m_checkReply) m_cutter.SetText(OrvNetFrame::CheckReply(m_cutter.Text()));
 }
 
-bool ucCOMM::DumpOnce(std::size_t count) {
+std::optional<std::string> ucCOMM::DumpOnce(std::size_t count, const Beginning& since) {
     static const std::string request{OrvNetFrame::STX, 'Y', OrvNetFrame::CR};
-    if (!m_ports.PortOpen()) return false;
-    const std::uint32_t generation = m_cancelGeneration;
+    m_timeout = true;
+    // A late reply, or the rest of another image, would stand in this one.
+    if (!WaitUntilNotDue(since, &clsDueReplies::Rest) || !m_ports.PortOpen()) return {};
     m_ports.SetInBufferCount(0);
     m_dataArrived = false;
-    m_dump.Bytes.clear();
-    m_dump.Wanted = count;
+    const std::uint32_t sent = m_host.TickCount();
+    m_dump = {/*Bytes=*/{}, count, /*Active=*/true, sent};
+    const clsScopeGuard leave([this] { m_dump = {}; });
     OnMonitorData.Raise(request, /*received=*/false);
     m_ports.CommOutput(request);
     std::int64_t total = 0;
     std::int64_t reported = 0;
     const bool done = WaitFor(
-        dumpTimeout, generation, [this] { return m_dump.Done(); },
+        dumpTimeout, since, [this] { return m_dump.Done(); },
         [&](std::int32_t elapsed) {
             total += elapsed;
             if (total - reported > dumpReport) {
                 reported = total;
                 OnDumpWait.Raise(static_cast<std::int32_t>(total));
             }
+            return 0;
         });
     m_timeout = !done;
-    if (!done) m_lateReplyDue = true;
-    return done;
+    if (done) return std::move(m_dump.Bytes);
+    if (m_closings == since.Closings) m_due.ImageBrokeOff(sent, m_dump.LastByte, count - m_dump.Bytes.size());
+    return {};
 }
 
 bool ucCOMM::Dump(std::span<std::uint8_t> image) {
-    if (image.empty() || !m_live || !m_ports.PortOpen()) return false;
-    const std::uint32_t generation = m_cancelGeneration;
-    m_dump.Active = true;
-    const clsScopeGuard leave([this] { m_dump = {}; });
-    if (!DumpOnce(image.size())) return false;
-    std::copy(m_dump.Bytes.begin(), m_dump.Bytes.end(), image.begin());
-    if (Cancelled(generation) || !DumpOnce(image.size()) || Cancelled(generation)) return false;
-    const std::string second = std::exchange(m_dump.Bytes, {});
+    if (image.empty() || !m_live || m_dumping || !m_ports.PortOpen()) return false;
+    m_dumping = true;
+    const clsScopeGuard leave([this] { m_dumping = false; });
+    const Beginning since = Now();
+    const auto first = DumpOnce(image.size(), since);
+    if (!first) return false;
+    std::copy(first->begin(), first->end(), image.begin());
+    if (Cancelled(since.Cancels)) return false;
+    const auto second = DumpOnce(image.size(), since);
+    if (!second || Cancelled(since.Cancels)) return false;
     for (std::size_t i = 0; i < image.size(); ++i) {
-        if (static_cast<std::uint8_t>(second[i]) == image[i]) continue;
+        if (static_cast<std::uint8_t>((*second)[i]) == image[i]) continue;
         bool goOn = false;
         OnDumpDifference.Raise(goOn, static_cast<std::int32_t>(i));
-        if (!goOn) return false;
+        if (!goOn || Cancelled(since.Cancels)) return false;
     }
     return true;
 }

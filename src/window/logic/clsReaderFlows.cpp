@@ -8,11 +8,10 @@ namespace {
 
 constexpr const char* readerPattern = "Zarn*";
 constexpr const char* scanRates = "2400,4800,9600,14400,19200";
-constexpr int autoReadTime = 100;              // ms after what the reader typed until its card is read
-constexpr std::uint32_t lateAnswerTime = 500;  // ms after a flow that was broken off; its answer still comes
-constexpr std::uint32_t lateAnswerLimit = 5000;  // ms that a flow waits for its end at most
-constexpr std::uint32_t lateAnswerQuiet = 100;   // ms without a byte after which that answer is over
-constexpr int cardPause = 50;                    // ms until a reader that has seen no card yet is asked again
+constexpr int autoReadTime = 100;               // ms after what the reader typed until its card is read
+constexpr std::uint32_t lateAnswerTime = 500;   // ms after a flow that was broken off; its answer still comes
+constexpr std::uint32_t lateAnswerQuiet = 100;  // ms without a byte after which that answer is over
+constexpr int cardPause = 50;                   // ms until a reader that has seen no card yet is asked again
 
 constexpr const char* testCancelCaption = "Cancel";
 
@@ -55,7 +54,6 @@ class clsReaderFlows::clsRun {
         flows.m_cancelRequested = false;
         flows.m_generation = flows.m_comm.CancelGeneration();
         flows.ButtonsEnable(false);
-        flows.AwaitLateAnswer();
     }
     clsRun(const clsRun&) = delete;
     clsRun& operator=(const clsRun&) = delete;
@@ -114,6 +112,7 @@ FlowResult clsReaderFlows::Outcome(bool done) {
 
 bool clsReaderFlows::FindReader(const std::string& port) {
     m_readerFound = false;
+    m_comm.AwaitRestOfImage();  // waits, as the search does: it would garble the first polls
     m_comm.SetPortOpen(false);
     // Waits at every poll. Handlers of buttons, timers and files look at m_running; a loss of the port closes
     // it and lets the poll run out; a cancel ends the search.
@@ -506,24 +505,12 @@ void clsReaderFlows::HandlePort(const std::string& message) {
     if (!m_running) ButtonsEnable(true);
 }
 
-// Half an image that the reader goes on sending after a cancel is nothing that it typed.
+// A late answer is nothing that the reader typed.
 bool clsReaderFlows::Muted() {
     const std::uint32_t elapsed = m_host.TickCount() - m_mutedSince;
     if (elapsed >= m_mutedTime) return false;
     m_mutedTime = std::max(m_mutedTime, elapsed + lateAnswerQuiet);
-    m_lateAnswer = true;
     return true;
-}
-
-// Before a flow: what still comes in answer to the last one would end this one's first command.
-void clsReaderFlows::AwaitLateAnswer() {
-    while (m_lateAnswer && !Cancelled()) {
-        const std::uint32_t end = std::min(m_mutedTime, lateAnswerLimit);
-        const std::uint32_t elapsed = m_host.TickCount() - m_mutedSince;
-        if (elapsed >= end) break;
-        m_host.WaitEvents(static_cast<int>(end - elapsed));  // waits, as FindReader does
-    }
-    m_lateAnswer = false;
 }
 
 void clsReaderFlows::HandleChar(std::uint8_t byte) {

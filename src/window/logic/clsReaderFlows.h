@@ -134,7 +134,6 @@ class clsReaderFlows {
     bool SaveZarn74();
     void TimerAutoRead();
     bool Muted();
-    void AwaitLateAnswer();
     void HandleChar(std::uint8_t byte);
     void HandlePacket(int terminator, const std::string& text);
     void HandlePort(const std::string& message);
@@ -159,7 +158,6 @@ class clsReaderFlows {
     bool m_onlyChanged = true;
     std::uint32_t m_mutedSince = 0;  // for m_mutedTime ms what arrives answers a flow that was broken off
     std::uint32_t m_mutedTime = 0;
-    bool m_lateAnswer = false;  // such an answer was coming when something last arrived
     std::string m_unshownFile;  // the start-up file, when not all of it could be read and shown
     clsConnection m_connections[5];
 };
