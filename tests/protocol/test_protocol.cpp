@@ -302,6 +302,11 @@ TEST_F(Engine, ALateReplyNeverAnswersTheNextCommand) {
          "A2 2000",
          ""},
         {"the rest of an image", image, {{150, "\r\2"}, {600, "\2\r"}, {610, "\2A2\r"}}, "A2 410", ""},
+        {"an image that takes long",
+         image,
+         {{150, "\r\2"}, {1900, "\2"}, {2350, "\r"}, {2360, "\2A2\r"}},
+         "A2 2160",
+         ""},
         {"an image without its end", image, {{150, "\r\2"}, {1990, "\2"}, {2500, "\2A2\r"}}, "A2 2300", ""},
     };
     for (const auto& [what, before, arrivals, reply, told] : rows) {
@@ -457,12 +462,16 @@ TEST_F(Registers, AnImageIsReadTwiceAsRawBytes) {
     EXPECT_EQ(serial.Sent, (Texts{"\2Y\r", "\2Y\r"}));
     EXPECT_EQ(Told(), "r|e|s|t|");  // bytes beyond the image go on to the cutter
 
-    // One inside its wait is refused and leaves it alone.
+    // A late reply does not stand in it, and another one inside its wait is refused and leaves it alone.
     Image inner(9);
-    host.StartTimer(2, [&] { EXPECT_FALSE(comm.Dump(inner)); });
-    Answers = {"abcd", "abcd"};
+    Answers = {"", "abcd", "abcd"};
+    Reply("A1", 203);
+    Send(200);
+    host.StartTimer(5, [&] { EXPECT_FALSE(comm.Dump(inner)); });
     EXPECT_TRUE(comm.Dump(image));
-    EXPECT_EQ(serial.Sent.size(), 4U);
+    EXPECT_EQ(image, (Image{'a', 'b', 'c', 'd'}));
+    EXPECT_EQ(serial.Sent.size(), 5U);
+    Told();
 
     std::string differences;
     for (const bool goOn : {false, true}) {
