@@ -37,6 +37,7 @@ void clsDueReplies::Clear() {
 }
 
 std::int32_t clsDueReplies::Rest(std::uint32_t now) {
+    if (None()) return 0;
     Forget(now);
     const std::int32_t frames = m_frames.empty() ? 0 : Left(m_frames.back(), now);
     return std::max(frames, ImageRest(now));

@@ -21,6 +21,8 @@ class clsDueReplies {
     std::size_t TakeImageBytes(std::uint32_t now, std::size_t count);
     void Clear();
 
+    /// Nothing is due, whatever the time. What is may have run out meanwhile.
+    [[nodiscard]] bool None() const { return m_frames.empty() && m_imageMissing == 0; }
     /// ms until everything has run out that does not come before; 0 when nothing is due.
     std::int32_t Rest(std::uint32_t now);
     /// The same for the image alone.

@@ -173,15 +173,13 @@ void ucCOMM::Receive() {
 
 // Says whether anything was appended as it is. What is missing of an image belongs to it, wanted or not.
 bool ucCOMM::Dispatch(std::string_view bytes) {
-    const std::uint32_t now = m_host.TickCount();
-    const bool collecting = m_dump.Active && !m_dump.Done();
     std::size_t taken = 0;
-    if (collecting) {
+    if (m_dump.Active && !m_dump.Done()) {
         taken = std::min(bytes.size(), m_dump.Wanted - m_dump.Bytes.size());
         m_dump.Bytes.append(bytes.substr(0, taken));
-        m_dump.LastByte = now;
-    } else {
-        taken = m_due.TakeImageBytes(now, bytes.size());
+        m_dump.LastByte = m_host.TickCount();
+    } else if (!m_due.None()) {
+        taken = m_due.TakeImageBytes(m_host.TickCount(), bytes.size());
     }
     bytes.remove_prefix(taken);
     if (!m_msCommMode || m_dump.Active) {

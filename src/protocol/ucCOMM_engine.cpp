@@ -67,7 +67,9 @@ std::string ucCOMM::Exchange(const std::string& command, bool txChkSum, bool rxC
         return {};
     }
     // A packet that may answer an earlier command is kept until that is known, however long the time-out.
-    const auto held = [this] { return m_cutter.HasReply() ? m_due.Rest(m_host.TickCount()) : 0; };
+    const auto held = [this] {
+        return m_cutter.HasReply() && !m_due.None() ? m_due.Rest(m_host.TickCount()) : 0;
+    };
     const bool complete = WaitFor(
         timeout, since, [&] { return m_cutter.HasReply() && held() == 0; },
         [&](std::int32_t) { return held(); });
@@ -128,15 +130,17 @@ bool ucCOMM::WaitFor(std::int32_t timeout, const Beginning& since, Done done, Tu
 
 // False when a cancel or the closing of the port came first.
 bool ucCOMM::WaitUntilNotDue(const Beginning& since, std::int32_t (clsDueReplies::*rest)(std::uint32_t)) {
+    if (m_due.None()) return true;
     const auto due = [this, rest] { return (m_due.*rest)(m_host.TickCount()); };
     return due() == 0 || WaitFor(
                              due(), since, [&] { return due() == 0; }, [&](std::int32_t) { return due(); });
 }
 
 void ucCOMM::PacketComplete() {
-    m_due.PacketCame(m_host.TickCount());
+    const std::uint32_t now = m_host.TickCount();
+    m_due.PacketCame(now);
     if (!m_waiting) return;
-    m_earlier = m_due.Rest(m_host.TickCount()) > 0;
+    m_earlier = m_due.Rest(now) > 0;
     if (m_commandCheckSwitch) OnCommand();
 }
 
