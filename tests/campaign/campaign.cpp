@@ -250,6 +250,7 @@ bool TryEvent(std::size_t flow, const CleanRun& clean, std::size_t at, Event eve
     if (event == Pulled) {
         world.Expect(!world.comm.PortOpen() && world.Logged("COM1 is removed and closed") == 1, "port");
         world.Expect(world.Result == FlowResult::Failed || ((nothingLeft || flow == Scan) && done), "result");
+        world.Expect(world.host.Now() - then <= 160, "took its time");  // two pauses between attempts
     } else if (ownWay) {
         world.Expect(done && world.Logged("Cancel") + nothingLeft == 1, "result");
     } else {

@@ -158,6 +158,12 @@ TEST_F(Flows, TheRestOfACancelledImageIsNeitherShownNorTakenForAnAnswer) {
     EXPECT_EQ(logView.Text, text);
     EXPECT_EQ(End(flows.Read()), "Done: Get Device Information OK");
     EXPECT_EQ(logView.Text.find("Front door"), std::string::npos);
+
+    host.StartTimer(300, [this] { flows.Cancel(); });
+    flows.Read();
+    const auto begun = host.Now();
+    EXPECT_EQ(End(flows.Scan("COM1")), "Done: Found a reader");
+    EXPECT_GT(host.Now() - begun, 1500) << "the port is not closed before the image is over";
 }
 
 TEST_F(Flows, TheEepromTestFillsTheMemoryTwiceAndEndsAtTheFirstFailure) {

@@ -115,7 +115,7 @@ bool clsReaderFlows::FindReader(const std::string& port) {
     m_comm.AwaitRestOfImage();  // waits, as the search does: it would garble the first polls
     m_comm.SetPortOpen(false);
     // Waits at every poll. Handlers of buttons, timers and files look at m_running; a loss of the port closes
-    // it and lets the poll run out; a cancel ends the search.
+    // it and ends the poll; a cancel ends the search.
     m_readerFound = port.empty() ? m_comm.AutoScan(readerPattern, /*noAddress=*/true, scanRates)
                                  : m_comm.AutoScanPort(readerPattern, /*noAddress=*/true, scanRates, port);
     return m_readerFound;
