@@ -19,6 +19,7 @@
 #include <utility>
 
 #include "hidlib/ReportDescriptor.h"
+#include "hidlib/UdevDaemon.h"
 
 namespace {
 
@@ -204,15 +205,17 @@ class clsHidraw final : public clsIHidNode {
 
 }  // namespace
 
-clsKernelBackend::clsKernelBackend() : m_udev(udev_new()), m_daemon(access("/run/udev/control", F_OK) == 0) {
+clsKernelBackend::clsKernelBackend() : m_udev(udev_new()), m_daemon(UdevDaemon::Answers()) {
     if (m_udev == nullptr) throw std::system_error(errno, std::generic_category());
     m_monitor = udev_monitor_new_from_netlink(m_udev, "udev");
+    m_daemon = m_daemon && m_monitor != nullptr;
     if (m_monitor == nullptr) return;
     udev_monitor_filter_add_match_subsystem_devtype(m_monitor, "hidraw", nullptr);
     udev_monitor_set_receive_buffer_size(m_monitor, noticeBuffer);  // a wish; the default works too
     if (udev_monitor_enable_receiving(m_monitor) >= 0) return;
     udev_monitor_unref(m_monitor);
     m_monitor = nullptr;
+    m_daemon = false;
 }
 
 clsKernelBackend::~clsKernelBackend() {

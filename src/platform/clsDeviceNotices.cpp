@@ -2,10 +2,11 @@
 
 #include <libudev.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <string_view>
+
+#include "hidlib/UdevDaemon.h"
 
 namespace {
 
@@ -18,7 +19,7 @@ clsDeviceNotices::clsDeviceNotices(clsIHost& host, const clsIPortDirectory& port
     : m_host(host), m_ports(ports), m_poll(host, pollPeriod, [this] { Compare(); }) {
     // First the monitor, then the list: nothing falls between the two, and what is listed is not told.
     OpenMonitor();
-    if (m_monitor == nullptr || access("/run/udev/control", F_OK) != 0) m_poll.SetEnabled(true);
+    if (m_monitor == nullptr || !UdevDaemon::Answers()) m_poll.SetEnabled(true);
     m_known = Present();
 }
 

@@ -1,9 +1,16 @@
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <utility>
 
 #include "hid/HidLibraryFile.h"
+#include "hidlib/UdevDaemon.h"
 #include "platform/clsHidReaders.h"
 #include "sim/hid/clsDemoBus.h"
 
@@ -33,17 +40,48 @@ TEST(clsLibraryLoader, CountsReferencesAndReadsAsNotLoadedAtNone) {
 TEST(clsHidReaders, AFolderWithoutAUsableLibraryHasNoReadersAndNoBus) {
     std::string pattern = testing::TempDir() + "zarn74-XXXXXX";
     const fs::path folder = mkdtemp(pattern.data());
-    fs::copy_file(library, folder / "libOrvHIDIO.so");
-    std::fstream(folder / "libOrvHIDIO.so").seekp(18).put('\xB7');  // made for another processor
-    clsHidReaders readers(folder.string());
-    EXPECT_FALSE(clsDemoBus(readers.Loader()).Ready());
-    EXPECT_EQ(readers.Devices(/*notices=*/nullptr).Hid->Create(), 0u);
+    const fs::path file = folder / "libOrvHIDIO.so";
+    const std::pair<const char*, std::function<void()>> rows[] = {
+        {"nothing", [&] { fs::remove(file); }},
+        {"for another processor", [&] { std::fstream(file).seekp(18).put('\xB7'); }},
+        {"not a library", [&] { std::ofstream(file) << std::string(9999, 'x'); }},
+        {"empty", [&] { fs::resize_file(file, 0); }},
+        {"half a header", [&] { fs::resize_file(file, 40); }},
+        {"the header alone", [&] { fs::resize_file(file, 64); }},
+        {"its first page", [&] { fs::resize_file(file, 4096); }},
+        {"its code alone", [&] { fs::resize_file(file, 100'000); }},
+        {"a folder", [&] { fs::remove(file), fs::create_directory(file); }},
+        {"a pipe", [&] { fs::remove(file), mkfifo(file.c_str(), 0600); }},
+    };
+    for (const auto& [what, spoil] : rows) {
+        fs::remove(file);
+        fs::copy_file(library, file);
+        spoil();
+        clsHidReaders readers(folder.string());
+        EXPECT_FALSE(clsDemoBus(readers.Loader()).Ready()) << what;
+        EXPECT_EQ(readers.Devices(/*notices=*/nullptr).Hid->Create(), 0u) << what;
+    }
     fs::remove_all(folder);
     const fs::path before = fs::current_path();
     fs::current_path(library.parent_path());
     clsHidReaders relative(".");
     EXPECT_FALSE(clsDemoBus(relative.Loader()).Ready()) << "nothing is looked for beside the user";
     fs::current_path(before);
+}
+
+TEST(UdevDaemon, ASocketsFileThatNobodyListensOnAnswersNothing) {
+    sockaddr_un address{AF_UNIX, ""};
+    const std::string file = testing::TempDir() + "zarn74-" + std::to_string(getpid());
+    file.copy(address.sun_path, sizeof address.sun_path - 1);
+    const int server = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+    ASSERT_EQ(bind(server, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    EXPECT_FALSE(UdevDaemon::SomebodyListens(file));
+    ASSERT_EQ(listen(server, 1), 0);
+    EXPECT_TRUE(UdevDaemon::SomebodyListens(file));
+    EXPECT_FALSE(UdevDaemon::SomebodyListens(file + "x"));
+    close(server);
+    EXPECT_TRUE(fs::exists(file) && !UdevDaemon::SomebodyListens(file));
+    fs::remove(file);
 }
 
 }  // namespace
