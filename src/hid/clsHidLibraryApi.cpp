@@ -107,6 +107,10 @@ bool clsHidLibraryApi::Open(Handle handle, const std::string& name) {
     return Call(Entry(&OrvHidTable::orvhidOpen), handle, name.c_str()) != 0;
 }
 
+int clsHidLibraryApi::GetOpenError(Handle handle) {
+    return Call(Entry(&OrvHidTable::orvhidGetOpenError), handle);
+}
+
 void clsHidLibraryApi::Close(Handle handle) { Call(Entry(&OrvHidTable::orvhidClose), handle); }
 
 bool clsHidLibraryApi::Write(Handle handle, const std::string& bytes) {
@@ -281,6 +285,22 @@ bool clsHidLibraryApi::GetFeature(Handle handle, std::string& report) {
 
 bool clsHidLibraryApi::SetFeature(Handle handle, const std::string& report) {
     return Call(Entry(&OrvHidTable::orvhidSetFeature), handle, Data(report), Size(report)) != 0;
+}
+
+bool clsHidLibraryApi::GetInputReportPtr(Handle handle, void* data, std::int32_t& size) {
+    return Call(Entry(&OrvHidTable::orvhidGetInputReportPtr), handle, data, &size) != 0;
+}
+
+bool clsHidLibraryApi::SetOutputReportPtr(Handle handle, const void* data, std::int32_t& size) {
+    return Call(Entry(&OrvHidTable::orvhidSetOutputReportPtr), handle, data, &size) != 0;
+}
+
+bool clsHidLibraryApi::GetFeaturePtr(Handle handle, void* data, std::int32_t& size) {
+    return Call(Entry(&OrvHidTable::orvhidGetFeaturePtr), handle, data, &size) != 0;
+}
+
+bool clsHidLibraryApi::SetFeaturePtr(Handle handle, const void* data, std::int32_t& size) {
+    return Call(Entry(&OrvHidTable::orvhidSetFeaturePtr), handle, data, &size) != 0;
 }
 
 int clsHidLibraryApi::GetNumberInputBuffers(Handle handle) {

@@ -22,6 +22,7 @@ class clsHidLibraryApi final : public clsIHidApi {
     std::string EnumDeviceName(Handle handle, int index) override;
     bool IsOpen(Handle handle) override;
     bool Open(Handle handle, const std::string& name) override;
+    int GetOpenError(Handle handle) override;
     void Close(Handle handle) override;
     bool Write(Handle handle, const std::string& bytes) override;
     int BytesToWrite(Handle handle) override;
@@ -65,6 +66,10 @@ class clsHidLibraryApi final : public clsIHidApi {
     bool SetOutputReport(Handle handle, const std::string& report) override;
     bool GetFeature(Handle handle, std::string& report) override;
     bool SetFeature(Handle handle, const std::string& report) override;
+    bool GetInputReportPtr(Handle handle, void* data, std::int32_t& size) override;
+    bool SetOutputReportPtr(Handle handle, const void* data, std::int32_t& size) override;
+    bool GetFeaturePtr(Handle handle, void* data, std::int32_t& size) override;
+    bool SetFeaturePtr(Handle handle, const void* data, std::int32_t& size) override;
     int GetNumberInputBuffers(Handle handle) override;
     void SetNumberInputBuffers(Handle handle, int value) override;
     bool FlushQueue(Handle handle) override;

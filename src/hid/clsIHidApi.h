@@ -31,6 +31,8 @@ class clsIHidApi {
     // open state
     virtual bool IsOpen(Handle /*handle*/) { return false; }
     virtual bool Open(Handle /*handle*/, const std::string& /*name*/) { return false; }
+    /// The system's error number of the last Open, 0 when it succeeded.
+    virtual int GetOpenError(Handle /*handle*/) { return 0; }
     virtual void Close(Handle /*handle*/) {}
 
     // data channel
@@ -90,6 +92,17 @@ class clsIHidApi {
     virtual bool SetOutputReport(Handle /*handle*/, const std::string& /*report*/) { return false; }
     virtual bool GetFeature(Handle /*handle*/, std::string& /*report*/) { return false; }
     virtual bool SetFeature(Handle /*handle*/, const std::string& /*report*/) { return false; }
+    // `size` is the room or the length, and becomes the number of bytes moved.
+    virtual bool GetInputReportPtr(Handle /*handle*/, void* /*data*/, std::int32_t& /*size*/) {
+        return false;
+    }
+    virtual bool SetOutputReportPtr(Handle /*handle*/, const void* /*data*/, std::int32_t& /*size*/) {
+        return false;
+    }
+    virtual bool GetFeaturePtr(Handle /*handle*/, void* /*data*/, std::int32_t& /*size*/) { return false; }
+    virtual bool SetFeaturePtr(Handle /*handle*/, const void* /*data*/, std::int32_t& /*size*/) {
+        return false;
+    }
     virtual int GetNumberInputBuffers(Handle /*handle*/) { return 0; }
     virtual void SetNumberInputBuffers(Handle /*handle*/, int /*value*/) {}
 

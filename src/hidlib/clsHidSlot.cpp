@@ -54,26 +54,42 @@ bool clsHidSlot::IsOpen() {
 }
 
 bool clsHidSlot::Open(std::string_view name) {
+    const int error = TryOpen(name);
+    const Guard guard(m_shared->Lock);
+    m_openError = error;
+    return error == 0;
+}
+
+int clsHidSlot::OpenError() {
+    const Guard guard(m_shared->Lock);
+    return m_openError;
+}
+
+int clsHidSlot::TryOpen(std::string_view name) {
     const auto device = name.empty() ? std::nullopt : Find(name);
-    if (!device || IsOpen()) return false;
+    if (!device) return ENOENT;
+    if (IsOpen()) return EALREADY;
     std::vector<std::uint8_t> bytes;
     auto node = std::make_shared<Node>();
     node->Device = *device;
-    node->Door = m_shared->Backend->Open(*device, bytes);
+    int error = 0;
+    node->Door = m_shared->Backend->Open(*device, bytes, error);
+    if (node->Door == nullptr) return error != 0 ? error : EIO;
     const auto descriptor = ParseReportDescriptor(bytes);
-    if (node->Door == nullptr || !descriptor) return false;
+    if (!descriptor) return ENOTSUP;
     node->Layout = LayoutOf(*descriptor);
-    if (!node->Layout.Usable()) return false;
+    if (!node->Layout.Usable()) return ENOTSUP;
 
     const Guard guard(m_shared->Lock);
     const bool there =
         std::ranges::find(m_shared->Devices, device->Key, &HidDevice::Key) != m_shared->Devices.end();
-    if (m_node != nullptr || !there) return false;  // its removal has been told already
+    if (m_node != nullptr) return EALREADY;
+    if (!there) return ENODEV;  // its removal has been told already
     m_node = std::move(node);
     m_clearToSend = true;
     m_lostKey.clear();
     m_shared->Wake.Signal();
-    return true;
+    return 0;
 }
 
 bool clsHidSlot::Close() {
@@ -84,6 +100,7 @@ bool clsHidSlot::Close() {
 }
 
 void clsHidSlot::Detach() {
+    m_node->Door->Unlock();
     m_node.reset();  // the worker closes the device when it has let go of it, too
     m_clearToSend = false;
     for (const HidChannel which : {HidChannel::Data, HidChannel::Control}) {

@@ -56,6 +56,8 @@ class clsHidSlot {
 
     bool IsOpen();
     bool Open(std::string_view name);
+    /// Why the last Open failed, as the system's error number; 0 when it did not.
+    int OpenError();
     bool Close();
 
     int NumberOfDevice();
@@ -149,6 +151,7 @@ class clsHidSlot {
     // With the shared lock held:
     [[nodiscard]] bool Accepts(const HidDevice& device) const;
     [[nodiscard]] std::vector<const HidDevice*> Listed() const;
+    int TryOpen(std::string_view name);  // without it
     const HidDevice* FindLocked(std::string_view name) const;
     void Raise(std::uint32_t code);
     void RaiseDevice(std::uint32_t code, const HidDevice& device);
@@ -168,6 +171,7 @@ class clsHidSlot {
 
     // Guarded by the shared lock:
     NodePtr m_node;
+    int m_openError = 0;
     std::array<Channel, 2> m_channels;
     std::deque<std::pair<HidChannel, std::size_t>> m_order;  // queued bytes in the order they were written
     std::deque<std::shared_ptr<Request>> m_requests;

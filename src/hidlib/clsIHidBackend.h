@@ -28,7 +28,8 @@ enum class NodeResult {
     Gone,     ///< the device is not there any more
 };
 
-/// An open device. The worker alone reads, writes and asks; whoever drops the last reference closes it.
+/// An open device, which nobody else can open so. The worker alone reads, writes and asks; whoever drops the
+/// last reference closes it.
 class clsIHidNode {
   public:
     enum class Ask { InputReport, GetFeature, SetFeature };
@@ -46,6 +47,9 @@ class clsIHidNode {
     virtual NodeResult Write(std::span<const std::uint8_t> report) = 0;
     /// Byte 0 of `report` is the id or 0, its size at the call is the room; a get leaves what was got.
     virtual NodeResult Request(Ask ask, std::vector<std::uint8_t>& report) = 0;
+    /// Others may open the device from now on, though somebody here still holds this. Called from any thread,
+    /// once; waits for nothing.
+    virtual void Unlock() = 0;
 };
 
 /// Where the devices come from. Made by the first handle; List and the notices belong to the worker, Open and
@@ -64,9 +68,10 @@ class clsIHidBackend {
     virtual void TakeNotices() = 0;
     /// In the order of the device nodes' numbers.
     virtual std::vector<HidDevice> List() = 0;
-    /// An open node and its report descriptor; null when it cannot be opened.
-    virtual std::unique_ptr<clsIHidNode> Open(const HidDevice& device,
-                                              std::vector<std::uint8_t>& descriptor) = 0;
+    /// An open node and its report descriptor; null and the system's error number when it cannot be opened,
+    /// EBUSY when somebody has it open already.
+    virtual std::unique_ptr<clsIHidNode> Open(const HidDevice& device, std::vector<std::uint8_t>& descriptor,
+                                              int& error) = 0;
     /// 0 or the system's error number.
     virtual int Access(const HidDevice& device) = 0;
 };

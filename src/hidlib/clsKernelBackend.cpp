@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <libudev.h>
 #include <linux/hidraw.h>
+#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -172,6 +173,8 @@ class clsHidraw final : public clsIHidNode {
     }
 
     NodeResult Request(Ask ask, std::vector<std::uint8_t>& report) override {
+        if (ask != Ask::SetFeature) report.resize(std::min(report.size(), m_room));
+        if (report.size() > _IOC_SIZEMASK) return NodeResult::Refused;
         unsigned long code = 0;
         switch (ask) {
             case Ask::InputReport: code = HIDIOCGINPUT(report.size()); break;
@@ -184,6 +187,11 @@ class clsHidraw final : public clsIHidNode {
         return Result(count);
     }
 
+    // Every report goes to every program that has the node open: two at once would take each other's
+    // answers.
+    bool Lock() { return flock(m_descriptor, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK; }
+    void Unlock() override { flock(m_descriptor, LOCK_UN); }
+
     bool ReadDescriptor(std::vector<std::uint8_t>& bytes) {
         int size = 0;
         hidraw_report_descriptor descriptor{};
@@ -191,6 +199,10 @@ class clsHidraw final : public clsIHidNode {
         descriptor.size = std::min<unsigned>(static_cast<unsigned>(size), HID_MAX_DESCRIPTOR_SIZE);
         if (ioctl(m_descriptor, HIDIOCGRDESC, &descriptor) < 0) return false;
         bytes.assign(descriptor.value, descriptor.value + descriptor.size);
+        if (const auto parsed = ParseReportDescriptor(bytes))
+            for (const auto& [id, sizes] : parsed->Reports)
+                m_room = std::max({m_room, 1 + sizes.Input, 1 + sizes.Feature});
+        m_room = std::min<std::size_t>(m_room, _IOC_SIZEMASK);
         return true;
     }
 
@@ -201,6 +213,8 @@ class clsHidraw final : public clsIHidNode {
     }
 
     int m_descriptor;
+    // For a report that is got. A larger one is refused: by drivers from here on, and no call can name 16384.
+    std::size_t m_room = 4096;
 };
 
 }  // namespace
@@ -279,11 +293,16 @@ std::vector<HidDevice> clsKernelBackend::Describe() {
 }
 
 std::unique_ptr<clsIHidNode> clsKernelBackend::Open(const HidDevice& device,
-                                                    std::vector<std::uint8_t>& descriptor) {
+                                                    std::vector<std::uint8_t>& descriptor, int& error) {
     const int file = open(device.File.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK);
+    error = errno;
     if (file < 0) return nullptr;
     auto node = std::make_unique<clsHidraw>(file);
-    if (!node->ReadDescriptor(descriptor)) return nullptr;
+    error = EBUSY;
+    if (!node->Lock()) return nullptr;
+    const bool read = node->ReadDescriptor(descriptor);
+    error = errno;
+    if (!read) return nullptr;
     return node;
 }
 

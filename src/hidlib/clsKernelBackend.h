@@ -20,8 +20,8 @@ class clsKernelBackend final : public clsIHidBackend {
     bool MustPoll() const override { return !m_daemon; }
     void TakeNotices() override;
     std::vector<HidDevice> List() override;
-    std::unique_ptr<clsIHidNode> Open(const HidDevice& device,
-                                      std::vector<std::uint8_t>& descriptor) override;
+    std::unique_ptr<clsIHidNode> Open(const HidDevice& device, std::vector<std::uint8_t>& descriptor,
+                                      int& error) override;
     int Access(const HidDevice& device) override;
 
   private:

@@ -443,6 +443,10 @@ int32_t orvhidGetDeviceFile(orvhid_handle handle, const char* name, char* text, 
     return DeviceText(handle, name, text, size, &HidDevice::File);
 }
 
+int32_t orvhidGetOpenError(orvhid_handle handle) {
+    return With(handle, 0, [](clsHidSlot& slot) { return slot.OpenError(); });
+}
+
 int32_t orvhidGetDeviceAccess(orvhid_handle handle, const char* name) {
     return With(handle, ENOENT, [&](clsHidSlot& slot) { return slot.Access(name == nullptr ? "" : name); });
 }

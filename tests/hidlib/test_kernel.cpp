@@ -65,7 +65,10 @@ struct HidKernel : testing::Test {
         const auto size = static_cast<std::uint32_t>(vendorDescriptor.size());
         if (request == HIDIOCGRDESCSIZE) return give(&size, 0, sizeof size, 0);
         if (request == HIDIOCGRDESC) return give(vendorDescriptor.data(), 4, size, 0);
-        if (request == HIDIOCGFEATURE(8)) return give("\x02\x02ok", 0, 4, 8);
+        // The kernel looks at the length alone, and takes none above what the device's driver does.
+        const bool feature =
+            (request & ~(std::uint32_t{_IOC_SIZEMASK} << _IOC_SIZESHIFT)) == HIDIOCGFEATURE(0);
+        if (feature && _IOC_SIZE(request) <= 4096) return give("\x02\x02ok", 0, 4, 8);
         if (request == HIDIOCGINPUT(8)) {
             umockdev_ioctl_client_complete(client, -1, ENODEV);
             return TRUE;
@@ -104,11 +107,31 @@ TEST_F(HidKernel, ADeviceWithoutUsbParentIsListedOpenedAndTalkedTo) {
     std::uint8_t report[8]{2};
     EXPECT_EQ(orvhidGetFeature(hid.Id, report, 8), 8);
     EXPECT_EQ(std::string(report, report + 4), "\x02\x02ok");
+    for (const std::int32_t room : {8, 4096, 4097, 16382, 16383, 16384, 100'000}) {
+        std::vector<std::uint8_t> large(static_cast<std::size_t>(room), 2);
+        EXPECT_EQ(orvhidGetFeature(hid.Id, large.data(), room), 8) << room;
+    }
     EXPECT_EQ(orvhidSetFeature(hid.Id, report, 8), 0) << "the device refuses it";
     EXPECT_EQ(orvhidIsOpen(hid.Id), 1);
     EXPECT_EQ(orvhidGetInputReport(hid.Id, report, 8), 0) << "the device has gone";
     EXPECT_TRUE(hid.UntilEvent(18));
     EXPECT_EQ(orvhidIsOpen(hid.Id), 0);
+}
+
+TEST_F(HidKernel, ANodeIsLockedWhileItIsOpen) {
+    Hid("/devices/virtual/misc/uhid", 0, vendorDescriptor);
+    HidHandle one;
+    ASSERT_TRUE(one.Open("HID1"));
+    HidHandle other;
+    for (int turn = 0; turn < 200; ++turn) {
+        EXPECT_FALSE(other.Open("HID1"));
+        EXPECT_EQ(orvhidGetOpenError(other.Id), EBUSY);
+        ToNode("\x01\x01"s + "a\0\0\0\0\0"s);  // so that the worker is at it
+        EXPECT_EQ(orvhidClose(one.Id), 1);
+        EXPECT_TRUE(one.Open("HID1")) << turn;
+    }
+    orvhidClose(one.Id);
+    EXPECT_TRUE(other.Open("HID1"));
 }
 
 TEST_F(HidKernel, OfAUsbDeviceTheStringsAreReadAndTheKeyboardIsLeftOut) {

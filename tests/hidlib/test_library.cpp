@@ -1,4 +1,5 @@
 #include <atomic>
+#include <cerrno>
 #include <ctime>
 #include <thread>
 
@@ -144,6 +145,46 @@ TEST_F(HidLibrary, WhatHasArrivedIsReadAtOnceAndToldOnTheThreadThatCreatedTheHan
     EXPECT_TRUE(Until([&] { return orvhidIsHIDIOReady(Id) == 0; }));
 }
 
+TEST_F(HidLibrary, NothingOfAClosedDeviceIsDelivered) {
+    const int device = Use("reader");
+    Send(device, "\x01\x02"s + "ab");
+    Send(device, "\x02\x02"s + "cd");
+    const auto end = Clock::now() + std::chrono::seconds(10);
+    while (orvhidBytesToRead(Id) * orvhidBytesToReadCtrl(Id) == 0 && Clock::now() < end)
+        std::this_thread::yield();
+    EXPECT_EQ(orvhidClose(Id), 1);
+    orvhidDispatch(Id);
+    EXPECT_TRUE(Open("HID1"));
+    orvhidDispatch(Id);
+    EXPECT_EQ(Count(0) + Count(4) + orvhidBytesToRead(Id) + orvhidBytesToReadCtrl(Id), 0);
+    Send(device, "\x01\x01"s + "e");
+    EXPECT_TRUE(UntilEvent(0)) << "what is news now is told";
+    EXPECT_EQ(Read(1), "e");
+}
+
+TEST_F(HidLibrary, AnOpenDeviceIsKeptFromOthersUntilItIsClosed) {
+    const int device = Use("tarka flood=40 in=63");  // the worker always holds it
+    HidHandle other;
+    for (int turn = 0; turn < 300; ++turn) {
+        HidHandle& holder = turn % 2 == 0 ? static_cast<HidHandle&>(*this) : other;
+        HidHandle& next = turn % 2 == 0 ? other : static_cast<HidHandle&>(*this);
+        EXPECT_FALSE(next.Open("HID1"));
+        EXPECT_EQ(orvhidGetOpenError(next.Id), EBUSY);
+        EXPECT_FALSE(holder.Open("HID1"));
+        EXPECT_EQ(orvhidGetOpenError(holder.Id), EALREADY);
+        for (HidHandle* const one : {&holder, &next}) {
+            orvhidClose(holder.Id);
+            EXPECT_TRUE(one->Open("HID1")) << turn;
+            EXPECT_EQ(orvhidGetOpenError(one->Id), 0);
+        }
+    }
+    orvbusUnplug(device);  // whoever has it
+    EXPECT_TRUE(Until([this] { return orvhidIsOpen(Id) == 0; }));
+    orvbusReplug(device);
+    EXPECT_TRUE(UntilListed(1));
+    EXPECT_TRUE(other.Open("HID1"));
+}
+
 TEST_F(HidLibrary, ArrivalAndRemovalAreToldOnceByName) {
     const int device = orvbusPlug("reader");
     EXPECT_TRUE(UntilEvent(16));
@@ -189,8 +230,16 @@ TEST_F(HidLibrary, AcceptedDevicesAreListedAndOpenedByNameOrNumber) {
     EXPECT_TRUE(Open(Name()));
     EXPECT_FALSE(Open("HID1")) << "one is open";
     orvhidClose(Id);
-    for (const char* name : {"HID3", "HID4", "HID5", "HID6", "HID0", "HID1x", ""})
+    for (const auto& [name, error] : std::map<std::string, int>{{"HID3", EACCES},
+                                                                {"HID4", ENOTSUP},
+                                                                {"HID5", ENOTSUP},
+                                                                {"HID6", ENOENT},
+                                                                {"HID0", ENOENT},
+                                                                {"HID1x", ENOENT},
+                                                                {"", ENOENT}}) {
         EXPECT_FALSE(Open(name)) << name;
+        EXPECT_EQ(orvhidGetOpenError(Id), error) << name;
+    }
     EXPECT_TRUE(Open("hid2"));
     EXPECT_EQ(orvhidDeviceIsUSBID(Id, 0x2E91, 0x15), 1);
     EXPECT_EQ(orvhidDeviceIsUSBID(Id, 0x2E91, 5), 0);

@@ -236,6 +236,7 @@ void clsBusDevice::Plug() {
 
 void clsBusDevice::Unplug() {
     m_plugged = false;
+    m_lock.reset();  // a node that is plugged in again is another one
     for (Opened& opened : m_opened) Drop(opened);
     m_opened.clear();
 }
@@ -277,6 +278,13 @@ int clsBusDevice::Open() {
     Listen(opened);
     Flush(opened);
     return ends[0];
+}
+
+std::shared_ptr<void> clsBusDevice::Lock() {
+    if (!m_lock.expired()) return nullptr;
+    const auto lock = std::make_shared<int>();
+    m_lock = lock;
+    return lock;
 }
 
 void clsBusDevice::Listen(Opened& opened) {

@@ -78,6 +78,8 @@ class clsBusDevice {
 
     /// The host's end of a new opening, -1 when descriptors have run out.
     int Open();
+    /// Nobody else gets one while somebody keeps it; null when somebody does.
+    std::shared_ptr<void> Lock();
     NodeResult Request(clsIHidNode::Ask ask, std::vector<std::uint8_t>& report);
     void SendReport(const std::vector<std::uint8_t>& report);
     [[nodiscard]] const std::vector<std::uint8_t>& LastReport() const { return m_lastReport; }
@@ -112,6 +114,7 @@ class clsBusDevice {
     ReportLayout m_layout;
     bool m_plugged = false;
     std::list<Opened> m_opened;
+    std::weak_ptr<void> m_lock;
     std::string m_featureAnswer;  // control bytes that wait to be got
     std::vector<std::uint8_t> m_lastReport;
     std::vector<std::uint8_t> m_lastSent;

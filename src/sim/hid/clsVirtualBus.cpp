@@ -131,8 +131,8 @@ int32_t WithDevice(int32_t number, int32_t failed, Function function) {
 /// An opened simulated device, as the library's worker sees it.
 class clsBusNode final : public clsIHidNode {
   public:
-    clsBusNode(int socket, HidDevice device, std::shared_ptr<BusLink> link)
-        : m_socket(socket), m_device(std::move(device)), m_link(std::move(link)) {}
+    clsBusNode(int socket, HidDevice device, std::shared_ptr<BusLink> link, std::shared_ptr<void> lock)
+        : m_socket(socket), m_device(std::move(device)), m_link(std::move(link)), m_lock(std::move(lock)) {}
     ~clsBusNode() override { close(m_socket); }
 
     int Descriptor() const override { return m_socket; }
@@ -162,6 +162,8 @@ class clsBusNode final : public clsIHidNode {
         return result;
     }
 
+    void Unlock() override { m_lock.reset(); }
+
     static void CountCall(const HidDevice& device, BusLink& link) {
         if (link.CallsLeft <= 0 || --link.CallsLeft != 0) return;
         Bus().Run([&] { Bus().Unplug(std::atoi(device.Key.c_str())); });
@@ -171,6 +173,7 @@ class clsBusNode final : public clsIHidNode {
     int m_socket;
     HidDevice m_device;
     std::shared_ptr<BusLink> m_link;
+    std::shared_ptr<void> m_lock;
 };
 
 /// The library's view of the bus.
@@ -186,17 +189,22 @@ class clsVirtualBackend final : public clsIHidBackend {
         return list;
     }
 
-    std::unique_ptr<clsIHidNode> Open(const HidDevice& device,
-                                      std::vector<std::uint8_t>& descriptor) override {
+    std::unique_ptr<clsIHidNode> Open(const HidDevice& device, std::vector<std::uint8_t>& descriptor,
+                                      int& error) override {
         std::unique_ptr<clsIHidNode> node;
         std::shared_ptr<BusLink> link;
         Bus().Run([&] {
             clsBusDevice* const found = Bus().DeviceOf(device);
-            if (found == nullptr || found->Options().Access != 0) return;
+            error = found == nullptr ? ENOENT : found->Options().Access;
+            if (error != 0) return;
             link = found->Link;
+            auto lock = found->Lock();
+            error = EBUSY;
+            if (lock == nullptr) return;
             descriptor = found->Options().ReportDescriptorBytes();
+            error = EMFILE;
             if (const int socket = found->Open(); socket >= 0)
-                node = std::make_unique<clsBusNode>(socket, device, link);
+                node = std::make_unique<clsBusNode>(socket, device, link, std::move(lock));
         });
         if (link != nullptr) clsBusNode::CountCall(device, *link);
         return node;
