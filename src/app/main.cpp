@@ -17,6 +17,7 @@
 #include "app/clsDemoPanel.h"
 #include "app/clsDemoReader.h"
 #include "base/clsMemoryStore.h"
+#include "base/clsScopeGuard.h"
 #include "platform/ProgramFiles.h"
 #include "platform/clsDeviceNotices.h"
 #include "platform/clsHidReaders.h"
@@ -121,6 +122,8 @@ int Open(const WindowParts& parts, const WindowOptions& options, clsDemoPanel* p
         files.StartupToRead = startup.ToRead;
         files.StartupToWrite = startup.ToWrite;
     }
+    // An adapter is put back while there is still a loop to wait in, and nobody left to be told.
+    const clsScopeGuard close([&parts] { parts.Comm.SetPortOpen(false); });
     frmMain window(parts, files, options.Bench);
     if (panel != nullptr) window.InsertPanel(panel);
     if (!options.Page.empty() && !TurnToPage(window, QString::fromLocal8Bit(options.Page.c_str())))

@@ -29,10 +29,13 @@ OrvHIDIO::OrvHIDIO(clsIHost& host, clsILibraryLoader& loader, clsIHidApi& api, b
       m_messageBox(std::move(messageBox)),
       m_id(modOrvHID::Register(*this)) {}
 
+// Whoever hosts it may be half gone by now: no command that would run the loop.
 OrvHIDIO::~OrvHIDIO() {
-    SetPortOpen(false);
     m_watch.Disconnect();
-    if (m_handle != 0) m_api.Destroy(m_handle);
+    if (m_handle != 0) {
+        m_api.Close(m_handle);
+        m_api.Destroy(m_handle);
+    }
     modOrvHID::Unregister(m_id);
 }
 
@@ -84,7 +87,9 @@ bool OrvHIDIO::Create() {
     m_handle = m_api.Create();
     if (m_handle == 0) return false;
     m_api.SetCallBackProc(m_handle, &modOrvHID::CallBack, m_id);
-    m_watch = m_host.WatchDescriptor(m_api.EventDescriptor(m_handle), [this] { m_api.Dispatch(m_handle); });
+    // A library that makes its call-backs itself has no such descriptor.
+    if (const int events = m_api.EventDescriptor(m_handle); events >= 0)
+        m_watch = m_host.WatchDescriptor(events, [this] { m_api.Dispatch(m_handle); });
     return true;
 }
 
@@ -98,9 +103,26 @@ void OrvHIDIO::SetPortOpen(bool value) {
     }
 }
 
+// Ends the command that waits on the port as it was until now.
+std::uint32_t OrvHIDIO::BeginSession() {
+    m_busy = false;
+    m_orvNetActive = false;
+    return ++m_session;
+}
+
+bool OrvHIDIO::InSession(std::uint32_t session) {
+    return m_session == session && m_handle != 0 && m_api.IsOpen(m_handle);
+}
+
 void OrvHIDIO::OpenPort() {
-    if (!Create() || !m_api.Open(m_handle, m_commPort)) return;
+    if (!Create()) return;
+    const bool opened = m_api.Open(m_handle, m_commPort);
+    m_openErrors[m_commPort] = opened ? 0 : m_api.GetOpenError(m_handle);
+    if (!opened) return;
+    BeginSession();
     m_controlMode = false;
+    m_adapterAnswered = false;
+    m_openGeneration = m_cancelGeneration;
     if (DeviceIsUSBID(readerVendor, plainReaderProduct)) {
         m_tarkaCmdSetEnabled = false;
     } else {
@@ -113,24 +135,27 @@ void OrvHIDIO::OpenPort() {
     SetInBufferSize(m_inBufferSize);
     SetOutBufferSize(m_outBufferSize);
     m_direction = {};
+    m_keyboardExists = false;
     if (m_tarkaCmdSetEnabled) ReadAdapter();
 }
 
-// Waits and clears the adapter before an attempt; False when the open was cancelled meanwhile.
-bool OrvHIDIO::BeginAttempt(std::uint32_t generation) {
-    if (m_cancelGeneration != generation) return false;
+// Waits and clears the adapter before an attempt; False when the open was cancelled or the port closed
+// meanwhile.
+bool OrvHIDIO::BeginAttempt(std::uint32_t session) {
+    const auto goesOn = [&] { return InSession(session) && m_cancelGeneration == m_openGeneration; };
+    if (!goesOn()) return false;
     m_host.Sleep(attemptPause);
     TarkaDiscardBuffer();
-    return m_cancelGeneration == generation;
+    return goesOn();
 }
 
 void OrvHIDIO::ReadAdapter() {
-    const std::uint32_t generation = m_cancelGeneration;
+    const std::uint32_t session = m_session;
     m_host.Sleep(settleTime);
-    for (int i = 0; i < attempts && BeginAttempt(generation); ++i) {
+    for (int i = 0; i < attempts && BeginAttempt(session); ++i) {
         if (SetHIDBaudrate(m_baudRate) || m_nak) break;
     }
-    for (int i = 0; i < attempts && BeginAttempt(generation); ++i) {
+    for (int i = 0; i < attempts && BeginAttempt(session); ++i) {
         TarkaIODirection direction;
         if (GetTarkaDefaultIODirect(direction)) {
             m_direction = direction;
@@ -140,17 +165,25 @@ void OrvHIDIO::ReadAdapter() {
     }
 }
 
+// A command that waits meanwhile is given up first, so that the adapter hears what puts it back.
 void OrvHIDIO::ClosePort() {
-    if (m_handle != 0 && m_api.IsOpen(m_handle)) {
-        if (m_tarkaCmdSetEnabled && !SetTarkaIODirect(m_direction) && !m_nak) {
+    const std::uint32_t session = BeginSession();
+    if (InSession(session)) {
+        if (m_tarkaCmdSetEnabled && !SetTarkaIODirect(m_direction) && !m_nak && InSession(session)) {
             m_host.Sleep(attemptPause);
             TarkaDiscardBuffer();
             SetTarkaIODirect(m_direction);
         }
+        if (m_session != session) return;  // a handler has closed it, and perhaps opened another
         m_api.Close(m_handle);
         m_host.Sleep(attemptPause);
     }
     m_tarkaCmdSetEnabled = false;
+}
+
+int OrvHIDIO::OpenError(const std::string& name) const {
+    const auto known = m_openErrors.find(name);
+    return known == m_openErrors.end() ? 0 : known->second;
 }
 
 void OrvHIDIO::RaiseComm(int event) {

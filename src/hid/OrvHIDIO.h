@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <span>
 #include <string>
@@ -45,7 +46,8 @@ struct TarkaIODirection {
 ///
 /// One thread: the library's events are delivered from the host's loop. A command waits inside the host's
 /// WaitEvents, so they, and any handler of the program, may run before it returns; a second command meanwhile
-/// is refused (IsBusy). Must not be destroyed while busy.
+/// is refused (IsBusy). Must not be destroyed while busy. Destroying it closes the port without a word to
+/// the adapter; whoever wants that put back closes the port before.
 class OrvHIDIO {
   public:
     /// `messageBox` shows a critical error; it may be empty.
@@ -73,9 +75,13 @@ class OrvHIDIO {
     [[nodiscard]] const std::string& CommPort() const { return m_commPort; }
     void SetCommPort(const std::string& name) { m_commPort = name; }
     bool PortOpen();
-    /// Opening takes 350 ms and more behind an adapter; a cancel ends its attempts. Closing an open port
-    /// restores the adapter and takes 50 ms.
+    /// Opening takes 350 ms and more behind an adapter; a cancel ends its attempts, and an adapter that has
+    /// not said anything by then is asked nothing more until the port is opened again. Closing an open port
+    /// ends the command that waits, restores the adapter and takes 50 ms.
     void SetPortOpen(bool value);
+    /// The system's error number of the last try to open this device, 0 when it succeeded or there was none:
+    /// EBUSY when another program has it open.
+    [[nodiscard]] int OpenError(const std::string& name) const;
     bool Break();
     void SetBreak(bool value);
     bool CTSHolding();
@@ -112,6 +118,8 @@ class OrvHIDIO {
     void SetOutBufferCount(int value);
     std::string CommInput();
     void CommOutput(const std::string& bytes);
+    /// The data channel in either mode.
+    void DataOutput(const std::string& bytes);
     /// "19200,N,8,1": the rate is the adapter's, the rest is fixed. On an open port the new rate is sent to
     /// the adapter, up to three times; the stored rate changes only when that succeeds.
     [[nodiscard]] std::string Settings() const;
@@ -143,6 +151,12 @@ class OrvHIDIO {
     bool SetOutputReport(const std::string& report);
     bool GetFeature(std::string& report);
     bool SetFeature(const std::string& report);
+    // The same between the program's own memory and the device: `size` is the room or the length, and becomes
+    // the number of bytes moved.
+    bool GetInputReportPtr(void* data, std::int32_t& size);
+    bool SetOutputReportPtr(const void* data, std::int32_t& size);
+    bool GetFeaturePtr(void* data, std::int32_t& size);
+    bool SetFeaturePtr(const void* data, std::int32_t& size);
     int GetNumberInputBuffers();
     void SetNumberInputBuffers(int value);
 
@@ -152,7 +166,8 @@ class OrvHIDIO {
     bool SendHIDCMD(std::uint8_t code, const std::string& data, std::string& answer);
     /// The bytes as they are on the control channel; the whole answer as it came.
     bool SendHIDRawCmd(const std::string& bytes, std::string& answer);
-    /// One OrvNet command; the answer is the text between STX and CR, checksum digits included.
+    /// One OrvNet command; the answer is the text between STX and CR, checksum digits included. What has not
+    /// come to its end after 5 s or 64 KiB is no answer.
     bool SendHIDOrvNetCmd(const std::string& command, bool addChecksum, std::string& answer,
                           bool checkChecksum);
     /// The reader's memory image, 512 bytes; a partial one leaves `image` as it was.
@@ -222,13 +237,16 @@ class OrvHIDIO {
     void ClosePort();
     void ReadAdapter();
     void RaiseComm(int event);
-    bool BeginAttempt(std::uint32_t generation);
+    bool BeginAttempt(std::uint32_t session);
+    std::uint32_t BeginSession();
+    [[nodiscard]] bool InSession(std::uint32_t session);
 
     // commands
     [[nodiscard]] bool MayStart();
+    [[nodiscard]] bool MayAskAdapter();
     bool AdapterExchange(const std::string& packet, std::string& received, std::size_t& answerLength);
     template <class Take>
-    void Receive(Channel channel, std::int32_t pieceTimeout, Take take);
+    void Receive(Channel channel, std::int32_t pieceTimeout, std::uint32_t longest, Take take);
     [[nodiscard]] Channel CommandChannel() const { return m_controlMode ? Channel::Control : Channel::Data; }
     int Waiting(Channel channel);
     std::string TakeAll(Channel channel);
@@ -266,14 +284,19 @@ class OrvHIDIO {
     std::int32_t m_productID = 5;
     int m_commEvent = 0;
 
+    std::uint32_t m_session = 0;  // counts every opening and closing: what waited before waits no more
+    std::map<std::string, int> m_openErrors;  // by device
+
     bool m_busy = false;
     bool m_cancel = false;
     std::uint32_t m_cancelGeneration = 0;
+    std::uint32_t m_openGeneration = 0;  // m_cancelGeneration as the port was opened
     std::int16_t m_nesting = 0;
     bool m_orvNetActive = false;
     bool m_nak = false;
     bool m_notSupported = false;
     bool m_tarkaCmdSetEnabled = true;
+    bool m_adapterAnswered = false;  // anything, since the port was opened
     bool m_controlMode = false;
     bool m_newDevice = false;
     bool m_keyboardExists = false;

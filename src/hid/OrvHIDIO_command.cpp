@@ -17,6 +17,10 @@ constexpr std::size_t mostData = 255;
 constexpr std::int32_t firstByteTime = 1000;  // ms
 constexpr std::int32_t pieceTime = 150;       // ms between the pieces of an answer
 constexpr std::int32_t dumpPieceTime = 250;   // ms; an image comes in many pieces
+// A device that never stops and never ends a reply would be waited for without end.
+constexpr std::uint32_t longestReply = 5000;  // ms
+constexpr std::uint32_t longestDump = 15000;  // ms, at any line speed of an adapter
+constexpr std::size_t largestReply = 65536;
 
 }  // namespace
 
@@ -49,20 +53,29 @@ void OrvHIDIO::CancelHIDCommand() {
 
 bool OrvHIDIO::MayStart() { return !m_busy && PortOpen(); }
 
-// Hands every piece that arrives to `take` until that says True, the time is over or a cancel comes. While it
-// waits, the library's events and any handler of the program may run; m_busy and m_orvNetActive keep the
-// former from taking the answer and the latter from starting another command.
+// After a cancel nothing more is asked of an adapter that has said nothing since it was opened.
+bool OrvHIDIO::MayAskAdapter() {
+    if (!m_tarkaCmdSetEnabled || !MayStart()) return false;
+    m_adapterAnswered = m_adapterAnswered || Waiting(Channel::Control) > 0;
+    return m_adapterAnswered || m_cancelGeneration == m_openGeneration;
+}
+
+// Hands every piece that arrives to `take` until that says True, the time is over, a cancel comes or the port
+// is closed or lost. While it waits, the library's events and any handler of the program may run; m_busy and
+// m_orvNetActive keep the former from taking the answer and the latter from starting another command.
 template <class Take>
-void OrvHIDIO::Receive(Channel channel, std::int32_t pieceTimeout, Take take) {
+void OrvHIDIO::Receive(Channel channel, std::int32_t pieceTimeout, std::uint32_t longest, Take take) {
     if (!m_timer) m_timer.emplace(m_host);
     m_timer->SetTimeout(firstByteTime);
     m_cancel = false;
-    while (!m_timer->IsTimeout() && !m_cancel) {
+    const std::uint32_t session = m_session;
+    const std::uint32_t start = m_host.TickCount();
+    while (!m_timer->IsTimeout() && !m_cancel && m_host.TickCount() - start < longest && InSession(session)) {
         const std::string piece = TakeAll(channel);
         if (!piece.empty()) {
+            if (channel == Channel::Control) m_adapterAnswered = true;
             m_timer->SetTimeout(pieceTimeout);
             if (take(piece)) return;
-            continue;
         }
         m_host.WaitEvents(1);
     }
@@ -80,7 +93,7 @@ bool OrvHIDIO::AdapterExchange(const std::string& packet, std::string& received,
     Discard(Channel::Control);
     if (!Put(Channel::Control, packet)) return false;
     bool complete = false;
-    Receive(Channel::Control, pieceTime, [&](const std::string& piece) {
+    Receive(Channel::Control, pieceTime, longestReply, [&](const std::string& piece) {
         received += piece;
         if (received.size() < headerSize) return false;
         answerLength = headerSize + static_cast<unsigned char>(received[1]);
@@ -96,7 +109,7 @@ bool OrvHIDIO::AdapterExchange(const std::string& packet, std::string& received,
 bool OrvHIDIO::SendHIDCMD(std::uint8_t code, const std::string& data, std::string& answer) {
     ++m_nesting;
     const clsScopeGuard leave([this] { --m_nesting; });
-    if (!m_tarkaCmdSetEnabled || data.size() > mostData || !MayStart()) return false;
+    if (data.size() > mostData || !MayAskAdapter()) return false;
     std::string received;
     std::size_t length = 0;
     const bool result = AdapterExchange(
@@ -108,7 +121,7 @@ bool OrvHIDIO::SendHIDCMD(std::uint8_t code, const std::string& data, std::strin
 bool OrvHIDIO::SendHIDRawCmd(const std::string& bytes, std::string& answer) {
     ++m_nesting;
     const clsScopeGuard leave([this] { --m_nesting; });
-    if (!m_tarkaCmdSetEnabled || !MayStart()) return false;
+    if (!MayAskAdapter()) return false;
     std::size_t length = 0;
     return AdapterExchange(bytes, answer, length);
 }
@@ -131,7 +144,7 @@ bool OrvHIDIO::SendHIDOrvNetCmd(const std::string& command, bool addChecksum, st
     std::string reply;
     bool begun = false;
     bool complete = false;
-    Receive(channel, pieceTime, [&](const std::string& piece) {
+    Receive(channel, pieceTime, longestReply, [&](const std::string& piece) {
         for (const char byte : piece) {
             if (byte == OrvNetFrame::STX) {
                 reply.clear();
@@ -143,7 +156,7 @@ bool OrvHIDIO::SendHIDOrvNetCmd(const std::string& command, bool addChecksum, st
                 reply += byte;
             }
         }
-        return complete;
+        return complete || reply.size() > largestReply;
     });
     if (!begun) reply.clear();
     answer = reply;
@@ -163,7 +176,7 @@ bool OrvHIDIO::SendHIDOrvNetDumpCmd(std::span<std::uint8_t> image) {
     Discard(channel);
     if (!Put(channel, {OrvNetFrame::STX, 'Y', OrvNetFrame::CR})) return false;
     std::string received;
-    Receive(channel, dumpPieceTime, [&](const std::string& piece) {
+    Receive(channel, dumpPieceTime, longestDump, [&](const std::string& piece) {
         received += piece;
         return received.size() >= image.size();
     });

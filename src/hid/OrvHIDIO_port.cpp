@@ -57,6 +57,10 @@ void OrvHIDIO::CommOutput(const std::string& bytes) {
     if (Create()) Put(CommandChannel(), bytes);
 }
 
+void OrvHIDIO::DataOutput(const std::string& bytes) {
+    if (Create()) Put(Channel::Data, bytes);
+}
+
 std::string OrvHIDIO::Settings() const { return std::to_string(m_baudRate) + ",N,8,1"; }
 
 void OrvHIDIO::SetSettings(const std::string& value) {
@@ -113,6 +117,18 @@ bool OrvHIDIO::SetOutputReport(const std::string& report) {
 bool OrvHIDIO::GetFeature(std::string& report) { return Create() && m_api.GetFeature(m_handle, report); }
 bool OrvHIDIO::SetFeature(const std::string& report) {
     return Create() && m_api.SetFeature(m_handle, report);
+}
+bool OrvHIDIO::GetInputReportPtr(void* data, std::int32_t& size) {
+    return Create() && m_api.GetInputReportPtr(m_handle, data, size);
+}
+bool OrvHIDIO::SetOutputReportPtr(const void* data, std::int32_t& size) {
+    return Create() && m_api.SetOutputReportPtr(m_handle, data, size);
+}
+bool OrvHIDIO::GetFeaturePtr(void* data, std::int32_t& size) {
+    return Create() && m_api.GetFeaturePtr(m_handle, data, size);
+}
+bool OrvHIDIO::SetFeaturePtr(const void* data, std::int32_t& size) {
+    return Create() && m_api.SetFeaturePtr(m_handle, data, size);
 }
 int OrvHIDIO::GetNumberInputBuffers() { return Create() ? m_api.GetNumberInputBuffers(m_handle) : 0; }
 void OrvHIDIO::SetNumberInputBuffers(int value) {

@@ -40,8 +40,10 @@ struct clsFakeLibrary final : clsIHidApi {
 
     std::string Product = "Tarka USB";
     std::pair<int, int> Id{0x2E91, 5};
+    int Descriptor = 0;
     std::function<void(bool control, const std::string& bytes)> OnWrite;
     std::string Taken;  // since the last writing
+    std::string Flood;  // what every reading brings on the data channel; empty is no flood
 
     /// Bytes that arrive after a while, on the control channel or the data channel.
     void Arrive(bool control, const std::string& bytes, int ms) {
@@ -50,9 +52,12 @@ struct clsFakeLibrary final : clsIHidApi {
             Tell(control ? HidEventControlData : HidEventData);
         });
     }
+    /// Bytes on the control channel that are not told of yet.
+    void Buffer(const std::string& bytes) { m_control += bytes; }
     void Tell(std::uint32_t event, std::uint32_t param = 0) { m_proc(1, m_userData, event, param); }
 
     Handle Create() override { return 1; }
+    int EventDescriptor(Handle) override { return Descriptor; }
     int NumberOfDevice(Handle) override { return 1; }
     std::string EnumDeviceName(Handle, int) override { return R"(\\?\hid#vid_2e91&pid_0005#1)"; }
     bool IsOpen(Handle) override { return m_open; }
@@ -60,9 +65,9 @@ struct clsFakeLibrary final : clsIHidApi {
     void Close(Handle) override { m_open = false; }
     bool Write(Handle, const std::string& bytes) override { return Written(/*control=*/false, bytes); }
     bool WriteCtrl(Handle, const std::string& bytes) override { return Written(/*control=*/true, bytes); }
-    std::string Read(Handle, int count) override { return Take(m_data, count); }
+    std::string Read(Handle, int count) override { return Flood.empty() ? Take(m_data, count) : Flood; }
     std::string ReadCtrl(Handle, int count) override { return Take(m_control, count); }
-    int BytesToRead(Handle) override { return static_cast<int>(m_data.size()); }
+    int BytesToRead(Handle) override { return static_cast<int>(m_data.size() + Flood.size()); }
     int BytesToReadCtrl(Handle) override { return static_cast<int>(m_control.size()); }
     void DiscardReadBuffer(Handle) override { m_data.clear(); }
     void DiscardReadCtrlBuffer(Handle) override { m_control.clear(); }

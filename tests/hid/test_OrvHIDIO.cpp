@@ -147,8 +147,123 @@ TEST_F(Control, OnlyAnAdapterIsAskedAndItsPortIsOpenWhateverItSays) {
         EXPECT_EQ(hid.TarkaDefaultHIDExTo(), 1);
         hid.SetPortOpen(false);
     }
-    host.StartTimer(700, [this] { hid.CancelHIDCommand(); });
-    EXPECT_EQ(Lasts([this] { hid.SetPortOpen(true); }), 700) << "a cancel ends all the attempts";
+}
+
+TEST_F(Control, ACancelWhileASilentAdapterIsOpenedEndsItAndOneThatAnsweredIsPutBack) {
+    const Texts putBack{discard, "\x03\x01\x05"s, "\x03\x01\x05"s, "\x03\x01\x06"s, "\x03\x01\x06"s};
+    const struct {
+        const char* what;
+        std::deque<std::string> answers;
+        std::string atTheCancel;  // comes in the same turn of the loop
+        Texts sentAfter;
+    } rows[] = {{"one command was answered", {ackNothing}, "", putBack},
+                {"just now", {}, "\x06", putBack},
+                {"nothing", {}, "", {}}};
+    for (const auto& row : rows) {
+        always.clear();
+        answers = row.answers;
+        std::int64_t cancelled = 0;
+        host.StartTimer(1700, [&] {
+            hid.CancelHIDCommand();
+            library.Buffer(row.atTheCancel);
+            cancelled = host.Now();
+            sentCtrl.clear();
+            if (!row.sentAfter.empty()) always = ackNothing;
+        });
+        port.SetPortOpen(true);
+        hid.SetSettings("9600,N,8,1");
+        hid.SetSettings("19200,N,8,1");
+        std::erase_if(sentCtrl, [](const std::string& packet) { return packet[0] == 1; });
+        port.SetPortOpen(false);
+        EXPECT_EQ(sentCtrl, row.sentAfter) << row.what;
+        EXPECT_LE(host.Now() - cancelled, 500) << row.what;
+    }
+    always = ackNothing;
+    sentCtrl.clear();
+    port.SetPortOpen(true);
+    EXPECT_EQ(sentCtrl.size(), 7U) << "the next opening is another";
+}
+
+TEST_F(Control, NothingOfTheLastAdapterIsTakenForTheNext) {
+    answers = {ackNothing, ackNothing, ackNothing, "\x06\x01\x17"s};  // a keyboard, and its direction
+    port.SetPortOpen(true);
+    port.SetPortOpen(false);
+    always = "\x15\0"s;  // the next one does not tell
+    port.SetPortOpen(true);
+    EXPECT_EQ(sentCtrl.back(), "\x03\x01\x05"s) << "no keyboard is known";
+    sentCtrl.clear();
+    port.SetPortOpen(false);
+    EXPECT_EQ(sentCtrl.front(), "\x03\x01\x06"s);
+}
+
+TEST_F(Control, AWaitEndsWithItsPortAndTheAdapterIsPutBackFirst) {
+    std::vector<std::uint8_t> image(512);
+    const std::function<bool()> waits[] = {
+        [&] { return hid.SendHIDCMD(4, {}, answer); }, [&] { return hid.SendHIDRawCmd("raw", answer); },
+        [&] { return hid.SendHIDOrvNetCmd("V", /*addChecksum=*/false, answer, /*checkChecksum=*/false); },
+        [&] { return hid.SendHIDOrvNetDumpCmd(image); }};
+    bool done = false;
+    for (const auto& wait : waits) {
+        Open();
+        answers = {""};
+        host.StartTimer(40, [this] { library.Close(/*handle=*/1); });  // it is pulled out
+        EXPECT_EQ(Lasts([&] { done = wait(); }), 40);
+        for (const bool again : {false, true}) {
+            Open();
+            sentData.clear();
+            host.StartTimer(40, [this, again] {
+                always = ackNothing;
+                sentCtrl.clear();
+                hid.SetPortOpen(false);
+                EXPECT_EQ(sentCtrl, Texts{"\x03\x01\x06"s}) << "whatever runs";
+                if (again) hid.SetPortOpen(true);
+                EXPECT_EQ(hid.TarkaEraseFlash(), again);
+            });
+            always.clear();
+            EXPECT_LE(Lasts([&] { done = wait() || done; }), 40 + 60 + (again ? 400 : 0));
+            EXPECT_EQ(hid.PortOpen(), again);
+            EXPECT_FALSE(done || hid.IsBusy());
+        }
+    }
+}
+
+TEST_F(Control, AFloodEndsACommandAndHoldsNothingUp) {
+    Open();
+    const auto command = [this] {
+        EXPECT_FALSE(hid.SendHIDOrvNetCmd("V", /*addChecksum=*/false, answer, /*checkChecksum=*/false));
+    };
+    for (const std::string flood : {"\r", "\2", "junk", "\2reply"}) {
+        library.Flood = flood;
+        EXPECT_LE(Lasts(command), 6000) << flood;
+        host.StartTimer(40, [this] { hid.CancelHIDCommand(); });
+        EXPECT_EQ(Lasts(command), 40) << flood;
+    }
+    library.Flood = std::string(100'000, 'F');
+    EXPECT_LE(Lasts(command), 1) << "no reply is so long";
+    library.Flood.clear();
+    bool flooding = true;  // the other channel counts for the time between pieces, but not for ever
+    std::function<void()> flood = [&] {
+        library.Tell(HidEventControlData);
+        if (flooding) host.StartTimer(100, flood);
+    };
+    flood();
+    EXPECT_LE(Lasts(command), 6000);
+    std::vector<std::uint8_t> image(512);
+    EXPECT_LE(Lasts([&] { hid.SendHIDOrvNetDumpCmd(image); }), 20'000);
+    flooding = false;
+    host.Run(100);
+}
+
+TEST_F(Control, DestroyingItWaitsForNothing) {
+    always.clear();
+    auto leaving = std::make_unique<OrvHIDIO>(host, loader, library, /*userMode=*/true);
+    leaving->ReadProperties(bag);
+    leaving->SetPortOpen(true);
+    bool ran = false;
+    host.Post([&] { ran = true; });
+    EXPECT_EQ(Lasts([&] { leaving.reset(); }), 0);
+    EXPECT_FALSE(ran) << "the loop";
+    EXPECT_FALSE(library.IsOpen(/*handle=*/1));
 }
 
 TEST_F(Control, AdapterCommandsAndTheirAnswers) {

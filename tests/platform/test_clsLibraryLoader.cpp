@@ -9,10 +9,13 @@
 #include <functional>
 #include <utility>
 
+#include "base/clsPropertyBag.h"
 #include "hid/HidLibraryFile.h"
+#include "hid/OrvHIDIO.h"
 #include "hidlib/UdevDaemon.h"
 #include "platform/clsHidReaders.h"
 #include "sim/hid/clsDemoBus.h"
+#include "support/clsVirtualHost.h"
 
 namespace fs = std::filesystem;
 
@@ -67,6 +70,55 @@ TEST(clsHidReaders, AFolderWithoutAUsableLibraryHasNoReadersAndNoBus) {
     clsHidReaders relative(".");
     EXPECT_FALSE(clsDemoBus(relative.Loader()).Ready()) << "nothing is looked for beside the user";
     fs::current_path(before);
+}
+
+TEST(clsHidReaders, RawReportsAndDataGoThroughTheControlAsTheyAre) {
+    clsVirtualHost host;
+    clsHidReaders readers(library.parent_path().string());
+    const clsDemoBus bus(readers.Loader());
+    bus.Reset();
+    ASSERT_GT(bus.Plug("reader ids=0 in=63 out=8 feature=63"), 0);
+    OrvHIDIO hid(host, readers.Loader(), *readers.Devices(/*notices=*/nullptr).Hid, /*userMode=*/true);
+    hid.ReadProperties(clsPropertyBag());
+    hid.SetCommPort("HID1");
+    const auto until = [](const std::function<bool()>& done) {
+        for (int ms = 0; !done() && ms < 10'000; ++ms) usleep(1000);
+        return done();
+    };
+    ASSERT_TRUE(until([&] {
+        hid.SetPortOpen(true);
+        return hid.PortOpen();
+    }));
+
+    const std::string frame("\0\3\2V\r\0\0\0\0", 9);
+    std::int32_t size = 9;
+    EXPECT_TRUE(hid.SetOutputReportPtr(frame.data(), size));
+    EXPECT_EQ(size, 9);
+    EXPECT_TRUE(until([&] { return hid.InBufferCount() > 0; }));
+    const std::string answer = hid.CommInput();
+    EXPECT_TRUE(answer.starts_with("\2A")) << answer;
+    std::string report(64, '\0');
+    size = 8;  // less than there is
+    EXPECT_TRUE(hid.GetInputReportPtr(report.data(), size));
+    EXPECT_EQ(size, 8);
+    EXPECT_EQ(report.substr(0, 8), static_cast<char>(answer.size()) + answer.substr(0, 7));
+
+    report.replace(0, frame.size(), frame);
+    size = 64;
+    EXPECT_TRUE(hid.SetFeaturePtr(report.data(), size));
+    report.assign(64, '\0');
+    EXPECT_TRUE(hid.GetFeaturePtr(report.data(), size));
+    EXPECT_EQ(report.substr(2, answer.size()), answer);
+    size = -1;
+    EXPECT_FALSE(hid.GetFeaturePtr(report.data(), size));
+    EXPECT_EQ(size, 0);
+
+    hid.SetIsHIDControlMode(true);
+    hid.DataOutput("\2V\r");
+    hid.SetIsHIDControlMode(false);
+    EXPECT_TRUE(until([&] { return hid.InBufferCount() > 0; }));
+    EXPECT_EQ(hid.CommInput(), answer);
+    bus.Reset();
 }
 
 TEST(UdevDaemon, ASocketsFileThatNobodyListensOnAnswersNothing) {

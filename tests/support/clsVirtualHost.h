@@ -37,8 +37,10 @@ class clsVirtualHost final : public clsIHost {
     void StopTimer(TimerId id) override {
         std::erase_if(m_due, [id](const auto& due) { return due.second.first == id; });
     }
-    /// Descriptors are never ready here.
-    [[nodiscard]] clsConnection WatchDescriptor(int, Handler) override { return {}; }
+    /// Descriptors are never ready here. One that is none ends with std::logic_error.
+    [[nodiscard]] clsConnection WatchDescriptor(int fd, Handler) override {
+        return fd >= 0 ? clsConnection() : throw std::logic_error("what is watched is no descriptor");
+    }
 
     /// Runs everything that becomes due within `ms`.
     void Run(int ms) {
