@@ -1,6 +1,7 @@
 #include "cli/clsCliRun.h"
 
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <filesystem>
 #include <system_error>
@@ -161,6 +162,7 @@ int clsCliRun::Connect() {
     bool open = false;
     if (m_options.Baud != 0) {
         open = OpenAtRate(name);
+        if (m_stopped) return ExitInterrupted;
     } else {
         const FlowResult found = m_flows.Scan(name);
         if (found == FlowResult::Cancelled || m_stopped) return ExitInterrupted;
@@ -180,7 +182,11 @@ void clsCliRun::SayWhyNotOpen(const std::string& name) {
     bool onHid = false;
     for (const PortEntry& port : m_comm.HidPorts()) {
         onHid = onHid || port.Name == name;
-        if (!port.Access && (name.empty() || port.Name == name)) m_log.Say(modOrvHID::NoAccessText(port));
+        if (!name.empty() && port.Name != name) continue;
+        if (!port.Access) m_log.Say(modOrvHID::NoAccessText(port));
+        const bool inUse = port.OpenError == EBUSY;
+        if (inUse) m_log.Say(port.Alias + ": in use by another program");
+        if (inUse && !name.empty()) return;
     }
     const std::string reason = name.empty() || onHid ? std::string() : m_platform.Serial().LastError();
     m_log.Say(reason.empty() ? "Missing Device" : CliText::FromUtf8(m_options.Port) + ": " + reason);

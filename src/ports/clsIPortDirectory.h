@@ -12,6 +12,7 @@ struct PortEntry {
     std::string Maker;        ///< may be empty
     std::string Serial;       ///< may be empty
     bool Access = true;       ///< whether this user may open it
+    int OpenError = 0;  ///< the system's error number of the last try to open a HID device; EBUSY: in use
 };
 
 /// The list of ports with what a person wants to know of each. Built by main beside the control it describes.

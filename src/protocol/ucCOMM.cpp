@@ -112,6 +112,7 @@ std::vector<PortEntry> ucCOMM::HidPorts() const {
         port.Maker = control.GetDeviceManufacturer(device);
         port.Serial = control.GetDeviceSerialNumber(device);
         port.Access = control.GetDeviceAccess(device) == 0;
+        port.OpenError = control.OpenError(device);
     }
     return ports;
 }

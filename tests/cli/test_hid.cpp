@@ -69,4 +69,35 @@ TEST_F(clsHidCliTest, AReaderPulledOutInTheMiddleIsToldOnceAndReadsAgainWhenItIs
     EXPECT_TRUE(ToldOnce()) << err.Text;
 }
 
+TEST_F(clsHidCliTest, AReaderThatAnotherProgramHasIsLeftToIt) {
+    EXPECT_GT(bus.Plug("tarka example"), 0);
+    clsIHidApi& library = *readers.Devices(/*notices=*/nullptr).Hid;
+    const auto other = library.Create();
+    ASSERT_TRUE(library.Open(other, "HID1"));
+    for (const char* line : {"--port HID1 get 0", "--port HID1 --baud 19200 get 0"}) {
+        EXPECT_EQ(Run(line), 3) << line;
+        EXPECT_NE(err.Text.find("HID1: in use by another program"), std::string::npos) << err.Text;
+    }
+    library.Close(other);
+    EXPECT_EQ(Run("--port HID1 get 0"), 0) << err.Text;
+    library.Destroy(other);
+}
+
+TEST_F(clsHidCliTest, StoppedWhileASilentAdapterIsOpenedItEndsSoon) {
+    for (const char* line : {"--port HID1 read", "--port HID1 --baud 19200 read"}) {
+        for (const int after : {0, 1300}) {  // its first command, a later one
+            bus.Reset();
+            const int number = bus.Plug("tarka mute=all");
+            std::uint32_t stopped = 0;
+            const auto stop = [&] {
+                stopped = host.TickCount();
+                cli.Stop();
+            };
+            When([&] { return bus.Count(number, "commands") > 0; }, [&] { host.StartTimer(after, stop); });
+            EXPECT_EQ(Run(line), 130) << line << err.Text;
+            EXPECT_LT(host.TickCount() - stopped, 1500u) << line << " " << after;
+        }
+    }
+}
+
 }  // namespace
