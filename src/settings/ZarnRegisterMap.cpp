@@ -20,7 +20,7 @@ constexpr std::uint8_t lowTwoBits = 0x03;
 
 // Bytes of a card ID by type, from 1 on.
 constexpr std::array<std::size_t, 5> cardIDBytes{4, 4, 7, 7, 5};
-constexpr std::int32_t mostIDBytes = 7;
+constexpr std::size_t mostIDBytes = 7;
 
 }  // namespace
 
@@ -77,12 +77,15 @@ CardConvertEntry DecodeEntry(const EntryBytes& bytes, const std::string& text) {
 }
 
 std::optional<EntryBytes> EncodeEntry(const CardConvertEntry& entry) {
-    const std::string& id = entry.CardID;
+    std::string_view id = entry.CardID;
     if (entry.CardType < 0 || entry.CardType > 0xFF) return std::nullopt;
-    if (modByte::GetAnsiLength(id) > 2 * mostIDBytes) return std::nullopt;
+    if (id.size() > 2 * mostIDBytes) {
+        if (entry.CardType != cardTypeEmpty) return std::nullopt;
+        id = {};  // of a card that the entry had before
+    }
     EntryBytes bytes{static_cast<std::uint8_t>(entry.CardType)};
     for (std::size_t i = 0; i < id.size(); i += 2) {
-        bytes[1 + i / 2] = static_cast<std::uint8_t>(modText::HexValue(std::string_view(id).substr(i, 2)));
+        bytes[1 + i / 2] = static_cast<std::uint8_t>(modText::HexValue(id.substr(i, 2)));
     }
     return bytes;
 }

@@ -148,7 +148,8 @@ KeyStringBytes EncodeKeyString(std::string_view text);
 
 /// `text` is the entry's text as read; an empty entry has none, whatever stands there.
 CardConvertEntry DecodeEntry(const EntryBytes& bytes, const std::string& text);
-/// Nothing when the type leaves 0..255 or the ID has more than 7 bytes. Blanks in the ID are worth 0.
+/// Nothing when the type leaves 0..255 or the ID has more than 7 bytes; an unused entry goes without an ID
+/// that does not fit. Blanks in the ID are worth 0.
 std::optional<EntryBytes> EncodeEntry(const CardConvertEntry& entry);
 
 /// Puts a filter back into its digits, for any two numbers.

@@ -197,6 +197,11 @@ TEST_F(RegisterMap, WhatIsOutOfRangeFailsWithNothingSent) {
         EXPECT_FALSE(module.SetCardInfo(0, {type, id, ""})) << type;
     }
     EXPECT_EQ(Count, (std::map<char, int>()));
+    // an unused entry keeps the ID of its last card, and goes without one that does not fit
+    EXPECT_TRUE(module.SetCardInfo(0, {cardTypeEmpty, "010203040506070", "x"}));
+    EXPECT_TRUE(module.SetCardInfo(1, {cardTypeEmpty, "01020304", ""}));
+    EXPECT_EQ(std::vector(reader.Registers.begin(), reader.Registers.begin() + 16),
+              (std::vector<std::uint8_t>{255, 0, 0, 0, 0, 0, 0, 0, 255, 1, 2, 3, 4, 0, 0, 0}));
     // a tag frequency that fits is laid over the bits that are not its own
     reader.Registers[218] = 0xF1;
     info.TagFrequency = 6;
