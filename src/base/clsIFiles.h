@@ -22,4 +22,8 @@ class clsIFiles {
     /// Writes `content` beside the file, brings it safely to disk and puts it in the file's place. False when
     /// any of it failed: the old file is then untouched and nothing is left beside it.
     virtual bool ReplaceFile(const std::string& name, const std::string& content) = 0;
+    /// Whether ReplaceFile could begin. Nothing is changed, and no room is taken on the disk.
+    virtual bool MayReplace(const std::string& name) = 0;
+    /// Why the last operation failed, in words ("Permission denied"); empty when it did not.
+    [[nodiscard]] virtual std::string LastError() const = 0;
 };

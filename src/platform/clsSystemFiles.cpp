@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdio>
+#include <cstring>
 #include <string_view>
 
 namespace {
@@ -78,6 +79,7 @@ bool WriteAll(int fd, std::string_view content) {
     return true;
 }
 
+constexpr const char* notRegular = "it is no regular file";
 constexpr mode_t everyone = 0666;  // of which the user's mask takes away
 
 // Owner (where this user may give it away) and mode of the file that is replaced.
@@ -95,49 +97,100 @@ bool GiveName(int fd, const std::string& side) {
 
 clsSystemFiles::clsSystemFiles(Survives survives) : m_survives(survives) { signal(SIGXFSZ, SIG_IGN); }
 
+bool clsSystemFiles::Failed(int error) {
+    m_error = error == 0 ? "" : std::strerror(error);
+    return false;
+}
+
 std::unique_ptr<clsIFileReader> clsSystemFiles::OpenFile(const std::string& name) {
     struct stat info {};
+    errno = 0;
     // Looked at before it is opened: opening alone may already do something to a device.
-    if (stat(name.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return nullptr;
-    const int fd = open(name.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    const bool regular = stat(name.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+    const int fd = regular ? open(name.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC) : -1;
+    const int error = errno;
+    Failed(fd >= 0 ? 0 : error);
+    if (error == 0 && fd < 0) m_error = notRegular;
     if (fd < 0) return nullptr;
     auto reader = std::make_unique<clsFileReader>(fd);
-    if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) return nullptr;
-    return reader;
+    if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) return reader;
+    m_error = notRegular;
+    return nullptr;
+}
+
+/// Where a file is, or will be.
+struct clsSystemFiles::Place {
+    std::string Target;
+    std::string Folder;
+    std::string Side;  // the name that the new file has until it is whole
+    bool Exists = false;
+    struct stat Old {};
+
+    // As a file without a name, or, for file systems that have no such files, under a name.
+    [[nodiscard]] int Create(bool named) const {
+        return named ? open(Side.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, everyone)
+                     : open(Folder.c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, everyone);
+    }
+};
+
+bool clsSystemFiles::Find(const std::string& name, Place& place) {
+    Failed(/*error=*/0);
+    place.Target = LinkTarget(name);
+    if (place.Target.empty()) return Failed(ELOOP);
+    place.Exists = stat(place.Target.c_str(), &place.Old) == 0;
+    if (place.Exists && !S_ISREG(place.Old.st_mode)) {
+        m_error = notRegular;
+        return false;
+    }
+    if (place.Exists && access(place.Target.c_str(), W_OK) != 0) return Failed(errno);
+    const auto slash = place.Target.rfind('/');
+    place.Folder = slash == std::string::npos ? "." : place.Target.substr(0, slash + 1);
+    place.Side = place.Folder + "/.zarn74-" + std::to_string(getpid()) + ".new";
+    unlink(place.Side.c_str());  // a process of the same number was killed here
+    return true;
+}
+
+bool clsSystemFiles::MayReplace(const std::string& name) {
+    Place place;
+    if (!Find(name, place)) return false;
+    for (const bool named : {false, true}) {
+        const clsDescriptor file(place.Create(named));
+        const int error = errno;
+        if (named) unlink(place.Side.c_str());
+        if (file.Valid()) return true;
+        if (named) Failed(error);
+    }
+    return false;
 }
 
 bool clsSystemFiles::ReplaceFile(const std::string& name, const std::string& content) {
-    const std::string target = LinkTarget(name);
-    if (target.empty()) return false;
-    struct stat old {};
-    const bool exists = stat(target.c_str(), &old) == 0;
-    if (exists && (!S_ISREG(old.st_mode) || access(target.c_str(), W_OK) != 0)) return false;
-
-    const auto slash = target.rfind('/');
-    const std::string directory = slash == std::string::npos ? "." : target.substr(0, slash + 1);
-    const std::string side = directory + "/.zarn74-" + std::to_string(getpid()) + ".new";
-    unlink(side.c_str());  // a process of the same number was killed here
-    // First as a file without a name; where the file system has no such files, under a name from the start.
+    Place place;
+    if (!Find(name, place)) return false;
     for (const bool named : {false, true}) {
-        const clsDescriptor file(named ? open(side.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, everyone)
-                                       : open(directory.c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, everyone));
-        if (!file.Valid()) continue;
-        if (!WriteAll(file.Get(), content) || (exists && !TakeOver(file.Get(), old)) ||
+        const clsDescriptor file(place.Create(named));
+        if (!file.Valid()) {
+            Failed(errno);
+            continue;
+        }
+        if (!WriteAll(file.Get(), content) || (place.Exists && !TakeOver(file.Get(), place.Old)) ||
             (m_survives == Survives::System && fsync(file.Get()) != 0)) {
-            if (named) unlink(side.c_str());
+            Failed(errno);
+            if (named) unlink(place.Side.c_str());
             return false;
         }
         sigset_t all;
         sigfillset(&all);
         const clsSignalsHeld held(all);
-        if (!named && !GiveName(file.Get(), side)) continue;
-        if (rename(side.c_str(), target.c_str()) != 0) {
-            unlink(side.c_str());
+        if (!named && !GiveName(file.Get(), place.Side)) continue;
+        if (rename(place.Side.c_str(), place.Target.c_str()) != 0) {
+            Failed(errno);
+            unlink(place.Side.c_str());
             return false;
         }
+        Failed(/*error=*/0);
         if (m_survives == Survives::Program) return true;
         // The file is in its place; that its name is on the disk as well is asked for, not promised.
-        const clsDescriptor folder(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        const clsDescriptor folder(open(place.Folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         if (folder.Valid()) fsync(folder.Get());
         return true;
     }

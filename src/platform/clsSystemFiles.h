@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "base/clsIFiles.h"
 
 /// The system's files, for the programs and for the simulated reader's memory; the one part of this folder
@@ -17,7 +19,14 @@ class clsSystemFiles final : public clsIFiles {
     /// The new content is invisible until it is whole on the disk: a program killed meanwhile leaves nothing
     /// beside the old file. That keeps its mode. A file that may not be written is not replaced either.
     bool ReplaceFile(const std::string& name, const std::string& content) override;
+    bool MayReplace(const std::string& name) override;
+    [[nodiscard]] std::string LastError() const override { return m_error; }
 
   private:
+    struct Place;
+    bool Find(const std::string& name, Place& place);
+    bool Failed(int error);
+
     Survives m_survives;
+    std::string m_error;
 };

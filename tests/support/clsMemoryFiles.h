@@ -14,12 +14,18 @@ class clsMemoryFiles final : public clsIFiles {
     bool Refuse = false;
 
     [[nodiscard]] std::unique_ptr<clsIFileReader> OpenFile(const std::string& name) override {
-        return Contents.contains(name) ? std::make_unique<clsReader>(Contents.at(name)) : nullptr;
+        m_error = Contents.contains(name) ? "" : "No such file";
+        return m_error.empty() ? std::make_unique<clsReader>(Contents.at(name)) : nullptr;
     }
     bool ReplaceFile(const std::string& name, const std::string& content) override {
-        if (!Refuse) Contents[name] = content;
+        if (MayReplace(name)) Contents[name] = content;
         return !Refuse;
     }
+    bool MayReplace(const std::string&) override {
+        m_error = Refuse ? "Refused" : "";
+        return !Refuse;
+    }
+    [[nodiscard]] std::string LastError() const override { return m_error; }
 
   private:
     struct clsReader final : clsIFileReader {
@@ -30,4 +36,5 @@ class clsMemoryFiles final : public clsIFiles {
         }
         std::istringstream Stream;
     };
+    std::string m_error;
 };

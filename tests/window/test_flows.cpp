@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include "FlowWorld.h"
 #include "RecordText.h"
 
@@ -38,6 +40,9 @@ TEST_F(Flows, AnOddAnswerLeavesThePanelEmptyAndTheSettingsUnread) {
         EXPECT_EQ(End(flows.AutoScan()), "Done: Found a reader");
         EXPECT_EQ(Sent, asked) << version;
         EXPECT_EQ(view.Panel, (InfoPanel{panel, "", "", "COM1"}));
+        EXPECT_EQ(view.Notices.back(), std::string("The reader was found, but it did not tell its ") +
+                                           (*panel == 0 ? "product" : "firmware") +
+                                           ": nothing was read, the pages show what was there before");
         EXPECT_FALSE(view.Form.Firmware.WithoutLeadingZeros || view.Form.Firmware.Known);
     }
 }
@@ -71,17 +76,111 @@ TEST_F(Flows, AFileIsLaidOverTheReadersOwnSettings) {
     view.Controls = false;
     flows.Read();
     flows.SaveFile("same");
-    disk.Contents["partial"] = "[General]\r\nLanguage=77\r\n";  // a code that no list has
+    disk.Contents["partial"] = "[General]\r\nLanguage=77\r\n";
+    const auto registers = reader.Registers;
     EXPECT_EQ(End(flows.WriteFile("same")), "Done: Write OK");
     EXPECT_EQ(Count('C'), 1);
     // The reader gives serial numbers without padding: kept, it makes three rows differ.
     EXPECT_EQ(End(flows.WriteDefault("same")), "Done: Write Default Info OK");
     EXPECT_EQ(Count('C'), 2 + 3 * 8 + 11 + 11 + 16);
-    for (const int writes : {2 + 5 * 8 + 67, 1}) {
+    const std::string odd = "Language=77: no list has this value";
+    for (const auto& [writes, notice] : std::map<int, std::string>{
+             {2 + 5 * 8 + 67, "the file has no conversion table: the reader's table is emptied\n" + odd},
+             {1, odd}}) {
+        reader.Registers = registers;
+        if (writes == 1) flows.WriteFile("partial");
         Sent.clear();
+        view.Notices.clear();
         EXPECT_EQ(End(flows.WriteFile("partial")), "Done: Write OK");
         EXPECT_EQ(Count('C'), writes);
-        EXPECT_EQ(view.Notices.size(), 1U) << "that the table is emptied";
+        EXPECT_EQ(view.Notices, Texts{notice});
+    }
+}
+
+TEST_F(Flows, AFileThatTheReaderCannotBeGivenIsToldWholeAndNothingOfItIsWritten) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"Prefix=mine\r\nLanguage=999\r\nTagFrequency=-1",
+         "Language=999: not a number from 0 to 255\nTagFrequency=-1: not a number from 0 to 255"},
+        {"Baudrate=9600\r\nFilter_Start(3)=5\r\nFilter_Length(3)=-2",
+         "Filter_Length(3)=-2: not a number from 0 to 255"},
+        {"Convert(2)=+[XY ],010203040506070,x\r\nLangauge=3",
+         "Convert(2)=010203040506070: a serial number has 14 digits at most\n"
+         "Langauge=3: there is no such setting; passed over"}};
+    const auto registers = reader.Registers;
+    for (const auto& [lines, notice] : rows) {
+        SCOPED_TRACE(lines);
+        disk.Contents["f"] = "[General]\r\n" + lines;
+        view.Controls = true;
+        flows.Read();
+        const auto expect = [&](FlowResult result, const char* open, const char* write) {
+            EXPECT_EQ(result, FlowResult::FileBad);
+            ASSERT_EQ(view.Notices.size(), 1U);
+            EXPECT_NE(view.Notices[0].find(notice), std::string::npos) << view.Notices[0];
+            EXPECT_EQ(Logged(open), 1);
+            EXPECT_EQ(Last(), write);
+            EXPECT_EQ(logView.Text.find("Set"), std::string::npos) << "no step of a write";
+            EXPECT_EQ(reader.Registers, registers);
+            view.Notices.clear();
+            log.Clear();
+        };
+        log.Clear();
+        expect(flows.Initialize("f"), "Open Default Info From File OK!", "Write Default Info NG");
+        view.Controls = false;
+        expect(flows.WriteFile("f"), "Open Device Info From File OK!", "Write NG");
+        expect(flows.WriteDefault("f"), "Open Default Info From File OK!", "Write Default Info NG");
+    }
+    // shown by Open, a digit box keeps it: Write does not begin either
+    view.Controls = true;
+    disk.Contents["f"] = "[General]\r\n" + rows[1].first;
+    flows.OpenFile("f");
+    log.Clear();
+    Sent.clear();
+    EXPECT_EQ(End(flows.Apply()), "Failed: Write NG");
+    EXPECT_EQ(Sent, "");
+    EXPECT_EQ(view.Notices.back(), rows[1].second);
+}
+
+TEST_F(Flows, AReaderThatDoesNotTellWhatItIsIsNotTakenForTheOneBefore) {
+    const std::string end = ": nothing was read, the pages show what was there before";
+    const struct {
+        char Silent;
+        std::string Notice;
+        InfoPanel Panel;
+        const char* Said;
+    } rows[] = {{'V',
+                 "The reader was found, but it did not tell its firmware" + end,
+                 {"Zarn74", "", "", "COM1"},
+                 "Found a reader"},
+                {'Y', "", {"Zarn74", "V1.02R007", "FWQ-K4436", "COM1"}, "Get Device Information OK"},
+                {'B',
+                 "The reader was found, but it was not read to its end: the pages show what was there before",
+                 {"Zarn74", "V1.02R007", "FWQ-K4436", "COM1"},
+                 "Get Device Information NG"}};
+    disk.Contents["f"] = "[General]\r\nLanguage=4\r\n";
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.Silent);
+        reader.ClearFaults();
+        flows.SetQuickRead(true);
+        flows.AutoScan();
+        flows.SetQuickRead(row.Silent != 'B');
+        view.Form.Prefix = "of the first";
+        view.Notices.clear();
+        reader.AddFault({SimFault::NoAnswer, row.Silent});
+        EXPECT_EQ(End(flows.AutoScan()), std::string("Done: ") + row.Said);
+        EXPECT_EQ(view.Panel, row.Panel);
+        const Texts notices = row.Notice.empty() ? Texts() : Texts{row.Notice};
+        EXPECT_EQ(view.Notices, notices);
+        reader.ClearFaults();
+        view.Notices.clear();
+        EXPECT_EQ(flows.Record().Version, row.Panel.Version);
+        EXPECT_EQ(End(flows.Apply()), "Done: Write OK") << "it is told, not refused";
+        EXPECT_EQ(view.Notices, notices);
+        flows.Initialize("f");
+        EXPECT_EQ(view.Notices.size(), 2 * notices.size());
+        flows.Read();
+        view.Notices.clear();
+        flows.Apply();
+        EXPECT_EQ(view.Notices, Texts()) << "it has been read since";
     }
 }
 

@@ -85,6 +85,51 @@ TEST_F(FileFixture, AnyOtherFileOnlyEmptiesTheTableAndAMissingOneNothing) {
     EXPECT_EQ(TextOf(record), TextOf(RecordOf(unusual)));
 }
 
+TEST_F(FileFixture, WhatIsOddIsFoundLineByLineAndWhatIsMadeUpForIsNot) {
+    const auto found = [this](const std::string& text) {
+        record = ZarnInfo();
+        clsSettingsParser parser(record, autoRead);
+        parser.Feed("[General]\r\n" + text);
+        parser.End();
+        std::string lines;
+        for (const auto& finding : SettingsCheck::Check(record, parser.Findings()))
+            lines += (finding.Kind == SettingsFinding::Severity::Error ? "! " : "") +
+                     SettingsCheck::Line(finding) + "\n";
+        return lines;
+    };
+    EXPECT_EQ(found(TextOf(RecordOf("PostfixHex=7465;Convert(16)=+[UL ],04526AF13B2C80,Visitor 0017"))), "");
+    const std::pair<std::string, std::string> cases[] = {
+        {"language=999\r\n", "! Language=999: not a number from 0 to 255\n"},
+        {"Language=999\r\nLANGUAGE=&H2\r\nBaudrate=1200", "Baudrate=1200: no list has this value\n"},
+        {"Language=USA", "Language=USA: no whole number; it counts as 0\n"},
+        {"Delimiter=99999999999\r\nLanguage=2.5",
+         "Delimiter=99999999999: no whole number; it counts as 0\n"
+         "Language=2.5: no whole number; it counts as 2\n"},
+        {"BuzzerEnabled=yes\r\nAutoRead=1",
+         "BuzzerEnabled=yes: neither True nor False; it counts as False\n"},
+        {"PrefixHex=zz", "PrefixHex=zz: not pairs of hexadecimal digits\n"},
+        {"PrefixHex=zz\r\nPrefix=good", ""},
+        {"PostfixHex=0D0\r\nOnRemove=a\nb" + std::string(60, 'c'),
+         "PostfixHex=0D0: not pairs of hexadecimal digits\n"
+         "OnRemove=a<LF>b" +
+             std::string(45, 'c') + "...: longer than 16 characters; the rest is left out\n"},
+        {"PrefixHex=41 00\r\nPostfix=\xFF",
+         "PrefixHex=41 00: it holds a byte 00 or FF, which ends it in the reader\n"
+         "Postfix=\xFF: it holds a byte 00 or FF, which ends it in the reader\n"},
+        {"Filter_Start(1)=20\r\nFilter_Start(11)=1\r\nFilter_Length(2)=9",
+         "Filter_Start(1)=20: outside the digits of the ID; it counts as 1\n"
+         "Filter_Length(2)=9: outside the digits of the ID; it counts as 8\n"
+         "Filter_Start(11)=1: no row of the table, or of a wrong number; passed over\n"},
+        {"Convert(1)=+[1K ],04A1B2C3\r\nConvert(2)=+[1K ],04A1B2C,x\r\nConvert(3)=[xy ],,x",
+         "Convert(1)=+[1K ],04A1B2C3: no row of the table, or of a wrong number; passed over\n"
+         "Convert(2)=+[1K ],04A1B2C,x: the serial number has not the hexadecimal digits of its card type\n"
+         "Convert(3)=[xy ],,x: no list has this value\n"},
+        {" Langauge=3\r\nLanguage =3\r\nno setting\r\nFileVersion=9\r\nConvertCount=2",
+         "Langauge=3: there is no such setting; passed over\n"
+         "Language =3: there is no such setting; passed over\n"}};
+    for (const auto& [text, lines] : cases) EXPECT_EQ(found(text), lines) << text;
+}
+
 TEST_F(FileFixture, ALineCountsWithItsFirst64KiB) {
     Open("[General]\r\nPrefix=" + std::string(200000, 'x') + "=\r\nBaudrate=9600");
     EXPECT_EQ(record.Prefix.size(), clsSettingsParser::lineLimit - 7);

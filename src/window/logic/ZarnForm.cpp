@@ -55,6 +55,12 @@ std::array<int, formListCount> ZarnForm::StartSelections() {
 
 std::span<const ListEntry> ZarnForm::AllEntries(FormList list) { return RowOf(list).Entries; }
 
+std::span<const ListEntry> ZarnForm::EntriesOf(std::int32_t ZarnInfo::*field) {
+    const auto* const row = std::find_if(
+        lists.begin(), lists.end(), [field](const ListRow& candidate) { return candidate.Field == field; });
+    return row == lists.end() ? std::span<const ListEntry>() : row->Entries;
+}
+
 std::span<const ListEntry> ZarnForm::Entries(FormList list) const {
     const auto all = AllEntries(list);
     return list == FormList::Delimiter && !Firmware.NoneDelimiter ? all.first(all.size() - 1) : all;

@@ -56,6 +56,8 @@ struct ZarnForm {
 
     /// Every entry that the list can have; `cboDelimiter` with its "None".
     static std::span<const ListEntry> AllEntries(FormList list);
+    /// Likewise, of the list that shows a record's field.
+    static std::span<const ListEntry> EntriesOf(std::int32_t ZarnInfo::*field);
     /// The entries that the list has now.
     [[nodiscard]] std::span<const ListEntry> Entries(FormList list) const;
     /// The first entry whose value is `value`, or whose text is that number; none when there is none.

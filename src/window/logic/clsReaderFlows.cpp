@@ -21,7 +21,22 @@ constexpr const char* noRowsNotice = "the file has no conversion table: the tabl
 constexpr const char* lostCRNotice =
     "a carriage return in an output text of the conversion table was left out of the file";
 
+constexpr const char* productNotice =
+    "The reader was found, but it did not tell its product: nothing was read, the pages show what was there "
+    "before";
+constexpr const char* firmwareNotice =
+    "The reader was found, but it did not tell its firmware: nothing was read, the pages show what was there "
+    "before";
+constexpr const char* notReadNotice =
+    "The reader was found, but it was not read to its end: the pages show what was there before";
+constexpr const char* savedNG = "Save Device Info To File NG!";
+constexpr std::size_t noticeLines = 12;  // of findings; the window has no room for more
+
 bool EndsCardID(int code) { return code == 9 || code == 10 || code == 13; }
+
+void TrimSerials(ZarnInfo& record) {
+    for (CardConvertEntry& entry : record.Convert) entry.CardID = modText::Trim(entry.CardID);
+}
 
 bool HasRows(const ZarnInfo& record) {
     return std::any_of(record.Convert.begin(), record.Convert.end(),
@@ -36,14 +51,16 @@ struct clsReaderFlows::WriteTexts {
     const char* OpenNG;
     const char* WriteOK;
     const char* WriteNG;
+    bool KeepPadding;  // serial numbers stay as the file has them
     static const WriteTexts File;
     static const WriteTexts Default;
 };
 constexpr clsReaderFlows::WriteTexts clsReaderFlows::WriteTexts::File{
-    "Open Device Info From File OK!", "Open Device Info From File NG!", "Write OK", "Write NG"};
+    "Open Device Info From File OK!", "Open Device Info From File NG!", "Write OK", "Write NG",
+    /*KeepPadding=*/false};
 constexpr clsReaderFlows::WriteTexts clsReaderFlows::WriteTexts::Default{
     "Open Default Info From File OK!", "Open Zarn74 Default Info From File NG!", "Write Default Info OK",
-    "Write Default Info NG"};
+    "Write Default Info NG", /*KeepPadding=*/true};
 
 /// Stands for the flow that runs, from its first step to every way out.
 class clsReaderFlows::clsRun {
@@ -131,6 +148,10 @@ FlowResult clsReaderFlows::AutoScan() {
     if (m_running) return FlowResult::Refused;
     const clsRun run(*this);
     ClearMsg(/*keepSelections=*/true);
+    m_notRead.clear();
+    m_record.ProductName.clear();  // of the reader before
+    m_record.Version.clear();
+    m_record.FirmwareSN.clear();
     const bool found = FindReader({});
     if (found) {
         ShowInfo();
@@ -174,12 +195,12 @@ void clsReaderFlows::ShowInfo() {
         m_view.ShowForm(form);
     }
     const auto product = AskProduct();
-    if (!product) return;
+    if (!product) return NotRead(productNotice);
     m_panel.Product = *product;
     m_view.ShowPanel(m_panel);
 
     const auto firmware = AskFirmware();
-    if (!firmware) return;
+    if (!firmware) return NotRead(firmwareNotice);
     m_panel.Version = firmware->Version;
     m_panel.SerialNo = firmware->FirmwareSN;
     m_view.ShowPanel(m_panel);
@@ -187,7 +208,26 @@ void clsReaderFlows::ShowInfo() {
         form.SetFirmware(FirmwareRules::For(firmware->Version, firmware->FirmwareSN));
         m_view.ShowForm(form);
     }
-    if (!Cancelled()) ReadReader();
+    if (Cancelled() || !ReadReader()) NotRead(notReadNotice);
+}
+
+// The pages show another reader's settings, or none: whoever writes them now is told so again.
+void clsReaderFlows::NotRead(const char* notice) {
+    m_notRead = Cancelled() ? notReadNotice : notice;
+    if (!Cancelled()) m_view.ShowNotice(m_notRead);
+}
+
+void clsReaderFlows::ShowNotices(Notices notices, const std::vector<SettingsFinding>& findings) {
+    for (const SettingsFinding& finding : findings) {
+        if (&finding == findings.data() + noticeLines) {
+            notices.push_back("and " + std::to_string(findings.size() - noticeLines) + " more");
+            break;
+        }
+        notices.push_back(SettingsCheck::Line(finding));
+    }
+    std::string text;
+    for (const std::string& notice : notices) text += (text.empty() ? "" : "\n") + notice;
+    if (!text.empty()) m_view.ShowNotice(text);
 }
 
 // -- reading and writing ------------------------------------------------------------------------------------
@@ -197,8 +237,10 @@ bool clsReaderFlows::ReadReader() {
     // Waits at every register. The record is only used by flows, and m_running refuses them.
     const bool read = m_settings.GetZarnInfo(m_record, m_quickRead);
     m_log.ShowMsg(read ? "Get Device Information OK" : "Get Device Information NG");
-    if (read) ShowZarn74();
-    return read;
+    if (!read) return false;
+    m_notRead.clear();
+    ShowZarn74();
+    return true;
 }
 
 FlowResult clsReaderFlows::Read() {
@@ -217,8 +259,15 @@ bool clsReaderFlows::WriteReader(const WriteTexts& texts) {
 FlowResult clsReaderFlows::Apply() {
     if (m_running) return FlowResult::Refused;
     const clsRun run(*this);
+    const bool complete = SaveZarn74();
+    // The digit boxes keep what a file gave them, also what the reader cannot be given.
+    auto findings = SettingsCheck::Check(m_record);
+    std::erase_if(findings,
+                  [](const auto& finding) { return finding.Kind != SettingsFinding::Severity::Error; });
+    ShowNotices(m_notRead.empty() ? Notices() : Notices{m_notRead}, findings);
     // Waits at every register, as ReadReader does; what the user types meanwhile is shown over at the end.
-    const bool written = SaveZarn74() && m_settings.SetZarnInfo(m_record, m_onlyChanged) && ShowZarn74();
+    const bool written =
+        complete && findings.empty() && m_settings.SetZarnInfo(m_record, m_onlyChanged) && ShowZarn74();
     m_log.ShowMsg(written ? WriteTexts::File.WriteOK : WriteTexts::File.WriteNG);
     m_view.FocusLog();
     return Outcome(written);
@@ -227,14 +276,19 @@ FlowResult clsReaderFlows::Apply() {
 FlowResult clsReaderFlows::Initialize(const std::string& name) {
     if (m_running) return FlowResult::Refused;
     const clsRun run(*this);
-    bool knownKey = false;
-    if (!OpenRecord(name, knownKey)) {
+    FileContent content;
+    if (!OpenRecord(name, content)) {
         m_log.ShowMsg(WriteTexts::Default.OpenNG);
         return FlowResult::FileBad;
     }
+    const auto findings = SettingsCheck::Check(m_record, content.Findings);
+    if (!m_notRead.empty()) content.Notes.push_back(m_notRead);
+    ShowNotices(content.Notes, findings);
     m_log.ShowMsg(WriteTexts::Default.OpenOK);
     ShowZarn74();
-    return Outcome(WriteReader(WriteTexts::Default));
+    if (!SettingsCheck::AnyError(findings)) return Outcome(WriteReader(WriteTexts::Default));
+    m_log.ShowMsg(WriteTexts::Default.WriteNG);
+    return FlowResult::FileBad;
 }
 
 FlowResult clsReaderFlows::CheckFile(const std::string& name) {
@@ -248,43 +302,53 @@ FlowResult clsReaderFlows::CheckDefault(const std::string& name) {
 bool clsReaderFlows::CheckSettings(const std::string& name, const WriteTexts& texts) {
     ZarnInfo looked;
     bool autoRead = false;
-    bool knownKey = false;
-    if (!m_files.OpenInfoFile(name, looked, autoRead, knownKey)) {
+    FileContent content;
+    if (!m_files.OpenInfoFile(name, looked, autoRead, content.KnownKey, &content.Findings)) {
         m_log.ShowMsg(texts.OpenNG);
-    } else if (!knownKey) {
-        m_view.ShowNotice(nothingKnownNotice);
+        return false;
     }
-    return knownKey;
+    if (!content.KnownKey) {
+        ShowNotices({nothingKnownNotice}, content.Findings);
+        return false;
+    }
+    if (!texts.KeepPadding) TrimSerials(looked);
+    const auto findings = SettingsCheck::Check(looked, content.Findings);
+    if (!SettingsCheck::AnyError(findings)) return true;
+    ShowNotices({}, findings);
+    m_log.ShowMsg(texts.OpenOK);
+    m_log.ShowMsg(texts.WriteNG);
+    return false;
 }
 
-FlowResult clsReaderFlows::WriteFile(const std::string& name) {
-    return WriteOver(name, WriteTexts::File, /*keepPadding=*/false);
-}
+FlowResult clsReaderFlows::WriteFile(const std::string& name) { return WriteOver(name, WriteTexts::File); }
 
 FlowResult clsReaderFlows::WriteDefault(const std::string& name) {
-    return WriteOver(name, WriteTexts::Default, /*keepPadding=*/true);
+    return WriteOver(name, WriteTexts::Default);
 }
 
-FlowResult clsReaderFlows::WriteOver(const std::string& name, const WriteTexts& texts, bool keepPadding) {
+FlowResult clsReaderFlows::WriteOver(const std::string& name, const WriteTexts& texts) {
     if (m_running) return FlowResult::Refused;
     const clsRun run(*this);
     if (!CheckSettings(name, texts)) return FlowResult::FileBad;
     if (!ReadReader()) return Outcome(/*done=*/false);
 
     bool autoRead = false;  // a setting of the window
-    bool knownKey = false;
+    FileContent content;
     const bool hadRows = HasRows(m_record);
-    if (!m_files.OpenInfoFile(name, m_record, autoRead, knownKey) || !knownKey) {
+    if (!m_files.OpenInfoFile(name, m_record, autoRead, content.KnownKey, &content.Findings) ||
+        !content.KnownKey) {
         m_log.ShowMsg(texts.OpenNG);  // it was there a moment ago
         return FlowResult::FileBad;
     }
     m_log.ShowMsg(texts.OpenOK);
-    if (hadRows && !HasRows(m_record)) m_view.ShowNotice(tableEmptiedNotice);
-    if (!keepPadding) {
-        // The reader gives serial numbers without padding: a row that it has already sends nothing.
-        for (CardConvertEntry& entry : m_record.Convert) entry.CardID = modText::Trim(entry.CardID);
-    }
-    return Outcome(WriteReader(texts));
+    if (hadRows && !HasRows(m_record)) content.Notes.push_back(tableEmptiedNotice);
+    // The reader gives serial numbers without padding: a row that it has already sends nothing.
+    if (!texts.KeepPadding) TrimSerials(m_record);
+    const auto findings = SettingsCheck::Check(m_record, content.Findings);
+    ShowNotices(content.Notes, findings);
+    if (!SettingsCheck::AnyError(findings)) return Outcome(WriteReader(texts));
+    m_log.ShowMsg(texts.WriteNG);  // it was good a moment ago
+    return FlowResult::FileBad;
 }
 
 FlowResult clsReaderFlows::TestEeprom() {
@@ -301,15 +365,15 @@ FlowResult clsReaderFlows::TestEeprom() {
 
 // -- files --------------------------------------------------------------------------------------------------
 
-bool clsReaderFlows::OpenRecord(const std::string& name, bool& knownKey) {
+bool clsReaderFlows::OpenRecord(const std::string& name, FileContent& content) {
     ZarnForm form;
     const bool controls = m_view.ReadForm(form);
     const bool hadRows = HasRows(m_record);
-    if (!m_files.OpenInfoFile(name, m_record, form.AutoRead, knownKey)) return false;
+    if (!m_files.OpenInfoFile(name, m_record, form.AutoRead, content.KnownKey, &content.Findings))
+        return false;
     if (controls) m_view.ShowForm(form);
-    std::string notice = knownKey ? "" : nothingKnownNotice;
-    if (hadRows && !HasRows(m_record)) notice += (notice.empty() ? "" : "\n") + std::string(noRowsNotice);
-    if (!notice.empty()) m_view.ShowNotice(notice);
+    if (!content.KnownKey) content.Notes.push_back(nothingKnownNotice);
+    if (hadRows && !HasRows(m_record)) content.Notes.push_back(noRowsNotice);
     return true;
 }
 
@@ -341,11 +405,12 @@ FlowResult clsReaderFlows::Open() {
 FlowResult clsReaderFlows::OpenFile(const std::string& name) {
     if (m_running) return FlowResult::Refused;
     const clsRun run(*this);
-    bool knownKey = false;
-    if (!OpenRecord(name, knownKey)) {
+    FileContent content;
+    if (!OpenRecord(name, content)) {
         m_log.ShowMsg(WriteTexts::File.OpenNG);
         return FlowResult::FileBad;
     }
+    ShowNotices(content.Notes, SettingsCheck::Check(m_record, content.Findings));
     m_log.ShowMsg(WriteTexts::File.OpenOK);
     ShowZarn74();
     return FlowResult::Done;
@@ -365,15 +430,22 @@ FlowResult clsReaderFlows::Save() {
 FlowResult clsReaderFlows::SaveFile(const std::string& name) {
     if (m_running) return FlowResult::Refused;
     const bool saved = SaveRecord(name);
-    m_log.ShowMsg(saved ? "Save Device Info To File OK!" : "Save Device Info To File NG!");
+    m_log.ShowMsg(saved ? "Save Device Info To File OK!" : savedNG);
     return saved ? FlowResult::Done : FlowResult::FileBad;
 }
 
+FlowResult clsReaderFlows::CheckSaveFile(const std::string& name) {
+    if (m_files.MaySave(name)) return FlowResult::Done;
+    m_log.ShowMsg(savedNG);
+    return FlowResult::FileBad;
+}
+
 void clsReaderFlows::OpenStartupFile(const std::string& name) {
-    bool knownKey = false;
-    if (!OpenRecord(name, knownKey)) return;
+    FileContent content;
+    if (!OpenRecord(name, content)) return;
+    ShowNotices(content.Notes);
     const bool shown = ShowZarn74();
-    m_unshownFile = knownKey && shown ? std::string() : name;
+    m_unshownFile = content.KnownKey && shown ? std::string() : name;
 }
 
 bool clsReaderFlows::SaveStartupFile(const std::string& name) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "base/clsEvent.h"
 #include "base/clsHostTimer.h"
@@ -20,7 +21,8 @@ enum class FlowResult {
     Done,
     Failed,     ///< the log says " NG", or nothing was found
     Cancelled,  ///< failed, and CancelCommand was called meanwhile; or no file was chosen
-    FileBad,    ///< the settings file cannot be opened, or holds no setting; nothing was sent
+    FileBad,    ///< a settings file that cannot be opened or saved, or that holds no setting or one that the
+                ///< reader cannot be given; nothing was written into the reader
     Refused     ///< another flow is running; nothing was done
 };
 
@@ -72,12 +74,15 @@ class clsReaderFlows {
     void Cancel() { m_comm.CancelCommand(); }
     /// The record to a file, said in the log.
     FlowResult SaveFile(const std::string& name);
+    /// Whether SaveFile could begin; said as it says it when not. The file is left as it is.
+    FlowResult CheckSaveFile(const std::string& name);
 
     /// The record as the text of a settings file.
     std::string RecordText();
 
     // -- without controls: a file laid over the reader's own settings ---------------------------------------
-    /// Whether WriteFile, or WriteDefault, would take the file; what is wrong with it is said as they say it.
+    /// Whether WriteFile, or WriteDefault, would take the file; what is wrong with it is said as they say it,
+    /// every setting that the reader cannot be given in one notice with all else that is odd.
     FlowResult CheckFile(const std::string& name);
     FlowResult CheckDefault(const std::string& name);
     /// Checks the file, reads the reader, lays the file over that record and writes it.
@@ -115,19 +120,28 @@ class clsReaderFlows {
   private:
     class clsRun;
     struct WriteTexts;
+    using Notices = std::vector<std::string>;
+    /// What a file held that was laid over the record.
+    struct FileContent {
+        bool KnownKey = false;
+        std::vector<SettingsFinding> Findings;
+        Notices Notes;
+    };
 
     [[nodiscard]] bool Cancelled() const { return m_comm.CancelGeneration() != m_generation; }
     [[nodiscard]] FlowResult Outcome(bool done);
     bool FindReader(const std::string& port);
     void ShowInfo();
+    void NotRead(const char* notice);
+    void ShowNotices(Notices notices, const std::vector<SettingsFinding>& findings = {});
     std::optional<std::string> AskProduct();
     std::optional<FirmwareAnswer> AskFirmware();
     bool ReadReader();
     bool WriteReader(const WriteTexts& texts);
     bool CheckSettings(const std::string& name, const WriteTexts& texts);
-    FlowResult WriteOver(const std::string& name, const WriteTexts& texts, bool keepPadding);
+    FlowResult WriteOver(const std::string& name, const WriteTexts& texts);
     bool ReadCard(bool reportEmpty);
-    bool OpenRecord(const std::string& name, bool& knownKey);
+    bool OpenRecord(const std::string& name, FileContent& content);
     bool SaveRecord(const std::string& name);
     void ShowCommPortInfo();
     bool ShowZarn74();
@@ -158,6 +172,7 @@ class clsReaderFlows {
     bool m_onlyChanged = true;
     std::uint32_t m_mutedSince = 0;  // for m_mutedTime ms what arrives answers a flow that was broken off
     std::uint32_t m_mutedTime = 0;
+    std::string m_notRead;      // why the reader that was found last is not read; empty once it is
     std::string m_unshownFile;  // the start-up file, when not all of it could be read and shown
     clsConnection m_connections[5];
 };

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <optional>
 #include <variant>
 
 #include "base/modText.h"
@@ -12,6 +14,9 @@ namespace {
 constexpr std::string_view lineEnd = "\r\n";
 constexpr std::string_view sectionName = "GENERAL";
 constexpr std::size_t chunkSize = 65536;
+constexpr std::string_view hexEnd = "HEX";
+constexpr std::array<std::string_view, 2> unread{"FILEVERSION", "CONVERTCOUNT"};  // written, not read back
+constexpr std::ptrdiff_t strayLimit = 100;    // lines without a setting that are told
 constexpr std::size_t backupLimit = 1048576;  // bytes; a start-up file has about 2000
 
 using NumberField = std::int32_t ZarnInfo::*;
@@ -96,13 +101,17 @@ std::string RowLine(const ConvertRow& row, bool& lostCR) {
 }
 
 // The check mark's sign is recognised and dropped, on purpose: an entry has no place for it.
-void ApplyConvertRow(std::string_view value, CardConvertEntry& entry) {
+bool ApplyConvertRow(std::string_view value, CardConvertEntry& entry) {
     const auto parts = modText::Split(value, ',', 3);
-    if (parts.size() != 3) return;
+    if (parts.size() != 3) return false;
     std::string tag = modText::UCase(modText::Trim(parts[0]));
     if (tag.starts_with('+') || tag.starts_with('-')) tag.erase(0, 1);
     entry = {CardTypeOfTag(tag), parts[1], parts[2]};
+    return true;
 }
+
+/// What became of a value: nothing when the line was passed over, else what is odd with it.
+using Taken = std::optional<std::string>;
 
 /// Puts one value where its key says. `index` is the number in the key's parentheses, -1 without any.
 struct ValueTaker {
@@ -113,20 +122,45 @@ struct ValueTaker {
 
     [[nodiscard]] bool Flagged() const { return modText::ToFlag(Value).value_or(false); }
 
-    void operator()(NumberField field) const { Record.*field = modText::ValInteger(Value); }
-    void operator()(FlagField field) const { Record.*field = Flagged(); }
-    void operator()(TextField field) const { Record.*field = Value; }
-    void operator()(HexField field) const { Record.*field.Text = modByte::HexStringToString(Value); }
-    void operator()(FilterField field) const {
-        if (Index < 1 || Index > cardFilterCount) return;
+    Taken operator()(NumberField field) const {
+        Record.*field = modText::ValInteger(Value);
+        return SettingsCheck::OfNumber(Value, ZarnForm::EntriesOf(field));
+    }
+    Taken operator()(FlagField field) const {
+        Record.*field = Flagged();
+        return SettingsCheck::OfFlag(Value);
+    }
+    Taken operator()(TextField field) const {
+        Record.*field = Value;
+        return SettingsCheck::OfText(Value);
+    }
+    Taken operator()(HexField field) const {
+        Record.*field.Text = modByte::HexStringToString(Value);
+        return SettingsCheck::OfHex(Value);
+    }
+    Taken operator()(FilterField field) const {
+        if (Index < 1 || Index > cardFilterCount) return {};
         Record.CardFilter.at(static_cast<std::size_t>(Index - 1)).*field = modText::ValInteger(Value);
+        return SettingsCheck::OfNumber(Value, /*entries=*/{});
     }
-    void operator()(ConvertKey) const {
-        if (Index < 1 || Index > convertCount) return;
-        ApplyConvertRow(Value, Record.Convert.at(static_cast<std::size_t>(Index - 1)));
+    Taken operator()(ConvertKey) const {
+        if (Index < 1 || Index > convertCount) return {};
+        CardConvertEntry& entry = Record.Convert.at(static_cast<std::size_t>(Index - 1));
+        if (!ApplyConvertRow(Value, entry)) return {};
+        return SettingsCheck::OfEntry(entry);
     }
-    void operator()(AutoReadKey) const { AutoRead = Flagged(); }
+    Taken operator()(AutoReadKey) const {
+        AutoRead = Flagged();
+        return SettingsCheck::OfFlag(Value);
+    }
 };
+
+// The setting that a key is of. Both forms of a key string are of one.
+std::string AboutOf(std::string name, std::int32_t index) {
+    if (name.ends_with(hexEnd)) name.erase(name.size() - hexEnd.size());
+    const bool many = name == "CONVERT" || name.starts_with("FILTER_");
+    return many ? name + "(" + std::to_string(index) + ")" : name;
+}
 
 }  // namespace
 
@@ -190,13 +224,33 @@ void clsSettingsParser::ApplyKey(std::string_view line) {
     }
     const auto key = std::find_if(keys.begin(), keys.end(),
                                   [&name](const Key& candidate) { return candidate.Name == name; });
-    if (key == keys.end()) return;
+    SettingsFinding finding;
+    finding.Key = line.substr(0, equals);
+    finding.Value = line.substr(equals + 1);
+    if (key == keys.end()) {
+        finding.Text = SettingsCheck::OfPassedOver(/*knownKey=*/false);
+        if (std::find(unread.begin(), unread.end(), name) == unread.end()) Find(finding);
+        return;
+    }
     m_knownKey = true;
-    std::visit(ValueTaker{m_record, m_autoRead, line.substr(equals + 1), index}, key->Target);
+    const Taken taken =
+        std::visit(ValueTaker{m_record, m_autoRead, line.substr(equals + 1), index}, key->Target);
+    finding.Text = taken ? *taken : SettingsCheck::OfPassedOver(/*knownKey=*/true);
+    if (taken) finding.About = AboutOf(name, index);
+    Find(finding);
 }
 
-bool clsSettingsFile::OpenInfoFile(const std::string& name, ZarnInfo& record, bool& autoRead,
-                                   bool& knownKey) {
+void clsSettingsParser::Find(const SettingsFinding& finding) {
+    if (!finding.About.empty())
+        std::erase_if(m_findings, [&](const auto& former) { return former.About == finding.About; });
+    const auto strays = std::count_if(m_findings.begin(), m_findings.end(),
+                                      [](const auto& former) { return former.About.empty(); });
+    const bool full = finding.About.empty() && strays >= strayLimit;
+    if (!finding.Text.empty() && !full) m_findings.push_back(finding);
+}
+
+bool clsSettingsFile::OpenInfoFile(const std::string& name, ZarnInfo& record, bool& autoRead, bool& knownKey,
+                                   std::vector<SettingsFinding>* findings) {
     const auto reader = m_files.OpenFile(name);
     if (!reader) return false;
     clsSettingsParser parser(record, autoRead);
@@ -208,6 +262,7 @@ bool clsSettingsFile::OpenInfoFile(const std::string& name, ZarnInfo& record, bo
     }
     parser.End();
     knownKey = parser.KnownKey();
+    if (findings != nullptr) *findings = parser.Findings();
     return true;
 }
 

@@ -7,6 +7,7 @@
 
 #include "base/clsIFiles.h"
 #include "settings/ZarnInfo.h"
+#include "window/logic/SettingsCheck.h"
 #include "window/logic/clsConvertTable.h"
 
 /// Takes a settings file's bytes piece by piece and applies its lines to a record. Starting one empties the
@@ -25,18 +26,23 @@ class clsSettingsParser {
     [[nodiscard]] bool Finished() const { return m_section == Section::Behind; }
     /// Whether any key of a setting was found.
     [[nodiscard]] bool KnownKey() const { return m_knownKey; }
+    /// What is odd with the lines, without those that a later one of the same setting makes up for; of lines
+    /// without a setting the first 100.
+    [[nodiscard]] const std::vector<SettingsFinding>& Findings() const { return m_findings; }
 
   private:
     enum class Section { Before, Inside, Behind };
     void ApplyLine(std::string_view line);
     void ApplyHeader(std::string_view line);
     void ApplyKey(std::string_view line);
+    void Find(const SettingsFinding& finding);
 
     ZarnInfo& m_record;
     bool& m_autoRead;
     std::string m_line;
     bool m_afterCR = false;
     bool m_knownKey = false;
+    std::vector<SettingsFinding> m_findings;
     Section m_section = Section::Before;
 };
 
@@ -52,9 +58,13 @@ class clsSettingsFile {
     /// Replaces the file. False, and the file as it was, when it cannot be written.
     bool SaveInfoFile(const std::string& name, const ZarnInfo& record, const std::vector<ConvertRow>& rows,
                       bool autoRead, bool& lostCR);
+    /// Whether the file could be replaced, as far as that shows without doing it.
+    bool MaySave(const std::string& name) { return m_files.MayReplace(name); }
     /// Lays the file over the record, whose conversion table is emptied first. False, and nothing changed,
-    /// when the file cannot be opened; true whatever it holds. `knownKey` tells whether it held any setting.
-    bool OpenInfoFile(const std::string& name, ZarnInfo& record, bool& autoRead, bool& knownKey);
+    /// when the file cannot be opened; true whatever it holds. `knownKey` tells whether it held any setting,
+    /// `findings`, if asked for, what is odd with its lines.
+    bool OpenInfoFile(const std::string& name, ZarnInfo& record, bool& autoRead, bool& knownKey,
+                      std::vector<SettingsFinding>* findings = nullptr);
     /// Keeps the file as it is now under `name` + ".bak". False when it cannot be kept whole; a file that is
     /// not there needs no keeping.
     bool KeepBackup(const std::string& name);
