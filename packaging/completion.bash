@@ -48,7 +48,7 @@ _zarn74ctl() {
     esac
     case $word in
     -*)
-        local options="--port --baud --port-map --quick --slow --json --trace --help --version"
+        local options="--port --baud --port-map --quick --slow --json --quiet --trace --help --version"
         [[ -z $demo ]] || options+=" --image --hid"
         case $command in
         read | dump) options+=" -o" ;;

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <optional>
 
 #include "base/modText.h"
@@ -62,12 +63,12 @@ void AddCommands(CLI::App& app, CliOptions& options) {
             return command->add_option(name, options.File, help)->type_name("FILE")->check(NotEmpty);
         };
         switch (row.Command) {
-            case CliCommand::Read: file("-o", "Save to FILE instead of printing"); break;
-            case CliCommand::Dump: file("-o", "Save the bytes to FILE instead of printing"); break;
-            case CliCommand::Write: file("FILE", "The settings file"); break;
-            case CliCommand::Default: file("FILE", "The settings file with the defaults"); break;
+            case CliCommand::Read: file("-o", "Save to FILE instead of printing; - prints"); break;
+            case CliCommand::Dump: file("-o", "Save the bytes to FILE; - prints them"); break;
+            case CliCommand::Write: file("FILE", "The settings file; - is standard input"); break;
+            case CliCommand::Default: file("FILE", "The file with the defaults; - is standard input"); break;
             case CliCommand::Get:
-                AddNumber(*command, "REG", options.Register, 0, highestRegister, "0 to 511");
+                AddNumber(*command, "REG", options.Register, 0, highestRegister, "0 to 511, decimal or 0x..");
                 break;
             case CliCommand::Set:
                 AddNumber(*command, "REG", options.Register, 0, highestRegister, "0 to 511, decimal or 0x..");
@@ -85,6 +86,62 @@ void AddCommands(CLI::App& app, CliOptions& options) {
             command->add_flag("--all", options.All, "Write everything, without comparing first");
     }
     app.require_subcommand(1);
+}
+
+std::vector<std::string>::const_iterator Typed(const std::vector<std::string>& arguments,
+                                               const std::string& word) {
+    return std::find(arguments.begin(), arguments.end(), word);
+}
+
+// The help for what was typed: a command's with its whole name and the options of those that it belongs to.
+std::string HelpText(const CLI::App& app) {
+    std::string text = app.help();
+    if (!app.get_subcommands().empty()) text.erase(text.find_last_not_of('\n') + 2);
+    CLI::Formatter formatter;
+    const CLI::App* at = &app;
+    for (auto inner = at->get_subcommands(); !inner.empty(); inner = at->get_subcommands()) {
+        const auto options = at->get_options([](const CLI::Option* option) {
+            return !option->check_name("--help") && !option->check_name("--version");
+        });
+        text += formatter.make_group(at == &app ? "Options of every command" : "Options of " + at->get_name(),
+                                     /*is_positional=*/false, options);
+        at = inner.front();
+    }
+    return text;
+}
+
+bool IsCommand(const std::string& word) {
+    return std::any_of(commands.begin(), commands.end(),
+                       [&](const CommandRow& row) { return row.Name == word; });
+}
+
+// What is wrong with the arguments, with the word that it is about.
+std::string UsageText(const CLI::ParseError& error, const CLI::App& app,
+                      const std::vector<std::string>& arguments) {
+    std::string text = error.what();
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    const auto name = text.substr(0, text.find(':'));
+    if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
+        const bool missing = text.find(" missing") != std::string::npos;
+        return name + (missing ? ": there is nothing behind it" : ": it may be given once only");
+    }
+    const auto strays = app.remaining(/*recurse=*/true);
+    const auto stray = std::find_if(arguments.begin(), arguments.end(), [&](const std::string& word) {
+        return std::find(strays.begin(), strays.end(), word) != strays.end();
+    });
+    if (stray != arguments.end()) {
+        const bool extra = !stray->starts_with('-') && std::any_of(arguments.begin(), stray, IsCommand);
+        return "'" + *stray + (extra ? "' is not expected here" : "' is not known");
+    }
+    if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr && text.starts_with("A subcommand")) {
+        // An option may have taken the command for its value.
+        for (auto word = arguments.begin(); word != arguments.end(); ++word) {
+            if (word != arguments.begin() && IsCommand(*word))
+                return "'" + *word + "' was taken for the value of " + *std::prev(word) +
+                       "; a command has to follow";
+        }
+    }
+    return text;
 }
 
 }  // namespace
@@ -115,9 +172,10 @@ CliParsing ParseArguments(const std::vector<std::string>& arguments, CliOptions&
         app.add_flag("--quick", quick, "Read the memory in one piece where that works (default)");
     app.add_flag("--slow", options.Slow, "Read register by register")->excludes(quickFlag);
     app.add_flag("--json", options.Json, "Print one JSON object, also on failure");
+    app.add_flag("--quiet", options.Quiet, "Show only failures of the message log");
     app.add_flag("--trace", options.Trace, "Print every frame to standard error, one JSON object a line");
     AddCommands(app, options);
-    CLI::App* demo = app.add_subcommand("demo", "Run the command that follows on a simulated reader");
+    CLI::App* const demo = app.add_subcommand("demo", "Run the command that follows on a simulated reader");
     demo->fallthrough();
     demo->add_option("--image", options.Image, "Its memory: a file of 512 bytes")
         ->type_name("FILE")
@@ -139,30 +197,20 @@ CliParsing ParseArguments(const std::vector<std::string>& arguments, CliOptions&
                                        "destroys all settings of the reader; --yes confirms that");
         parsing.Run = true;
     } catch (const CLI::CallForHelp&) {
-        for (CLI::App* at = &app; at != nullptr;) {
-            const auto inner = at->get_subcommands();
-            if (inner.empty()) parsing.Text = at->help();
-            at = inner.empty() ? nullptr : inner.front();
-        }
+        parsing.Text = HelpText(app);
     } catch (const CLI::Success& success) {
         parsing.Text = std::string(success.what()) + "\n";
     } catch (const CLI::ParseError& error) {
         parsing.Exit = ExitUsage;
-        parsing.Text = error.what();
-        std::replace(parsing.Text.begin(), parsing.Text.end(), '\n', ' ');
+        parsing.Text = UsageText(error, app, arguments);
     }
     if (parsing.Run || parsing.Exit == ExitDone) return parsing;
     // How a failure is said depends on all that was typed, wherever the reading of it ended.
-    const auto typed = [&](const char* word) {
-        return std::find(arguments.begin(), arguments.end(), word) != arguments.end();
-    };
-    options.Json = typed("--json");
-    const auto* command = std::find_if(commands.begin(), commands.end(),
-                                       [&](const CommandRow& row) { return typed(row.Name); });
-    if (command != commands.end()) {
-        options.Command = command->Command;
-    } else if (!app.remaining().empty()) {
-        parsing.Text = "'" + app.remaining().front() + "' is not known";
+    options.Json = Typed(arguments, "--json") != arguments.end();
+    for (const CLI::App* at : {&app, demo}) {
+        for (const CommandRow& row : commands) {
+            if (at->got_subcommand(row.Name)) options.Command = row.Command;
+        }
     }
     return parsing;
 }

@@ -27,14 +27,15 @@ struct CliOptions {
     bool Slow = false;
     bool Json = false;
     bool Trace = false;
-    bool Demo = false;  ///< on a simulated reader inside the process
-    bool Hid = false;   ///< that reader hangs on USB HID
-    std::string Image;  ///< the simulated reader's memory; empty: the example configuration
-    std::string File;   ///< to read or to write; empty: none given
-    bool All = false;   ///< write without comparing
-    bool Yes = false;   ///< destroying the settings is allowed
-    int Register = 0;   ///< 0..511
-    int Value = 0;      ///< 0..255
+    bool Quiet = false;  ///< of the message log only failures are shown
+    bool Demo = false;   ///< on a simulated reader inside the process
+    bool Hid = false;    ///< that reader hangs on USB HID
+    std::string Image;   ///< the simulated reader's memory; empty: the example configuration
+    std::string File;    ///< to read or to write; empty: none given
+    bool All = false;    ///< write without comparing
+    bool Yes = false;    ///< destroying the settings is allowed
+    int Register = 0;    ///< 0..511
+    int Value = 0;       ///< 0..255
 };
 
 /// The outcome of reading the arguments: run the command, or say `Text` and end with `Exit`.

@@ -52,6 +52,7 @@ int clsCli::Run(const std::vector<std::string>& arguments) {
     const std::string usage = CliText::FromUtf8(parsing.Text);
 
     clsCliLog log(m_platform.Host(), m_err);
+    if (options.Quiet) log.SetQuiet();
     CliResult result;
     std::string port;
     int baud = 0;

@@ -1,5 +1,6 @@
 #include "cli/clsCliLog.h"
 
+#include "base/modText.h"
 #include "cli/CliText.h"
 
 void clsCliLog::Say(const std::string& text) {
@@ -8,10 +9,14 @@ void clsCliLog::Say(const std::string& text) {
     m_output.Write("zarn74ctl: " + CliText::ToUtf8(CliText::Visible(text)) + "\n");
 }
 
+void clsCliLog::ShowNotice(const std::string& text) {
+    for (const std::string& line : modText::Split(text, '\n')) Say(line);
+}
+
 void clsCliLog::AppendLine(const std::string& time, const std::string& text, LogColor color) {
     constexpr std::size_t timeLength = 8;
     m_messages.push_back({time.substr(0, timeLength), text});
-    m_output.Write(time + Painted(text, color) + "\n");
+    if (!m_quiet || color == LogColor::Red) m_output.Write(time + Painted(text, color) + "\n");
 }
 
 void clsCliLog::AppendText(const std::string& text, LogColor color) {

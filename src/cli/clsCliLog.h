@@ -26,6 +26,11 @@ class clsCliLog final : public clsILogView, public clsIMainView {
     void Say(const std::string& text);
     /// What the reader types is shown elsewhere.
     void SetEcho(bool value) { m_echo = value; }
+    /// Of the message log only failures are shown; all of it is kept.
+    void SetQuiet() {
+        m_quiet = true;
+        m_echo = false;
+    }
     [[nodiscard]] const std::vector<CliMessage>& Messages() const { return m_messages; }
 
     void AppendLine(const std::string& time, const std::string& text, LogColor color) override;
@@ -40,7 +45,7 @@ class clsCliLog final : public clsILogView, public clsIMainView {
     void ShowProgress(int, int) override {}
     void ShowTest(const std::string&, TestIndicator) override {}
     void ShowMessageBox(const std::string& text) override { Say(text); }
-    void ShowNotice(const std::string& text) override { Say(text); }
+    void ShowNotice(const std::string& text) override;
     bool GetFileName(std::string&, bool, const std::string&) override { return false; }
     void FocusLog() override {}
 
@@ -51,5 +56,6 @@ class clsCliLog final : public clsILogView, public clsIMainView {
     clsITextOutput& m_output;
     std::vector<CliMessage> m_messages;
     bool m_echo = true;
+    bool m_quiet = false;
     bool m_lineOpen = false;
 };

@@ -16,8 +16,10 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr int lossNewsTime = 1000;  // ms
-constexpr int monitorTurn = 1000;   // ms; only how often the loop looks whether it is to end
+constexpr int lossNewsTime = 1000;           // ms
+constexpr char writeCommand = 'C';           // the letter of the frames that change a reader
+constexpr std::size_t inputLimit = 1048576;  // bytes; a settings file has about 2000
+constexpr int monitorTurn = 1000;            // ms; only how often the loop looks whether it is to end
 
 std::string HexTable(const std::array<std::uint8_t, registerCount>& image) {
     constexpr std::size_t width = 16;
@@ -44,6 +46,22 @@ bool SameFile(const std::string& one, const std::string& other) {
     return resolved(one) == resolved(other);
 }
 
+// Whether the device file is what was typed: a path to it, or its bare name.
+bool MeansDevice(const std::string& typed, const std::string& device) {
+    return SameFile(typed, device) || device.substr(device.rfind('/') + 1) == typed;
+}
+
+// Whether the command changes the reader.
+bool Writes(CliCommand command) {
+    switch (command) {
+        case CliCommand::Write:
+        case CliCommand::Default:
+        case CliCommand::Set:
+        case CliCommand::TestEeprom: return true;
+        default: return false;
+    }
+}
+
 // Whether ports may come and go before the command ends.
 bool TakesTime(CliCommand command) {
     switch (command) {
@@ -65,15 +83,20 @@ clsCliRun::clsCliRun(const CliOptions& options, clsICliPlatform& platform, clsIT
       m_out(out),
       m_err(err),
       m_log(log),
-      m_comm(platform.Host(), platform.Serial(), platform.Store(), "zarn74",
+      m_store(platform.Store()),
+      m_files(platform.Files()),
+      m_comm(platform.Host(), platform.Serial(), m_store, "zarn74",
              platform.Devices(TakesTime(options.Command))),
       m_messages(platform.Host(), log),
-      m_settingsFile(platform.Files()),
+      m_settingsFile(m_files),
       m_flows(platform.Host(), m_comm, m_settings, m_messages, m_settingsFile, log) {
     m_flows.SetQuickRead(!options.Slow);
     m_flows.SetOnlyChanged(!options.All);
     m_onPort = m_comm.OnPort.Connect([this](std::string&, const std::string& name) {
         if (name == modOrvHID::BareName(m_port)) m_lossTold = true;
+    });
+    m_onSent = m_comm.OnMonitorData.Connect([this](const std::string& bytes, bool received) {
+        if (!received && bytes.size() > 1 && bytes[1] == writeCommand) m_wrote = true;
     });
     if (!options.Trace) return;
     m_trace.emplace(platform.Host(), m_comm, [this](const FrameRecord& record) {
@@ -94,6 +117,10 @@ void clsCliRun::Stop() {
 CliResult clsCliRun::Execute() {
     CliResult result = ExecuteCommand();
     if (!m_port.empty() && !m_stopped && !m_comm.PortOpen()) AwaitLossNews();
+    if (result.Exit == ExitInterrupted && Writes(m_options.Command)) {
+        m_log.Say(m_wrote ? "interrupted; what was written so far is in the reader"
+                          : "interrupted; nothing was written");
+    }
     return result;
 }
 
@@ -142,10 +169,14 @@ std::string clsCliRun::PortName() {
     const std::string typed = modText::UCase(modOrvHID::BareName(CliText::FromUtf8(m_options.Port)));
     for (const PortEntry& port : m_comm.HidPorts()) {
         if (typed == port.Alias || typed == modText::UCase(modOrvHID::BareName(port.Name)) ||
-            SameFile(m_options.Port, port.Device))
+            MeansDevice(m_options.Port, port.Device))
             return port.Name;
     }
-    return m_platform.AddDevice(m_options.Port);
+    const std::string name = m_platform.AddDevice(m_options.Port);
+    const auto ports = m_platform.Ports().Ports();
+    m_store.Remembers =
+        std::any_of(ports.begin(), ports.end(), [&](const PortEntry& port) { return port.Name == name; });
+    return name;
 }
 
 // Finds the reader, or opens the port that was named. The port is open when it is ExitDone.
@@ -230,7 +261,7 @@ CliResult clsCliRun::Identify() {
     if (result.Exit != ExitDone) return result;
     ReaderIdentity reader;
     result.Exit = ExitOf(m_flows.Identify(reader));
-    if (result.Exit == ExitFailed) m_log.Say("the reader does not say what it is");
+    if (result.Exit == ExitFailed) SayWhyNotTold(reader.Product);
     if (result.Exit != ExitDone) return result;
     result.Json = {{"product", CliJson::Text(reader.Product)},
                    {"version", CliJson::Text(reader.Firmware.Version)},
@@ -245,27 +276,76 @@ CliResult clsCliRun::Identify() {
     return result;
 }
 
+// A reader that answers the search may yet not say what it is.
+void clsCliRun::SayWhyNotTold(const std::string& product) {
+    m_log.Say(product.empty() ? "the reader does not say what it is"
+                              : "the reader did not tell its firmware");
+}
+
+// After a reading that failed.
+void clsCliRun::SayWhyNotRead() {
+    const ZarnInfo& record = m_flows.Record();
+    if (record.Version.empty()) {
+        m_log.Say("the reader did not tell its firmware");
+    } else if (record.ProductName.empty()) {
+        m_log.Say("the reader does not say what it is");
+    }
+}
+
+// What a file operation that failed said of itself.
+void clsCliRun::SayWhyNotFile(const std::string& name) {
+    const std::string reason = m_files.LastError();
+    if (!reason.empty()) m_log.Say(CliText::FromUtf8(name) + ": " + CliText::FromUtf8(reason));
+}
+
+// The file to save to; empty when the result is printed.
+std::string clsCliRun::OutputFile() const {
+    return m_options.File == clsCliFiles::standard ? std::string() : m_options.File;
+}
+
 CliResult clsCliRun::Read() {
+    const std::string file = OutputFile();
     CliResult result;
+    if (!file.empty() && m_flows.CheckSaveFile(file) != FlowResult::Done) {
+        SayWhyNotFile(file);
+        return result;
+    }
     result.Exit = Connect();
     if (result.Exit != ExitDone) return result;
     result.Exit = ExitOf(m_flows.Read());
+    if (result.Exit == ExitFailed) SayWhyNotRead();
     if (result.Exit != ExitDone) return result;
-    if (!m_options.File.empty()) result.Exit = ExitOf(m_flows.SaveFile(m_options.File));
+    if (!file.empty()) result.Exit = ExitOf(m_flows.SaveFile(file));
+    if (result.Exit == ExitFailed) SayWhyNotFile(file);
     if (result.Exit != ExitDone) return result;
     result.Json = CliJson::Settings(m_flows.Record());
-    if (m_options.File.empty()) result.Text = m_flows.RecordText();
+    if (file.empty()) result.Text = m_flows.RecordText();
     return result;
+}
+
+// Standard input, for the file that stands for it. False when it cannot be had.
+bool clsCliRun::TakeInput() {
+    std::string error;
+    const auto input = m_platform.ReadInput(inputLimit, error);
+    if (input) m_files.SetInput(*input);
+    if (!error.empty()) m_log.Say("standard input: " + CliText::FromUtf8(error));
+    return input.has_value();
 }
 
 CliResult clsCliRun::Write() {
     const bool defaults = m_options.Command == CliCommand::Default;
     const std::string file = defaults && m_options.File.empty() ? m_platform.DefaultFile() : m_options.File;
     CliResult result;
+    result.Exit = ExitOf(file != clsCliFiles::standard || TakeInput());
+    if (result.Exit != ExitDone) return result;
     result.Exit = ExitOf(defaults ? m_flows.CheckDefault(file) : m_flows.CheckFile(file));
+    if (result.Exit == ExitFailed) SayWhyNotFile(file);
     if (result.Exit == ExitDone) result.Exit = Connect();
-    if (result.Exit == ExitDone)
-        result.Exit = ExitOf(defaults ? m_flows.WriteDefault(file) : m_flows.WriteFile(file));
+    if (result.Exit != ExitDone) return result;
+    const FlowResult written = defaults ? m_flows.WriteDefault(file) : m_flows.WriteFile(file);
+    result.Exit = ExitOf(written);
+    if (written == FlowResult::FileBad) SayWhyNotFile(file);
+    if (written == FlowResult::Failed) SayWhyNotRead();
     return result;
 }
 
@@ -275,20 +355,28 @@ bool clsCliRun::Logged(const char* operation, bool done) {
 }
 
 CliResult clsCliRun::Dump() {
+    const std::string file = OutputFile();
     CliResult result;
+    const auto failed = [&] {
+        Logged("Save Dump To File", /*done=*/false);
+        SayWhyNotFile(file);
+        return CliResult();
+    };
+    if (!file.empty() && !m_files.MayReplace(file)) return failed();
     result.Exit = Connect();
     if (result.Exit != ExitDone) return result;
     std::array<std::uint8_t, registerCount> image{};
     m_messages.ShowMsg("Dump...");
     result.Exit = ExitOf(Logged("Dump", m_comm.Dump(image)));
     if (result.Exit != ExitDone) return result;
+    const std::string bytes(image.begin(), image.end());
     if (m_options.File.empty()) {
         result.Text = HexTable(image);
+    } else if (file.empty()) {
+        result.Text = bytes;
     } else {
-        const std::string bytes(image.begin(), image.end());
-        result.Exit =
-            ExitOf(Logged("Save Dump To File", m_platform.Files().ReplaceFile(m_options.File, bytes)));
-        if (result.Exit != ExitDone) return result;
+        if (!m_files.ReplaceFile(file, bytes)) return failed();
+        Logged("Save Dump To File", /*done=*/true);
     }
     result.Json = {{"registers", image}};
     return result;

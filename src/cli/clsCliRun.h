@@ -5,7 +5,9 @@
 #include <optional>
 #include <string>
 
+#include "base/clsISettingsStore.h"
 #include "cli/CliOptions.h"
+#include "cli/clsCliFiles.h"
 #include "cli/clsCliLog.h"
 #include "cli/clsFrameTrace.h"
 #include "cli/clsICliPlatform.h"
@@ -39,6 +41,21 @@ class clsCliRun {
     [[nodiscard]] int Baud() const { return m_baud; }
 
   private:
+    /// The user's store, which a search does not write to once it is on a port whose name is for this run.
+    struct SearchStore final : clsISettingsStore {
+        explicit SearchStore(clsISettingsStore& store) : Store(store) {}
+        [[nodiscard]] std::string GetSetting(const std::string& section, const std::string& key,
+                                             const std::string& defaultValue) const override {
+            return Store.GetSetting(section, key, defaultValue);
+        }
+        void SaveSetting(const std::string& section, const std::string& key,
+                         const std::string& value) override {
+            if (Remembers) Store.SaveSetting(section, key, value);
+        }
+        clsISettingsStore& Store;
+        bool Remembers = true;
+    };
+
     CliResult ExecuteCommand();
     void AwaitLossNews();
     CliResult Ports();
@@ -52,6 +69,11 @@ class clsCliRun {
     CliResult Monitor();
 
     int Connect();
+    bool TakeInput();
+    void SayWhyNotFile(const std::string& name);
+    void SayWhyNotTold(const std::string& product);
+    void SayWhyNotRead();
+    [[nodiscard]] std::string OutputFile() const;
     bool OpenAtRate(const std::string& name);
     std::string PortName();
     void SayWhyNotOpen(const std::string& name);
@@ -70,7 +92,10 @@ class clsCliRun {
     std::string m_port;
     int m_baud = 0;
     bool m_lossTold = false;
+    bool m_wrote = false;  // into the reader
 
+    SearchStore m_store;
+    clsCliFiles m_files;
     ucCOMM m_comm;
     modZarn74 m_settings;
     clsMessageLog m_messages;
@@ -79,4 +104,5 @@ class clsCliRun {
     std::optional<clsFrameTrace> m_trace;
     std::optional<clsFrameTrace> m_monitor;
     clsConnection m_onPort;
+    clsConnection m_onSent;
 };

@@ -30,6 +30,9 @@ class clsDemoPlatform final : public clsICliPlatform {
     clsIFiles& Files() override { return m_real.Files(); }
     std::string SetPortMap(const std::vector<std::string>&) override { return {}; }
     std::string AddDevice(const std::string&) override { return {}; }
+    std::optional<std::string> ReadInput(std::size_t limit, std::string& error) override {
+        return m_real.ReadInput(limit, error);
+    }
     std::string DefaultFile() override { return m_real.DefaultFile(); }
 
   private:

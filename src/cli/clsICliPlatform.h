@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,8 +28,12 @@ class clsICliPlatform {
     /// The user's map of ports: the options' entries, or the environment's when there are none. What is
     /// wrong with it, empty when nothing is.
     virtual std::string SetPortMap(const std::vector<std::string>& entries) = 0;
-    /// The name of the line behind a device file; empty when the text names none.
+    /// The name of the line behind a device file, or behind one of that name in /dev; empty when the text
+    /// names none.
     virtual std::string AddDevice(const std::string& path) = 0;
+    /// All of standard input, of which there may be `limit` bytes. Nothing when it cannot be had, with the
+    /// reason in `error`, or without one after Ctrl-C. Runs the host's loop until its end.
+    virtual std::optional<std::string> ReadInput(std::size_t limit, std::string& error) = 0;
     /// The file of defaults: where it is, or where it should be.
     virtual std::string DefaultFile() = 0;
 };

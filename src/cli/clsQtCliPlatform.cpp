@@ -4,10 +4,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <utility>
 
 #include "platform/ProgramFiles.h"
+
+namespace {
+constexpr int inputTurn = 1000;  // ms; only how often the loop looks whether it is to end
+}  // namespace
 
 clsQtCliPlatform::clsQtCliPlatform(int& argc, char** argv, std::function<void()> onStop)
     : m_argc(argc), m_argv(argv), m_onStop(std::move(onStop)) {}
@@ -16,7 +22,7 @@ clsIHost& clsQtCliPlatform::Host() {
     if (!m_host) {
         m_application.emplace(m_argc, m_argv);
         m_host.emplace();
-        m_signals.emplace(*m_host, m_onStop);
+        m_signals.emplace(*m_host, [this] { Stop(); });
         WatchOutput();
     }
     return *m_host;
@@ -30,8 +36,32 @@ void clsQtCliPlatform::WatchOutput() {
     if ((fcntl(STDOUT_FILENO, F_GETFL) & O_ACCMODE) != O_WRONLY) return;
     m_outputWatch = m_host->WatchDescriptor(STDOUT_FILENO, [this] {
         m_outputWatch.Disconnect();
-        m_onStop();
+        Stop();
     });
+}
+
+void clsQtCliPlatform::Stop() {
+    m_stopped = true;
+    m_onStop();
+}
+
+std::optional<std::string> clsQtCliPlatform::ReadInput(std::size_t limit, std::string& error) {
+    std::string input;
+    bool ended = false;
+    const auto take = [&] {
+        char bytes[4096];
+        const ssize_t count = read(STDIN_FILENO, bytes, sizeof bytes);
+        if (count < 0 && (errno == EINTR || errno == EAGAIN)) return;
+        if (count < 0) error = std::strerror(errno);
+        if (count > 0) input.append(bytes, static_cast<std::size_t>(count));
+        if (input.size() > limit) error = "there is no end to it";
+        ended = count <= 0 || !error.empty();
+    };
+    const clsConnection watch = Host().WatchDescriptor(STDIN_FILENO, take);
+    // Ctrl-C and a closed output run in here too.
+    while (!ended && !m_stopped) Host().WaitEvents(inputTurn);
+    if (m_stopped || !error.empty()) return std::nullopt;
+    return input;
 }
 
 clsISettingsStore& clsQtCliPlatform::Store() {
@@ -64,8 +94,10 @@ std::string clsQtCliPlatform::SetPortMap(const std::vector<std::string>& entries
 }
 
 std::string clsQtCliPlatform::AddDevice(const std::string& path) {
-    if (path.find('/') == std::string::npos && access(path.c_str(), F_OK) != 0) return {};
-    return PortList().AddDevice(path);
+    const bool bare = path.find('/') == std::string::npos;
+    if (!bare || access(path.c_str(), F_OK) == 0) return PortList().AddDevice(path);
+    const std::string device = "/dev/" + path;
+    return access(device.c_str(), F_OK) == 0 ? PortList().AddDevice(device) : std::string();
 }
 
 std::string clsQtCliPlatform::DefaultFile() { return ProgramFiles::DefaultFile(); }

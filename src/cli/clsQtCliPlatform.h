@@ -29,15 +29,18 @@ class clsQtCliPlatform final : public clsICliPlatform {
     clsIFiles& Files() override { return m_files; }
     std::string SetPortMap(const std::vector<std::string>& entries) override;
     std::string AddDevice(const std::string& path) override;
+    std::optional<std::string> ReadInput(std::size_t limit, std::string& error) override;
     std::string DefaultFile() override;
 
   private:
     void WatchOutput();
+    void Stop();
     clsPortList& PortList();
 
     int& m_argc;
     char** m_argv;
     std::function<void()> m_onStop;
+    bool m_stopped = false;
     clsSystemFiles m_files;
     std::optional<QCoreApplication> m_application;
     std::optional<clsQtHost> m_host;

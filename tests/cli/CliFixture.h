@@ -15,6 +15,8 @@
 #include "support/clsMemoryFiles.h"
 #include "support/clsVirtualHost.h"
 
+using Texts = std::vector<std::string>;
+
 struct clsMemoryOutput final : clsITextOutput {
     void Write(std::string_view bytes) override {
         if (Now == State::Open && Text.size() + bytes.size() > Limit) Now = State::Closed;
@@ -69,15 +71,22 @@ struct clsCliWorld : testing::Test, clsICliPlatform {
         return entries.empty() ? "" : "no map here";
     }
     std::string AddDevice(const std::string& path) override { return path == "/dev/reader" ? "COM1" : ""; }
+    std::optional<std::string> ReadInput(std::size_t limit, std::string& error) override {
+        if (input.size() > limit) error = "there is no end to it";
+        return error.empty() ? std::optional(input) : std::nullopt;
+    }
     std::string DefaultFile() override { return "Default.ini"; }
 
     [[nodiscard]] long Sent(char command) const { return std::count(sent.begin(), sent.end(), command); }
-    /// What the run said last, without time or program name.
-    [[nodiscard]] std::string Said() const {
-        const auto start = err.Text.rfind('\n', err.Text.size() - 2) + 1;
-        const std::string line = err.Text.substr(start, err.Text.size() - start - 1);
-        return line.substr(line.find(line.starts_with("zarn74ctl: ") ? ": " : "- ") + 2);
+    /// What the run said, without time or program name.
+    [[nodiscard]] Texts Messages() const {
+        Texts messages;
+        for (const std::string& line : Lines(err.Text))
+            messages.push_back(line.substr(line.find(line.starts_with("zarn74ctl: ") ? ": " : "- ") + 2));
+        return messages;
     }
+    /// The last of it.
+    [[nodiscard]] std::string Said() const { return err.Text.empty() ? "" : Messages().back(); }
     static std::vector<std::string> Lines(const std::string& text) {
         std::vector<std::string> lines;
         std::istringstream stream(text);
@@ -93,7 +102,8 @@ struct clsCliWorld : testing::Test, clsICliPlatform {
     clsMemoryOutput out;
     clsMemoryOutput err;
     clsCli cli{*this, out, err};
-    std::string sent;  ///< command letters that the reader received
+    std::string input;  ///< standard input
+    std::string sent;   ///< command letters that the reader received
     clsConnection onFrame;
 };
 using clsCliTest = clsCliWorld<clsVirtualHost>;

@@ -8,6 +8,12 @@ TEST_F(clsCliTest, WrongUsageIsOneLineAndTouchesNothing) {
     } rows[] = {
         {"", "A subcommand is required"},
         {"nonsense", "'nonsense' is not known"},
+        {"reed get 5", "'reed' is not known"},
+        {"get 5 6", "'6' is not expected here"},
+        {"read write x --al", "'write' is not expected here"},
+        {"--port read", "'read' was taken for the value of --port; a command has to follow"},
+        {"read -o", "-o: there is nothing behind it"},
+        {"--port a --port b read", "--port: it may be given once only"},
         {"get 512", "REG: '512' is not a number from 0 to 511"},
         {"set 5 256", "VALUE: '256' is not a number from 0 to 255"},
         {"--baud 9600 info", "--baud: needs --port"},
@@ -20,6 +26,25 @@ TEST_F(clsCliTest, WrongUsageIsOneLineAndTouchesNothing) {
         EXPECT_EQ(Run(row.line), 2) << row.line;
         EXPECT_EQ(err.Text, "zarn74ctl: " + std::string(row.said) + " (zarn74ctl --help tells more)\n");
         EXPECT_EQ(out.Text + sent, "") << row.line;
+    }
+}
+
+TEST_F(clsCliTest, TheHelpOfACommandHasItsWholeNameAndAllThatItTakes) {
+    const struct {
+        const char* line;
+        Texts parts;
+    } rows[] = {
+        {"get --help",
+         {"Usage: zarn74ctl get [OPTIONS] REG\n", "0 to 511, decimal or 0x..\n", "--port NAME "}},
+        {"demo read -h",
+         {"Usage: zarn74ctl demo read [OPTIONS]\n", "  -o FILE ", "--quiet ", "--image FILE "}},
+        {"--help", {"Usage: zarn74ctl [OPTIONS] SUBCOMMAND\n", "--trace ", "Exit status: 0 done"}},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(Run(row.line), 0) << row.line;
+        for (const std::string& part : row.parts)
+            EXPECT_NE(out.Text.find(part), std::string::npos) << out.Text;
+        EXPECT_EQ(out.Text.find("\n\n\n"), std::string::npos) << out.Text;
     }
 }
 
@@ -42,12 +67,14 @@ TEST_F(clsCliTest, TheReaderIsFoundOrItIsSaidWhyNot) {
         {"--port COM3 read", 3, "", "", "COM3: The port is in use"},
         {"--port COM3 --baud 9600 get 1", 3, "", "", "COM3: The port is in use"},
         {"--port COM9 read", 3, "", "", "COM9: there is no such port"},
+        {"--port caf\xC3\xA9\xC2\xB5\xE2\x82\xAC\xC3 read", 3, "", "",
+         "caf\xC3\xA9\xC2\xB5??: there is no such port"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(Run(row.line), row.exit) << row.line;
         EXPECT_EQ(out.Text, row.out) << row.line;
         EXPECT_EQ(sent, row.frames) << row.line;
-        EXPECT_EQ(err.Text.empty() ? "" : Said(), row.said) << row.line;
+        EXPECT_EQ(Said(), row.said) << row.line;
     }
     EXPECT_EQ(store.GetSetting("Zarn*", "LastCommPort", ""), "COM1");
     EXPECT_EQ(Run("ports"), 0);
@@ -78,26 +105,69 @@ TEST_F(clsCliTest, WhatWasReadIsASettingsFileThatWritesBackNothing) {
     EXPECT_EQ(Run("default"), 0);
     EXPECT_EQ(reader.Registers[0xD2], 77);
     EXPECT_EQ(reader.Registers[0], 0xFF);
-    EXPECT_NE(err.Text.find("zarn74ctl: the file has no conversion table"), std::string::npos);
+    EXPECT_NE(err.Text.find("\nzarn74ctl: the file has no conversion table: the reader's table is emptied\n"
+                            "zarn74ctl: Language=77: no list has this value\n"),
+              std::string::npos);
     EXPECT_EQ(Said(), "Write Default Info OK");
 
-    files.Refuse = true;
     files.Contents["odd"] = "[General]\nBaudrate=9600\n";
+    files.Contents["bad"] = "[General]\r\nPrefix=a\r\nLanguage=999\r\n";
+    files.Refuse = true;
     const struct {
-        const char *line, *said;
-        bool sends = false;
+        const char* line;
+        Texts said;
     } rows[] = {
-        {"read -o file", "Save Device Info To File NG!", true},
-        {"dump -o file", "Save Dump To File NG", true},
-        {"write missing", "Open Device Info From File NG!"},
-        {"default missing", "Open Zarn74 Default Info From File NG!"},
-        {"default odd", "no settings found in this file; lines must end in CR LF"},
+        {"read -o file", {"Save Device Info To File NG!", "file: Refused"}},
+        {"dump -o file", {"Save Dump To File NG", "file: Refused"}},
+        {"write missing", {"Open Device Info From File NG!", "missing: No such file"}},
+        {"default missing", {"Open Zarn74 Default Info From File NG!", "missing: No such file"}},
+        {"default odd", {"no settings found in this file; lines must end in CR LF"}},
+        {"write bad",
+         {"Language=999: not a number from 0 to 255", "Open Device Info From File OK!", "Write NG"}},
+        {"default bad",
+         {"Language=999: not a number from 0 to 255", "Open Default Info From File OK!",
+          "Write Default Info NG"}},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(Run(row.line), 1) << row.line;
-        EXPECT_EQ(Said(), row.said) << row.line;
-        EXPECT_EQ(sent.empty(), !row.sends) << row.line;
+        EXPECT_EQ(Messages(), row.said) << row.line;
+        EXPECT_EQ(sent, "") << row.line << ": what fails anyway troubles no reader";
     }
+}
+
+TEST_F(clsCliTest, ALineStandsForStandardInputAndOutput) {
+    EXPECT_EQ(Run("read -o -"), 0);
+    input = out.Text;
+    EXPECT_EQ(Run("write -"), 0);
+    EXPECT_EQ(Sent('C'), 1);
+    EXPECT_EQ(Run("demo default -"), 0);
+    EXPECT_EQ(Run("dump -o -"), 0);
+    EXPECT_EQ(out.Text, std::string(reader.Registers.begin(), reader.Registers.end()));
+    EXPECT_EQ(files.Contents.size(), 0U);
+    input.resize(2 << 20);
+    EXPECT_EQ(Run("write -"), 1);
+    EXPECT_EQ(Said(), "standard input: there is no end to it");
+}
+
+TEST_F(clsCliTest, AReaderThatDoesNotTellWhatItIsIsTheReasonOfAFailure) {
+    for (const char* line : {"info", "read", "--slow read -o file", "write file"}) {
+        files.Contents["file"] = "[General]\r\nLanguage=1\r\n";
+        reader.Version = "V1.02R007";
+        EXPECT_EQ(Run(line), 1) << line;
+        EXPECT_EQ(Said(), "the reader did not tell its firmware") << line;
+        EXPECT_EQ(out.Text, "");
+        EXPECT_EQ(Sent('C'), 0) << line;
+    }
+}
+
+TEST_F(clsCliTest, QuietLeavesFailuresOfTheLogAlone) {
+    EXPECT_EQ(Run("--quiet read"), 0);
+    EXPECT_EQ(err.Text, "");
+    EXPECT_EQ(Run("--quiet --json get 5"), 0);
+    EXPECT_NE(out.Text.find("GetRegister OK"), std::string::npos) << "the object has all";
+    reader.AddFault({SimFault::NoAnswer, 'B'});
+    EXPECT_EQ(Run("--quiet get 5"), 1);
+    EXPECT_EQ(Messages(), Texts{"GetRegister NG"});
 }
 
 TEST_F(clsCliTest, SingleRegistersAreShownAsTheyStandInTheReader) {
@@ -142,6 +212,17 @@ TEST_F(clsCliTest, AnInterruptedCommandEndsAtOnceAndLeavesNothingBehind) {
         EXPECT_LE(host.Now() - start, 120) << line;
         EXPECT_EQ(files.Contents["file"], file) << line;
         EXPECT_TRUE(out.Text.empty() || out.Text == "failed\n" || out.Text.starts_with("{")) << line;
+        const bool writes = std::string(line).find(" file") != std::string::npos && line[0] != '-';
+        EXPECT_EQ(Said() == "interrupted; nothing was written", writes) << line;
+    }
+    reader.ClearFaults();
+    SimFaultRule silent;
+    silent.Command = 'C';
+    reader.AddFault(silent);
+    for (const char* line : {"set 5 1", "write file --all", "test-eeprom --yes"}) {
+        host.StartTimer(60, [this] { cli.Stop(); });
+        EXPECT_EQ(Run(line), 130) << line;
+        EXPECT_EQ(Said(), "interrupted; what was written so far is in the reader") << line;
     }
 }
 

@@ -212,11 +212,22 @@ TEST_F(Programs, AReaderBehindADeviceFileIsFoundReadAndWritten) {
         zarn74ctl --port ./reader --baud 14400 read -o file 2>err
         ((${EPOCHREALTIME/./} - begin > 520000)) || echo quicker than two images of 512 bytes on that line
         zarn74ctl demo read 2>err | cmp - file
+        rm -r config
+        ZARN74_PORT_MAP= zarn74ctl --port ./reader info 2>err | tail -n 1
+        grep -rs LastCommPort config  # the name was for that run
+        for name in null nothing; do zarn74ctl --port $name info 2>&1 | cut -d: -f2,3; done
         zarn74ctl --port-map COM9=/no/such --port-map COM7=reader write file 2>err
-        grep -c u0002C frames)sh",
+        grep -c u0002C frames
+        head -c 99 file | zarn74ctl --port ./reader --quiet write -
+        echo $?)sh",
                R"(
 COM Port: COM7, 19200 baud
+COM Port: COM5, 19200 baud
+ null: Inappropriate ioctl for device
+ nothing: there is no such port
 1
+zarn74ctl: the file has no conversion table: the reader's table is emptied
+0
 )");
 }
 
@@ -225,7 +236,7 @@ TEST_F(Programs, AReaderOnHidIsFoundByEachOfItsNamesOrItIsSaidWhyNot) {
         export ORVBUS_DEVICES='tarka maker=Fab%E9 serial=7;reader access=13'
         zarn74ctl demo --hid ports 2>err
         cut -d';' -f1 err
-        for name in hid1 '\\?\HID#vid_2e91&pid_0005#1-1:1.0' ./virtual/hidraw1 HID2 HID3; do
+        for name in hid1 '\\?\HID#vid_2e91&pid_0005#1-1:1.0' ./virtual/hidraw1 hidraw1 HID2 HID3; do
             zarn74ctl demo --hid --port $name --baud 19200 get 1 2>err >out
             echo $? $(grep -c 'no access' err) $(tail -n 1 err | cut -d- -f2)
         done)sh",
@@ -233,6 +244,7 @@ TEST_F(Programs, AReaderOnHidIsFoundByEachOfItsNamesOrItIsSaidWhyNot) {
 HID1    virtual/hidraw1  \\?\hid#vid_2e91&pid_0005#1-1:1.0 (Tarka USB Adapter), Fabé, serial number 7
 HID2    virtual/hidraw2  \\?\hid#vid_2e91&pid_0005#1-2:1.0 (Zarn74), Simulated, serial number 0001 (no access)
 zarn74ctl: HID2: no access to virtual/hidraw2
+0 0 GetRegister OK
 0 0 GetRegister OK
 0 0 GetRegister OK
 0 0 GetRegister OK
@@ -284,9 +296,10 @@ TEST_F(Programs, AFileIsReplacedAsAWholeOrLeftAsItWasAndWhatCannotBeWrittenIsSai
         ln -s file dir/link
         mkfifo dir/fifo
         for name in link fifo; do
-            zarn74ctl demo dump -o dir/$name 2>&1 | tail -n 1 | cut -c 12-
+            zarn74ctl demo dump -o dir/$name 2>&1 | tail -n 2 | cut -c 12-
         done
         zarn74ctl demo write dir/fifo 2>&1 | cut -c 12-
+        zarn74ctl demo --quiet read -o dir/none/file 2>&1 | cut -c 12-
         cd dir
         stat -c '%A %n' $(ls -A)
         wc -c file
@@ -310,9 +323,14 @@ zarn74ctl: cannot write to standard output
 1
 Save Device Info To File NG!
 old
+Dump OK
 Save Dump To File OK
 Save Dump To File NG
+dir/fifo: it is no regular file
 Open Device Info From File NG!
+dir/fifo: it is no regular file
+Save Device Info To File NG!
+dir/none/file: No such file or directory
 prw-r--r-- fifo
 -rw-r----- file
 lrwxrwxrwx link

@@ -181,9 +181,10 @@ FlowResult clsReaderFlows::Identify(ReaderIdentity& identity) {
     const clsRun run(*this);
     const auto product = AskProduct();
     if (!product) return Outcome(/*done=*/false);
+    identity.Product = *product;
     const auto firmware = AskFirmware();
     if (!firmware) return Outcome(/*done=*/false);
-    identity = {*product, *firmware};
+    identity.Firmware = *firmware;
     return FlowResult::Done;
 }
 

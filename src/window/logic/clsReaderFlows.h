@@ -64,7 +64,8 @@ class clsReaderFlows {
     // -- with controls or without ---------------------------------------------------------------------------
     /// Looks for a reader on every port, or on the one named. The port is open when it is Done.
     FlowResult Scan(const std::string& port = {});
-    /// Asks the reader for product and firmware; not for the product when a scan has just done so.
+    /// Asks the reader for product and firmware; not for the product when a scan has just done so. When it
+    /// fails, `identity` has what was told before.
     FlowResult Identify(ReaderIdentity& identity);
     /// `cmdShowZarn74`: reader to record, and to the controls.
     FlowResult Read();
