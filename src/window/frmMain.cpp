@@ -22,6 +22,7 @@ namespace {
 constexpr auto programTitle = "Zarn74 Configuration";
 constexpr int keyStringLength = 16;  // bytes of a key string
 constexpr int progressTime = 40;     // ms between two pictures of the progress
+constexpr int noticeLines = 12;      // what more there is does not fit above the log
 constexpr int statusMargin = 10;     // pixels
 
 constexpr auto storeSection = "Window";
@@ -403,7 +404,15 @@ void frmMain::ShowTest(const std::string& caption, TestIndicator indicator) {
 
 void frmMain::ShowMessageBox(const std::string& text) { OnMessageBox(QtText::ToQString(text)); }
 
-void frmMain::ShowNotice(const std::string& text) { Note(QtText::ToQString(text)); }
+void frmMain::ShowNotice(const std::string& text) {
+    QStringList lines = QtText::ToQString(text).split('\n');
+    const auto more = lines.size() - noticeLines;
+    if (more > 0) {
+        lines.resize(noticeLines);
+        lines += tr("and %1 more").arg(more);
+    }
+    Note(lines.join('\n'));
+}
 
 void frmMain::Note(const QString& text) {
     m_ui->labNotice->setText(text);

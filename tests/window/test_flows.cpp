@@ -107,15 +107,15 @@ TEST_F(Flows, AFileThatTheReaderCannotBeGivenIsToldWholeAndNothingOfItIsWritten)
          "Convert(2)=010203040506070: a serial number has 14 digits at most\n"
          "Langauge=3: there is no such setting; passed over"}};
     const auto registers = reader.Registers;
-    for (const auto& [lines, notice] : rows) {
-        SCOPED_TRACE(lines);
-        disk.Contents["f"] = "[General]\r\n" + lines;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.first);
+        disk.Contents["f"] = "[General]\r\n" + row.first;
         view.Controls = true;
         flows.Read();
         const auto expect = [&](FlowResult result, const char* open, const char* write) {
             EXPECT_EQ(result, FlowResult::FileBad);
             ASSERT_EQ(view.Notices.size(), 1U);
-            EXPECT_NE(view.Notices[0].find(notice), std::string::npos) << view.Notices[0];
+            EXPECT_NE(view.Notices[0].find(row.second), std::string::npos) << view.Notices[0];
             EXPECT_EQ(Logged(open), 1);
             EXPECT_EQ(Last(), write);
             EXPECT_EQ(logView.Text.find("Set"), std::string::npos) << "no step of a write";

@@ -75,6 +75,16 @@ TEST_F(clsMainTest, FilesAreSavedOpenedAndDropped) {
     EXPECT_EQ(Find<QListWidget>("lstTable").count(), 0);
     EXPECT_EQ(Shown("txtPrefix"), "\x02ID=");
 
+    disk.Contents[dropped.toStdString()] = "[General]\r\nLanguage=999\r\n";
+    for (char key = 'a'; key < 'p'; ++key)
+        disk.Contents[dropped.toStdString()] += std::string(1, key) + "=1\r\n";
+    window->OpenFile(dropped.toStdString());
+    const Texts told = modText::Split(Shown("labNotice"), '\n');
+    EXPECT_EQ(told.front(), "Language=999: not a number from 0 to 255");
+    EXPECT_EQ(told.size(), 13U);
+    EXPECT_EQ(told.back(), "and 4 more");
+    EXPECT_EQ(LastLine(), "Language not found!");
+
     chosenFile = "log.txt";
     emit Find<clsLogView>("txtView").SaveRequested();
     EXPECT_NE(disk.Contents["log.txt"].find(" - Save Device Info To File OK!\n"), std::string::npos);

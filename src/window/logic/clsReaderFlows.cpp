@@ -30,7 +30,6 @@ constexpr const char* firmwareNotice =
 constexpr const char* notReadNotice =
     "The reader was found, but it was not read to its end: the pages show what was there before";
 constexpr const char* savedNG = "Save Device Info To File NG!";
-constexpr std::size_t noticeLines = 12;  // of findings; the window has no room for more
 
 bool EndsCardID(int code) { return code == 9 || code == 10 || code == 13; }
 
@@ -219,13 +218,7 @@ void clsReaderFlows::NotRead(const char* notice) {
 }
 
 void clsReaderFlows::ShowNotices(Notices notices, const std::vector<SettingsFinding>& findings) {
-    for (const SettingsFinding& finding : findings) {
-        if (&finding == findings.data() + noticeLines) {
-            notices.push_back("and " + std::to_string(findings.size() - noticeLines) + " more");
-            break;
-        }
-        notices.push_back(SettingsCheck::Line(finding));
-    }
+    for (const SettingsFinding& finding : findings) notices.push_back(SettingsCheck::Line(finding));
     std::string text;
     for (const std::string& notice : notices) text += (text.empty() ? "" : "\n") + notice;
     if (!text.empty()) m_view.ShowNotice(text);
