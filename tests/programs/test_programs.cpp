@@ -218,7 +218,8 @@ TEST_F(Programs, AReaderBehindADeviceFileIsFoundReadAndWritten) {
         for name in null nothing; do zarn74ctl --port $name info 2>&1 | cut -d: -f2,3; done
         zarn74ctl --port-map COM9=/no/such --port-map COM7=reader write file 2>err
         grep -c u0002C frames
-        head -c 99 file | zarn74ctl --port ./reader --quiet write -
+        (printf '[General]\r\nLang'; sleep .2; printf 'uage=5\r\n') | zarn74ctl --port ./reader --quiet write -
+        zarn74ctl --port ./reader --quiet get 210
         echo $?)sh",
                R"(
 COM Port: COM7, 19200 baud
@@ -227,6 +228,8 @@ COM Port: COM5, 19200 baud
  nothing: there is no such port
 1
 zarn74ctl: the file has no conversion table: the reader's table is emptied
+zarn74ctl: Language=5: no list has this value
+210 (0x0D2) = 5 (0x05)
 0
 )");
 }
@@ -299,7 +302,7 @@ TEST_F(Programs, AFileIsReplacedAsAWholeOrLeftAsItWasAndWhatCannotBeWrittenIsSai
             zarn74ctl demo dump -o dir/$name 2>&1 | tail -n 2 | cut -c 12-
         done
         zarn74ctl demo write dir/fifo 2>&1 | cut -c 12-
-        zarn74ctl demo --quiet read -o dir/none/file 2>&1 | cut -c 12-
+        zarn74ctl demo read -o dir/none/file 2>&1 | cut -c 12-
         cd dir
         stat -c '%A %n' $(ls -A)
         wc -c file
