@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QIcon>
 #include <QPixmap>
+#include <QStringList>
 #include <QStyleFactory>
 #include <QTabWidget>
 #include <QTimer>
@@ -16,6 +17,7 @@
 #include "app/WindowOptions.h"
 #include "app/clsDemoPanel.h"
 #include "app/clsDemoReader.h"
+#include "base/RunProgram.h"
 #include "base/clsMemoryStore.h"
 #include "base/clsScopeGuard.h"
 #include "platform/ProgramFiles.h"
@@ -140,9 +142,40 @@ int Open(const WindowParts& parts, const WindowOptions& options, clsDemoPanel* p
     return QApplication::exec();
 }
 
-}  // namespace
+/// While it lives, the toolkit's complaints are kept back, and its way of ending the program when it has
+/// nowhere to open a window (a crash) is this program's own.
+class clsDisplayCheck {
+  public:
+    clsDisplayCheck() : m_former(qInstallMessageHandler(&Take)) {}
+    clsDisplayCheck(const clsDisplayCheck&) = delete;
+    clsDisplayCheck& operator=(const clsDisplayCheck&) = delete;
+    ~clsDisplayCheck() {
+        qInstallMessageHandler(m_former);
+        for (const QString& text : Kept()) std::fprintf(stderr, "%s\n", text.toLocal8Bit().constData());
+    }
 
-int main(int argc, char** argv) {
+  private:
+    static QStringList& Kept() {
+        static QStringList kept;
+        return kept;
+    }
+    static void Take(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+        // The platform's first complaint is the reason; what comes before and behind it is about other
+        // things.
+        static QString reason;
+        if (type == QtFatalMsg) {
+            Say(("the window cannot be shown: " + (reason.isEmpty() ? text : reason) + "\n").toStdString(),
+                1);
+            std::_Exit(1);
+        }
+        if (reason.isEmpty() && QByteArrayView(context.category).startsWith("qt.qpa")) reason = text;
+        Kept().append(text);
+    }
+
+    QtMessageHandler m_former;
+};
+
+int Main(int argc, char** argv) {
     WindowOptions options;
     std::vector<std::string> arguments(argv + 1, argv + argc);
     // The toolkit's own options are not known yet; all that matters now are questions and the display.
@@ -156,7 +189,9 @@ int main(int argc, char** argv) {
         if (!options.Batch()) return Say("there is no display to open the window on\n", 1);
         setenv("QT_QPA_PLATFORM", "offscreen", /*overwrite=*/1);
     }
-    QApplication application(argc, argv);
+    std::optional<clsDisplayCheck> displayCheck(std::in_place);
+    const QApplication application(argc, argv);
+    displayCheck.reset();
     QApplication::setDesktopFileName(desktopEntry);
     QApplication::setWindowIcon(ProgramIcon());
     arguments.assign(argv + 1, argv + argc);
@@ -207,4 +242,10 @@ int main(int argc, char** argv) {
                      [&onSerial](bool paced) { onSerial.SetPaced(paced); });
     ucCOMM comm(host, onSerial.Serial(), store, applicationName, readers.Devices(&onSerial.Notices()));
     return Open({host, comm, settings, files, store, onSerial.Serial(), keyNames}, options, panel);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    return RunProgram(applicationName, [&] { return Main(argc, argv); });
 }

@@ -48,9 +48,6 @@ int clsCli::Run(const std::vector<std::string>& arguments) {
         m_out.Write(parsing.Text);
         return WhetherWritten(ExitDone);
     }
-    if (parsing.Run && !options.Demo) parsing.Text = m_platform.SetPortMap(options.PortMap);
-    const std::string usage = CliText::FromUtf8(parsing.Text);
-
     clsCliLog log(m_platform.Host(), m_err);
     if (options.Quiet) log.SetQuiet();
     CliResult result;
@@ -64,19 +61,26 @@ int clsCli::Run(const std::vector<std::string>& arguments) {
         port = command.Port();
         baud = command.Baud();
     };
-    if (!usage.empty()) {
-        log.Say(usage + " (zarn74ctl --help tells more)");
-        result.Exit = ExitUsage;
-    } else if (options.Demo) {
-        clsDemoPlatform demo(m_platform, options.Hid);
-        const std::string failure = demo.Begin(options.Image);
-        if (failure.empty()) {
-            run(demo);
+    try {
+        if (parsing.Run && !options.Demo) parsing.Text = m_platform.SetPortMap(options.PortMap);
+        const std::string usage = CliText::FromUtf8(parsing.Text);
+        if (!usage.empty()) {
+            log.Say(usage + " (zarn74ctl --help tells more)");
+            result.Exit = ExitUsage;
+        } else if (options.Demo) {
+            clsDemoPlatform demo(m_platform, options.Hid);
+            const std::string failure = demo.Begin(options.Image);
+            if (failure.empty()) {
+                run(demo);
+            } else {
+                log.Say(failure);
+            }
         } else {
-            log.Say(failure);
+            run(m_platform);
         }
-    } else {
-        run(m_platform);
+    } catch (const std::exception& error) {
+        result = {};
+        log.Say(error.what());
     }
 
     // A monitor has shown all that it has to show, unless it never began.

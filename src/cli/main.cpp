@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/RunProgram.h"
 #include "cli/clsCli.h"
 #include "cli/clsITextOutput.h"
 #include "cli/clsQtCliPlatform.h"
@@ -66,12 +67,14 @@ int main(int argc, char** argv) {
     signal(SIGPIPE, SIG_IGN);
     // Qt's own loop serves a line with less work than the one that it borrows.
     setenv("QT_NO_GLIB", "1", /*overwrite=*/1);
-    const std::vector<std::string> arguments(argv + 1, argv + argc);
-    clsDescriptorOutput out(STDOUT_FILENO);
-    clsDescriptorOutput err(STDERR_FILENO);
-    clsCli* running = nullptr;
-    clsQtCliPlatform platform(argc, argv, [&running] { running->Stop(); });
-    clsCli cli(platform, out, err);
-    running = &cli;
-    return cli.Run(arguments);
+    return RunProgram("zarn74ctl", [&] {
+        const std::vector<std::string> arguments(argv + 1, argv + argc);
+        clsDescriptorOutput out(STDOUT_FILENO);
+        clsDescriptorOutput err(STDERR_FILENO);
+        clsCli* running = nullptr;
+        clsQtCliPlatform platform(argc, argv, [&running] { running->Stop(); });
+        clsCli cli(platform, out, err);
+        running = &cli;
+        return cli.Run(arguments);
+    });
 }

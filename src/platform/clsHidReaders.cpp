@@ -1,11 +1,10 @@
 #include "platform/clsHidReaders.h"
 
-#include <filesystem>
 #include <fstream>
 #include <string>
-#include <system_error>
 
 #include "hid/modOrvHID.h"
+#include "platform/FolderEntries.h"
 #include "platform/ProgramFiles.h"
 
 namespace {
@@ -18,9 +17,8 @@ std::string FolderOf(clsHidReaders::Library library) {
 }  // namespace
 
 bool clsHidReaders::AnyPresent() {
-    std::error_code failed;
-    for (const auto& node : std::filesystem::directory_iterator("/sys/class/hidraw", failed)) {
-        std::ifstream properties(node.path() / "device/uevent");
+    for (const auto& node : FolderEntries("/sys/class/hidraw")) {
+        std::ifstream properties(node / "device/uevent");
         for (std::string line; std::getline(properties, line);) {
             if (line.starts_with("HID_ID=") && line.find(":00002E91:") != std::string::npos) return true;
         }

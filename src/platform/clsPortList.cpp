@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "base/modText.h"
+#include "platform/FolderEntries.h"
 #include "platform/QtText.h"
 
 namespace fs = std::filesystem;
@@ -173,9 +174,8 @@ clsPortList::Numbered clsPortList::MappedLines() const {
 clsPortList::Numbered clsPortList::MachineLines() const {
     Numbered lines;
     std::vector<Node> adapters;
-    std::error_code failed;
-    for (const auto& item : fs::directory_iterator(m_roots.Sys + "/class/tty", failed)) {
-        const std::string name = item.path().filename().string();
+    for (const fs::path& item : FolderEntries(m_roots.Sys + "/class/tty")) {
+        const std::string name = item.filename().string();
         const bool uart = name.starts_with("ttyS");
         if (!uart && !name.starts_with("ttyUSB") && !name.starts_with("ttyACM")) continue;
         Node node;
@@ -186,14 +186,14 @@ clsPortList::Numbered clsPortList::MachineLines() const {
         if (uart) {
             const auto number = PortNumber(std::string_view(name).substr(4), /*offset=*/1);
             // The kernel makes nodes for chips that are not there; their type is 0, unknown.
-            const std::string type = Attribute(item.path(), "type");
+            const std::string type = Attribute(item, "type");
             if (!number || type.empty() || type == "0") continue;
             node.Entry.Name = ComName(*number);
             node.Entry.Description = "Serial port";
             lines[*number] = node.Entry;
             continue;
         }
-        node.Path = Resolved(item.path() / "device");
+        node.Path = Resolved(item / "device");
         const auto identity = ReadUsb(node.Path, node.Entry);
         if (!identity) continue;
         node.Identity = *identity;

@@ -74,7 +74,13 @@ void clsQtSerialControl::Open() {
         return;
     }
     // A name that is not absolute would be looked for among the system's devices.
-    m_port.setPortName(QString::fromLocal8Bit(std::filesystem::absolute(device).c_str()));
+    std::error_code failed;
+    const std::filesystem::path path = std::filesystem::absolute(device, failed);
+    if (failed) {  // in a folder that was deleted
+        m_lastError = SystemText(failed.value());
+        return;
+    }
+    m_port.setPortName(QString::fromLocal8Bit(path.c_str()));
     if (!m_port.open(QIODevice::ReadWrite)) {
         // Another program's lock on the line is told apart from missing rights.
         const bool busy =

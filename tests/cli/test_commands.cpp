@@ -2,6 +2,17 @@
 
 namespace {
 
+TEST_F(clsCliTest, WhatTheMachineThrowsIsSaidInOneLineAndInTheObject) {
+    struct clsBroken final : clsCliWorld<clsVirtualHost> {
+        void TestBody() override {}
+        std::string AddDevice(const std::string&) override { throw std::runtime_error("no such luck"); }
+    } broken;
+    EXPECT_EQ(broken.Run("--json --port /dev/reader info"), 1);
+    EXPECT_EQ(broken.err.Text, "zarn74ctl: no such luck\n");
+    EXPECT_TRUE(broken.out.Text.starts_with(R"({"command":"info","ok":false,"exit":1,)")) << broken.out.Text;
+    EXPECT_EQ(Run("--port /dev/reader info"), 0);
+}
+
 TEST_F(clsCliTest, WrongUsageIsOneLineAndTouchesNothing) {
     const struct {
         const char *line, *said;

@@ -204,6 +204,33 @@ zarn74sim: a serial is an even numb
 )");
 }
 
+TEST_F(Programs, AFolderOrADisplayThatIsNotThereIsSaidAndCrashesNobody) {
+    ExpectSaid(R"sh(
+        here=$PWD
+        mkdir gone
+        cd gone
+        rmdir ../gone
+        for line in '--port-map COM1=reader --port COM1 info' '--port ./reader info' 'demo read -o file'; do
+            zarn74ctl $line >/dev/null 2>$here/err
+            echo $? $(grep -c terminate $here/err)
+        done
+        zarn74 --describe >/dev/null 2>$here/err
+        echo $?
+        cd $here
+        QT_QPA_PLATFORM=xcb DISPLAY=/no/such zarn74 --demo 2>&1 | cut -d/ -f1
+        QT_QPA_PLATFORM=none zarn74 --describe 2>&1
+        echo $?)sh",
+               R"(
+3 0
+3 0
+1 0
+0
+zarn74: the window cannot be shown: could not connect to display 
+zarn74: the window cannot be shown: Could not find the Qt platform plugin "none" in ""
+1
+)");
+}
+
 TEST_F(Programs, AReaderBehindADeviceFileIsFoundReadAndWritten) {
     ExpectSaid(R"sh(
         start --example --pace 19200 --link reader --log frames

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "base/RunProgram.h"
 #include "platform/clsSystemFiles.h"
 #include "sim/SimFault.h"
 #include "sim/SimImage.h"
@@ -184,9 +185,7 @@ int Run(const ProgramOptions& options) {
     return saved ? ExitDone : ExitFailed;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Main(int argc, char** argv) {
     ProgramOptions options;
     std::vector<std::string> faults;
     CLI::App app(
@@ -242,4 +241,10 @@ int main(int argc, char** argv) {
     }
     FillStandardStreams();
     return Run(options);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    return RunProgram("zarn74sim", [&] { return Main(argc, argv); });
 }

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdio>
+#include <exception>
+
+/// The exit status of `program`, which main is. What it throws ends it: that is said in one line behind its
+/// name, and the status is 1.
+template <class Program>
+int RunProgram(const char* name, Program program) noexcept {
+    try {
+        return program();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s: %s\n", name, error.what());
+    } catch (...) {
+        std::fprintf(stderr, "%s: an error without a text\n", name);
+    }
+    return 1;
+}
