@@ -21,5 +21,8 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # The window on Wayland, and what gives a reader to the person at the machine.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-wayland, udev")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA "${CMAKE_CURRENT_LIST_DIR}/postinst;${CMAKE_CURRENT_LIST_DIR}/postrm")
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA "${CMAKE_CURRENT_LIST_DIR}/postinst;${CMAKE_CURRENT_LIST_DIR}/postrm"
+  "${CMAKE_CURRENT_LIST_DIR}/conffiles")
+# The machine's defaults lie outside the prefix, in the package alone.
+set(CPACK_PRE_BUILD_SCRIPTS "${CMAKE_CURRENT_LIST_DIR}/SystemFiles.cmake")
 include(CPack)

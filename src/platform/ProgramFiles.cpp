@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string_view>
+#include <vector>
 
 namespace {
 bool Exists(const std::string& file) { return access(file.c_str(), F_OK) == 0; }
@@ -39,12 +40,22 @@ std::string UserFolder() {
 }
 
 std::string DefaultFile() {
-    std::string inProgramFolder = ProgramFolder() + "/Default.ini";
-    for (const std::string& file : {inProgramFolder, UserFolder() + "/Default.ini",
-                                    ProgramFolder() + "/../../share/zarn74/Default.ini"}) {
+    const std::string program = ProgramFolder();
+    std::vector<std::string> folders{UserFolder(), program};
+    // Installed are programs into lib/zarn74 below a prefix; what /usr is configured by stands in /etc.
+    constexpr std::string_view installed = "/lib/zarn74";
+    constexpr std::string_view system = "/usr";
+    if (program.ends_with(installed)) {
+        const std::string prefix = program.substr(0, program.size() - installed.size());
+        const std::size_t kept = prefix.size() - (prefix.ends_with(system) ? system.size() : 0);
+        folders.push_back(prefix.substr(0, kept) + "/etc/zarn74");
+        folders.push_back(prefix + "/share/zarn74");
+    }
+    for (const std::string& folder : folders) {
+        std::string file = folder + "/Default.ini";
         if (Exists(file)) return file;
     }
-    return inProgramFolder;
+    return folders.front() + "/Default.ini";
 }
 
 StartupFiles StartupFile(const std::string& suffix) {

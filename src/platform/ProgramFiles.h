@@ -11,8 +11,8 @@ std::string ProgramFile();
 std::string ProgramFolder();
 /// The user's folder, "zarn74" inside the configuration folder. It may not exist yet.
 std::string UserFolder();
-/// "Default.ini" in the program's folder, else in the user's, else in that of the installation's data; the
-/// first of them when it is nowhere.
+/// "Default.ini" in the user's folder, else in the program's, else the installation's: the system's own
+/// (etc/zarn74), else that of the installed data (share/zarn74). The user's when it is nowhere.
 std::string DefaultFile();
 
 /// The file that keeps the window's controls from one session to the next.

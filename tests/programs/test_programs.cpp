@@ -231,6 +231,30 @@ zarn74: the window cannot be shown: Could not find the Qt platform plugin "none"
 )");
 }
 
+TEST_F(Programs, TheUsersDefaultsComeBeforeThoseBesideTheProgramAndTheInstallations) {
+    ExpectSaid(R"sh(
+        language=0
+        mkdir -p usr/lib/zarn74
+        cp "$(type -P zarn74ctl)" usr/lib/zarn74
+        folders='config/zarn74 usr/lib/zarn74 etc/zarn74 usr/share/zarn74'
+        for folder in $folders; do
+            mkdir -p $folder
+            printf '[General]\r\nLanguage=%s\r\n' $((100 + language++)) >$folder/Default.ini
+        done
+        for folder in $folders; do
+            usr/lib/zarn74/zarn74ctl --trace demo default 2>&1 | grep -o 'CD2,..'
+            rm $folder/Default.ini
+        done
+        usr/lib/zarn74/zarn74ctl demo default 2>&1 | grep -o 'Open .*!')sh",
+               R"(
+CD2,64
+CD2,65
+CD2,66
+CD2,67
+Open Zarn74 Default Info From File NG!
+)");
+}
+
 TEST_F(Programs, AReaderBehindADeviceFileIsFoundReadAndWritten) {
     ExpectSaid(R"sh(
         start --example --pace 19200 --link reader --log frames
