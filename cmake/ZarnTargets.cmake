@@ -33,7 +33,7 @@ endfunction()
 # zarn_test(NAME LABEL label SOURCES ... LIBS ...): one test executable, one ctest entry.
 function(zarn_test name)
   cmake_parse_arguments(ARG "" "LABEL" "SOURCES;LIBS" ${ARGN})
-  add_executable(${name} ${ARG_SOURCES})
+  add_executable(${name} ${ARG_SOURCES} "${PROJECT_SOURCE_DIR}/tests/support/OwnFolders.cpp")
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} zarn_testsupport GTest::gtest_main)
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABEL}" TIMEOUT 300)

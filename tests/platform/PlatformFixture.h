@@ -14,7 +14,8 @@
 
 namespace fs = std::filesystem;
 
-/// A running Qt program without exec(), a folder of its own, the user's configuration inside it.
+/// A running Qt program without exec(), a folder of its own, the user's configuration inside it: new for each
+/// test.
 struct clsPlatformTest : testing::Test {
     clsPlatformTest() {
         std::string pattern = testing::TempDir() + "zarn74-XXXXXX";

@@ -12,7 +12,8 @@ namespace {
 
 constexpr const char* preamble = R"(
 export LC_ALL=C PATH=)" ZARN74_PROGRAMS R"(:$PATH QT_QPA_PLATFORM=offscreen
-export XDG_CONFIG_HOME=$PWD/config ZARN74_PORT_MAP=COM7=$PWD/reader
+export XDG_CONFIG_HOME=$PWD/config XDG_DATA_HOME=$PWD/data XDG_STATE_HOME=$PWD/state
+export ZARN74_PORT_MAP=COM7=$PWD/reader
 trap 'kill $(jobs -p) 2>/dev/null; wait' EXIT
 # A simulated reader at work on $tty. It may write files of so many KiB as $limit says.
 start() {
