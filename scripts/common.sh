@@ -39,17 +39,22 @@ install_packages() {
         fi
     fi
     say "installing Debian packages${as_root[*]:+ with sudo}: ${missing[*]}"
-    local -a apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300
+    local -a apt=("${as_root[@]}" env LC_ALL=C DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=300
         -o Dpkg::Use-Pty=0)
-    local log
+    local -a install=("${apt[@]}" install --no-install-recommends "${missing[@]}")
+    local log size
     log=$(mktemp)
-    if ! { "${apt[@]}" update && "${apt[@]}" install -y --no-install-recommends "${missing[@]}"; } \
-        </dev/null >"$log" 2>&1; then
+    if "${apt[@]}" update </dev/null >"$log" 2>&1; then
+        size=$("${install[@]}" --assume-no </dev/null 2>/dev/null | grep -E '^(Need to get|After this)') || true
+        [ -z "$size" ] || say "${size//$'\n'/ }"
+    fi
+    if ! "${install[@]}" -y </dev/null >>"$log" 2>&1; then
         cat "$log" >&2
         rm -f "$log"
         fail "apt could not install what is missing: ${missing[*]}"
     fi
     rm -f "$log"
+    say "installed"
     installed_something=yes
 }
 installed_something=
@@ -64,6 +69,7 @@ configure() {
     elif [ -z "$installed_something" ] && [ "$folder/build.ninja" -nt CMakePresets.json ]; then
         return 0
     fi
+    say "configuring the preset $1"
     mkdir -p "$folder"
     log=$folder/configure.log
     if ! cmake --preset "$1" "${fresh[@]}" >"$log" 2>&1; then
@@ -72,14 +78,31 @@ configure() {
     fi
 }
 
-# build PRESET [TARGET...]: silent when everything is up to date, else what the compiler has to say.
+# every_tenth: what ninja says, but of its lines for each step only those that show how far it is.
+every_tenth() {
+    local line done=0
+    while IFS= read -r line; do
+        if [[ $line =~ ^\[([0-9]+)/([0-9]+)\]\  ]]; then
+            ((10 * BASH_REMATCH[1] / BASH_REMATCH[2] > done)) || continue
+            done=$((10 * BASH_REMATCH[1] / BASH_REMATCH[2]))
+            say "${BASH_REMATCH[1]} of ${BASH_REMATCH[2]} steps"
+        elif [[ $line != 'ninja: Entering directory'* ]]; then
+            printf '%s\n' "$line" >&2
+        fi
+    done
+}
+
+# build PRESET [TARGET...]: silent when everything is up to date, else how far it is and what the compiler has to say.
 build() {
-    local preset=$1
+    local preset=$1 planned
     shift
     configure "$preset"
-    ninja -C "build/$preset" -n "$@" 2>/dev/null | grep -q 'no work to do' && return 0
-    say "building the preset $preset"
-    local -a quiet=(--quiet)
-    [ -t 2 ] && quiet=() # a person sees how far it is
-    ninja -C "build/$preset" "${quiet[@]}" "$@" </dev/null >&2 || fail "building the preset $preset failed"
+    planned=$(ninja -C "build/$preset" -n "$@" 2>/dev/null) || true
+    [[ $planned != *'no work to do'* ]] || return 0
+    say "building the preset $preset: $(grep -c '^\[' <<<"$planned") steps"
+    if [ -t 2 ]; then
+        ninja -C "build/$preset" "$@" </dev/null >&2
+    else
+        (set -o pipefail && NINJA_STATUS='[%f/%t] ' ninja -C "build/$preset" "$@" </dev/null 2>&1 | every_tenth)
+    fi || fail "building the preset $preset failed"
 }
