@@ -1,6 +1,7 @@
 // The least that a client can do, as the measure for the program: write a frame, poll, read until the reply's
-// CR. usage: floor DEVICE COUNT < COMMANDS; one command text a line, gone through again until COUNT exchanges
-// are made (0: once). Prints the median of an exchange in us, processor time of one in us, all of them in us.
+// CR, or until the 512 bytes of a memory image. usage: floor DEVICE COUNT < COMMANDS; one command text a
+// line, gone through again until COUNT exchanges are made (0: once). Prints the median of an exchange in us,
+// processor time of one in us, all of them in us.
 #include <fcntl.h>
 #include <poll.h>
 #include <stdio.h>
@@ -10,7 +11,7 @@
 #include <time.h>
 #include <unistd.h>
 
-enum { mostCommands = 1024, longest = 32 };
+enum { mostCommands = 1024, longest = 32, imageSize = 512 };
 
 static double Now(clockid_t clock) {
     struct timespec at;
@@ -26,7 +27,7 @@ static int Compare(const void* a, const void* b) {
 int main(int argc, char** argv) {
     static char frames[mostCommands][longest];
     int commands = 0;
-    char line[longest - 2], reply[256];
+    char line[longest - 2], reply[imageSize];
     while (commands < mostCommands && scanf("%29s", line) == 1) sprintf(frames[commands++], "\x02%s\r", line);
     const int fd = argc == 3 ? open(argv[1], O_RDWR | O_NOCTTY) : -1;
     if (fd < 0 || commands == 0) return fprintf(stderr, "usage: floor DEVICE COUNT < COMMANDS\n"), 2;
@@ -42,7 +43,8 @@ int main(int argc, char** argv) {
         const char* frame = frames[i % commands];
         const double start = Now(CLOCK_MONOTONIC);
         if (write(fd, frame, strlen(frame)) < 0) return perror("floor"), 1;
-        for (size_t have = 0; have == 0 || reply[have - 1] != '\r';) {
+        const int isImage = frame[1] == 'Y';
+        for (size_t have = 0; isImage ? have < imageSize : have == 0 || reply[have - 1] != '\r';) {
             struct pollfd wait = {fd, POLLIN, 0};
             if (poll(&wait, 1, 1000) <= 0) return fprintf(stderr, "floor: no answer\n"), 1;
             const ssize_t got = read(fd, reply + have, sizeof reply - have);

@@ -37,6 +37,14 @@ double ProcessorTime() {
     return static_cast<double>(at.tv_sec) * million + static_cast<double>(at.tv_nsec) / 1e3;
 }
 
+/// ms that this thread was ready to run and another one ran; 0 where the kernel does not tell.
+double WaitedForProcessor() {
+    double ran = 0;
+    double waited = 0;
+    std::ifstream("/proc/thread-self/schedstat") >> ran >> waited;
+    return waited / million;
+}
+
 double ResidentMiB() {
     long pages = 0;
     long resident = 0;
@@ -99,7 +107,8 @@ struct Program {
     frmMain Window;
 };
 
-/// For every flow its name and the largest gap of a 5 ms timer while it runs, in ms.
+/// For every flow its name, the largest gap of a 5 ms timer while it runs, and the largest without the time
+/// that others held the processor, in ms.
 int Gaps(bool paced) {
     clsQtHost host;
     clsMemoryStore store;
@@ -118,21 +127,28 @@ int Gaps(bool paced) {
     Program program(host, serial, serial, store);
 
     QElapsedTimer since;
+    double waited = 0;
     double largest = 0;
+    double own = 0;
+    const auto tick = [&] {
+        const double now = WaitedForProcessor();
+        const double gap = static_cast<double>(since.nsecsElapsed()) / million;
+        largest = std::max(largest, gap);
+        own = std::max(own, gap - (now - waited));
+        since.restart();
+        waited = now;
+    };
     QTimer ticks;
     ticks.setTimerType(Qt::PreciseTimer);
-    QObject::connect(&ticks, &QTimer::timeout, [&] {
-        largest = std::max(largest, static_cast<double>(since.nsecsElapsed()) / million);
-        since.restart();
-    });
+    QObject::connect(&ticks, &QTimer::timeout, tick);
     ticks.start(5);
     const auto run = [&](const char* name, const char* button) {
         for (int i = 0; i < 20; ++i) host.WaitEvents(5);
-        largest = 0;
-        since.restart();
+        tick();
+        largest = own = 0;
         program.Button(button).click();
-        largest = std::max(largest, static_cast<double>(since.nsecsElapsed()) / million);
-        std::printf("%s %.1f\n", name, largest);
+        tick();
+        std::printf("%s %.1f %.1f\n", name, largest, own);
     };
     run("scan", "cmdAutoScan");
     run("read", "cmdShowZarn74");
@@ -147,8 +163,8 @@ int Gaps(bool paced) {
     return 0;
 }
 
-/// A slow read of everything through the visible window: ms from the click until the controls are back, and
-/// the frames sent.
+/// A slow read of everything through the visible window: us from the click until the controls are back, of
+/// these the processor's, and the frames sent.
 int Read(const std::string& device) {
     clsQtHost host;
     clsMemoryStore store;
@@ -166,10 +182,12 @@ int Read(const std::string& device) {
     for (int i = 0; i < 100; ++i) host.WaitEvents(2);
     QElapsedTimer timer;
     timer.start();
+    const double processor = ProcessorTime();
     program.Button("cmdShowZarn74").click();
+    const double used = ProcessorTime() - processor;
     const double took = static_cast<double>(timer.nsecsElapsed()) / 1e3;
     if (!program.Window.Flows().Record().Valid) return 1;
-    std::printf("%.0f %d\n", took, frames);
+    std::printf("%.0f %.0f %d\n", took, used, frames);
     return 0;
 }
 
