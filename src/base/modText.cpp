@@ -140,6 +140,25 @@ std::string LTrim(std::string_view text) {
     return first == std::string_view::npos ? std::string() : std::string(text.substr(first));
 }
 
+std::string FromUtf8(std::string_view utf8) {
+    const auto continues = [&](std::size_t at) {
+        return at < utf8.size() && (static_cast<std::uint8_t>(utf8[at]) & 0xC0) == 0x80;
+    };
+    std::string text;
+    for (std::size_t i = 0; i < utf8.size(); ++i) {
+        const auto lead = static_cast<std::uint8_t>(utf8[i]);
+        if (lead < 0x80) {
+            text += utf8[i];
+        } else if ((lead == 0xC2 || lead == 0xC3) && continues(i + 1)) {
+            text += static_cast<char>((lead & 0x03) << 6 | (static_cast<std::uint8_t>(utf8[++i]) & 0x3F));
+        } else {
+            text += '?';
+            while (continues(i + 1)) ++i;
+        }
+    }
+    return text;
+}
+
 std::string Trim(std::string_view text) {
     std::string result = LTrim(text);
     result.erase(result.find_last_not_of(' ') + 1);

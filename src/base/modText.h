@@ -10,6 +10,8 @@
 namespace modText {
 
 std::string UCase(std::string_view text);
+/// The text of UTF-8; a character above U+00FF, and what is no UTF-8, becomes "?".
+std::string FromUtf8(std::string_view utf8);
 /// Without the blanks (0x20) at both ends.
 std::string Trim(std::string_view text);
 std::string LTrim(std::string_view text);

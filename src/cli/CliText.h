@@ -8,7 +8,7 @@ namespace CliText {
 
 /// UTF-8 with a character of the same number for every byte.
 std::string ToUtf8(std::string_view text);
-/// The text of UTF-8; a character above U+00FF, and what is no UTF-8, becomes "?".
+/// What modText makes of UTF-8.
 std::string FromUtf8(std::string_view utf8);
 /// The text with its control characters by name in angle brackets, so that nothing a reader sends can
 /// command the terminal.

@@ -219,7 +219,7 @@ void clsCliRun::SayWhyNotOpen(const std::string& name) {
         if (inUse) m_log.Say(port.Alias + ": in use by another program");
         if (inUse && !name.empty()) return;
     }
-    const std::string reason = name.empty() || onHid ? std::string() : m_platform.Serial().LastError();
+    const std::string reason = name.empty() || onHid ? std::string() : m_platform.Serial().LastFailure().Text();
     m_log.Say(reason.empty() ? "Missing Device" : CliText::FromUtf8(m_options.Port) + ": " + reason);
 }
 

@@ -1,7 +1,5 @@
 #include "platform/clsPortList.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <filesystem>
@@ -14,6 +12,7 @@
 
 #include "base/modText.h"
 #include "platform/FolderEntries.h"
+#include "platform/PortAccess.h"
 #include "platform/QtText.h"
 
 namespace fs = std::filesystem;
@@ -119,7 +118,13 @@ clsPortList::clsPortList(clsISettingsStore& store, Roots roots) : m_store(store)
 
 std::vector<PortEntry> clsPortList::Ports() const {
     std::vector<PortEntry> ports;
-    for (auto& [number, entry] : Lines()) ports.push_back(entry);
+    for (const auto& [number, entry] : Lines()) {
+        PortEntry& port = ports.emplace_back(entry);
+        port.Name = ComName(number);
+        port.Reason = PortAccess::Look(port.Device);
+        port.Reason.Port = port.Name;
+        port.Access = port.Reason.Obstacle == PortObstacle::None;
+    }
     return ports;
 }
 
@@ -139,7 +144,7 @@ std::string clsPortList::AddDevice(const std::string& path) {
     const Numbered lines = Lines();
     const std::string resolved = Resolved(path);
     for (const auto& [number, entry] : lines) {
-        if (Resolved(entry.Device) == resolved) return entry.Name;
+        if (Resolved(entry.Device) == resolved) return ComName(number);
     }
     const auto remembered = ParseRemembered(m_store.GetSetting(storeSection, storeKey, ""));
     int number = firstAdapter;
@@ -163,9 +168,7 @@ clsPortList::Numbered clsPortList::MappedLines() const {
         for (const auto& [own, known] : machine) {
             if (Resolved(known.Device) == Resolved(device)) entry = known;
         }
-        entry.Name = ComName(number);
         entry.Device = device;
-        entry.Access = access(device.c_str(), R_OK | W_OK) == 0;
         lines[number] = entry;
     }
     return lines;
@@ -182,13 +185,11 @@ clsPortList::Numbered clsPortList::MachineLines() const {
         node.Entry.Device = m_roots.Dev + "/" + name;
         std::error_code missing;
         if (!fs::exists(node.Entry.Device, missing)) continue;
-        node.Entry.Access = access(node.Entry.Device.c_str(), R_OK | W_OK) == 0;
         if (uart) {
             const auto number = PortNumber(std::string_view(name).substr(4), /*offset=*/1);
             // The kernel makes nodes for chips that are not there; their type is 0, unknown.
             const std::string type = Attribute(item, "type");
             if (!number || type.empty() || type == "0") continue;
-            node.Entry.Name = ComName(*number);
             node.Entry.Description = "Serial port";
             lines[*number] = node.Entry;
             continue;
@@ -245,7 +246,6 @@ void clsPortList::NumberAdapters(std::vector<Node> adapters, Numbered& lines) co
             remembered.emplace_back(number, node.Identity);
         }
         lines[number] = node.Entry;
-        lines[number].Name = ComName(number);
     }
     std::string after;
     for (const auto& [number, identity] : remembered)

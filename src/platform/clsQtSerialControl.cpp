@@ -1,54 +1,18 @@
 #include "platform/clsQtSerialControl.h"
 
-#include <linux/serial.h>
 #include <sys/ioctl.h>
-#include <unistd.h>
 
+#include <QSocketNotifier>
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
-#include <filesystem>
-#include <iterator>
-#include <optional>
 #include <utility>
 
-#include "platform/QtText.h"
+#include "platform/PortAccess.h"
 #include "ports/LineSettings.h"
 
-namespace {
-
-QSerialPort::Parity ParityOf(const LineSettings& line) {
-    switch (line.Parity) {
-        case 'E': return QSerialPort::EvenParity;
-        case 'O': return QSerialPort::OddParity;
-        case 'M': return QSerialPort::MarkParity;
-        case 'S': return QSerialPort::SpaceParity;
-        default: return QSerialPort::NoParity;
-    }
-}
-
-QSerialPort::StopBits StopBitsOf(const LineSettings& line) {
-    switch (line.HalfStopBits) {
-        case 3: return QSerialPort::OneAndHalfStop;
-        case 4: return QSerialPort::TwoStop;
-        default: return QSerialPort::OneStop;
-    }
-}
-
-std::string SystemText(int error) { return QtText::ToBytes(QString::fromLocal8Bit(std::strerror(error))); }
-
-}  // namespace
-
-clsQtSerialControl::clsQtSerialControl(clsIHost& host, const clsPortList& ports)
-    : m_host(host), m_ports(ports) {
-    QObject::connect(&m_port, &QSerialPort::readyRead, &m_port, [this] {
-        const QByteArray bytes = m_port.readAll();
-        Store(bytes.constData(), static_cast<std::size_t>(bytes.size()));
-    });
-    QObject::connect(&m_port, &QSerialPort::errorOccurred, &m_port,
-                     [this](QSerialPort::SerialPortError error) { HandleError(error); });
-}
+clsQtSerialControl::clsQtSerialControl(clsIHost& host, const clsPortList& ports, std::string lockFolder)
+    : m_host(host), m_ports(ports), m_line(std::move(lockFolder)) {}
 
 clsQtSerialControl::~clsQtSerialControl() { Close(); }
 
@@ -69,54 +33,42 @@ void clsQtSerialControl::SetPortOpen(bool value) {
 
 void clsQtSerialControl::Open() {
     const std::string device = m_ports.DeviceOf(m_number);
-    if (device.empty()) {
-        m_lastError = SystemText(ENODEV);
-        return;
+    m_failure = device.empty() ? PortReasons::NotThere({}) : m_line.Open(device);
+    if (m_failure.Obstacle == PortObstacle::None && !Apply(m_settings)) {
+        m_failure = PortAccess::Explain(device, EINVAL);
+        m_line.Close();
     }
-    // A name that is not absolute would be looked for among the system's devices.
-    std::error_code failed;
-    const std::filesystem::path path = std::filesystem::absolute(device, failed);
-    if (failed) {  // in a folder that was deleted
-        m_lastError = SystemText(failed.value());
-        return;
-    }
-    m_port.setPortName(QString::fromLocal8Bit(path.c_str()));
-    if (!m_port.open(QIODevice::ReadWrite)) {
-        // Another program's lock on the line is told apart from missing rights.
-        const bool busy =
-            m_port.error() == QSerialPort::PermissionError && access(device.c_str(), R_OK | W_OK) == 0;
-        m_lastError = busy ? SystemText(EBUSY) : QtText::ToBytes(m_port.errorString());
-        return;
-    }
-    m_port.setFlowControl(QSerialPort::NoFlowControl);
-    if (!Apply(m_settings)) {
-        m_lastError = QtText::ToBytes(m_port.errorString());
-        m_port.close();
-        return;
-    }
-    m_lastError.clear();
+    if (!m_line.IsOpen()) return;
     m_open = true;
     m_announced = false;
     m_opening = std::make_shared<bool>(true);
     SetInBufferCount(0);
     SetDTREnable(true);
     SetRTSEnable(true);
-    serial_icounter_struct counters{};
-    m_countsFrameErrors = ioctl(m_port.handle(), TIOCGICOUNT, &counters) == 0;
-    m_frameErrors = counters.frame;
+    m_frameErrors = m_line.FrameErrors();
+    m_readable = m_host.WatchDescriptor(m_line.Descriptor(), [this] {
+        if (!PullIn() || (m_input.empty() && m_line.HungUp())) Lose();
+    });
 }
 
 void clsQtSerialControl::Close() {
     m_open = false;
     m_opening.reset();
-    m_port.close();
+    CloseLine();
     m_input.clear();
+}
+
+void clsQtSerialControl::CloseLine() {
+    m_readable.Disconnect();
+    AwaitRoom(false);
+    m_unsent.clear();
+    m_line.Close();
 }
 
 void clsQtSerialControl::SetSettings(const std::string& value) {
     const auto wanted = ParseLineSettings(value);
     if (!wanted || wanted->Text == m_settings) return;
-    if (m_port.isOpen() && !Apply(wanted->Text)) {
+    if (m_line.IsOpen() && !Apply(wanted->Text)) {
         Apply(m_settings);
         return;
     }
@@ -124,30 +76,24 @@ void clsQtSerialControl::SetSettings(const std::string& value) {
 }
 
 bool clsQtSerialControl::Apply(const std::string& settings) {
-    const LineSettings line = ParseLineSettings(settings).value();
-    return m_port.setBaudRate(line.Rate) && m_port.setParity(ParityOf(line)) &&
-           m_port.setDataBits(static_cast<QSerialPort::DataBits>(line.DataBits)) &&
-           m_port.setStopBits(StopBitsOf(line));
+    return m_line.Apply(ParseLineSettings(settings).value());
 }
 
-// A line without modem signals (a pseudo-terminal) refuses both; that is no fault.
 void clsQtSerialControl::SetDTREnable(bool value) {
     m_dtr = value;
-    if (m_port.isOpen()) m_port.setDataTerminalReady(value);
+    if (m_line.IsOpen()) m_line.SetSignal(TIOCM_DTR, value);
 }
 
 void clsQtSerialControl::SetRTSEnable(bool value) {
     m_rts = value;
-    if (m_port.isOpen()) m_port.setRequestToSend(value);
+    if (m_line.IsOpen()) m_line.SetSignal(TIOCM_RTS, value);
 }
 
-bool clsQtSerialControl::Line(QSerialPort::PinoutSignal signal) const {
-    return m_port.isOpen() && m_port.pinoutSignals().testFlag(signal);
-}
+bool clsQtSerialControl::CDHolding() const { return m_line.IsOpen() && m_line.Signal(TIOCM_CAR); }
+bool clsQtSerialControl::CTSHolding() const { return m_line.IsOpen() && m_line.Signal(TIOCM_CTS); }
+bool clsQtSerialControl::DSRHolding() const { return m_line.IsOpen() && m_line.Signal(TIOCM_DSR); }
 
-std::int32_t clsQtSerialControl::CommID() const {
-    return m_port.isOpen() ? static_cast<std::int32_t>(m_port.handle()) : -1;
-}
+std::int32_t clsQtSerialControl::CommID() const { return m_line.Descriptor(); }
 
 void clsQtSerialControl::Store(const char* bytes, std::size_t count) const {
     m_input.append(bytes, count);
@@ -165,15 +111,15 @@ void clsQtSerialControl::Announce() {
     OnComm.Raise();
 }
 
-// What the kernel holds joins what the loop has delivered; whoever asks need not wait for the loop.
-void clsQtSerialControl::PullIn() const {
-    if (!m_port.isOpen()) return;
-    // As much as lies there now: a line that floods would keep this going for ever.
-    int waiting = 0;
-    if (ioctl(m_port.handle(), FIONREAD, &waiting) != 0 || waiting <= 0) return;
+// The only place that reads the line: the loop comes here when something has arrived, and whoever asks need
+// not wait for the loop. It takes one piece: a line that floods would keep it for ever. False when the line
+// is lost.
+bool clsQtSerialControl::PullIn() const {
+    if (!m_line.IsOpen()) return true;
     std::array<char, 4096> bytes{};
-    const ssize_t count = read(m_port.handle(), bytes.data(), bytes.size());
-    if (count > 0) Store(bytes.data(), static_cast<std::size_t>(count));
+    const auto count = m_line.Read(bytes.data(), bytes.size());
+    if (count && *count > 0) Store(bytes.data(), *count);
+    return count.has_value();
 }
 
 // Whoever sees that something is there takes it and asks again; the kernel is asked when nothing is.
@@ -184,18 +130,19 @@ int clsQtSerialControl::InBufferCount() const {
 
 void clsQtSerialControl::SetInBufferCount(int value) {
     if (value != 0) return;
-    if (m_port.isOpen()) m_port.clear(QSerialPort::Input);
+    if (m_line.IsOpen()) m_line.DropInput();
     m_input.clear();
 }
 
 int clsQtSerialControl::OutBufferCount() const {
-    int waiting = 0;
-    if (!m_port.isOpen() || ioctl(m_port.handle(), TIOCOUTQ, &waiting) != 0) return 0;
-    return waiting + static_cast<int>(m_port.bytesToWrite());
+    return m_line.IsOpen() ? m_line.Unsent() + static_cast<int>(m_unsent.size()) : 0;
 }
 
 void clsQtSerialControl::SetOutBufferCount(int value) {
-    if (value == 0 && m_port.isOpen()) m_port.clear(QSerialPort::Output);
+    if (value != 0) return;
+    m_unsent.clear();
+    AwaitRoom(false);
+    if (m_line.IsOpen()) m_line.DropOutput();
 }
 
 std::string clsQtSerialControl::Input() {
@@ -206,39 +153,51 @@ std::string clsQtSerialControl::Input() {
     return taken;
 }
 
-// Straight to the system: the port's own way there takes another turn of the loop for every frame. What the
-// system does not take at once goes that way.
+// What the system does not take at once follows from the loop, and what is sent meanwhile follows that.
 void clsQtSerialControl::Output(const std::string& bytes) {
-    if (!m_port.isOpen()) return;
-    ssize_t written = 0;
-    if (m_port.bytesToWrite() == 0) written = write(m_port.handle(), bytes.data(), bytes.size());
-    const auto taken = static_cast<std::size_t>(std::max<ssize_t>(written, 0));
-    if (taken == bytes.size()) return;
-    const auto left = static_cast<qint64>(bytes.size() - taken);
-    if (m_port.write(bytes.data() + taken, left) != left) {
-        HandleError(QSerialPort::WriteError);
-        return;
+    if (!m_line.IsOpen()) return;
+    m_unsent += bytes;
+    if (m_room == nullptr) SendOn();
+}
+
+void clsQtSerialControl::SendOn() {
+    while (!m_unsent.empty()) {
+        const auto taken = m_line.Write(m_unsent.data(), m_unsent.size());
+        if (!taken) {
+            Lose();
+            return;
+        }
+        if (*taken == 0) break;
+        m_unsent.erase(0, *taken);
     }
-    m_port.flush();  // what the line does not take now follows from the loop
+    AwaitRoom(!m_unsent.empty());
+}
+
+// Has the loop tell when the line takes more. Ending it may be inside its own signal.
+void clsQtSerialControl::AwaitRoom(bool value) {
+    if (value == (m_room != nullptr)) return;
+    if (value) {
+        m_room = new QSocketNotifier(m_line.Descriptor(), QSocketNotifier::Write);
+        QObject::connect(m_room, &QSocketNotifier::activated, m_room, [this] { SendOn(); });
+    } else {
+        m_room->setEnabled(false);
+        std::exchange(m_room, nullptr)->deleteLater();
+    }
 }
 
 // A line that hung up says so on every turn of the loop until it is closed. The port as such stays open until
 // its user closes it.
-void clsQtSerialControl::HandleError(QSerialPort::SerialPortError error) {
-    const bool lost = error == QSerialPort::ReadError || error == QSerialPort::ResourceError ||
-                      error == QSerialPort::WriteError;
-    if (!lost || !m_open) return;
-    m_port.close();
+void clsQtSerialControl::Lose() {
+    CloseLine();
     m_host.Post([this, opening = std::weak_ptr<bool>(m_opening)] {
         if (!opening.expired()) OnLost.Raise();
     });
 }
 
 bool clsQtSerialControl::FrameErrorsGrew() {
-    serial_icounter_struct counters{};
-    if (!m_countsFrameErrors || !m_port.isOpen() || ioctl(m_port.handle(), TIOCGICOUNT, &counters) != 0)
-        return false;
-    return std::exchange(m_frameErrors, counters.frame) != counters.frame;
+    if (!m_frameErrors || !m_line.IsOpen()) return false;
+    const auto before = std::exchange(m_frameErrors, m_line.FrameErrors());
+    return m_frameErrors && *m_frameErrors != *before;
 }
 
 int clsQtSerialControl::NumberOfCommPorts() const {

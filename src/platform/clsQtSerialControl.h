@@ -1,20 +1,24 @@
 #pragma once
 
-#include <QSerialPort>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "base/clsIHost.h"
 #include "platform/clsPortList.h"
+#include "platform/clsTtyLine.h"
 #include "ports/clsISerialControl.h"
+
+class QSocketNotifier;
 
 /// The serial control over the system's lines: raw bytes, no flow control, exclusive. Built by main; host and
 /// port list outlive it. Bytes are stored where they arrive and announced from the host's loop, so that a
 /// handler may do anything, close the line included.
 class clsQtSerialControl final : public clsSerialControlBase {
   public:
-    clsQtSerialControl(clsIHost& host, const clsPortList& ports);
+    /// Lock files go into `lockFolder`, where other programs on serial lines look for them.
+    clsQtSerialControl(clsIHost& host, const clsPortList& ports, std::string lockFolder = "/var/lock");
     ~clsQtSerialControl() override;
 
     [[nodiscard]] int CommPort() const override { return m_number; }
@@ -22,7 +26,7 @@ class clsQtSerialControl final : public clsSerialControlBase {
     bool SetCommPort(int number) override;
     [[nodiscard]] bool PortOpen() const override { return m_open; }
     void SetPortOpen(bool value) override;
-    [[nodiscard]] std::string LastError() const override { return m_lastError; }
+    [[nodiscard]] PortReason LastFailure() const override { return m_failure; }
     [[nodiscard]] std::string Settings() const override { return m_settings; }
     void SetSettings(const std::string& value) override;
 
@@ -30,9 +34,9 @@ class clsQtSerialControl final : public clsSerialControlBase {
     void SetDTREnable(bool value) override;
     [[nodiscard]] bool RTSEnable() const override { return m_rts; }
     void SetRTSEnable(bool value) override;
-    [[nodiscard]] bool CDHolding() const override { return Line(QSerialPort::DataCarrierDetectSignal); }
-    [[nodiscard]] bool CTSHolding() const override { return Line(QSerialPort::ClearToSendSignal); }
-    [[nodiscard]] bool DSRHolding() const override { return Line(QSerialPort::DataSetReadySignal); }
+    [[nodiscard]] bool CDHolding() const override;
+    [[nodiscard]] bool CTSHolding() const override;
+    [[nodiscard]] bool DSRHolding() const override;
     [[nodiscard]] std::int32_t CommID() const override;
 
     [[nodiscard]] int InBufferCount() const override;
@@ -49,27 +53,31 @@ class clsQtSerialControl final : public clsSerialControlBase {
   private:
     void Open();
     void Close();
+    void CloseLine();
     bool Apply(const std::string& settings);
-    [[nodiscard]] bool Line(QSerialPort::PinoutSignal signal) const;
     void Store(const char* bytes, std::size_t count) const;
-    void PullIn() const;
+    bool PullIn() const;
     void Announce();
-    void HandleError(QSerialPort::SerialPortError error);
+    void SendOn();
+    void AwaitRoom(bool value);
+    void Lose();
     [[nodiscard]] bool FrameErrorsGrew();
 
     clsIHost& m_host;
     const clsPortList& m_ports;
-    mutable QSerialPort m_port;
-    mutable std::string m_input;  // taken from the port, not yet from here
+    mutable clsTtyLine m_line;
+    clsConnection m_readable;
+    QSocketNotifier* m_room = nullptr;  // while the line does not take all that is to be sent
+    std::string m_unsent;
+    mutable std::string m_input;  // taken from the line, not yet from here
     mutable std::vector<std::string> m_names;
     int m_number = 1;
     bool m_open = false;
     mutable bool m_announced = false;  // an event for the stored bytes is on its way
-    bool m_countsFrameErrors = false;
-    int m_frameErrors = 0;
+    std::optional<int> m_frameErrors;
     int m_commEvent = 0;
     std::shared_ptr<bool> m_opening;  // lives as long as the line stays open: a posted event looks for it
-    std::string m_lastError;
+    PortReason m_failure;
     std::string m_settings = "19200,N,8,1";
     bool m_dtr = true;
     bool m_rts = true;

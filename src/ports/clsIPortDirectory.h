@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "ports/PortReason.h"
+
 /// One port of the machine, as it is listed to a person.
 struct PortEntry {
     std::string Name;         ///< "COM5", or a HID device's name
@@ -11,8 +13,9 @@ struct PortEntry {
     std::string Description;  ///< product text, may be empty
     std::string Maker;        ///< may be empty
     std::string Serial;       ///< may be empty
-    bool Access = true;       ///< whether this user may open it
     int OpenError = 0;  ///< the system's error number of the last try to open a HID device; EBUSY: in use
+    bool Access = true;       ///< whether it is there and this user may open it
+    PortReason Reason;        ///< why not, under the port's name
 };
 
 /// The list of ports with what a person wants to know of each. Built by main beside the control it describes.

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "base/clsEvent.h"
+#include "ports/PortReason.h"
 #include "ports/clsIMScomm.h"
 
 /// The platform's serial communications control: one line of the machine at a time, chosen by port number,
@@ -22,11 +23,11 @@ class clsISerialControl {
     /// that it is until it is closed.
     virtual bool SetCommPort(int number) = 0;
     [[nodiscard]] virtual bool PortOpen() const = 0;
-    /// A line that cannot be opened stays closed; LastError then gives the system's reason. Opening raises
+    /// A line that cannot be opened stays closed; LastFailure then tells why. Opening raises
     /// DTR and RTS where the line has them and drops what an earlier opening left in the buffers.
     virtual void SetPortOpen(bool value) = 0;
-    /// The system's reason for the last failure to open, empty when it succeeded.
-    [[nodiscard]] virtual std::string LastError() const = 0;
+    /// What kept the line from being opened last time, no obstacle when it opened.
+    [[nodiscard]] virtual PortReason LastFailure() const = 0;
     /// "19200,N,8,1" at start. A text it rejects (rate 0, bad parity or bits) leaves the former one.
     [[nodiscard]] virtual std::string Settings() const = 0;
     virtual void SetSettings(const std::string& value) = 0;

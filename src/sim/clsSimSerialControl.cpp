@@ -59,6 +59,8 @@ std::vector<PortEntry> clsSimSerialControl::Ports() const {
         entry.Device = "(simulated)";
         entry.Description = state.Data.Description;
         entry.Access = state.Data.Opens;
+        if (!entry.Access) entry.Reason = PortReasons::InUse(/*programs=*/{});
+        entry.Reason.Port = entry.Name;
         ports.push_back(entry);
     }
     return ports;
@@ -86,11 +88,11 @@ void clsSimSerialControl::SetPortOpen(bool value) {
     m_lost = false;
     if (!value) return;
     if (!Plugged(m_number)) {
-        m_lastError = "No such port";
+        m_failure = PortReasons::NotThere({});
     } else if (!m_lines.at(m_number).Data.Opens) {
-        m_lastError = "The port is in use";
+        m_failure = PortReasons::InUse(/*programs=*/{});
     } else {
-        m_lastError.clear();
+        m_failure = {};
         m_open = m_number;
         m_opening = std::make_shared<int>(m_number);
         m_dtr = true;

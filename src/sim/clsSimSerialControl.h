@@ -49,7 +49,7 @@ class clsSimSerialControl final : public clsSerialControlBase, public clsIPortDi
     bool SetCommPort(int number) override;
     [[nodiscard]] bool PortOpen() const override { return m_open != 0; }
     void SetPortOpen(bool value) override;
-    [[nodiscard]] std::string LastError() const override { return m_lastError; }
+    [[nodiscard]] PortReason LastFailure() const override { return m_failure; }
     [[nodiscard]] std::string Settings() const override { return m_settings; }
     void SetSettings(const std::string& value) override;
 
@@ -99,7 +99,7 @@ class clsSimSerialControl final : public clsSerialControlBase, public clsIPortDi
     int m_open = 0;  // the number that is open, 0 for none
     bool m_lost = false;
     std::shared_ptr<int> m_opening;  // its own for each opening: what was posted for a former one falls away
-    std::string m_lastError;
+    PortReason m_failure;
     std::string m_settings = "19200,N,8,1";
     int m_rate = 19200;
 

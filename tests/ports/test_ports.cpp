@@ -4,6 +4,7 @@
 #include <tuple>
 
 #include "base/clsError.h"
+#include "ports/PortReason.h"
 #include "ports/clsCommPorts.h"
 #include "ports/clsMSComm.h"
 #include "support/clsScriptedSerial.h"
@@ -111,6 +112,33 @@ TEST_F(Ports, ANameOfAnotherTransportTakesTheTravellingPropertiesAlong) {
     EXPECT_EQ(ports.CommPort(), "COM2");
     EXPECT_TRUE(ports.IsServed("HID9"));
     EXPECT_FALSE(ports.IsServed("nobody's"));
+}
+
+TEST(PortReason, ARefusalNamesTheNodesOwnGroupAndWhatHelpsThisUser) {
+    const struct {
+        NodeRights rights;
+        const char* said;
+    } rows[] = {
+        {{"root", "dialout", true, false, false, false},
+         "it belongs to the group dialout; add yourself (sudo adduser \"$USER\" dialout) and log in again"},
+        {{"root", "plugdev", true, false, true, false},
+         "it belongs to the group plugdev; you are in that group since you logged in: log out and in again"},
+        {{"root", "tty", true, false, true, true},
+         "the system refuses it although you are in the group tty; if this is a container or sandbox, give "
+         "it "
+         "the device"},
+        {{"root", "tty", true, true, false, false},
+         "the system refuses it even to root; if this is a container or sandbox, give it the device"},
+        {{"root", "root", true, false, false, false},
+         "only root may use it; a udev rule can give it to a group that you are in"},
+        {{"ada", "users", false, false, false, true},
+         "only ada may use it; a udev rule can give it to a group that you are in"},
+    };
+    for (const auto& row : rows) {
+        PortReason reason = PortReasons::Refused("/dev/x", row.rights);
+        reason.Port = "COM1";
+        EXPECT_EQ(reason.Text(), std::string("COM1: no access to /dev/x: ") + row.said);
+    }
 }
 
 }  // namespace

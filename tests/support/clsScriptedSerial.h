@@ -45,7 +45,7 @@ class clsScriptedSerial final : public clsSerialControlBase {
         Set("PortOpen", m_open, value);
         if (m_number == Refused) m_open = false;
     }
-    [[nodiscard]] std::string LastError() const override { return {}; }
+    [[nodiscard]] PortReason LastFailure() const override { return {}; }
     [[nodiscard]] std::string Settings() const override { return m_settings; }
     void SetSettings(const std::string& value) override {
         Calls += "Settings=" + value + ";";
