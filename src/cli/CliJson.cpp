@@ -13,12 +13,21 @@ using Json = nlohmann::ordered_json;
 
 Json Text(const std::string& text) { return CliText::ToUtf8(text); }
 
+Json Reason(const PortReason& reason) {
+    if (reason.Obstacle == PortObstacle::None) return {};
+    return {{"port", Text(reason.Port)},
+            {"obstacle", reason.Word()},
+            {"what", Text(reason.What)},
+            {"why", Text(reason.Why)},
+            {"toDo", Text(reason.ToDo)}};
+}
+
 Json Port(const PortEntry& port) {
     // A file's name is the system's bytes, mostly UTF-8 already.
     return {{"name", Text(port.Name)},   {"alias", port.Alias.empty() ? Json() : Text(port.Alias)},
             {"device", port.Device},     {"description", Text(port.Description)},
             {"maker", Text(port.Maker)}, {"serial", Text(port.Serial)},
-            {"access", port.Access}};
+            {"access", port.Access},     {"reason", Reason(port.Reason)}};
 }
 
 Json Settings(const ZarnInfo& record) {

@@ -10,6 +10,8 @@
 namespace CliJson {
 
 nlohmann::ordered_json Text(const std::string& text);
+/// null without an obstacle.
+nlohmann::ordered_json Reason(const PortReason& reason);
 nlohmann::ordered_json Port(const PortEntry& port);
 /// The settings under their names in the settings file.
 nlohmann::ordered_json Settings(const ZarnInfo& record);

@@ -20,7 +20,7 @@ std::string Dump(const Json& json) {
 }
 
 Json Report(const CliOptions& options, const CliResult& result, const std::string& port, int baud,
-            const clsCliLog& log) {
+            const std::vector<PortReason>& reasons, const clsCliLog& log) {
     Json json;
     const std::string command = CommandName(options.Command);
     json["command"] = command.empty() ? Json() : Json(command);
@@ -29,6 +29,8 @@ Json Report(const CliOptions& options, const CliResult& result, const std::strin
     json["port"] = port.empty() ? Json() : CliJson::Text(port);
     json["baud"] = baud == 0 ? Json() : Json(baud);
     json["result"] = result.Json;
+    json["reasons"] = Json::array();
+    for (const PortReason& reason : reasons) json["reasons"].push_back(CliJson::Reason(reason));
     json["messages"] = Json::array();
     for (const CliMessage& message : log.Messages())
         json["messages"].push_back({{"time", message.Time}, {"text", CliJson::Text(message.Text)}});
@@ -53,6 +55,7 @@ int clsCli::Run(const std::vector<std::string>& arguments) {
     CliResult result;
     std::string port;
     int baud = 0;
+    std::vector<PortReason> reasons;
     const auto run = [&](clsICliPlatform& platform) {
         clsCliRun command(options, platform, m_out, m_err, log);
         m_run = &command;
@@ -60,6 +63,7 @@ int clsCli::Run(const std::vector<std::string>& arguments) {
         result = command.Execute();
         port = command.Port();
         baud = command.Baud();
+        reasons = command.Reasons();
     };
     try {
         if (parsing.Run && !options.Demo) parsing.Text = m_platform.SetPortMap(options.PortMap);
@@ -88,7 +92,7 @@ int clsCli::Run(const std::vector<std::string>& arguments) {
     if (!options.Json) {
         m_out.Write(result.Text);
     } else if (!streamed) {
-        m_out.Write(Dump(Report(options, result, port, baud, log)));
+        m_out.Write(Dump(Report(options, result, port, baud, reasons, log)));
     }
     return WhetherWritten(result.Exit);
 }

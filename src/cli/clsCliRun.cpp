@@ -1,7 +1,6 @@
 #include "cli/clsCliRun.h"
 
 #include <array>
-#include <cerrno>
 #include <cstdint>
 #include <filesystem>
 #include <system_error>
@@ -210,17 +209,14 @@ int clsCliRun::Connect() {
 
 // `name` is the port that was asked for, empty when all were tried.
 void clsCliRun::SayWhyNotOpen(const std::string& name) {
-    bool onHid = false;
-    for (const PortEntry& port : m_comm.HidPorts()) {
-        onHid = onHid || port.Name == name;
-        if (!name.empty() && port.Name != name) continue;
-        if (!port.Access) m_log.Say(modOrvHID::NoAccessText(port));
-        const bool inUse = port.OpenError == EBUSY;
-        if (inUse) m_log.Say(port.Alias + ": in use by another program");
-        if (inUse && !name.empty()) return;
+    m_reasons = m_options.Baud != 0 ? std::vector{m_comm.WhyNotOpen(name)} : m_comm.SearchReasons();
+    bool asked = name.empty();  // a reader was looked for, not only a port tried
+    for (PortReason& reason : m_reasons) {
+        if (!name.empty()) reason.Port = CliText::FromUtf8(m_options.Port);
+        asked = asked || reason.Obstacle == PortObstacle::Silent;
+        m_log.Say(reason.Text());
     }
-    const std::string reason = name.empty() || onHid ? std::string() : m_platform.Serial().LastFailure().Text();
-    m_log.Say(reason.empty() ? "Missing Device" : CliText::FromUtf8(m_options.Port) + ": " + reason);
+    if (asked) m_log.Say("Missing Device");
 }
 
 bool clsCliRun::OpenAtRate(const std::string& name) {
@@ -246,10 +242,12 @@ CliResult clsCliRun::Ports() {
         std::string more = onHid ? port.Name : port.Description;
         if (!port.Maker.empty()) more += (more.empty() ? "" : ", ") + port.Maker;
         if (onHid && !port.Serial.empty()) more += ", serial number " + port.Serial;
-        if (!port.Access) more += more.empty() ? "no access" : " (no access)";
+        const bool there = port.Reason.Obstacle != PortObstacle::NotThere;
+        if (!port.Access)
+            more += std::string(more.empty() ? "(" : " (") + (there ? "no access)" : "not there)");
         if (!more.empty()) line += "  " + CliText::ToUtf8(CliText::Visible(more));
         result.Text += line + "\n";
-        if (!port.Access) m_log.Say(modOrvHID::NoAccessText(port));
+        if (!port.Access) m_log.Say(port.Reason.Text());
     }
     if (result.Text.empty()) m_log.Say("there are no ports");
     return result;

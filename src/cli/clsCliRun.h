@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "base/clsISettingsStore.h"
 #include "cli/CliOptions.h"
@@ -39,6 +40,8 @@ class clsCliRun {
     /// The port that was opened and its rate; empty and 0 when none was. A port without a rate has 0.
     [[nodiscard]] const std::string& Port() const { return m_port; }
     [[nodiscard]] int Baud() const { return m_baud; }
+    /// Why no port could be used, as it was said.
+    [[nodiscard]] const std::vector<PortReason>& Reasons() const { return m_reasons; }
 
   private:
     /// The user's store, which a search does not write to once it is on a port whose name is for this run.
@@ -91,6 +94,7 @@ class clsCliRun {
     bool m_stopped = false;
     std::string m_port;
     int m_baud = 0;
+    std::vector<PortReason> m_reasons;
     bool m_lossTold = false;
     bool m_wrote = false;  // into the reader
 

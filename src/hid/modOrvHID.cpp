@@ -46,15 +46,6 @@ std::string DisplayName(OrvHIDIO& control, const std::string& name) {
     return name + suffix;
 }
 
-std::string NoAccessText(const PortEntry& port) {
-    if (port.Alias.empty()) {
-        return port.Name + ": no access to " + port.Device +
-               "; add yourself to the group dialout and log in again";
-    }
-    return port.Alias + ": no access to " + port.Device +
-           "; put the rule 70-zarn74.rules into /etc/udev/rules.d and plug the reader in again";
-}
-
 std::uint32_t Register(OrvHIDIO& control) {
     Module& module = TheModule();
     module.Controls[++module.LastId] = &control;

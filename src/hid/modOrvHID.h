@@ -3,8 +3,6 @@
 #include <cstdint>
 #include <string>
 
-#include "ports/clsIPortDirectory.h"
-
 class OrvHIDIO;
 
 /// The names of HID devices as a person sees them, and the way of a library call-back to its control. The
@@ -18,8 +16,6 @@ void SetDisplayNameFormat(const std::string& format);
 std::string BareName(const std::string& name);
 /// The name followed by the format with the device's product in it; the name alone where there is none.
 std::string DisplayName(OrvHIDIO& control, const std::string& name);
-/// What a person can do about a port, on USB HID or not, that the system refuses to open.
-std::string NoAccessText(const PortEntry& port);
 
 /// The user data to register for a control; it is never a pointer and is not used twice.
 std::uint32_t Register(OrvHIDIO& control);

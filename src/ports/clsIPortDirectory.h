@@ -13,7 +13,6 @@ struct PortEntry {
     std::string Description;  ///< product text, may be empty
     std::string Maker;        ///< may be empty
     std::string Serial;       ///< may be empty
-    int OpenError = 0;  ///< the system's error number of the last try to open a HID device; EBUSY: in use
     bool Access = true;       ///< whether it is there and this user may open it
     PortReason Reason;        ///< why not, under the port's name
 };

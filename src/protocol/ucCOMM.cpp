@@ -1,6 +1,7 @@
 #include "protocol/ucCOMM.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <utility>
 
 #include "base/clsScopeGuard.h"
@@ -26,6 +27,7 @@ class clsNoProperties final : public clsIPropertyBag {
 ucCOMM::ucCOMM(clsIHost& host, clsISerialControl& serial, clsISettingsStore& store,
                const std::string& application, const CommDevices& devices, bool live)
     : m_host(host),
+      m_serial(serial),
       m_store(store),
       m_live(live),
       m_ports(application),
@@ -111,8 +113,13 @@ std::vector<PortEntry> ucCOMM::HidPorts() const {
         port.Description = control.GetDeviceProduct(device);
         port.Maker = control.GetDeviceManufacturer(device);
         port.Serial = control.GetDeviceSerialNumber(device);
-        port.Access = control.GetDeviceAccess(device) == 0;
-        port.OpenError = control.OpenError(device);
+        const int error = control.GetDeviceAccess(device);
+        port.Access = error == 0;
+        // A device that another program keeps for itself shows only when it is opened.
+        const int openError = control.OpenError(device);
+        if (!port.Access || openError == EBUSY)
+            port.Reason = PortReasons::Hid(port.Device, port.Access ? openError : error);
+        port.Reason.Port = port.Alias;
     }
     return ports;
 }

@@ -138,6 +138,10 @@ class ucCOMM : private clsPacketCutter::clsISink {
     /// The same for one port, at the remembered rate and then the list's.
     bool AutoScanPort(const std::string& pattern, bool noAddress, const std::string& baudRates,
                       const std::string& name);
+    /// Why each port that the last of these searches tried did not give the reader, in the order of trying.
+    [[nodiscard]] const std::vector<PortReason>& SearchReasons() const { return m_searchReasons; }
+    /// Why the port of that name could not be opened just now.
+    [[nodiscard]] PortReason WhyNotOpen(const std::string& name) const;
     /// Before each poll of a scan: poll `number` of at most `count`, for a progress display. May be empty.
     std::function<void(int number, int count)> OnScanStep;
 
@@ -214,8 +218,10 @@ class ucCOMM : private clsPacketCutter::clsISink {
     ScanPlan MakeScanPlan(const std::string& pattern, bool noAddress, const std::string& baudRates) const;
     std::vector<std::string> PortNames() const;
     ScanResult ScanPort(const ScanPlan& plan, const std::string& name, int portsBefore);
+    [[nodiscard]] PortReason Told(PortReason reason, const std::string& name) const;
 
     clsIHost& m_host;
+    clsISerialControl& m_serial;
     clsISettingsStore& m_store;
     const bool m_live;
     clsCommPorts m_ports;
@@ -244,6 +250,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     std::uint32_t m_closings = 0;  // of the port
     std::string m_autoScanReceive;
     std::string m_adapterName;
+    std::vector<PortReason> m_searchReasons;
     std::string m_lostPort;      // reported by the open line itself; its removal notice is still to come
     std::uint32_t m_lostAt = 0;  // when
 

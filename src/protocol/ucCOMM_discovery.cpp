@@ -55,25 +55,49 @@ std::vector<std::string> ucCOMM::PortNames() const {
     return names;
 }
 
+PortReason ucCOMM::Told(PortReason reason, const std::string& name) const {
+    reason.Port = name;
+    for (const PortEntry& port : HidPorts())
+        if (port.Name == name) reason.Port = port.Alias;
+    return reason;
+}
+
+PortReason ucCOMM::WhyNotOpen(const std::string& name) const {
+    PortReason reason = PortReasons::NotThere({});
+    if (m_ports.CommPort() == name) {
+        const bool onHid = m_hid && &m_ports.PortInUse() == &m_hid->Port;
+        if (!onHid) reason = m_serial.LastFailure();
+        for (const PortEntry& port : HidPorts())
+            if (onHid && port.Name == name) reason = port.Reason;
+        if (reason.Obstacle == PortObstacle::None) reason = PortReasons::Failed(name, {});
+    }
+    return Told(reason, name);
+}
+
 bool ucCOMM::AutoScan(const std::string& pattern, bool noAddress, const std::string& baudRates) {
     const std::string lastPort = m_store.GetSetting(pattern, "LastCommPort", "COM1");
     std::vector<std::string> names = PortNames();
-    std::erase(names, lastPort);
+    // A port that never had a reader and is not there is nothing to tell of.
+    const bool known =
+        std::erase(names, lastPort) > 0 || !m_store.GetSetting(pattern, "LastCommPort", "").empty();
     names.insert(names.begin(), lastPort);
     ScanPlan plan = MakeScanPlan(pattern, noAddress, baudRates);
     plan.Ports = static_cast<int>(names.size());
+    m_searchReasons.clear();
     for (int i = 0; i < plan.Ports; ++i) {
         switch (ScanPort(plan, names[static_cast<std::size_t>(i)], /*portsBefore=*/i)) {
             case ScanResult::Found: return true;
             case ScanResult::Cancelled: return false;
             case ScanResult::NotFound: break;
         }
+        if (i == 0 && !known) m_searchReasons.clear();
     }
     return false;
 }
 
 bool ucCOMM::AutoScanPort(const std::string& pattern, bool noAddress, const std::string& baudRates,
                           const std::string& name) {
+    m_searchReasons.clear();
     return ScanPort(MakeScanPlan(pattern, noAddress, baudRates), name, /*portsBefore=*/0) ==
            ScanResult::Found;
 }
@@ -81,9 +105,11 @@ bool ucCOMM::AutoScanPort(const std::string& pattern, bool noAddress, const std:
 ucCOMM::ScanResult ucCOMM::ScanPort(const ScanPlan& plan, const std::string& name, int portsBefore) {
     if (!m_live || name.empty() || !m_ports.IsServed(name)) return ScanResult::NotFound;
     SetCommPort(name);
-    if (m_ports.CommPort() != name) return ScanResult::NotFound;
-    SetPortOpen(true);
-    if (!PortOpen()) return ScanResult::NotFound;
+    if (m_ports.CommPort() == name) SetPortOpen(true);
+    if (!PortOpen()) {
+        m_searchReasons.push_back(WhyNotOpen(name));
+        return ScanResult::NotFound;
+    }
 
     const clsScopeGuard restore([this, former = m_orvNetTimeout] { m_orvNetTimeout = former; });
     m_orvNetTimeout = scanTimeout;
@@ -106,6 +132,8 @@ ucCOMM::ScanResult ucCOMM::ScanPort(const ScanPlan& plan, const std::string& nam
         }
         if (!bauds) break;
     }
+    m_searchReasons.push_back(
+        Told(PortOpen() ? PortReasons::Silent(bauds) : PortReasons::NotThere({}), name));
     SetPortOpen(false);
     return Cancelled(plan.Generation) ? ScanResult::Cancelled : ScanResult::NotFound;
 }

@@ -12,7 +12,6 @@
 #include <QScreen>
 #include <QShortcut>
 
-#include "hid/modOrvHID.h"
 #include "platform/QtText.h"
 #include "ui_frmMain.h"
 #include "widgets/clsElidedLabel.h"
@@ -162,7 +161,7 @@ void frmMain::ConnectButtons() {
         connect(button, &QPushButton::clicked, this, [this, what, run] { Run(what, run); });
     };
     flow(m_ui->cmdAutoScan, tr("Looking for a reader"), [this] {
-        if (m_flows.AutoScan() == FlowResult::Failed && !m_parts.Comm.PortOpen()) TellNoAccess();
+        if (m_flows.AutoScan() == FlowResult::Failed && !m_parts.Comm.PortOpen()) TellReasons();
     });
     flow(m_ui->cmdShowZarn74, tr("Reading"), [this] { m_flows.Read(); });
     flow(m_ui->cmdApply, tr("Writing"), [this] { m_flows.Apply(); });
@@ -304,13 +303,10 @@ void frmMain::SaveLog() {
                : tr("The log could not be saved to %1.").arg(path));
 }
 
-/// A reader may be there and not be found because the user may not open its port.
-void frmMain::TellNoAccess() {
-    std::vector<PortEntry> ports = m_parts.Ports.Ports();
-    for (PortEntry& reader : m_parts.Comm.HidPorts()) ports.push_back(std::move(reader));
+/// A reader may be there and not be found: what each port said.
+void frmMain::TellReasons() {
     QStringList lines;
-    for (const PortEntry& port : ports)
-        if (!port.Access) lines += QtText::ToQString(modOrvHID::NoAccessText(port));
+    for (const PortReason& reason : m_parts.Comm.SearchReasons()) lines += QtText::ToQString(reason.Text());
     if (!lines.isEmpty()) Note(lines.join('\n'));
 }
 

@@ -119,7 +119,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     void Run(const QString& what, const std::function<void()>& flow);
     void SaveLog();
     void Note(const QString& text);
-    void TellNoAccess();
+    void TellReasons();
     void ShowState();
     QString ChooseFile(const QString& suggested, bool save, const QString& filter);
     [[nodiscard]] bool Suppressed() const { return m_suppress != 0; }

@@ -88,6 +88,18 @@ TEST_F(clsCliTest, TheReaderIsFoundOrItIsSaidWhyNot) {
         EXPECT_EQ(Said(), row.said) << row.line;
     }
     EXPECT_EQ(store.GetSetting("Zarn*", "LastCommPort", ""), "COM1");
+
+    serial.Unplug(1);
+    EXPECT_EQ(Run("info"), 3);
+    EXPECT_EQ(err.Text.substr(err.Text.find("zarn74ctl")),
+              "zarn74ctl: COM1: it is not there; plug it in\n"
+              "zarn74ctl: COM2: no reader answered at any speed; check cable and power\n"
+              "zarn74ctl: COM3: in use by another program; close that program\n"
+              "zarn74ctl: Missing Device\n");
+    store.Values.clear();  // COM1 stands for "none yet" now
+    EXPECT_EQ(Run("scan"), 3);
+    EXPECT_EQ(err.Text.find("COM1"), err.Text.npos);
+    serial.Replug(1);
     EXPECT_EQ(Run("ports"), 0);
     EXPECT_EQ(Lines(out.Text).size(), 3u);
     EXPECT_NE(out.Text.find("Caf\xC3\xA9"), std::string::npos);

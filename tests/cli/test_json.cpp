@@ -66,7 +66,8 @@ TEST_F(clsCliTest, EveryRunPrintsOneObjectOfTheSchema) {
         {"write file", 0, "write", R"(/port = "COM1")"},
         {"default none", 1, "default", R"(/messages/0/text = "Open Zarn74 Default Info From File NG!")"},
         {"test-eeprom --yes", 0, "test-eeprom", "/result/passed = true"},
-        {"--port COM2 read", 3, "read", "/result = null"},
+        {"--port COM2 read", 3, "read", R"(/reasons/0/obstacle = "silent")"},
+        {"ports", 0, "ports", R"(/result/2/reason/what = "in use by another program")"},
         {"nonsense", 2, nullptr, "/command = null"},
     };
     for (const auto& row : rows) {

@@ -294,7 +294,7 @@ TEST_F(Programs, AReaderOnHidIsFoundByEachOfItsNamesOrItIsSaidWhyNot) {
         cut -d';' -f1 err
         for name in hid1 '\\?\HID#vid_2e91&pid_0005#1-1:1.0' ./virtual/hidraw1 hidraw1 HID2 HID3; do
             zarn74ctl demo --hid --port $name --baud 19200 get 1 2>err >out
-            echo $? $(grep -c 'no access' err) $(tail -n 1 err | cut -d- -f2)
+            echo $? $(grep -c 'no access' err) $(tail -n 1 err | cut -d';' -f1 | cut -d- -f2)
         done)sh",
                R"(
 HID1    virtual/hidraw1  \\?\hid#vid_2e91&pid_0005#1-1:1.0 (Tarka USB Adapter), Fabé, serial number 7
@@ -304,7 +304,7 @@ zarn74ctl: HID2: no access to virtual/hidraw2
 0 0 GetRegister OK
 0 0 GetRegister OK
 0 0 GetRegister OK
-3 1 zarn74ctl: Missing Device
+3 1 zarn74ctl: HID2: no access to virtual/hidraw2
 3 0 zarn74ctl: HID3: there is no such port
 )");
 }
