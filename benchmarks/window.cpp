@@ -85,10 +85,9 @@ int Log(int lines, int pause) {
 
 /// The window on a serial control.
 struct Program {
-    Program(clsQtHost& host, clsISerialControl& serial, const clsIPortDirectory& ports,
-            clsISettingsStore& store)
+    Program(clsQtHost& host, clsISerialControl& serial, clsISettingsStore& store)
         : Comm(host, serial, store, "benchmark"),
-          Window({host, Comm, Settings, Files, store, ports, KeyNames}, {"", "", DefaultFile},
+          Window({host, Comm, Settings, Files, store, KeyNames}, {"", "", DefaultFile},
                  /*bench=*/true) {
         Window.OnMessageBox = [](const QString& text) { std::fprintf(stderr, "%s\n", qPrintable(text)); };
         Window.show();
@@ -124,7 +123,7 @@ int Gaps(bool paced) {
     line.Paced = paced;
     if (paced) line.OnlyBaud = reader.LineSpeed();
     serial.AddLine(1, line);
-    Program program(host, serial, serial, store);
+    Program program(host, serial, store);
 
     QElapsedTimer since;
     double waited = 0;
@@ -171,7 +170,7 @@ int Read(const std::string& device) {
     clsPortList ports(store);
     const std::string name = ports.AddDevice(device);
     clsQtSerialControl serial(host, ports);
-    Program program(host, serial, ports, store);
+    Program program(host, serial, store);
     program.Comm.SetCommPort(name);
     program.Comm.SetPortOpen(true);
     program.Window.Flows().ButtonsEnable(true);

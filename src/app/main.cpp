@@ -216,7 +216,7 @@ int Main(int argc, char** argv) {
         clsDeviceNotices notices(host, ports);
         clsHidReaders readers(clsHidReaders::Library::Real);
         ucCOMM comm(host, serial, store, applicationName, readers.Devices(&notices));
-        return Open({host, comm, settings, files, store, ports, keyNames}, options, nullptr);
+        return Open({host, comm, settings, files, store, keyNames}, options, nullptr);
     }
 
     clsMemoryStore store;
@@ -241,7 +241,7 @@ int Main(int argc, char** argv) {
     QObject::connect(panel, &clsDemoPanel::PacedChanged,
                      [&onSerial](bool paced) { onSerial.SetPaced(paced); });
     ucCOMM comm(host, onSerial.Serial(), store, applicationName, readers.Devices(&onSerial.Notices()));
-    return Open({host, comm, settings, files, store, onSerial.Serial(), keyNames}, options, panel);
+    return Open({host, comm, settings, files, store, keyNames}, options, panel);
 }
 
 }  // namespace

@@ -36,6 +36,11 @@ std::string BothWays(int number, int digits) {
     return std::to_string(number) + " (0x" + modText::Hex(static_cast<std::uint32_t>(number), digits) + ")";
 }
 
+std::string Shortly(PortObstacle obstacle) {
+    if (obstacle == PortObstacle::NotThere) return "not there";
+    return obstacle == PortObstacle::InUse ? "in use" : "no access";
+}
+
 // Whether two names, of which neither need exist, mean one file.
 bool SameFile(const std::string& one, const std::string& other) {
     const auto resolved = [](const std::string& name) {
@@ -242,9 +247,7 @@ CliResult clsCliRun::Ports() {
         std::string more = onHid ? port.Name : port.Description;
         if (!port.Maker.empty()) more += (more.empty() ? "" : ", ") + port.Maker;
         if (onHid && !port.Serial.empty()) more += ", serial number " + port.Serial;
-        const bool there = port.Reason.Obstacle != PortObstacle::NotThere;
-        if (!port.Access)
-            more += std::string(more.empty() ? "(" : " (") + (there ? "no access)" : "not there)");
+        if (!port.Access) more += (more.empty() ? "(" : " (") + Shortly(port.Reason.Obstacle) + ")";
         if (!more.empty()) line += "  " + CliText::ToUtf8(CliText::Visible(more));
         result.Text += line + "\n";
         if (!port.Access) m_log.Say(port.Reason.Text());

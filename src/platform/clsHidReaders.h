@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hid/clsHidLibraryApi.h"
+#include "platform/PortAccess.h"
 #include "platform/clsLibraryLoader.h"
 #include "protocol/CommDevices.h"
 
@@ -24,7 +25,10 @@ class clsHidReaders {
     [[nodiscard]] clsILibraryLoader& Loader() { return m_loader; }
     /// For the comm control's constructor. `notices` tells of serial ports that come and go, null where
     /// nothing does.
-    [[nodiscard]] CommDevices Devices(clsIDeviceNotices* notices) { return {&m_loader, &m_api, notices}; }
+    [[nodiscard]] CommDevices Devices(clsIDeviceNotices* notices) {
+        return {&m_loader, &m_api, notices,
+                [](const std::string& device) { return PortAccess::ProgramsUsing(device); }};
+    }
 
   private:
     clsLibraryLoader m_loader;

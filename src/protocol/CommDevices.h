@@ -1,5 +1,8 @@
 #pragma once
 
+#include <functional>
+#include <string>
+
 #include "hid/clsIHidApi.h"
 #include "hid/clsILibraryLoader.h"
 #include "protocol/clsIDeviceNotices.h"
@@ -9,4 +12,6 @@ struct CommDevices {
     clsILibraryLoader* Loader = nullptr;  ///< with Hid: readers on USB HID
     clsIHidApi* Hid = nullptr;
     clsIDeviceNotices* Notices = nullptr;  ///< serial ports that come and go
+    /// Names the programs that have a device file open, as far as this user may know; may be empty.
+    std::function<std::string(const std::string& device)> ProgramsUsing = {};
 };

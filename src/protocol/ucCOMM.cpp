@@ -1,7 +1,6 @@
 #include "protocol/ucCOMM.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <utility>
 
 #include "base/clsScopeGuard.h"
@@ -29,6 +28,7 @@ ucCOMM::ucCOMM(clsIHost& host, clsISerialControl& serial, clsISettingsStore& sto
     : m_host(host),
       m_serial(serial),
       m_store(store),
+      m_programsUsing(devices.ProgramsUsing),
       m_live(live),
       m_ports(application),
       m_timerOnPacket(host, packetTime,
@@ -116,9 +116,10 @@ std::vector<PortEntry> ucCOMM::HidPorts() const {
         const int error = control.GetDeviceAccess(device);
         port.Access = error == 0;
         // A device that another program keeps for itself shows only when it is opened.
-        const int openError = control.OpenError(device);
-        if (!port.Access || openError == EBUSY)
-            port.Reason = PortReasons::Hid(port.Device, port.Access ? openError : error);
+        const int reason = error != 0 ? error : control.OpenError(device);
+        if (reason != 0) port.Reason = PortReasons::Hid(port.Device, reason);
+        if (port.Reason.Obstacle == PortObstacle::InUse && m_programsUsing)
+            port.Reason = PortReasons::InUse(m_programsUsing(port.Device));
         port.Reason.Port = port.Alias;
     }
     return ports;

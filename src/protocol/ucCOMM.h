@@ -223,6 +223,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     clsIHost& m_host;
     clsISerialControl& m_serial;
     clsISettingsStore& m_store;
+    std::function<std::string(const std::string& device)> m_programsUsing;
     const bool m_live;
     clsCommPorts m_ports;
     clsMSComm m_msComm;

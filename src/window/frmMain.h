@@ -9,7 +9,6 @@
 
 #include "base/clsIFiles.h"
 #include "base/clsISettingsStore.h"
-#include "ports/clsIPortDirectory.h"
 #include "window/clsTextFMT.h"
 #include "window/logic/clsReaderFlows.h"
 
@@ -38,7 +37,6 @@ struct WindowParts {
     modZarn74& Settings;
     clsIFiles& Files;
     clsISettingsStore& Store;  ///< keeps window size, splitter and last folder
-    const clsIPortDirectory& Ports;
     const modKeyboard& KeyNames;
 };
 

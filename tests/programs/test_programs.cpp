@@ -289,23 +289,27 @@ zarn74ctl: Language=5: no list has this value
 
 TEST_F(Programs, AReaderOnHidIsFoundByEachOfItsNamesOrItIsSaidWhyNot) {
     ExpectSaid(R"sh(
-        export ORVBUS_DEVICES='tarka maker=Fab%E9 serial=7;reader access=13'
+        export ORVBUS_DEVICES='tarka maker=Fab%E9 serial=7;reader access=13;reader access=16'
+        mkdir virtual
+        sleep 20 5>virtual/hidraw3 &
         zarn74ctl demo --hid ports 2>err
-        cut -d';' -f1 err
-        for name in hid1 '\\?\HID#vid_2e91&pid_0005#1-1:1.0' ./virtual/hidraw1 hidraw1 HID2 HID3; do
+        cut -d';' -f1 err | sed 's/[0-9]*)$/N)/'
+        for name in hid1 '\\?\HID#vid_2e91&pid_0005#1-1:1.0' ./virtual/hidraw1 hidraw1 HID2 HID4; do
             zarn74ctl demo --hid --port $name --baud 19200 get 1 2>err >out
             echo $? $(grep -c 'no access' err) $(tail -n 1 err | cut -d';' -f1 | cut -d- -f2)
         done)sh",
                R"(
 HID1    virtual/hidraw1  \\?\hid#vid_2e91&pid_0005#1-1:1.0 (Tarka USB Adapter), Fabé, serial number 7
 HID2    virtual/hidraw2  \\?\hid#vid_2e91&pid_0005#1-2:1.0 (Zarn74), Simulated, serial number 0001 (no access)
+HID3    virtual/hidraw3  \\?\hid#vid_2e91&pid_0005#1-3:1.0 (Zarn74), Simulated, serial number 0001 (in use)
 zarn74ctl: HID2: no access to virtual/hidraw2
+zarn74ctl: HID3: in use by another program: sleep (process N)
 0 0 GetRegister OK
 0 0 GetRegister OK
 0 0 GetRegister OK
 0 0 GetRegister OK
 3 1 zarn74ctl: HID2: no access to virtual/hidraw2
-3 0 zarn74ctl: HID3: there is no such port
+3 0 zarn74ctl: HID4: there is no such port
 )");
 }
 

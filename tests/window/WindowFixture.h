@@ -30,7 +30,7 @@ struct clsWindowTest : testing::Test, ReaderWorld {
     }
     void Start(bool bench = false) {
         window.reset();
-        window = std::make_unique<frmMain>(WindowParts{host, comm, module, disk, store, serial, keyNames},
+        window = std::make_unique<frmMain>(WindowParts{host, comm, module, disk, store, keyNames},
                                            WindowFiles{"start", "start", "Default.ini"}, bench);
         window->OnMessageBox = [this](const QString& text) { boxes += text.toStdString(); };
         window->OnFileDialog = [this](const QString&, bool, const QString& filter) {

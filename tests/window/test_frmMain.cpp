@@ -38,8 +38,10 @@ TEST_F(clsMainTest, AStartUpFileThatCannotBeWrittenHoldsTheWindowOnce) {
     EXPECT_TRUE(Shown("labNotice").starts_with("The settings shown could not be saved to start."));
     EXPECT_TRUE(Find<QWidget>("fraNotice").isVisible());
     serial.Unplug(1);
+    serial.AddLine(2, {});
     Click("cmdAutoScan");  // the work goes on
     EXPECT_EQ(boxes, "Missing Device");
+    EXPECT_EQ(Shown("labNotice"), "COM2: no reader answered at any speed; check cable and power");
     EXPECT_FALSE(window->close());
     EXPECT_TRUE(window->close());
 }
