@@ -47,7 +47,7 @@ void clsQtSerialControl::Open() {
     SetRTSEnable(true);
     m_frameErrors = m_line.FrameErrors();
     m_readable = m_host.WatchDescriptor(m_line.Descriptor(), [this] {
-        if (!PullIn() || (m_input.empty() && m_line.HungUp())) Lose();
+        if (!PullIn()) Lose();
     });
 }
 

@@ -111,8 +111,9 @@ std::optional<std::size_t> clsTtyLine::Outcome(std::ptrdiff_t count) const {
         if (errno == EAGAIN || errno == EINTR) return 0;
         if (errno == EIO || errno == ENXIO || errno == ENODEV) return {};
     }
-    if (HungUp()) return {};
-    return 0;
+    pollfd line{m_fd, 0, 0};
+    const bool lost = poll(&line, 1, /*timeout=*/0) > 0 && (line.revents & (POLLHUP | POLLERR)) != 0;
+    return lost ? std::nullopt : std::optional<std::size_t>(0);
 }
 
 std::optional<std::size_t> clsTtyLine::Read(char* bytes, std::size_t size) {
@@ -121,11 +122,6 @@ std::optional<std::size_t> clsTtyLine::Read(char* bytes, std::size_t size) {
 
 std::optional<std::size_t> clsTtyLine::Write(const char* bytes, std::size_t size) {
     return Outcome(write(m_fd, bytes, size));
-}
-
-bool clsTtyLine::HungUp() const {
-    pollfd line{m_fd, 0, 0};
-    return poll(&line, 1, /*timeout=*/0) > 0 && (line.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
 }
 
 void clsTtyLine::DropInput() { ioctl(m_fd, TCFLSH, TCIFLUSH); }

@@ -35,7 +35,6 @@ class clsTtyLine {
     /// lost. That nothing is there is no loss, however the system says it.
     std::optional<std::size_t> Read(char* bytes, std::size_t size);
     std::optional<std::size_t> Write(const char* bytes, std::size_t size);
-    [[nodiscard]] bool HungUp() const;
     void DropInput();
     void DropOutput();
     /// Bytes that the system has taken and not sent yet.
