@@ -2,14 +2,28 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 
 /// A file being read from its start to its end. Closed when destroyed.
 class clsIFileReader {
   public:
     virtual ~clsIFileReader() = default;
-    /// Up to `count` bytes into `to`; the number read, 0 at the end of the file or when reading fails.
-    virtual std::size_t Read(char* to, std::size_t count) = 0;
+    /// Up to `count` bytes into `to`; the number read, 0 at the end of the file, nothing when reading fails.
+    virtual std::optional<std::size_t> Read(char* to, std::size_t count) = 0;
+    /// All that is left of it, but no more than `limit` bytes; nothing when reading fails.
+    std::optional<std::string> ReadUpTo(std::size_t limit) {
+        std::string content(limit, '\0');
+        std::size_t size = 0;
+        while (size < limit) {
+            const auto count = Read(content.data() + size, limit - size);
+            if (!count) return std::nullopt;
+            if (*count == 0) break;
+            size += *count;
+        }
+        content.resize(size);
+        return content;
+    }
 };
 
 /// The file system, as far as settings files need it: read piece by piece, replaced as a whole. Names are the

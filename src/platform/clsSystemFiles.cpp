@@ -32,12 +32,13 @@ class clsDescriptor {
 class clsFileReader final : public clsIFileReader {
   public:
     explicit clsFileReader(int fd) : m_file(fd) {}
-    std::size_t Read(char* to, std::size_t count) override {
+    std::optional<std::size_t> Read(char* to, std::size_t count) override {
         ssize_t got = 0;
         do {
             got = read(m_file.Get(), to, count);
         } while (got < 0 && errno == EINTR);
-        return got < 0 ? 0 : static_cast<std::size_t>(got);
+        if (got < 0) return std::nullopt;
+        return static_cast<std::size_t>(got);
     }
 
   private:

@@ -1,23 +1,17 @@
 #include "sim/SimImage.h"
 
 #include <algorithm>
-#include <array>
 
 std::string LoadSimImage(clsIFiles& files, const std::string& name, clsSimReader& reader) {
     const auto file = files.OpenFile(name);
-    if (file == nullptr) return "cannot read the memory image " + name;
-    std::array<char, clsSimReader::registerCount + 1> bytes{};
-    std::size_t count = 0;
-    while (count < bytes.size()) {
-        const std::size_t more = file->Read(bytes.data() + count, bytes.size() - count);
-        if (more == 0) break;
-        count += more;
-    }
+    const auto bytes = file ? file->ReadUpTo(clsSimReader::registerCount + 1) : std::nullopt;
+    if (!bytes) return "cannot read the memory image " + name;
+    const std::size_t count = bytes->size();
     if (count != clsSimReader::registerCount) {
         const std::string size = count > clsSimReader::registerCount ? "more" : std::to_string(count);
         return "a memory image has 512 bytes, " + name + " has " + size;
     }
-    std::copy_n(bytes.begin(), clsSimReader::registerCount, reader.Registers.begin());
+    std::copy_n(bytes->begin(), clsSimReader::registerCount, reader.Registers.begin());
     reader.PowerUp();
     return {};
 }

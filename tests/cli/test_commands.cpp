@@ -135,6 +135,7 @@ TEST_F(clsCliTest, WhatWasReadIsASettingsFileThatWritesBackNothing) {
 
     files.Contents["odd"] = "[General]\nBaudrate=9600\n";
     files.Contents["bad"] = "[General]\r\nPrefix=a\r\nLanguage=999\r\n";
+    files.Contents["marked"] = "\xEF\xBB\xBF[General]\r\nBaudrate=9600\r\n";
     files.Refuse = true;
     const struct {
         const char* line;
@@ -144,6 +145,7 @@ TEST_F(clsCliTest, WhatWasReadIsASettingsFileThatWritesBackNothing) {
         {"dump -o file", {"Save Dump To File NG", "file: Refused"}},
         {"write missing", {"Open Device Info From File NG!", "missing: No such file"}},
         {"default missing", {"Open Zarn74 Default Info From File NG!", "missing: No such file"}},
+        {"write marked", {"the file begins with a byte-order mark; save it without one (UTF-8)"}},
         {"default odd", {"no settings found in this file; lines must end in CR LF"}},
         {"write bad",
          {"Language=999: not a number from 0 to 255", "Open Device Info From File OK!", "Write NG"}},

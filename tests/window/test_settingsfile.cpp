@@ -81,8 +81,26 @@ TEST_F(FileFixture, AnyOtherFileOnlyEmptiesTheTableAndAMissingOneNothing) {
         record.Convert = RecordOf(unusual).Convert;
         EXPECT_EQ(TextOf(record), TextOf(RecordOf(unusual))) << text;
     }
-    EXPECT_FALSE(file.OpenInfoFile("missing", record, autoRead, knownKey));
-    EXPECT_EQ(TextOf(record), TextOf(RecordOf(unusual)));
+    disk.Contents["f"] = "[General]\r\nBaudrate=4800\r\nAutoRead=1\r\n";
+    disk.BreakAt = 30;  // behind a whole line
+    for (const char* name : {"missing", "f"}) {
+        EXPECT_FALSE(file.OpenInfoFile(name, record, autoRead, knownKey)) << name;
+        EXPECT_EQ(TextOf(record, autoRead), TextOf(RecordOf(unusual))) << name;
+    }
+    EXPECT_FALSE(file.KeepBackup("f"));
+}
+
+TEST_F(FileFixture, AByteOrderMarkIsNamed) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"\xEF\xBB\xBF[General]\r\nBaudrate=4800\r\n", "UTF-8"},
+        {std::string("\xFF\xFE[\0", 4), "UTF-16"},
+        {std::string("\xFE\xFF\0[", 4), "UTF-16"},
+        {"\xEF\xBB", ""},
+        {"[General]\r\nPrefix=\xEF\xBB\xBF\r\n", ""}};
+    for (const auto& [text, mark] : rows) {
+        Open(text);
+        EXPECT_EQ(file.ByteOrderMark(), mark) << text;
+    }
 }
 
 TEST_F(FileFixture, WhatIsOddIsFoundLineByLineAndWhatIsMadeUpForIsNot) {

@@ -16,6 +16,7 @@ constexpr int cardPause = 50;                   // ms until a reader that has se
 constexpr const char* testCancelCaption = "Cancel";
 
 constexpr const char* nothingKnownNotice = "no settings found in this file; lines must end in CR LF";
+constexpr const char* byteOrderMarkNotice = "the file begins with a byte-order mark; save it without one";
 constexpr const char* tableEmptiedNotice = "the file has no conversion table: the reader's table is emptied";
 constexpr const char* noRowsNotice = "the file has no conversion table: the table shown is empty now";
 constexpr const char* lostCRNotice =
@@ -302,7 +303,7 @@ bool clsReaderFlows::CheckSettings(const std::string& name, const WriteTexts& te
         return false;
     }
     if (!content.KnownKey) {
-        ShowNotices({nothingKnownNotice}, content.Findings);
+        ShowNotices({FormNotice(/*knownKey=*/false)}, content.Findings);
         return false;
     }
     if (!texts.KeepPadding) TrimSerials(looked);
@@ -359,6 +360,13 @@ FlowResult clsReaderFlows::TestEeprom() {
 
 // -- files --------------------------------------------------------------------------------------------------
 
+// What is wrong with the form of the file that was opened last; a mark is why nothing in it is known.
+std::string clsReaderFlows::FormNotice(bool knownKey) const {
+    const std::string mark = m_files.ByteOrderMark();
+    if (!mark.empty()) return std::string(byteOrderMarkNotice) + " (" + mark + ")";
+    return knownKey ? "" : nothingKnownNotice;
+}
+
 bool clsReaderFlows::OpenRecord(const std::string& name, FileContent& content) {
     ZarnForm form;
     const bool controls = m_view.ReadForm(form);
@@ -366,7 +374,8 @@ bool clsReaderFlows::OpenRecord(const std::string& name, FileContent& content) {
     if (!m_files.OpenInfoFile(name, m_record, form.AutoRead, content.KnownKey, &content.Findings))
         return false;
     if (controls) m_view.ShowForm(form);
-    if (!content.KnownKey) content.Notes.push_back(nothingKnownNotice);
+    if (const std::string notice = FormNotice(content.KnownKey); !notice.empty())
+        content.Notes.push_back(notice);
     if (hadRows && !HasRows(m_record)) content.Notes.push_back(noRowsNotice);
     return true;
 }
@@ -436,9 +445,9 @@ FlowResult clsReaderFlows::CheckSaveFile(const std::string& name) {
 
 void clsReaderFlows::OpenStartupFile(const std::string& name) {
     FileContent content;
-    if (!OpenRecord(name, content)) return;
+    const bool opened = OpenRecord(name, content);
     ShowNotices(content.Notes);
-    const bool shown = ShowZarn74();
+    const bool shown = opened && ShowZarn74();
     m_unshownFile = content.KnownKey && shown ? std::string() : name;
 }
 

@@ -142,6 +142,7 @@ class clsReaderFlows {
     bool CheckSettings(const std::string& name, const WriteTexts& texts);
     FlowResult WriteOver(const std::string& name, const WriteTexts& texts);
     bool ReadCard(bool reportEmpty);
+    [[nodiscard]] std::string FormNotice(bool knownKey) const;
     bool OpenRecord(const std::string& name, FileContent& content);
     bool SaveRecord(const std::string& name);
     void ShowCommPortInfo();

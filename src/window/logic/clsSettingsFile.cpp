@@ -70,6 +70,11 @@ std::string WithoutCR(std::string text) {
 
 std::string FlagWord(Flag flag) { return flag ? "True" : "False"; }
 
+std::string_view MarkOf(std::string_view bytes) {
+    if (bytes.starts_with("\xEF\xBB\xBF")) return "UTF-8";
+    return bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF") ? "UTF-16" : "";
+}
+
 class clsTextMaker {
   public:
     void Line(std::string_view key, std::string_view value) {
@@ -251,16 +256,24 @@ void clsSettingsParser::Find(const SettingsFinding& finding) {
 
 bool clsSettingsFile::OpenInfoFile(const std::string& name, ZarnInfo& record, bool& autoRead, bool& knownKey,
                                    std::vector<SettingsFinding>* findings) {
+    m_mark.clear();
     const auto reader = m_files.OpenFile(name);
     if (!reader) return false;
-    clsSettingsParser parser(record, autoRead);
+    ZarnInfo read = record;
+    bool readAutoRead = autoRead;
+    clsSettingsParser parser(read, readAutoRead);
     std::string chunk(chunkSize, '\0');
-    while (!parser.Finished()) {
-        const std::size_t count = reader->Read(chunk.data(), chunk.size());
-        if (count == 0) break;
-        parser.Feed(std::string_view(chunk).substr(0, count));
+    for (bool first = true; !parser.Finished(); first = false) {
+        const auto count = reader->Read(chunk.data(), chunk.size());
+        if (!count) return false;
+        if (*count == 0) break;
+        const auto bytes = std::string_view(chunk).substr(0, *count);
+        if (first) m_mark = MarkOf(bytes);
+        parser.Feed(bytes);
     }
     parser.End();
+    record = read;
+    autoRead = readAutoRead;
     knownKey = parser.KnownKey();
     if (findings != nullptr) *findings = parser.Findings();
     return true;
@@ -310,14 +323,7 @@ bool clsSettingsFile::SaveInfoFile(const std::string& name, const ZarnInfo& reco
 bool clsSettingsFile::KeepBackup(const std::string& name) {
     const auto reader = m_files.OpenFile(name);
     if (!reader) return true;
-    std::string content(backupLimit + 1, '\0');
-    std::size_t size = 0;
-    while (size < content.size()) {
-        const std::size_t count = reader->Read(content.data() + size, content.size() - size);
-        if (count == 0) break;
-        size += count;
-    }
-    if (size > backupLimit) return false;
-    content.resize(size);
-    return m_files.ReplaceFile(name + ".bak", content);
+    const auto content = reader->ReadUpTo(backupLimit + 1);
+    if (!content || content->size() > backupLimit) return false;
+    return m_files.ReplaceFile(name + ".bak", *content);
 }

@@ -61,14 +61,17 @@ class clsSettingsFile {
     /// Whether the file could be replaced, as far as that shows without doing it.
     bool MaySave(const std::string& name) { return m_files.MayReplace(name); }
     /// Lays the file over the record, whose conversion table is emptied first. False, and nothing changed,
-    /// when the file cannot be opened; true whatever it holds. `knownKey` tells whether it held any setting,
-    /// `findings`, if asked for, what is odd with its lines.
+    /// when the file cannot be opened or read to its end; true whatever it holds. `knownKey` tells whether it
+    /// held any setting, `findings`, if asked for, what is odd with its lines.
     bool OpenInfoFile(const std::string& name, ZarnInfo& record, bool& autoRead, bool& knownKey,
                       std::vector<SettingsFinding>* findings = nullptr);
+    /// The kind of byte-order mark that the file opened last begins with; empty without one.
+    [[nodiscard]] std::string ByteOrderMark() const { return m_mark; }
     /// Keeps the file as it is now under `name` + ".bak". False when it cannot be kept whole; a file that is
     /// not there needs no keeping.
     bool KeepBackup(const std::string& name);
 
   private:
     clsIFiles& m_files;
+    std::string m_mark;
 };
