@@ -1,6 +1,7 @@
 #include "widgets/TextBoxEx.h"
 
 #include <QContextMenuEvent>
+#include <QDropEvent>
 #include <QHash>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
@@ -232,6 +233,18 @@ bool TextBoxEx::event(QEvent* event) {
         return true;
     }
     return QTextEdit::event(event);
+}
+
+// Another program would delete what it is told was moved, also what this box had no room for.
+bool TextBoxEx::viewportEvent(QEvent* event) {
+    const bool handled = QTextEdit::viewportEvent(event);
+    if (event->type() != QEvent::DragEnter && event->type() != QEvent::DragMove &&
+        event->type() != QEvent::Drop)
+        return handled;
+    auto& drop = static_cast<QDropEvent&>(*event);
+    const bool own = drop.source() == this || drop.source() == viewport();
+    if (!own && drop.isAccepted()) drop.setDropAction(Qt::CopyAction);
+    return handled;
 }
 
 void TextBoxEx::keyPressEvent(QKeyEvent* event) {

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/modText.h"
 #include "platform/QtText.h"
 
 using DigitRun::Side;
@@ -318,6 +319,8 @@ void ucTextScroll::ReadProperties(const clsIPropertyBag& bag) {
     SetForeColor(NamedColor(bag.ReadProperty("ForeColor", "")));
     SetSelBackColor(NamedColor(bag.ReadProperty("SelBackColor", "")));
     SetSelForeColor(NamedColor(bag.ReadProperty("SelForeColor", ColorName(defaultSelForeColor))));
+    m_run = {modText::ValInteger(bag.ReadProperty("SelStart", "1")),
+             modText::ValInteger(bag.ReadProperty("SelLength", "0"))};
     SetText(bag.ReadProperty("Text", defaultText));
 }
 
@@ -326,5 +329,7 @@ void ucTextScroll::WriteProperties(clsIPropertyBag& bag) const {
     bag.WriteProperty("ForeColor", ColorName(m_foreColor), "");
     bag.WriteProperty("SelBackColor", ColorName(m_selBackColor), "");
     bag.WriteProperty("SelForeColor", ColorName(m_selForeColor), ColorName(defaultSelForeColor));
+    bag.WriteProperty("SelStart", std::to_string(m_run.Start), "1");
+    bag.WriteProperty("SelLength", std::to_string(m_run.Length), "0");
     bag.WriteProperty("Text", m_text, defaultText);
 }

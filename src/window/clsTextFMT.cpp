@@ -140,6 +140,16 @@ bool clsTextFMT::eventFilter(QObject* watched, QEvent* event) {
             Enter(QGuiApplication::clipboard()->text(QClipboard::Selection));
             return true;
         }
+        case QEvent::DragEnter:
+        case QEvent::DragMove: {
+            if (watched != m_edit || m_dragged) return false;
+            m_dragged = true;
+            QCoreApplication::sendEvent(m_edit, event);
+            m_dragged = false;
+            auto& drag = static_cast<QDropEvent&>(*event);
+            if (drag.isAccepted()) drag.setDropAction(Qt::CopyAction);
+            return true;
+        }
         case QEvent::Drop: {
             if (watched != m_edit) return false;
             auto& drop = static_cast<QDropEvent&>(*event);
@@ -147,7 +157,8 @@ bool clsTextFMT::eventFilter(QObject* watched, QEvent* event) {
             if (drop.source() != m_edit && drop.mimeData()->hasText()) {
                 m_edit->setCursorPosition(m_edit->cursorPositionAt(drop.position().toPoint()));
                 Enter(drop.mimeData()->text());
-                drop.acceptProposedAction();
+                drop.setDropAction(Qt::CopyAction);  // moved, it would be gone where it came from
+                drop.accept();
             }
             QDragLeaveEvent over;  // what the line edit showed while the drag hung over it goes
             QCoreApplication::sendEvent(m_edit, &over);

@@ -44,5 +44,6 @@ class clsTextFMT : public QObject {
 
     ValueFormat m_format;
     QPointer<QWidget> m_control;
+    bool m_dragged = false;      // the line edit is shown a drag, with what it makes of it to be corrected
     QPointer<QLineEdit> m_edit;  // the control, or the combo box's own line edit
 };

@@ -29,12 +29,18 @@ inline void Compose(QWidget& box, const QString& text) {
     QCoreApplication::sendEvent(&box, &composed);
 }
 
-/// Drops onto the left end of a box (or of its viewport).
-inline void Drop(QWidget& box, const QMimeData& what) {
-    QDragEnterEvent enter(QPoint(1, 5), Qt::CopyAction, &what, Qt::LeftButton, Qt::NoModifier);
+/// Drops onto the left end of a box (or of its viewport) what another program would like to have moved. What
+/// it is told became of it.
+inline Qt::DropAction Drop(QWidget& box, const QMimeData& what) {
+    const Qt::DropActions possible = Qt::CopyAction | Qt::MoveAction;
+    QDragEnterEvent enter(QPoint(1, 5), possible, &what, Qt::LeftButton, Qt::ShiftModifier);
     QCoreApplication::sendEvent(&box, &enter);
-    QDropEvent drop(QPointF(1, 5), Qt::CopyAction, &what, Qt::LeftButton, Qt::NoModifier);
+    QDragMoveEvent over(QPoint(1, 5), possible, &what, Qt::LeftButton, Qt::ShiftModifier);
+    QCoreApplication::sendEvent(&box, &over);
+    QDropEvent drop(QPointF(1, 5), possible, &what, Qt::LeftButton, Qt::ShiftModifier);
     QCoreApplication::sendEvent(&box, &drop);
+    const bool copies = enter.dropAction() == Qt::CopyAction && over.dropAction() == Qt::CopyAction;
+    return copies ? drop.dropAction() : over.dropAction();
 }
 
 }  // namespace Input

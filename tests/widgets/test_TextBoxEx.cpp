@@ -122,7 +122,7 @@ TEST(TextBoxEx, ClipboardDropAndInputMethodCarryTheTextItself) {
     rich.setHtml("<font color='#0000ff'>&lt;LF&gt;</font><img src='x'>");
     rich.setText("<LF>");
     box.SetText("a");
-    Input::Drop(*box.viewport(), rich);
+    EXPECT_EQ(Input::Drop(*box.viewport(), rich), Qt::CopyAction) << "no other program deletes it";
     EXPECT_EQ(box.Seen(), "<LF>a");
     box.SetText("\r0123456789");
     Input::Compose(box, "\u00E9\u4E2DGHIJKL");

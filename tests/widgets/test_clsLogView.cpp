@@ -56,6 +56,10 @@ TEST(clsLogView, KeepsTheNewestLinesAndFollowsTheLastUnlessTheUserScrolledUp) {
     log.Write(0, 70000);  // at once
     EXPECT_EQ(log.Oldest(), "14:03:07 - 50000");
     EXPECT_EQ(bar->value(), bar->maximum());
+    for (const int height : {90, 400, 200}) {
+        log.resize(500, height);
+        EXPECT_EQ(bar->value(), bar->maximum()) << height;
+    }
     bar->setValue(5000);
     log.Write(70000, 70100);  // the oldest go, what is seen stays
     EXPECT_EQ(log.Oldest(), "14:03:07 - 50100");

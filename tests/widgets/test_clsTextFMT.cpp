@@ -34,7 +34,7 @@ TEST(clsTextFMT, FiltersEveryWayIntoTheBoxThatItIsBoundTo) {
     EXPECT_EQ(box.Text(), "A12");
     QMimeData mime;
     mime.setText("g9");
-    Input::Drop(*box.Edit, mime);
+    EXPECT_EQ(Input::Drop(*box.Edit, mime), Qt::CopyAction);
     EXPECT_EQ(box.Text(), "9A12");
     Input::Compose(*box.Edit, "hb");
     EXPECT_EQ(box.Text(), "9BA12");

@@ -3,6 +3,7 @@
 #include <QTest>
 #include <limits>
 
+#include "base/clsPropertyBag.h"
 #include "widgets/ucTextScroll.h"
 
 using DigitRun::Range;
@@ -86,4 +87,23 @@ TEST(ucTextScroll, ValuesThatAreSetStayUntilTheUserMovesAMarker) {
         EXPECT_EQ(box.SelStart(), 1);
         EXPECT_TRUE(box.SelLength() >= 0 && box.SelLength() <= 8) << box.SelLength();
     }
+}
+
+TEST(ucTextScroll, WhatWasSetIsPersistedAndNothingElse) {
+    clsPropertyBag bag;
+    ucTextScroll().WriteProperties(bag);
+    EXPECT_EQ(bag.Values.size(), 0U);
+    Box box({-2, 9});
+    box.SetSelBackColor(Qt::yellow);
+    box.WriteProperties(bag);
+    EXPECT_EQ(bag.Values.size(), 4U);
+    Box other({5, 1});
+    other.SetForeColor(Qt::red);
+    other.ReadProperties(bag);
+    EXPECT_EQ(other.Run(), box.Run());
+    EXPECT_EQ(other.Text(), "12345678");
+    EXPECT_EQ(other.SelBackColor(), QColor(Qt::yellow));
+    EXPECT_EQ(other.ForeColor(), box.ForeColor());
+    other.ReadProperties(clsPropertyBag());
+    EXPECT_EQ(other.Run(), Range());
 }
