@@ -139,7 +139,9 @@ int Open(const WindowParts& parts, const WindowOptions& options, clsDemoPanel* p
     } else if (!options.File.empty()) {
         QTimer::singleShot(0, &window, [&] { window.OpenFile(options.File); });
     }
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    if (!window.LeftUnsaved()) return status;
+    return Say("the settings shown could not be saved to " + files.StartupToWrite + "\n", 1);
 }
 
 /// While it lives, the toolkit's complaints are kept back, and its way of ending the program when it has

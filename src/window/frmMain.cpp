@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QKeyEvent>
@@ -12,9 +13,11 @@
 #include <QScreen>
 #include <QShortcut>
 
+#include "base/clsScopeGuard.h"
 #include "platform/QtText.h"
 #include "ui_frmMain.h"
 #include "widgets/clsElidedLabel.h"
+#include "widgets/clsInputGuard.h"
 
 namespace {
 
@@ -39,6 +42,13 @@ QString FirstFile(const QMimeData* data) {
     const QList<QUrl> urls = data == nullptr ? QList<QUrl>() : data->urls();
     const QString path = urls.size() == 1 ? urls.front().toLocalFile() : QString();
     return QFileInfo(path).isFile() ? path : QString();
+}
+
+/// The file's name with the folder that it stands in, as the user calls that.
+QString Short(const QString& file) {
+    const QString path = QFileInfo(file).absoluteFilePath();
+    const QString home = QDir::homePath() + '/';
+    return path.startsWith(home) ? "~/" + path.mid(home.size()) : path;
 }
 
 /// "Text|*.txt" as Qt's dialogs want it.
@@ -99,6 +109,7 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
     installEventFilter(this);
     for (QWidget* child : findChildren<QWidget*>())
         if (child->acceptDrops()) child->installEventFilter(this);
+    m_ui->txtView->viewport()->installEventFilter(this);
     RestoreLayout();
     m_ui->cmdAutoScan->setFocus();
 }
@@ -130,7 +141,7 @@ void frmMain::MakeStatusBar() {
     for (QLabel* label : {m_statusPort, m_statusSpeed, m_statusFile}) bar.addPermanentWidget(label);
 
     const QString file = QFile::decodeName(m_files.StartupToWrite.c_str());
-    if (!file.isEmpty()) m_statusFile->setText(tr("Start-up file: %1").arg(QFileInfo(file).fileName()));
+    if (!file.isEmpty()) m_statusFile->setText(tr("Start-up file: %1").arg(Short(file)));
     m_statusFile->setToolTip(tr("The settings shown are kept over the end of the program in\n%1").arg(file));
     m_progressTimer.setSingleShot(true);
     m_progressTimer.setInterval(progressTime);
@@ -157,24 +168,30 @@ void frmMain::MakeReaderPanel() {
 }
 
 void frmMain::ConnectButtons() {
-    const auto flow = [this](QPushButton* button, const QString& what, const std::function<void()>& run) {
-        connect(button, &QPushButton::clicked, this, [this, what, run] { Run(what, run); });
+    const auto flow = [this](QPushButton* button, const QString& what, Pages pages,
+                             const std::function<void()>& run) {
+        connect(button, &QPushButton::clicked, this, [this, what, pages, run] { Run(what, pages, run); });
     };
-    flow(m_ui->cmdAutoScan, tr("Looking for a reader"), [this] {
+    flow(m_ui->cmdAutoScan, tr("Looking for a reader"), Pages::Closed, [this] {
         if (m_flows.AutoScan() == FlowResult::Failed && !m_parts.Comm.PortOpen()) TellReasons();
     });
-    flow(m_ui->cmdShowZarn74, tr("Reading"), [this] { m_flows.Read(); });
-    flow(m_ui->cmdApply, tr("Writing"), [this] { m_flows.Apply(); });
-    flow(m_ui->cmdInitialize, tr("Writing the defaults"), [this] { m_flows.Initialize(m_files.Defaults); });
-    flow(m_ui->cmdOpen, tr("Opening a file"), [this] { m_flows.Open(); });
-    flow(m_ui->cmdSave, tr("Saving to a file"), [this] { m_flows.Save(); });
-    flow(m_ui->cmdReadCardInfo, tr("Reading the card"), [this] { m_flows.ReadCardInfo(); });
+    flow(m_ui->cmdShowZarn74, tr("Reading"), Pages::Closed, [this] { m_flows.Read(); });
+    flow(m_ui->cmdApply, tr("Writing"), Pages::Closed, [this] { m_flows.Apply(); });
+    flow(m_ui->cmdInitialize, tr("Writing the defaults"), Pages::Closed,
+         [this] { m_flows.Initialize(m_files.Defaults); });
+    flow(m_ui->cmdOpen, tr("Opening a file"), Pages::Closed, [this] { m_flows.Open(); });
+    flow(m_ui->cmdSave, tr("Saving to a file"), Pages::Open, [this] { m_flows.Save(); });
+    flow(m_ui->cmdReadCardInfo, tr("Reading the card"), Pages::Open, [this] { m_flows.ReadCardInfo(); });
+    // A click leaves the focus where it is: in the box that is being filled in.
+    for (QPushButton* button : {m_ui->cmdAutoScan, m_ui->cmdShowZarn74, m_ui->cmdApply, m_ui->cmdInitialize,
+                                m_ui->cmdOpen, m_ui->cmdSave, m_cancel})
+        button->setFocusPolicy(Qt::TabFocus);
     // While the test runs this button ends it.
     connect(m_ui->cmdTest, &QPushButton::clicked, this, [this] {
         if (m_flows.FlowRunning()) {
             m_flows.TestEeprom();
         } else {
-            Run(tr("Testing the memory"), [this] { m_flows.TestEeprom(); });
+            Run(tr("Testing the memory"), Pages::Open, [this] { m_flows.TestEeprom(); });
         }
     });
     connect(m_ui->cmdExit, &QPushButton::clicked, this, &QWidget::close);
@@ -233,7 +250,7 @@ void frmMain::SaveLayout() {
 }
 
 void frmMain::OpenFile(const std::string& name) {
-    Run(tr("Opening a file"), [this, name] { m_flows.OpenFile(name); });
+    Run(tr("Opening a file"), Pages::Closed, [this, name] { m_flows.OpenFile(name); });
 }
 
 void frmMain::InsertPanel(QWidget* panel) { m_ui->layTop->addWidget(panel); }
@@ -247,7 +264,9 @@ void frmMain::CloseSoon() {
 void frmMain::closeEvent(QCloseEvent* event) {
     event->ignore();
     if (!m_flows.RequestClose()) return;
-    if (!m_flows.SaveStartupFile(m_files.StartupToWrite) && !m_saveFailed && !m_closeSoon) {
+    const bool saved = m_files.StartupToWrite.empty() || m_flows.SaveStartupFile(m_files.StartupToWrite);
+    m_leftUnsaved = !saved && m_closeSoon;
+    if (!saved && !m_saveFailed && !m_closeSoon) {
         m_saveFailed = true;
         const QString file = QFile::decodeName(m_files.StartupToWrite.c_str());
         m_statusFile->setText(tr("Saving the start-up file failed"));
@@ -266,6 +285,7 @@ void frmMain::changeEvent(QEvent* event) {
 // A file is taken wherever it is dropped, also over a text box.
 bool frmMain::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::KeyPress) return OpensKeyNames(watched, static_cast<QKeyEvent&>(*event));
+    if (event->type() == QEvent::MouseButtonPress) m_focusBack = nullptr;  // the user is here now
     const bool drops = event->type() == QEvent::Drop;
     if (!drops && event->type() != QEvent::DragEnter && event->type() != QEvent::DragMove)
         return QMainWindow::eventFilter(watched, event);
@@ -283,14 +303,42 @@ bool frmMain::eventFilter(QObject* watched, QEvent* event) {
 
 // -- slots --------------------------------------------------------------------------------------------------
 
-void frmMain::Run(const QString& what, const std::function<void()>& flow) {
-    if (m_flows.FlowRunning()) return;
+void frmMain::Run(const QString& what, Pages pages, const std::function<void()>& flow) {
+    if (m_flows.FlowRunning() || !m_running.isEmpty()) return;
     m_saveFailed = false;
     m_running = what;
+    const clsScopeGuard ended([this] {
+        m_running.clear();
+        ShowState();
+    });
     m_ui->fraNotice->hide();
-    flow();
-    m_running.clear();
-    ShowState();
+    if (pages == Pages::Closed) {
+        RunOverPages(flow);
+    } else {
+        flow();
+    }
+}
+
+// What is entered while such a flow runs would be gone at its end.
+void frmMain::RunOverPages(const std::function<void()>& flow) {
+    QListWidget& list = *m_ui->lstTable;
+    const int row = list.currentRow();
+    const QString text = row < 0 ? QString() : list.item(row)->text();
+    const bool selected = row >= 0 && list.item(row)->isSelected();
+    {
+        m_pagesClosed = true;
+        const clsScopeGuard opened([this] { m_pagesClosed = false; });
+        const clsInputGuard guard(*m_ui->tabGeneral->parentWidget());
+        flow();
+        // What was pressed in its last moments; m_running keeps that from beginning another flow.
+        QCoreApplication::processEvents();
+    }
+    if (selected && row < list.count() && list.item(row)->text() == text) {
+        ++m_suppress;
+        const clsScopeGuard suppressed([this] { --m_suppress; });
+        list.setCurrentRow(row);
+    }
+    UpdateTableButtons();
 }
 
 void frmMain::SaveLog() {

@@ -62,6 +62,9 @@ class frmMain : public QMainWindow, public clsIMainView {
     /// Closes as soon as no flow runs any more; the one that runs is cancelled.
     void CloseSoon();
 
+    /// Whether CloseSoon closed it although the start-up file could not be written.
+    [[nodiscard]] bool LeftUnsaved() const { return m_leftUnsaved; }
+
     /// Doors for a test: a box with the text, and the choice of a file (empty: none), from a suggested name.
     std::function<void(const QString& text)> OnMessageBox;
     std::function<QString(const QString& suggested, bool save, const QString& filter)> OnFileDialog;
@@ -114,7 +117,9 @@ class frmMain : public QMainWindow, public clsIMainView {
     void UpdateTableButtons();
 
     // slots
-    void Run(const QString& what, const std::function<void()>& flow);
+    enum class Pages { Open, Closed };
+    void Run(const QString& what, Pages pages, const std::function<void()>& flow);
+    void RunOverPages(const std::function<void()>& flow);
     void SaveLog();
     void Note(const QString& text);
     void TellReasons();
@@ -140,10 +145,12 @@ class frmMain : public QMainWindow, public clsIMainView {
     int m_suppress = 0;  // above 0 while controls are filled: their handlers do nothing
     FirmwareRules m_firmware;
     Filters m_filters{};             // of both pages
-    QString m_running;               // what the flow that runs does, for the status bar
+    QString m_running;               // what is being run, for the status bar; empty when nothing is
+    bool m_pagesClosed = false;      // a flow is about to show what it read over them
     QString m_folder;                // of the last file chosen
     QWidget* m_focusBack = nullptr;  // the button that a flow was started with
     bool m_closeSoon = false;
+    bool m_leftUnsaved = false;
     bool m_saveFailed = false;  // the start-up file could not be written; the next close goes ahead
 
     QTimer m_progressTimer;  // a step costs nothing until it is time for the next picture

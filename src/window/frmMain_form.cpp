@@ -28,8 +28,16 @@ void SetText(QLineEdit& box, const std::string& text) {
     if (box.text() != shown) box.setText(shown);
 }
 
+/// Caret and selection stay where they are, as far as the new text goes.
 void SetText(TextBoxEx& box, const std::string& text) {
-    if (box.Text() != text) box.SetText(text);
+    if (box.Text() == text) return;
+    const int anchor = box.textCursor().anchor();
+    const int position = box.textCursor().position();
+    box.SetText(text);
+    QTextCursor cursor = box.textCursor();
+    cursor.setPosition(std::min(anchor, box.TextLength()));
+    cursor.setPosition(std::min(position, box.TextLength()), QTextCursor::KeepAnchor);
+    box.setTextCursor(cursor);
 }
 
 /// Its tool tip says what enables it while it is not enabled. The usual tip is kept as its longer help.
@@ -300,9 +308,13 @@ void frmMain::EditTable(const std::function<void(clsConvertTable&)>& edit) {
 }
 
 void frmMain::UpdateTableButtons() {
-    if (Suppressed()) return;
+    if (Suppressed() || m_pagesClosed) return;
     const clsConvertTable table = ReadTable();
-    m_ui->cmdAddOutput->setEnabled(table.CheckCanAdd());
-    m_ui->cmdEditOutput->setEnabled(table.CheckCanModify());
-    m_ui->cmdRemove->setEnabled(table.CheckCanRemove());
+    const std::pair<QPushButton*, bool> buttons[] = {{m_ui->cmdAddOutput, table.CheckCanAdd()},
+                                                     {m_ui->cmdEditOutput, table.CheckCanModify()},
+                                                     {m_ui->cmdRemove, table.CheckCanRemove()}};
+    for (const auto& [button, enabled] : buttons) {
+        if (!enabled && button->hasFocus()) m_ui->lstTable->setFocus();  // or the next control would have it
+        button->setEnabled(enabled);
+    }
 }

@@ -358,7 +358,9 @@ TEST_F(Programs, AFileIsReplacedAsAWholeOrLeftAsItWasAndWhatCannotBeWrittenIsSai
         for name in link fifo; do
             zarn74ctl demo dump -o dir/$name 2>&1 | tail -n 2 | cut -c 12-
         done
-        zarn74ctl demo write dir/fifo 2>&1 | cut -c 12-
+        for name in dir/fifo /proc/self/mem; do  # that one can be opened, not read
+            zarn74ctl demo write $name 2>&1 | cut -c 12-
+        done
         zarn74ctl demo read -o dir/none/file 2>&1 | cut -c 12-
         cd dir
         stat -c '%A %n' $(ls -A)
@@ -389,6 +391,8 @@ Save Dump To File NG
 dir/fifo: it is no regular file
 Open Device Info From File NG!
 dir/fifo: it is no regular file
+Open Device Info From File NG!
+/proc/self/mem: Input/output error
 Save Device Info To File NG!
 dir/none/file: No such file or directory
 prw-r--r-- fifo
@@ -416,6 +420,16 @@ TEST_F(Programs, TheWindowTellsWhatTheReadersImageHoldsAndDrawsIt) {
         tail -n 1 said | cut -d- -f2
         od -An -tx1 -j16 -N8 p.png
         zarn74 --demo=hid --describe 2>err | grep -o -E '^labPort.*Tarka.*|^cboLanguage.*'
+        cp "$(command -v zarn74)" .
+        mkdir zarn74-demo.ini  # no file can be put there
+        ./zarn74 --demo 2>err &
+        # It is ready for the signal as soon as it, no more the shell, would catch it.
+        until [[ $(sed -n 's/Name:\t//p; s/SigCgt:\t.*\(....\)$/\1/p' /proc/$!/status) == zarn74*[4-7c-f]??? ]]; do
+            sleep .05
+        done
+        kill $!
+        wait $!
+        echo $? $(grep -o 'zarn74: .* to' err)
         for line in '--screenshot /no/such/p.png' '--image /no/such/image' --nonsense; do
             zarn74 $line 2>err
             echo $? $(tail -n 1 err)
@@ -430,6 +444,7 @@ txtPrefix=ab<CR>
  00 00 04 4c 00 00 02 ee
 cboLanguage=Germany
 labPort=\\?\hid#vid_2e91&pid_0005#1-1:1.0 (Tarka USB Adapter) with Tarka V2.10
+1 zarn74: the settings shown could not be saved to
 1 zarn74: cannot write /no/such/p.png
 1 zarn74: cannot read the memory image /no/such/image
 2 zarn74: The following argument was not expected: --nonsense

@@ -21,6 +21,8 @@
 #include "window/clsLogView.h"
 #include "window/frmMain.h"
 
+enum Page { GeneralPage, KeyPage, CardPage, TablePage, TestPage };
+
 /// The shown window over a simulated reader, in virtual time. Boxes and dialogs answer by themselves: `boxes`
 /// keeps what they said, `chosenFile` is what they give.
 struct clsWindowTest : testing::Test, ReaderWorld {

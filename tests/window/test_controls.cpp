@@ -12,8 +12,6 @@ namespace {
 
 using clsControlsTest = clsWindowTest;
 
-enum Page { GeneralPage, KeyPage, CardPage, TablePage, TestPage };
-
 TEST_F(clsControlsTest, TheListsStartWithTheirEntriesAndValues) {
     Start();
     const std::pair<const char*, const char*> rows[] = {
@@ -192,6 +190,9 @@ TEST_F(clsControlsTest, TheWindowWorksFromTheKeyboard) {
     EXPECT_EQ(disk.Contents.count("saved"), 1U);
     Input::Press(prefix, "F5 F2");
     EXPECT_EQ(Sent, "YYVDVYYV") << "read, then found and read";
+    for (const auto key : {Qt::Key_F2, Qt::Key_F5, Qt::Key_F8, Qt::Key_F9})
+        QTest::simulateEvent(&prefix, /*press=*/true, key, Qt::NoModifier, {}, /*repeat=*/true);
+    EXPECT_EQ(Sent, "YYVDVYYV") << "a key that is held does it once";
     auto& names = Find<QComboBox>("cboPrefix");
     const std::string text = prefix.Text();
     for (const auto key : {Qt::Key_Down, Qt::Key_C}) {
@@ -203,7 +204,7 @@ TEST_F(clsControlsTest, TheWindowWorksFromTheKeyboard) {
     auto& read = Find<QWidget>("cmdShowZarn74");
     read.setFocus();
     QTest::keyClick(&read, Qt::Key_Space);
-    EXPECT_TRUE(read.hasFocus()) << "and not a box that would take what is typed next";
+    EXPECT_EQ(window->focusWidget(), &read) << "and not a box that would take what is typed next";
 
     auto& log = Find<QWidget>("txtView");
     std::set<QWidget*> reached;  // Tab comes round and is never caught

@@ -29,6 +29,9 @@ TEST_F(clsMainTest, AStartUpFileThatCannotBeShownIsKept) {
         EXPECT_TRUE(window->close());
         EXPECT_EQ(disk.Contents["start.bak"], odd);
     }
+    disk.BreakAt = 5;
+    Start();
+    EXPECT_FALSE(window->close()) << "what cannot be read cannot be kept, so it stays";
 }
 
 TEST_F(clsMainTest, AStartUpFileThatCannotBeWrittenHoldsTheWindowOnce) {
@@ -44,6 +47,10 @@ TEST_F(clsMainTest, AStartUpFileThatCannotBeWrittenHoldsTheWindowOnce) {
     EXPECT_EQ(Shown("labNotice"), "COM2: no reader answered at any speed; check cable and power");
     EXPECT_FALSE(window->close());
     EXPECT_TRUE(window->close());
+    EXPECT_FALSE(window->LeftUnsaved()) << "it was the user's choice";
+    Start();
+    window->CloseSoon();
+    EXPECT_TRUE(window->LeftUnsaved());
 }
 
 TEST_F(clsMainTest, FilesAreSavedOpenedAndDropped) {
@@ -90,6 +97,77 @@ TEST_F(clsMainTest, FilesAreSavedOpenedAndDropped) {
     chosenFile = "log.txt";
     emit Find<clsLogView>("txtView").SaveRequested();
     EXPECT_NE(disk.Contents["log.txt"].find(" - Save Device Info To File OK!\n"), std::string::npos);
+}
+
+TEST_F(clsMainTest, ThePagesTakeNoInputWhileAFlowRunsAndTheUserStaysWhereHeWas) {
+    disk.Contents["Default.ini"] =
+        "[General]\r\nPrefixHex=4142430D44\r\nConvert(1)=[1K ],04A1B2C3,Front door\r\n";
+    enum Moves { Stays, ToLog, ByTab };
+    const struct {
+        Qt::Key key;  // of the flow; none is a click on its button
+        int at;       // ms from its start
+        Moves moves;
+        const char* focus;  // at its end
+    } rows[] = {
+        {Qt::Key_F5, 30, Stays, "txtPrefix"}, {Qt::Key_unknown, 30, Stays, "txtPrefix"},
+        {Qt::Key_F9, 30, Stays, "txtPrefix"}, {Qt::Key_F5, 30, ToLog, "txtView"},
+        {Qt::Key_F9, 30, ByTab, "cboPrefix"}, {Qt::Key_F8, 30, Stays, "txtView"},
+        {Qt::Key_F2, 75, Stays, "txtView"},
+    };
+    const auto entered = [this] {
+        ZarnInfo record;
+        EXPECT_TRUE(Form().SaveZarn74(record));
+        return TextOf(record);
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string("ended in ") + row.focus);
+        LoadExampleConfiguration(reader);
+        StartOnReader();
+        TurnTo(KeyPage);
+        auto& prefix = Find<TextBoxEx>("txtPrefix");
+        auto& log = Find<clsLogView>("txtView");
+        auto& tabs = Find<QTabWidget>("SSTab1");
+        prefix.setFocus();
+        prefix.SetText("\x02IDE");
+        prefix.SetSelStart(2);
+        prefix.SetSelLength(4);
+        Find<QListWidget>("lstTable").setCurrentRow(0);
+        reader.AddFault({SimFault::LateReply, 0, -1, 0, -1, /*Value=*/20});
+        host.StartTimer(row.at, [&] {
+            const std::string before = entered();
+            Input::Press(prefix, "x Ctrl+M Backspace Shift+Ins Alt+y");
+            Input::Compose(prefix, "x");
+            QMimeData text;
+            text.setText("x");
+            Input::Drop(*prefix.viewport(), text);
+            QTest::mouseClick(prefix.viewport(), Qt::LeftButton, {}, QPoint(1, 5));
+            QTest::keyClick(&Find<QWidget>("cboDelimiter"), Qt::Key_Down);
+            QTest::keyClick(&Find<QWidget>("chkKeyboardOutput"), Qt::Key_Space);
+            QTest::keyClick(&Find<QWidget>("oCardSNLen0"), Qt::Key_Right);
+            EXPECT_EQ(entered(), before);
+            EXPECT_EQ(prefix.SelLength(), 4);
+            Input::Press(log, "k");
+            if (row.moves == ToLog) Input::Press(prefix, "F6");
+            if (row.moves == ByTab) Input::Press(prefix, "Tab");
+            QTest::keyClick(tabs.tabBar(), Qt::Key_Left);
+            EXPECT_EQ(tabs.currentIndex(), KeyPage - 1);
+            tabs.setCurrentIndex(KeyPage);
+            QCoreApplication::postEvent(&prefix, new QKeyEvent(QEvent::KeyPress, Qt::Key_Z, {}, "z"));
+        });
+        if (row.key == Qt::Key_unknown) Click("cmdShowZarn74");
+        if (row.key != Qt::Key_unknown) QTest::keyClick(&prefix, row.key);
+        reader.ClearFaults();
+        QCoreApplication::processEvents();
+        EXPECT_TRUE(LastLine().ends_with(" OK")) << LastLine();
+        const Texts lines = Log();
+        EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [](auto& line) { return line == "k"; }));
+        EXPECT_EQ(window->focusWidget()->objectName(), row.focus);
+        EXPECT_EQ(entered(), TextOf(window->Flows().Record())) << "nothing came later";
+        EXPECT_TRUE(Find<QListWidget>("lstTable").item(0)->isSelected());
+        EXPECT_TRUE(row.moves != Stays || (prefix.SelStart() == 2 && prefix.SelLength() == 4));
+        Input::Press(prefix, "Q");
+        EXPECT_NE(prefix.Text().find('Q'), std::string::npos) << "a page is a page again";
+    }
 }
 
 /// What is done in the middle of every flow, and what the flow's last line is then.
