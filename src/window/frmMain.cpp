@@ -234,8 +234,9 @@ void frmMain::RestoreLayout() {
     m_ui->splMain->setStretchFactor(0, 0);
     m_ui->splMain->setStretchFactor(1, 1);
     if (!restoreGeometry(stored(storeGeometry))) {
-        const QSize available = screen()->availableSize();
-        resize(QSize(1060, 780).boundedTo(available));
+        // What the desktop puts around a window is not known before it is shown.
+        const int title = style()->pixelMetric(QStyle::PM_TitleBarHeight);
+        resize(QSize(1060, 780).boundedTo(screen()->availableSize() - QSize(title / 2, title * 3 / 2)));
     }
     m_ui->splMain->restoreState(stored(storeSplitter));
 }

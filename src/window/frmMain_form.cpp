@@ -115,7 +115,7 @@ void frmMain::MakeTable() {
     m_ui->labTable->setFont(fixed);
     // The header stands over the rows' text, behind their marks.
     const int mark = style()->pixelMetric(QStyle::PM_IndicatorWidth) +
-                     2 * (style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 1) + list.frameWidth() + 1;
+                     3 * (style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 1) + list.frameWidth();
     m_ui->labTable->setIndent(mark);
     const int blank = QFontMetrics(fixed).horizontalAdvance(' ');
     list.setMinimumWidth(mark + tableWidth * blank + style()->pixelMetric(QStyle::PM_ScrollBarExtent));

@@ -2,6 +2,7 @@
 
 #include <QAbstractItemView>
 #include <QAccessible>
+#include <QCheckBox>
 #include <QWheelEvent>
 #include <map>
 #include <set>
@@ -58,10 +59,12 @@ TEST_F(clsControlsTest, OneClickFillsEveryControlAndWhatTheUserEntersReachesTheR
     QTest::keyClicks(&prefix, "A");
     Select("cboPrefix", "NAK");
     EXPECT_EQ(Shown("cboPrefix"), "") << "to be chosen again";
+    EXPECT_TRUE(prefix.hasFocus()) << "what is typed next stands behind it";
     const std::uint8_t typed[] = {'A', 21, 0xFF};
     std::copy(std::begin(typed), std::end(typed), expected.begin() + 160);
     TurnTo(CardPage);
     QTest::keyClick(&Find<ucTextScroll>("oCardSNLen0"), Qt::Key_Right);
+    EXPECT_EQ(Shown("labCardSNRun0"), "digits 2 to 8 of 8");
     expected[224] = 2;
     expected[225] = 7;
     Find<QTabBar>("SSTab2").setCurrentIndex(1);
@@ -146,9 +149,12 @@ TEST_F(clsControlsTest, TheTableIsEditedWithItsButtons) {
     EXPECT_EQ(list.item(0)->text(), "[1K ] 04A1B2C3       Gate");
     EXPECT_EQ(list.item(0)->checkState(), Qt::Checked);
     click(1);
+    list.item(3)->setCheckState(Qt::Unchecked);
+    EXPECT_TRUE(Find<QCheckBox>("chkEnabled").isChecked()) << "another row's mark";
     Click("cmdRemove");
     EXPECT_EQ(list.count(), 5);
     EXPECT_FALSE(Enabled("cmdEditOutput") || Enabled("cmdRemove"));
+    EXPECT_EQ(window->focusWidget(), &list) << "and not a button that would do something else";
 }
 
 TEST_F(clsControlsTest, EveryControlThatTakesTheFocusHasAConstantNameOfItsOwn) {
@@ -206,7 +212,11 @@ TEST_F(clsControlsTest, TheWindowWorksFromTheKeyboard) {
     QTest::keyClick(&read, Qt::Key_Space);
     EXPECT_EQ(window->focusWidget(), &read) << "and not a box that would take what is typed next";
 
-    auto& log = Find<QWidget>("txtView");
+    auto& log = Find<clsLogView>("txtView");
+    reader.AddFault({SimFault::LateReply, 0, -1, 0, -1, /*Value=*/20});
+    host.StartTimer(30, [&log] { QTest::mouseClick(log.viewport(), Qt::LeftButton); });
+    QTest::keyClick(&read, Qt::Key_Space);
+    EXPECT_EQ(window->focusWidget(), &log) << "where the user clicked meanwhile";
     std::set<QWidget*> reached;  // Tab comes round and is never caught
     QWidget* at = &read;
     while (reached.insert(at).second) {

@@ -1,6 +1,7 @@
 // Files, closing, and everything that can come in between while the window waits for the reader.
 
 #include <QCheckBox>
+#include <QSplitter>
 
 #include "WindowFixture.h"
 
@@ -13,11 +14,15 @@ TEST_F(clsMainTest, WhatIsShownComesBackAtTheNextStart) {
     Select("cboLanguage", "Spanish");
     Click("chkAutoRead");
     window->resize(900, 720);
+    auto& splitter = Find<QSplitter>("splMain");
+    splitter.setSizes({splitter.height() - 150, 150});
+    const QByteArray divided = splitter.saveState();
     EXPECT_TRUE(window->close());
     Start();
     EXPECT_EQ(Shown("cboLanguage"), "Spanish");
     EXPECT_TRUE(Find<QCheckBox>("chkAutoRead").isChecked());
     EXPECT_EQ(window->size(), QSize(900, 720));
+    EXPECT_EQ(Find<QSplitter>("splMain").saveState(), divided);
 }
 
 TEST_F(clsMainTest, AStartUpFileThatCannotBeShownIsKept) {
@@ -226,7 +231,12 @@ TEST_F(clsMainTest, WhateverComesInTheMiddleOfAFlowItEndsAsItShould) {
             EXPECT_EQ(Shown("labStatusPort") == "no port open", what == Pull);
             EXPECT_TRUE(Enabled("cmdAutoScan") && Find<QWidget>("cmdCancel").isHidden());
             EXPECT_EQ(boxes, "");
+            EXPECT_EQ(Shown("labStatusState") == "Ready", what != Pull);
             EXPECT_EQ(Shown("labTest"), !test ? "not tested" : what == Nothing ? "OK" : "NG");
+            EXPECT_EQ(Find<QWidget>("shpTest").palette().color(QPalette::Window).name(), !test ? "#808080"
+                                                                                         : what == Nothing
+                                                                                             ? "#00ff00"
+                                                                                             : "#ff0000");
             EXPECT_EQ(window->isVisible(), what != Stop);
             EXPECT_TRUE(window->close());
             comm.SetPortOpen(false);
