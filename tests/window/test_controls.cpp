@@ -57,6 +57,7 @@ TEST_F(clsControlsTest, OneClickFillsEveryControlAndWhatTheUserEntersReachesTheR
     auto& prefix = Find<TextBoxEx>("txtPrefix");
     prefix.selectAll();
     QTest::keyClicks(&prefix, "A");
+    Find<QComboBox>("cboPrefix").setFocus();
     Select("cboPrefix", "NAK");
     EXPECT_EQ(Shown("cboPrefix"), "") << "to be chosen again";
     EXPECT_TRUE(prefix.hasFocus()) << "what is typed next stands behind it";

@@ -23,6 +23,7 @@ TEST_F(clsMainTest, WhatIsShownComesBackAtTheNextStart) {
     EXPECT_TRUE(Find<QCheckBox>("chkAutoRead").isChecked());
     EXPECT_EQ(window->size(), QSize(900, 720));
     EXPECT_EQ(Find<QSplitter>("splMain").saveState(), divided);
+    EXPECT_TRUE(Shown("labStatusFile").ends_with("/start")) << "with its folder";
 }
 
 TEST_F(clsMainTest, AStartUpFileThatCannotBeShownIsKept) {
