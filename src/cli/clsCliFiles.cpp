@@ -1,5 +1,6 @@
 #include "cli/clsCliFiles.h"
 
+#include <optional>
 #include <utility>
 
 namespace {
@@ -7,7 +8,7 @@ namespace {
 class clsTextReader final : public clsIFileReader {
   public:
     explicit clsTextReader(std::string text) : m_text(std::move(text)) {}
-    std::size_t Read(char* to, std::size_t count) override {
+    std::optional<std::size_t> Read(char* to, std::size_t count) override {
         const std::size_t copied = m_text.copy(to, count, m_at);
         m_at += copied;
         return copied;

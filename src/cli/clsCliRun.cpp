@@ -176,7 +176,7 @@ std::string clsCliRun::PortName() {
             MeansDevice(m_options.Port, port.Device))
             return port.Name;
     }
-    const std::string name = m_platform.AddDevice(m_options.Port);
+    std::string name = m_platform.AddDevice(m_options.Port);
     const auto ports = m_platform.Ports().Ports();
     m_store.Remembers =
         std::any_of(ports.begin(), ports.end(), [&](const PortEntry& port) { return port.Name == name; });

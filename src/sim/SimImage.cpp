@@ -5,7 +5,7 @@
 std::string LoadSimImage(clsIFiles& files, const std::string& name, clsSimReader& reader) {
     const auto file = files.OpenFile(name);
     const auto bytes = file ? file->ReadUpTo(clsSimReader::registerCount + 1) : std::nullopt;
-    if (!bytes) return "cannot read the memory image " + name;
+    if (!bytes) return "cannot read the memory image " + name + ": " + files.LastError();
     const std::size_t count = bytes->size();
     if (count != clsSimReader::registerCount) {
         const std::string size = count > clsSimReader::registerCount ? "more" : std::to_string(count);

@@ -446,7 +446,7 @@ cboLanguage=Germany
 labPort=\\?\hid#vid_2e91&pid_0005#1-1:1.0 (Tarka USB Adapter) with Tarka V2.10
 1 zarn74: the settings shown could not be saved to
 1 zarn74: cannot write /no/such/p.png
-1 zarn74: cannot read the memory image /no/such/image
+1 zarn74: cannot read the memory image /no/such/image: No such file or directory
 2 zarn74: The following argument was not expected: --nonsense
 )");
 }
