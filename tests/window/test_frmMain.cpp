@@ -146,7 +146,8 @@ TEST_F(clsMainTest, ThePagesTakeNoInputWhileAFlowRunsAndTheUserStaysWhereHeWas) 
             QMimeData text;
             text.setText("x");
             Input::Drop(*prefix.viewport(), text);
-            QTest::mouseClick(prefix.viewport(), Qt::LeftButton, {}, QPoint(1, 5));
+            if (row.key != Qt::Key_unknown)  // or that would be how the focus came back
+                QTest::mouseClick(prefix.viewport(), Qt::LeftButton, {}, QPoint(1, 5));
             QTest::keyClick(&Find<QWidget>("cboDelimiter"), Qt::Key_Down);
             QTest::keyClick(&Find<QWidget>("chkKeyboardOutput"), Qt::Key_Space);
             QTest::keyClick(&Find<QWidget>("oCardSNLen0"), Qt::Key_Right);
