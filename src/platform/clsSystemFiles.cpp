@@ -31,18 +31,23 @@ class clsDescriptor {
 
 class clsFileReader final : public clsIFileReader {
   public:
-    explicit clsFileReader(int fd) : m_file(fd) {}
+    /// `error` outlives the reader, and tells why reading failed.
+    clsFileReader(int fd, std::string& error) : m_file(fd), m_error(error) {}
     std::optional<std::size_t> Read(char* to, std::size_t count) override {
         ssize_t got = 0;
         do {
             got = read(m_file.Get(), to, count);
         } while (got < 0 && errno == EINTR);
-        if (got < 0) return std::nullopt;
+        if (got < 0) {
+            m_error = std::strerror(errno);
+            return std::nullopt;
+        }
         return static_cast<std::size_t>(got);
     }
 
   private:
     clsDescriptor m_file;
+    std::string& m_error;
 };
 
 /// Signals that are held back while it lives.
@@ -113,7 +118,7 @@ std::unique_ptr<clsIFileReader> clsSystemFiles::OpenFile(const std::string& name
     Failed(fd >= 0 ? 0 : error);
     if (error == 0 && fd < 0) m_error = notRegular;
     if (fd < 0) return nullptr;
-    auto reader = std::make_unique<clsFileReader>(fd);
+    auto reader = std::make_unique<clsFileReader>(fd, m_error);
     if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) return reader;
     m_error = notRegular;
     return nullptr;

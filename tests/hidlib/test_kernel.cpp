@@ -134,6 +134,14 @@ TEST_F(HidKernel, ANodeIsLockedWhileItIsOpen) {
     EXPECT_TRUE(other.Open("HID1"));
 }
 
+TEST_F(HidKernel, ReadersAreCountedByTheNumbersOfTheirNodes) {
+    for (const int number : {10, 9, 2}) Hid("/devices/virtual/misc/uhid", number, vendorDescriptor);
+    HidHandle hid;
+    std::string files;
+    for (const char* name : {"HID1", "HID2", "HID3"}) files += hid.Text(orvhidGetDeviceFile, name) + " ";
+    EXPECT_EQ(files, "/dev/hidraw2 /dev/hidraw9 /dev/hidraw10 ");
+}
+
 TEST_F(HidKernel, OfAUsbDeviceTheStringsAreReadAndTheKeyboardIsLeftOut) {
     const std::string usb = "/devices/pci0000:00/usb1/1-2";
     Entry(usb, "usb",

@@ -277,6 +277,13 @@ TEST_F(HidLibrary, ADeviceThatRefusesReportsIsTold) {
     EXPECT_FALSE(Write("a"));
     orvbusSet(device, "refuse-reports=0");
     EXPECT_TRUE(Write("a")) << "it is still open";
+
+    orvhidSetAsyncIO(Id, 1);
+    Use("reader out=3 refuse-reports=1");
+    orvhidSetWriteBufferSize(Id, 50'000);
+    EXPECT_TRUE(Write(std::string(50'000, 'a')));
+    EXPECT_TRUE(UntilEvent(3));
+    EXPECT_EQ(orvhidBytesToWrite(Id), 0) << "what follows would arrive as half a command";
 }
 
 TEST_F(HidLibrary, ADeviceThatVanishesInsideAnyCallIsClosedOnceAndOpensAgain) {

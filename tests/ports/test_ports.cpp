@@ -4,6 +4,7 @@
 #include <tuple>
 
 #include "base/clsError.h"
+#include "ports/LineSettings.h"
 #include "ports/PortReason.h"
 #include "ports/clsCommPorts.h"
 #include "ports/clsMSComm.h"
@@ -36,6 +37,14 @@ struct Ports : testing::Test {
     clsOtherTransport other;
     clsCommPorts ports{"zarn74"};
 };
+
+TEST(LineSettings, KnowsEachParityAndLengthAndNothingElse) {
+    for (const std::string good : {"9600,N,8,1", "1200,E,5,1.5", "300,O,7,2", "14400,M,6,1", "1,S,8,1"})
+        EXPECT_EQ(ParseLineSettings(good).value_or(LineSettings{}).Text, good);
+    for (const char* bad :
+         {"", "0,N,8,1", "9600,Q,8,1", "9600,N,4,1", "9600,N,9,1", "9600,N,8,3", "9600,N,8"})
+        EXPECT_FALSE(ParseLineSettings(bad)) << bad;
+}
 
 TEST_F(Ports, NamesSelectTheSerialPortByTheirOwnRules) {
     // name, port afterwards, whether it is one of its own, whether the port stays open
