@@ -59,10 +59,11 @@ install_packages() {
 }
 installed_something=
 
-# configure PRESET: only when the build folder does not know yet what the preset says.
+# configure PRESET: once, and only when the build folder does not know yet what the preset says.
 configure() {
     local folder=build/$1 log
     local -a fresh=()
+    [[ $configured != *" $1 "* ]] || return 0
     if [ -f "$folder/CMakeCache.txt" ] &&
         ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$PWD" "$folder/CMakeCache.txt"; then
         fresh=(--fresh) # the checkout was moved or copied
@@ -76,7 +77,9 @@ configure() {
         cat "$log" >&2
         fail "configuring the preset $1 failed"
     fi
+    configured+=" $1 "
 }
+configured=
 
 # every_tenth: what ninja says, but of its lines for each step only those that show how far it is.
 every_tenth() {
