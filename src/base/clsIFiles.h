@@ -31,7 +31,8 @@ class clsIFileReader {
 class clsIFiles {
   public:
     virtual ~clsIFiles() = default;
-    /// A null pointer when the name is no regular file or it cannot be opened; never waits. Does not outlive this.
+    /// A null pointer when the name is no regular file or it cannot be opened; never waits. The reader does
+    /// not outlive this.
     [[nodiscard]] virtual std::unique_ptr<clsIFileReader> OpenFile(const std::string& name) = 0;
     /// Writes `content` beside the file, brings it safely to disk and puts it in the file's place. False when
     /// any of it failed: the old file is then untouched and nothing is left beside it.

@@ -16,20 +16,11 @@
 #include <vector>
 
 #include "base/modText.h"
+#include "platform/FolderEntries.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-// The entries of a folder, none where it cannot be read; it may change meanwhile.
-std::vector<fs::path> Entries(const fs::path& folder) {
-    std::vector<fs::path> entries;
-    std::error_code failed;
-    for (fs::directory_iterator at(folder, failed); !failed && at != fs::directory_iterator();
-         at.increment(failed))
-        entries.push_back(at->path());
-    return entries;
-}
 
 fs::path Resolved(const fs::path& path) {
     std::error_code failed;
@@ -39,7 +30,7 @@ fs::path Resolved(const fs::path& path) {
 
 bool HasOpen(const fs::path& process, const fs::path& device) {
     std::error_code failed;
-    for (const fs::path& descriptor : Entries(process / "fd"))
+    for (const fs::path& descriptor : FolderEntries(process / "fd"))
         if (fs::read_symlink(descriptor, failed) == device) return true;
     return false;
 }
@@ -97,7 +88,7 @@ std::string ProgramsUsing(const std::string& device, long likely) {
     const fs::path node = Resolved(device);
     if (likely > 0 && HasOpen("/proc/" + std::to_string(likely), node)) return Named(likely);
     std::string programs;
-    for (const fs::path& process : Entries("/proc")) {
+    for (const fs::path& process : FolderEntries("/proc")) {
         const long id = std::strtol(process.filename().c_str(), nullptr, 10);
         if (id > 0 && HasOpen(process, node)) programs += (programs.empty() ? "" : ", ") + Named(id);
     }

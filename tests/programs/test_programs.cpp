@@ -285,7 +285,7 @@ TEST_F(Programs, AReaderBehindADeviceFileIsFoundReadAndWritten) {
                R"(
 COM Port: COM7, 19200 baud
 COM Port: COM5, 19200 baud
- null: Inappropriate ioctl for device
+ null: /dev/null cannot be opened
  nothing: there is no such port
 1
 zarn74ctl: the file has no conversion table: the reader's table is emptied
