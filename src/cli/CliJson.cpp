@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/CliText.h"
+#include "settings/SettingTable.h"
 #include "settings/modByte.h"
 #include "window/logic/clsConvertTable.h"
 
@@ -30,42 +31,49 @@ Json Port(const PortEntry& port) {
             {"access", port.Access},     {"reason", Reason(port.Reason)}};
 }
 
-Json Settings(const ZarnInfo& record) {
-    Json json;
-    const auto number = [&](const char* key, std::int32_t value) { json[key] = value; };
-    const auto flag = [&](const char* key, bool value) { json[key] = value; };
-    const auto keys = [&](const std::string& key, const std::string& value) {
-        json[key] = Text(value);
-        json[key + "Hex"] = modByte::StringToHexString(value, "");
-    };
-    number("Baudrate", record.Baudrate);
-    number("Language", record.Language);
-    number("TagFrequency", record.TagFrequency);
-    number("UsbInterface", record.UsbInterface);
-    flag("KeyboardOutput", record.KeyboardOutput);
-    flag("BuzzerEnabled", record.BuzzerEnabled);
-    number("CardIDNumericSystem", record.CardIDNumericSystem);
-    number("CardIDNumericSequence", record.CardIDNumericSequence);
-    number("EMCardIDNumericSequence", record.EMCardIDNumericSequence);
+static Json Filters(const ZarnInfo& record) {
+    Json filters = Json::array();
     for (const CardFilterRange& filter : record.CardFilter)
-        json["Filter"].push_back({{"start", filter.Start}, {"length", filter.Length}});
-    keys("Prefix", record.Prefix);
-    keys("Postfix", record.Postfix);
-    keys("OnRemove", record.OnRemove);
-    number("Delimiter", record.Delimiter);
-    flag("DisplayCardType", record.DisplayCardType);
-    flag("CardSNConvert", record.CardSNConvert);
-    flag("UseRightKeypad", record.UseRightKeypad);
-    json["Convert"] = Json::array();
+        filters.push_back({{"start", filter.Start}, {"length", filter.Length}});
+    return filters;
+}
+
+static Json Entries(const ZarnInfo& record) {
+    Json entries = Json::array();
     for (const CardConvertEntry& entry : record.Convert) {
         if (entry.CardType == cardTypeEmpty) continue;
-        json["Convert"].push_back({{"type", entry.CardType},
-                                   {"cardID", Text(entry.CardID)},
-                                   {"outputText", Text(entry.OutputText)},
-                                   {"checked", RowOfEntry(entry).Checked}});
+        entries.push_back({{"type", entry.CardType},
+                           {"cardID", Text(entry.CardID)},
+                           {"outputText", Text(entry.OutputText)},
+                           {"checked", RowOfEntry(entry).Checked}});
     }
-    flag("AutoRead", false);  // a setting of the window, which is not here
-    flag("IDWithoutLeadingZeros", record.IDWithoutLeadingZeros);
+    return entries;
+}
+
+static void AddSetting(Json& json, const SettingRow& row, const ZarnInfo& record) {
+    const std::string key(row.Key);
+    if (const auto* const number = std::get_if<NumberField>(&row.Field)) {
+        json[key] = record.*number->Member;
+    } else if (const auto* const flag = std::get_if<FlagField>(&row.Field)) {
+        json[key] = static_cast<bool>(record.*flag->Member);
+    } else if (const auto* const text = std::get_if<TextField>(&row.Field)) {
+        json[key] = Text(record.*text->Member);
+        json[key + "Hex"] = modByte::StringToHexString(record.*text->Member, "");
+    }
+}
+
+Json Settings(const ZarnInfo& record) {
+    Json json;
+    for (const FileItem& item : fileOrder) {
+        switch (item.Group) {
+            case FileGroup::Setting: AddSetting(json, RowOf(item.Id), record); break;
+            case FileGroup::Filters: json["Filter"] = Filters(record); break;
+            case FileGroup::Convert: json["Convert"] = Entries(record); break;
+            case FileGroup::AutoRead:
+                json["AutoRead"] = false;
+                break;  // a setting of the window, which is not here
+        }
+    }
     return json;
 }
 

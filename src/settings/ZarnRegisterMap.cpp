@@ -97,9 +97,4 @@ void CorrectFilter(int index, CardFilterRange& filter) {
     if (last < 0 || last > digits) filter.Length = digits - filter.Start + 1;
 }
 
-bool Same(Setting setting, const ZarnInfo& a, const ZarnInfo& b) {
-    return std::visit([&](const auto& field) { return a.*field.Member == b.*field.Member; },
-                      RowOf(setting).Field);
-}
-
 }  // namespace ZarnRegisterMap

@@ -6,57 +6,11 @@
 #include "base/clsScopeGuard.h"
 #include "settings/ReaderAnswers.h"
 
-using ZarnRegisterMap::FlagField;
-using ZarnRegisterMap::NumberField;
-using ZarnRegisterMap::RowOf;
-using ZarnRegisterMap::Setting;
-using ZarnRegisterMap::TextField;
-
 namespace {
 
-/// A setting that is a step of its own.
-struct StepRow {
-    Setting Id;
-    std::string_view Name;  ///< of the operations, without "Get" and "Set"
-    bool (modZarn74::*Get)(ZarnInfo&);
-    bool (modZarn74::*Set)(const ZarnInfo&);
-    std::string_view SetResultName;
-};
-
-// Kept on purpose: the EM step of a write ends with the result text of the step before it.
-constexpr std::array steps{
-    StepRow{Setting::Prefix, "Prefix", &modZarn74::GetPrefix, &modZarn74::SetPrefix, "Prefix"},
-    StepRow{Setting::Postfix, "Postfix", &modZarn74::GetPostfix, &modZarn74::SetPostfix, "Postfix"},
-    StepRow{Setting::OnRemove, "OnRemove", &modZarn74::GetOnRemove, &modZarn74::SetOnRemove, "OnRemove"},
-    StepRow{Setting::Baudrate, "Baudrate", &modZarn74::GetBaudrate, &modZarn74::SetBaudrate, "Baudrate"},
-    StepRow{Setting::Language, "Language", &modZarn74::GetLanguage, &modZarn74::SetLanguage, "Language"},
-    StepRow{Setting::TagFrequency, "TagFrequency", &modZarn74::GetTagFrequency, &modZarn74::SetTagFrequency,
-            "TagFrequency"},
-    StepRow{Setting::UsbInterface, "UsbInterface", &modZarn74::GetUsbInterface, &modZarn74::SetUsbInterface,
-            "UsbInterface"},
-    StepRow{Setting::KeyboardOutput, "KeyboardOutput", &modZarn74::GetKeyboardOutput,
-            &modZarn74::SetKeyboardOutput, "KeyboardOutput"},
-    StepRow{Setting::BuzzerEnabled, "BuzzerEnabled", &modZarn74::GetBuzzerEnabled,
-            &modZarn74::SetBuzzerEnabled, "BuzzerEnabled"},
-    StepRow{Setting::Delimiter, "Delimiter", &modZarn74::GetDelimiter, &modZarn74::SetDelimiter, "Delimiter"},
-    StepRow{Setting::DisplayCardType, "DisplayCardType", &modZarn74::GetDisplayCardType,
-            &modZarn74::SetDisplayCardType, "DisplayCardType"},
-    StepRow{Setting::CardSNConvert, "CardConvert", &modZarn74::GetCardConvert, &modZarn74::SetCardConvert,
-            "CardConvert"},
-    StepRow{Setting::UseRightKeypad, "UseRightKeypad", &modZarn74::GetUseRightKeypad,
-            &modZarn74::SetUseRightKeypad, "UseRightKeypad"},
-    StepRow{Setting::CardIDNumericSystem, "CardNumericSys", &modZarn74::GetCardNumericSys,
-            &modZarn74::SetCardNumericSys, "CardNumericSys"},
-    StepRow{Setting::CardIDNumericSequence, "CardNumericSeq", &modZarn74::GetCardNumericSeq,
-            &modZarn74::SetCardNumericSeq, "CardNumericSeq"},
-    StepRow{Setting::EMCardIDNumericSequence, "EMCardNumericSeq", &modZarn74::GetEMCardNumericSeq,
-            &modZarn74::SetEMCardNumericSeq, "CardNumericSeq"},
-};
-// One setting has no step: it is read and written at the end of the filters'.
-static_assert(steps.size() + 1 == ZarnRegisterMap::settingCount);
-
 // For OnStep: every step counts, and within the last two each filter and each entry.
-constexpr int writeStepCount = static_cast<int>(steps.size()) + 1 + cardFilterCount + 1 + convertCount;
+// The setting without a step of its own is read and written at the end of the filters'.
+constexpr int writeStepCount = static_cast<int>(settingCount) - 1 + 1 + cardFilterCount + 1 + convertCount;
 constexpr int readStepCount = 2 + writeStepCount;  // version and product name
 constexpr int quickReadStepCount = 1 + readStepCount;
 
@@ -128,7 +82,7 @@ bool modZarn74::SetField(int iRegister, const TextField& field, const ZarnInfo& 
 bool modZarn74::SetField(int iRegister, const NumberField& field, const ZarnInfo& info) {
     auto byte = ZarnRegisterMap::EncodeNumber(field.Code, info.*field.Member, /*former=*/0);
     if (!byte) return false;
-    if (field.Code == ZarnRegisterMap::NumberCode::LowTwoBits) {
+    if (field.Code == NumberCode::LowTwoBits) {
         const std::uint32_t generation = m_comm->CancelGeneration();
         std::uint8_t former = 0;
         if (!ReadByte(iRegister, former) || m_comm->CancelGeneration() != generation) return false;
@@ -209,8 +163,8 @@ bool modZarn74::SetCardFilter(int index, CardFilterRange& filter) {
     const std::uint32_t generation = m_comm->CancelGeneration();
     ZarnRegisterMap::CorrectFilter(index, filter);
     // A length may still be negative: then not even the start is sent.
-    const auto start = ZarnRegisterMap::EncodeNumber(ZarnRegisterMap::NumberCode::Raw, filter.Start, 0);
-    const auto length = ZarnRegisterMap::EncodeNumber(ZarnRegisterMap::NumberCode::Raw, filter.Length, 0);
+    const auto start = ZarnRegisterMap::EncodeNumber(NumberCode::Raw, filter.Start, 0);
+    const auto length = ZarnRegisterMap::EncodeNumber(NumberCode::Raw, filter.Length, 0);
     if (!start || !length) return false;
     if (!m_comm->SetRegister(first, *start) || m_comm->CancelGeneration() != generation) return false;
     return m_comm->SetRegister(first + 1, *length);
@@ -339,9 +293,10 @@ bool modZarn74::ReadAll(ZarnInfo& info, bool quick) {
     }
     if (!Step("GetVersion", "GetVersion", [&] { return GetFirmware(info); })) return false;
     if (!Step("GetProductName", "GetProductName", [&] { return GetProduct(info); })) return false;
-    for (const StepRow& row : steps) {
-        const std::string name = "Get" + std::string(row.Name);
-        if (!Step(name, name, [&] { return (this->*row.Get)(info); })) return false;
+    for (const SettingRow& row : settingTable) {
+        if (row.Step.empty()) continue;
+        const std::string name = "Get" + std::string(row.Step);
+        if (!Step(name, name, [&] { return Get(row.Id, info); })) return false;
     }
     info.Valid = FilterStep(
                      "GetCardFilter",
@@ -369,10 +324,11 @@ bool modZarn74::SetZarnInfo(ZarnInfo& info, bool onlyChanged) {
 // since then the first step does not begin.
 bool modZarn74::WriteAll(ZarnInfo& info, const ZarnInfo* current) {
     m_halfSteps = 1;
-    for (const StepRow& row : steps) {
-        const bool same = current != nullptr && ZarnRegisterMap::Same(row.Id, info, *current);
-        const auto set = [&] { return same || (this->*row.Set)(info); };
-        if (!Step("Set" + std::string(row.Name), "Set" + std::string(row.SetResultName), set)) return false;
+    for (const SettingRow& row : settingTable) {
+        if (row.Step.empty()) continue;
+        const bool same = current != nullptr && Same(row.Id, info, *current);
+        const auto set = [&] { return same || Set(row.Id, info); };
+        if (!Step("Set" + std::string(row.Step), "Set" + std::string(row.SetResult), set)) return false;
     }
     const auto setFilter = [&](int index) {
         const auto i = static_cast<std::size_t>(index);

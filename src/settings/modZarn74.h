@@ -79,14 +79,14 @@ class modZarn74 {
     std::function<void(int number, int count)> OnStep;
 
   private:
-    bool Get(ZarnRegisterMap::Setting setting, ZarnInfo& info);
-    bool Set(ZarnRegisterMap::Setting setting, const ZarnInfo& info);
-    bool GetField(int iRegister, const ZarnRegisterMap::TextField& field, ZarnInfo& info);
-    bool GetField(int iRegister, const ZarnRegisterMap::NumberField& field, ZarnInfo& info);
-    bool GetField(int iRegister, const ZarnRegisterMap::FlagField& field, ZarnInfo& info);
-    bool SetField(int iRegister, const ZarnRegisterMap::TextField& field, const ZarnInfo& info);
-    bool SetField(int iRegister, const ZarnRegisterMap::NumberField& field, const ZarnInfo& info);
-    bool SetField(int iRegister, const ZarnRegisterMap::FlagField& field, const ZarnInfo& info);
+    bool Get(Setting setting, ZarnInfo& info);
+    bool Set(Setting setting, const ZarnInfo& info);
+    bool GetField(int iRegister, const TextField& field, ZarnInfo& info);
+    bool GetField(int iRegister, const NumberField& field, ZarnInfo& info);
+    bool GetField(int iRegister, const FlagField& field, ZarnInfo& info);
+    bool SetField(int iRegister, const TextField& field, const ZarnInfo& info);
+    bool SetField(int iRegister, const NumberField& field, const ZarnInfo& info);
+    bool SetField(int iRegister, const FlagField& field, const ZarnInfo& info);
     bool GetKeyString(int iRegister, std::string& text);
     bool SetKeyString(int iRegister, std::string_view text);
 

@@ -104,9 +104,9 @@ class frmMain : public QMainWindow, public clsIMainView {
     static bool OpensKeyNames(QObject* watched, const QKeyEvent& key);
 
     // controls
-    [[nodiscard]] QComboBox& ListBox(FormList list) const;
+    [[nodiscard]] QWidget& Control(Setting setting) const;
     [[nodiscard]] ucTextScroll& DigitBox(int box) const;
-    void ShowEntries(const ZarnForm& form);
+    void ShowSetting(const SettingRow& row, const ZarnForm& form);
     void ShowFirmware(const FirmwareRules& rules);
     void ShowFilters(const Filters& filters, int page);
     void ShowDigitBoxes();

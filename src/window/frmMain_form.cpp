@@ -149,34 +149,44 @@ void frmMain::MakeTable() {
 
 // -- all of them --------------------------------------------------------------------------------------------
 
-QComboBox& frmMain::ListBox(FormList list) const {
-    switch (list) {
-        case FormList::Language: return *m_ui->cboLanguage;
-        case FormList::BaudRate: return *m_ui->cboBaudRate;
-        case FormList::TagFrequency: return *m_ui->cboTagFrequency;
-        case FormList::UsbInterface: return *m_ui->cboUsbInterface;
-        case FormList::Delimiter: return *m_ui->cboDelimiter;
-        case FormList::CardNumericSys: return *m_ui->cboCardNumericSys;
-        case FormList::CardIDSequence: return *m_ui->cboCardIDSequence;
-        case FormList::EMCardIDSequence: break;
+/// Of the kind that its setting asks for: a list for a number, a check box for a switch, a text box for key
+/// strings.
+QWidget& frmMain::Control(Setting setting) const {
+    switch (setting) {
+        case Setting::Prefix: return *m_ui->txtPrefix;
+        case Setting::Postfix: return *m_ui->txtPostfix;
+        case Setting::OnRemove: return *m_ui->txtOnRemove;
+        case Setting::Baudrate: return *m_ui->cboBaudRate;
+        case Setting::Language: return *m_ui->cboLanguage;
+        case Setting::TagFrequency: return *m_ui->cboTagFrequency;
+        case Setting::UsbInterface: return *m_ui->cboUsbInterface;
+        case Setting::KeyboardOutput: return *m_ui->chkKeyboardOutput;
+        case Setting::BuzzerEnabled: return *m_ui->chkBuzzerEnabled;
+        case Setting::Delimiter: return *m_ui->cboDelimiter;
+        case Setting::DisplayCardType: return *m_ui->chkCardType;
+        case Setting::CardSNConvert: return *m_ui->chkOutputByTable;
+        case Setting::UseRightKeypad: return *m_ui->chkUseRightKeypad;
+        case Setting::CardIDNumericSystem: return *m_ui->cboCardNumericSys;
+        case Setting::CardIDNumericSequence: return *m_ui->cboCardIDSequence;
+        case Setting::EMCardIDNumericSequence: return *m_ui->cboEMCardIDSequence;
+        case Setting::IDWithoutLeadingZeros: break;
     }
-    return *m_ui->cboEMCardIDSequence;
+    return *m_ui->chkWithoutLeadingZeros;
 }
 
 bool frmMain::ReadForm(ZarnForm& form) {
-    for (std::size_t i = 0; i < formListCount; ++i)
-        form.Selected.at(i) = ListBox(static_cast<FormList>(i)).currentIndex();
-    form.KeyboardOutput = m_ui->chkKeyboardOutput->isChecked();
-    form.BuzzerEnabled = m_ui->chkBuzzerEnabled->isChecked();
-    form.DisplayCardType = m_ui->chkCardType->isChecked();
-    form.OutputByTable = m_ui->chkOutputByTable->isChecked();
-    form.UseRightKeypad = m_ui->chkUseRightKeypad->isChecked();
-    form.WithoutLeadingZeros = m_ui->chkWithoutLeadingZeros->isChecked();
+    for (const SettingRow& row : settingTable) {
+        QWidget& control = Control(row.Id);
+        if (const auto* const text = std::get_if<TextField>(&row.Field)) {
+            form.Record.*text->Member = static_cast<TextBoxEx&>(control).Text();
+        } else if (const auto* const flag = std::get_if<FlagField>(&row.Field)) {
+            form.Record.*flag->Member = static_cast<QCheckBox&>(control).isChecked();
+        } else {
+            form.SelectEntry(row.Id, static_cast<QComboBox&>(control).currentIndex());
+        }
+    }
     form.AutoRead = m_ui->chkAutoRead->isChecked();
-    form.Prefix = m_ui->txtPrefix->Text();
-    form.Postfix = m_ui->txtPostfix->Text();
-    form.OnRemove = m_ui->txtOnRemove->Text();
-    form.Filters = m_filters;
+    form.Record.CardFilter = m_filters;
     form.Page = m_ui->SSTab2->currentIndex();
     form.Table = ReadTable();
     form.Firmware = m_firmware;
@@ -187,29 +197,25 @@ void frmMain::ShowForm(const ZarnForm& form) {
     {
         ++m_suppress;
         const clsScopeGuard suppressed([this] { --m_suppress; });
-        ShowEntries(form);
-        m_ui->chkKeyboardOutput->setChecked(form.KeyboardOutput);
-        m_ui->chkBuzzerEnabled->setChecked(form.BuzzerEnabled);
-        m_ui->chkCardType->setChecked(form.DisplayCardType);
-        m_ui->chkOutputByTable->setChecked(form.OutputByTable);
-        m_ui->chkUseRightKeypad->setChecked(form.UseRightKeypad);
-        m_ui->chkWithoutLeadingZeros->setChecked(form.WithoutLeadingZeros);
+        for (const SettingRow& row : settingTable) ShowSetting(row, form);
         m_ui->chkAutoRead->setChecked(form.AutoRead);
-        SetText(*m_ui->txtPrefix, form.Prefix);
-        SetText(*m_ui->txtPostfix, form.Postfix);
-        SetText(*m_ui->txtOnRemove, form.OnRemove);
         ShowTable(form.Table);
         ShowFirmware(form.Firmware);
-        ShowFilters(form.Filters, form.Page);
+        ShowFilters(form.Record.CardFilter, form.Page);
     }
     UpdateTableButtons();
 }
 
-void frmMain::ShowEntries(const ZarnForm& form) {
-    for (std::size_t i = 0; i < formListCount; ++i) {
-        const auto list = static_cast<FormList>(i);
-        SetItems(ListBox(list), form.Entries(list));
-        ListBox(list).setCurrentIndex(form.Selected.at(i));
+void frmMain::ShowSetting(const SettingRow& row, const ZarnForm& form) {
+    QWidget& control = Control(row.Id);
+    if (const auto* const text = std::get_if<TextField>(&row.Field)) {
+        SetText(static_cast<TextBoxEx&>(control), form.Record.*text->Member);
+    } else if (const auto* const flag = std::get_if<FlagField>(&row.Field)) {
+        static_cast<QCheckBox&>(control).setChecked(form.Record.*flag->Member);
+    } else {
+        auto& list = static_cast<QComboBox&>(control);
+        SetItems(list, form.Entries(row.Id));
+        list.setCurrentIndex(form.SelectedEntry(row.Id));
     }
 }
 

@@ -37,7 +37,7 @@ std::string Range(const std::string& first, const std::string& last) {
     return first == last ? first : first + ".." + last;
 }
 
-std::string CodingOf(const Row& row) {
+std::string CodingOf(const SettingRow& row) {
     if (const auto* number = std::get_if<NumberField>(&row.Field))
         return std::array{"byte", "speed", "two bits"}.at(static_cast<std::size_t>(number->Code));
     const auto* flag = std::get_if<FlagField>(&row.Field);
@@ -72,7 +72,7 @@ TEST(Protocol, TheTablesOfKeysAndRegistersAreWhatIsWrittenAndReadBack) {
             parser.End();
             known = parser.KnownKey();
             for (std::size_t i = 0; i < settingCount; ++i) {
-                if (keyOf[i].empty() && !Same(rows[i].Id, record, ZarnInfo())) keyOf[i] = key;
+                if (keyOf[i].empty() && !Same(settingTable[i].Id, record, ZarnInfo())) keyOf[i] = key;
             }
         }
         keys.push_back("| `" + key + (indexed ? "(i)` | " : "` | ") + (known ? "yes |" : "no |"));
@@ -88,8 +88,8 @@ TEST(Protocol, TheTablesOfKeysAndRegistersAreWhatIsWrittenAndReadBack) {
                             coding + " |");
     };
     for (std::size_t i = 0; i < settingCount; ++i) {
-        const int count = std::holds_alternative<TextField>(rows[i].Field) ? keyStringSize : 1;
-        add(rows[i].Register, count, "`" + keyOf[i] + "`", CodingOf(rows[i]));
+        const int count = std::holds_alternative<TextField>(settingTable[i].Field) ? keyStringSize : 1;
+        add(settingTable[i].Register, count, "`" + keyOf[i] + "`", CodingOf(settingTable[i]));
     }
     for (int i = 0; i < cardFilterCount; ++i) {
         const std::string number = std::to_string(i + 1);

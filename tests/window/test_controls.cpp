@@ -40,6 +40,28 @@ TEST_F(clsControlsTest, TheListsStartWithTheirEntriesAndValues) {
     EXPECT_TRUE(Find<QWidget>("chkQuickMode").isHidden() && Find<QWidget>("cmdTest").isHidden());
 }
 
+TEST_F(clsControlsTest, EachNamedControlIsOfItsKind) {
+    Start();
+    const std::pair<const char*, const char*> rows[] = {
+        {"QComboBox",
+         "cboBaudRate cboLanguage cboTagFrequency cboUsbInterface cboDelimiter cboCardNumericSys "
+         "cboCardIDSequence cboEMCardIDSequence cboCardType cboPrefix cboPostfix cboOnRemove"},
+        {"QCheckBox",
+         "chkKeyboardOutput chkBuzzerEnabled chkCardType chkOutputByTable chkUseRightKeypad "
+         "chkWithoutLeadingZeros chkAutoRead chkEnabled chkQuickMode"},
+        {"TextBoxEx", "txtPrefix txtPostfix txtOnRemove"},
+        {"QLineEdit", "txtOutputID txtOutputString"},
+        {"QPushButton",
+         "cmdShowZarn74 cmdApply cmdAutoScan cmdInitialize cmdOpen cmdSave cmdExit cmdTest cmdAddOutput "
+         "cmdEditOutput cmdRemove cmdReadCardInfo"},
+        {"ucTextScroll", "oCardSNLen0 oCardSNLen1 oCardSNLen2 oCardSNLen3 oCardSNLen4"},
+    };
+    for (const auto& [kind, names] : rows) {
+        for (const QString& name : QString(names).split(' '))
+            EXPECT_TRUE(Find<QWidget>(name.toLatin1()).inherits(kind)) << name.toStdString();
+    }
+}
+
 TEST_F(clsControlsTest, OneClickFillsEveryControlAndWhatTheUserEntersReachesTheReaderAndNothingElseDoes) {
     StartOnReader();
     ZarnInfo shown;
@@ -79,7 +101,7 @@ TEST_F(clsControlsTest, OneClickFillsEveryControlAndWhatTheUserEntersReachesTheR
 TEST_F(clsControlsTest, TheDigitBoxesShowThePageOfTheNumberSystemAndNeverLoseAPair) {
     StartOnReader();
     ZarnForm odd = Form();
-    odd.Filters[0] = {0, 99};  // what no marker could mark
+    odd.Record.CardFilter[0] = {0, 99};  // what no marker could mark
     window->ShowForm(odd);
     TurnTo(CardPage);
     Select("cboCardNumericSys", "Dec");
@@ -87,7 +109,7 @@ TEST_F(clsControlsTest, TheDigitBoxesShowThePageOfTheNumberSystemAndNeverLoseAPa
     EXPECT_EQ(Find<ucTextScroll>("oCardSNLen2").Text(), "123456789012345678");
     EXPECT_EQ(Shown("labCardSNRun2"), "digits 9 to 18 of 18");
     for (const int page : {0, 1, 0}) Find<QTabBar>("SSTab2").setCurrentIndex(page);
-    EXPECT_EQ(Form().Filters, odd.Filters);
+    EXPECT_EQ(Form().Record.CardFilter, odd.Record.CardFilter);
 }
 
 TEST_F(clsControlsTest, FirmwareDecidesWhatIsEnabledAndTheTipSaysWhatItTakes) {

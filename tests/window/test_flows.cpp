@@ -49,14 +49,14 @@ TEST_F(Flows, AnOddAnswerLeavesThePanelEmptyAndTheSettingsUnread) {
 
 TEST_F(Flows, WhatIsNoSettingNeitherReachesTheControlsNorTheReader) {
     flows.SetQuickRead(false);
-    view.Form.Prefix = "mine";
+    view.Form.Record.Prefix = "mine";
     auto& refusal = reader.AddFault({SimFault::RefuseCode, 'B', 210, 0, -1, 3});
     EXPECT_EQ(End(flows.Read()), "Failed: Get Device Information NG");
-    EXPECT_EQ(view.Form.Prefix, "mine");
+    EXPECT_EQ(view.Form.Record.Prefix, "mine");
     refusal.Count = 0;
     reader.Registers[210] = 5;
     EXPECT_EQ(End(flows.Read()), "Done: Language not found!");
-    EXPECT_EQ(view.Form.Prefix, "mine");
+    EXPECT_EQ(view.Form.Record.Prefix, "mine");
     EXPECT_EQ(view.Panel.Product, "Zarn74");
     view.Form.ClearSelections();
     Sent.clear();
@@ -66,10 +66,10 @@ TEST_F(Flows, WhatIsNoSettingNeitherReachesTheControlsNorTheReader) {
 
 TEST_F(Flows, WhatWritingCorrectedIsShown) {
     flows.Read();
-    view.Form.Filters[0].Start = 2;  // only seven digits are left from there
+    view.Form.Record.CardFilter[0].Start = 2;  // only seven digits are left from there
     EXPECT_EQ(End(flows.Apply()), "Done: Write OK");
     EXPECT_EQ(Count('C'), 3);  // start, length, and the one that is always written
-    EXPECT_EQ(view.Form.Filters[0], (CardFilterRange{2, 7}));
+    EXPECT_EQ(view.Form.Record.CardFilter[0], (CardFilterRange{2, 7}));
 }
 
 TEST_F(Flows, AFileIsLaidOverTheReadersOwnSettings) {
@@ -194,7 +194,7 @@ TEST_F(Flows, TheDefaultsAreShownAndWrittenUnlessACancelComesBetween) {
     EXPECT_EQ(Sent, "");
     logView.OnLine = {};
     EXPECT_EQ(End(flows.Initialize("f")), "Done: Write Default Info OK");
-    EXPECT_EQ(view.Form.GetComboItemData(FormList::Language), 4);
+    EXPECT_EQ(view.Form.GetComboItemData(Setting::Language), 4);
     EXPECT_EQ(reader.Registers[210], 4);
 }
 

@@ -15,6 +15,16 @@ ZarnForm Shown(const ZarnInfo& record) {
     return form;
 }
 
+// The selected entries of the lists, in the order in which they are shown.
+std::vector<int> Selected(const ZarnForm& form) {
+    std::vector<int> selected;
+    for (const Setting setting : showOrder) {
+        if (std::holds_alternative<NumberField>(RowOf(setting).Field))
+            selected.push_back(form.SelectedEntry(setting));
+    }
+    return selected;
+}
+
 TEST(Form, AFreshOneIsAFreshRecordAndEveryOtherComesBackAsItWas) {
     ZarnInfo record = RecordOf(unusual);
     EXPECT_TRUE(ZarnForm().SaveZarn74(record));
@@ -41,13 +51,13 @@ TEST(Form, StopsAtTheFirstValueWithoutAnEntry) {
         {";CardIDNumericSequence=1", "Card Numeric Sequence not found!"},
         {";EMCardIDNumericSequence=1", "Card Numeric Sequence not found!"},
     };
-    auto selected = ZarnForm().Selected;
+    auto selected = Selected(ZarnForm());
     for (std::size_t i = 0; i < std::size(cases); ++i) {
         const ZarnForm form = Shown(RecordOf(unusual + std::string(cases[i].first)));
         EXPECT_EQ(message, cases[i].second);
-        EXPECT_EQ(form.Selected, selected) << message;
-        EXPECT_TRUE(form.Prefix.empty() && form.Table.Rows.empty() && form.Page == 0) << message;
-        selected[i] = Shown(RecordOf(unusual)).Selected[i];
+        EXPECT_EQ(Selected(form), selected) << message;
+        EXPECT_TRUE(form.Record.Prefix.empty() && form.Table.Rows.empty() && form.Page == 0) << message;
+        selected[i] = Selected(Shown(RecordOf(unusual)))[i];
     }
 }
 
@@ -55,9 +65,9 @@ TEST(Form, NoneIsOfferedByFirmwareOrForARecordWhileNoReaderIsKnown) {
     const ZarnInfo record = RecordOf("Delimiter=3");
     ZarnForm form = Shown(record);
     form.SetFirmware(FirmwareRules::For("V1.01R007", "x"));
-    EXPECT_EQ(form.GetComboItemData(FormList::Delimiter), 3);
+    EXPECT_EQ(form.GetComboItemData(Setting::Delimiter), 3);
     form.SetFirmware(FirmwareRules::For("V1.01R003", "x"));
-    EXPECT_EQ(form.GetComboItemData(FormList::Delimiter), std::nullopt);
+    EXPECT_EQ(form.GetComboItemData(Setting::Delimiter), std::nullopt);
     EXPECT_FALSE(form.ShowZarn74(record, message));
     EXPECT_EQ(message, "Delimiter not found!");
 }

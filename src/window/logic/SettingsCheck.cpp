@@ -1,7 +1,6 @@
 #include "window/logic/SettingsCheck.h"
 
 #include <algorithm>
-#include <array>
 
 #include "base/modText.h"
 #include "settings/ZarnRegisterMap.h"
@@ -27,23 +26,7 @@ constexpr std::size_t shownValue = 48;  // characters of a value
 
 using Finding = SettingsFinding;
 
-/// The key of a setting that is a number.
-struct NumberKey {
-    ZarnRegisterMap::Setting Id;
-    const char* Key;
-};
-constexpr std::array<NumberKey, 8> numberKeys{{
-    {ZarnRegisterMap::Setting::Baudrate, "Baudrate"},
-    {ZarnRegisterMap::Setting::Language, "Language"},
-    {ZarnRegisterMap::Setting::TagFrequency, "TagFrequency"},
-    {ZarnRegisterMap::Setting::UsbInterface, "UsbInterface"},
-    {ZarnRegisterMap::Setting::Delimiter, "Delimiter"},
-    {ZarnRegisterMap::Setting::CardIDNumericSystem, "CardIDNumericSystem"},
-    {ZarnRegisterMap::Setting::CardIDNumericSequence, "CardIDNumericSequence"},
-    {ZarnRegisterMap::Setting::EMCardIDNumericSequence, "EMCardIDNumericSequence"},
-}};
-
-bool Writable(ZarnRegisterMap::NumberCode code, std::int32_t value) {
+bool Writable(NumberCode code, std::int32_t value) {
     return ZarnRegisterMap::EncodeNumber(code, value, /*former=*/0).has_value();
 }
 
@@ -64,7 +47,7 @@ void CheckFilter(int index, const CardFilterRange& filter, std::vector<Finding>&
         const auto add = [&](Finding::Severity kind, std::vector<Finding>& to, const std::string& text) {
             to.push_back(Of(kind, Indexed(key, index), std::to_string(value), text));
         };
-        if (!Writable(ZarnRegisterMap::NumberCode::Raw, written)) {
+        if (!Writable(NumberCode::Raw, written)) {
             add(Finding::Severity::Error, errors, rangeNotice);
         } else if (value != written) {
             add(Finding::Severity::Warning, warnings, filterNotice + (" " + std::to_string(written)));
@@ -85,11 +68,12 @@ namespace SettingsCheck {
 std::vector<Finding> Check(const ZarnInfo& record, const std::vector<Finding>& lines) {
     std::vector<Finding> findings;
     std::vector<Finding> warnings;
-    for (const NumberKey& number : numberKeys) {
-        const auto& field = std::get<ZarnRegisterMap::NumberField>(ZarnRegisterMap::RowOf(number.Id).Field);
-        const std::int32_t value = record.*field.Member;
-        if (!Writable(field.Code, value))
-            findings.push_back(Of(Finding::Severity::Error, number.Key, std::to_string(value), rangeNotice));
+    for (const FileItem& item : fileOrder) {
+        if (item.Group != FileGroup::Setting) continue;
+        const auto* const number = std::get_if<NumberField>(&RowOf(item.Id).Field);
+        if (number == nullptr || Writable(number->Code, record.*number->Member)) continue;
+        findings.push_back(Of(Finding::Severity::Error, std::string(RowOf(item.Id).Key),
+                              std::to_string(record.*number->Member), rangeNotice));
     }
     for (int i = 0; i < cardFilterCount; ++i)
         CheckFilter(i, record.CardFilter.at(static_cast<std::size_t>(i)), findings, warnings);
@@ -134,8 +118,7 @@ std::string OfNumber(std::string_view value, std::span<const ListEntry> entries)
     const std::int32_t number = modText::ValInteger(value);
     if (!modText::IsNumeric(value) || modText::Val(value) != number)
         return noNumberNotice + (" " + std::to_string(number));
-    return entries.empty() || ZarnForm::FindEntry(entries, number) != ZarnForm::none ? ""
-                                                                                     : unknownValueNotice;
+    return entries.empty() || FindEntry(entries, number) != noEntry ? "" : unknownValueNotice;
 }
 
 std::string OfFlag(std::string_view value) { return modText::ToFlag(value) ? "" : noFlagNotice; }

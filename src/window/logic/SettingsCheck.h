@@ -6,8 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "settings/ZarnInfo.h"
-#include "window/logic/ZarnForm.h"
+#include "settings/SettingTable.h"
 
 /// What is wrong with a line of a settings file, or with a setting of a record.
 struct SettingsFinding {

@@ -7,65 +7,36 @@
 #include <string>
 #include <string_view>
 
-#include "settings/ZarnInfo.h"
+#include "settings/SettingTable.h"
 #include "window/logic/FirmwareRules.h"
 #include "window/logic/clsConvertTable.h"
 
-/// The eight setting lists, in the order in which a record is shown.
-enum class FormList {
-    Language,
-    BaudRate,
-    TagFrequency,
-    UsbInterface,
-    Delimiter,
-    CardNumericSys,
-    CardIDSequence,
-    EMCardIDSequence
-};
-constexpr std::size_t formListCount = 8;
-
-/// One entry of a list: what is shown and the number that it stands for.
-struct ListEntry {
-    std::string_view Text;
-    std::int32_t Value = 0;
-};
-
 /// What the window's setting controls hold, as plain data, and the transfer between them and a record. The
-/// window copies it from and to its widgets; it is never kept. A new one is what a fresh window shows: the
-/// lists' start selections and a new record's settings.
+/// window copies it from and to its widgets; it is never kept. A new one is what a fresh window shows: a new
+/// record's settings.
 struct ZarnForm {
-    static constexpr int none = -1;      ///< a list without a selection
-    static constexpr int pageCount = 2;  ///< `SSTab2`: Hex and Dec
-    static constexpr int boxCount = 5;   ///< digit boxes `oCardSNLen` of a page
+    static constexpr int none = noEntry;  ///< a list without a selection
+    static constexpr int pageCount = 2;   ///< `SSTab2`: Hex and Dec
+    static constexpr int boxCount = 5;    ///< digit boxes `oCardSNLen` of a page
 
-    std::array<int, formListCount> Selected = StartSelections();
-    bool KeyboardOutput = true;
-    bool BuzzerEnabled = true;
-    bool DisplayCardType = false;      ///< `chkCardType`
-    bool OutputByTable = false;        ///< `chkOutputByTable`
-    bool UseRightKeypad = false;       ///< `chkUseRightKeypad`
-    bool WithoutLeadingZeros = false;  ///< `chkWithoutLeadingZeros`
-    bool AutoRead = false;             ///< `chkAutoRead`: a setting of this program, not of the reader
-    std::string Prefix;
-    std::string Postfix;
-    std::string OnRemove;
-    std::array<CardFilterRange, cardFilterCount> Filters = ZarnInfo().CardFilter;
-    int Page = 0;  ///< `SSTab2`: the page whose filters the digit boxes show
+    ZarnInfo Record;  ///< the settings, but not the conversion entries: they are the table's rows
+    std::array<bool, settingCount> NoSelection{};  ///< of the lists; the record's number then says nothing
+    bool AutoRead = false;  ///< `chkAutoRead`: a setting of this program, not of the reader
+    int Page = 0;           ///< `SSTab2`: the page whose filters the digit boxes show
     clsConvertTable Table;
     FirmwareRules Firmware;  ///< which controls are enabled or shown, and whether "None" is in its list
 
     /// Every entry that the list can have; `cboDelimiter` with its "None".
-    static std::span<const ListEntry> AllEntries(FormList list);
-    /// Likewise, of the list that shows a record's field.
-    static std::span<const ListEntry> EntriesOf(std::int32_t ZarnInfo::*field);
+    static std::span<const ListEntry> AllEntries(Setting list);
     /// The entries that the list has now.
-    [[nodiscard]] std::span<const ListEntry> Entries(FormList list) const;
-    /// The first entry whose value is `value`, or whose text is that number; none when there is none.
-    static int FindEntry(std::span<const ListEntry> entries, std::int32_t value);
+    [[nodiscard]] std::span<const ListEntry> Entries(Setting list) const;
     /// Selects the entry of a value. False, and the selection as it was, when there is none.
-    bool SelectCombo(FormList list, std::int32_t value);
+    bool SelectCombo(Setting list, std::int32_t value);
     /// The value of the selected entry; nothing without a selection.
-    [[nodiscard]] std::optional<std::int32_t> GetComboItemData(FormList list) const;
+    [[nodiscard]] std::optional<std::int32_t> GetComboItemData(Setting list) const;
+    /// The selected entry's index, or none.
+    [[nodiscard]] int SelectedEntry(Setting list) const;
+    void SelectEntry(Setting list, int entry);
     /// No selection in the lists that depend on the reader attached.
     void ClearSelections();
     /// Takes a reader's rules over. A selected "None" that goes leaves its list without a selection.
@@ -84,7 +55,4 @@ struct ZarnForm {
     static constexpr int FilterIndex(int page, int box) { return page * boxCount + box; }
     /// The text of a filter's digit box: its positions, 1234567890123...
     static std::string FilterBoxText(int index);
-
-  private:
-    static std::array<int, formListCount> StartSelections();
 };

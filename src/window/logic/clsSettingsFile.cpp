@@ -7,68 +7,34 @@
 #include <variant>
 
 #include "base/modText.h"
+#include "settings/SettingTable.h"
 #include "settings/modByte.h"
 
 namespace {
 
 constexpr std::string_view lineEnd = "\r\n";
 constexpr std::string_view sectionName = "GENERAL";
+// Keys of what is no setting of the table, in upper case.
+constexpr std::string_view filterStartKey = "FILTER_START";
+constexpr std::string_view filterLengthKey = "FILTER_LENGTH";
+constexpr std::string_view convertKey = "CONVERT";
+constexpr std::string_view autoReadKey = "AUTOREAD";
 constexpr std::size_t chunkSize = 65536;
 constexpr std::string_view hexEnd = "HEX";
 constexpr std::array<std::string_view, 2> unread{"FILEVERSION", "CONVERTCOUNT"};  // written, not read back
 constexpr std::ptrdiff_t strayLimit = 100;    // lines without a setting that are told
 constexpr std::size_t backupLimit = 1048576;  // bytes; a start-up file has about 2000
 
-using NumberField = std::int32_t ZarnInfo::*;
-using FlagField = Flag ZarnInfo::*;
-using TextField = std::string ZarnInfo::*;
-using FilterField = std::int32_t CardFilterRange::*;
-
-struct ConvertKey {};
-struct AutoReadKey {};
-/// The hexadecimal form of a key string.
-struct HexField {
-    TextField Text;
-};
-
-/// A key that the reader of a file knows, in upper case, and where its value goes.
-struct Key {
-    std::string_view Name;
-    std::variant<NumberField, FlagField, TextField, HexField, FilterField, ConvertKey, AutoReadKey> Target;
-};
-const std::array<Key, 24> keys{{
-    {"BAUDRATE", &ZarnInfo::Baudrate},
-    {"LANGUAGE", &ZarnInfo::Language},
-    {"TAGFREQUENCY", &ZarnInfo::TagFrequency},
-    {"USBINTERFACE", &ZarnInfo::UsbInterface},
-    {"KEYBOARDOUTPUT", &ZarnInfo::KeyboardOutput},
-    {"BUZZERENABLED", &ZarnInfo::BuzzerEnabled},
-    {"CARDIDNUMERICSYSTEM", &ZarnInfo::CardIDNumericSystem},
-    {"CARDIDNUMERICSEQUENCE", &ZarnInfo::CardIDNumericSequence},
-    {"EMCARDIDNUMERICSEQUENCE", &ZarnInfo::EMCardIDNumericSequence},
-    {"FILTER_START", &CardFilterRange::Start},
-    {"FILTER_LENGTH", &CardFilterRange::Length},
-    {"PREFIX", &ZarnInfo::Prefix},
-    {"PREFIXHEX", HexField{&ZarnInfo::Prefix}},
-    {"POSTFIX", &ZarnInfo::Postfix},
-    {"POSTFIXHEX", HexField{&ZarnInfo::Postfix}},
-    {"ONREMOVE", &ZarnInfo::OnRemove},
-    {"ONREMOVEHEX", HexField{&ZarnInfo::OnRemove}},
-    {"DELIMITER", &ZarnInfo::Delimiter},
-    {"DISPLAYCARDTYPE", &ZarnInfo::DisplayCardType},
-    {"CARDSNCONVERT", &ZarnInfo::CardSNConvert},
-    {"USERIGHTKEYPAD", &ZarnInfo::UseRightKeypad},
-    {"CONVERT", ConvertKey{}},
-    {"AUTOREAD", AutoReadKey{}},
-    {"IDWITHOUTLEADINGZEROS", &ZarnInfo::IDWithoutLeadingZeros},
-}};
+std::string FlagWord(Flag flag, FlagWords words) {
+    const bool on = flag;
+    if (words == FlagWords::OneZero) return on ? "1" : "0";
+    return on ? "True" : "False";
+}
 
 std::string WithoutCR(std::string text) {
     std::erase(text, '\r');
     return text;
 }
-
-std::string FlagWord(Flag flag) { return flag ? "True" : "False"; }
 
 std::string_view MarkOf(std::string_view bytes) {
     if (bytes.starts_with("\xEF\xBB\xBF")) return "UTF-8";
@@ -87,10 +53,16 @@ class clsTextMaker {
     void Line(std::string_view key, std::size_t index, std::string_view value) {
         Line(std::string(key) + "(" + std::to_string(index + 1) + ")", value);
     }
-    // A line cannot carry CR, so the plain form lacks it; the other form has every byte.
-    void KeyString(std::string_view key, const std::string& value) {
-        Line(key, WithoutCR(value));
-        Line(std::string(key) + "Hex", modByte::StringToHexString(value, ""));
+    void Setting(const SettingRow& row, const ZarnInfo& record) {
+        if (const auto* const number = std::get_if<NumberField>(&row.Field)) {
+            Line(row.Key, record.*number->Member);
+        } else if (const auto* const flag = std::get_if<FlagField>(&row.Field)) {
+            Line(row.Key, FlagWord(record.*flag->Member, flag->Words));
+        } else if (const auto* const text = std::get_if<TextField>(&row.Field)) {
+            // A line cannot carry CR, so the plain form lacks it; the other form has every byte.
+            Line(row.Key, WithoutCR(record.*text->Member));
+            Line(std::string(row.Key) + "Hex", modByte::StringToHexString(record.*text->Member, ""));
+        }
     }
     std::string Text;
 };
@@ -118,7 +90,7 @@ bool ApplyConvertRow(std::string_view value, CardConvertEntry& entry) {
 /// What became of a value: nothing when the line was passed over, else what is odd with it.
 using Taken = std::optional<std::string>;
 
-/// Puts one value where its key says. `index` is the number in the key's parentheses, -1 without any.
+/// Puts one value where its key says. `Index` is the number in the key's parentheses, -1 without any.
 struct ValueTaker {
     ZarnInfo& Record;
     bool& AutoRead;
@@ -127,36 +99,51 @@ struct ValueTaker {
 
     [[nodiscard]] bool Flagged() const { return modText::ToFlag(Value).value_or(false); }
 
-    Taken operator()(NumberField field) const {
-        Record.*field = modText::ValInteger(Value);
-        return SettingsCheck::OfNumber(Value, ZarnForm::EntriesOf(field));
+    Taken operator()(const NumberField& field) const {
+        Record.*field.Member = modText::ValInteger(Value);
+        return SettingsCheck::OfNumber(Value, field.Entries);
     }
-    Taken operator()(FlagField field) const {
-        Record.*field = Flagged();
+    Taken operator()(const FlagField& field) const {
+        Record.*field.Member = Flagged();
         return SettingsCheck::OfFlag(Value);
     }
-    Taken operator()(TextField field) const {
-        Record.*field = Value;
+    Taken operator()(const TextField& field) const {
+        Record.*field.Member = Value;
         return SettingsCheck::OfText(Value);
     }
-    Taken operator()(HexField field) const {
-        Record.*field.Text = modByte::HexStringToString(Value);
+    [[nodiscard]] Taken Hex(const TextField& field) const {
+        Record.*field.Member = modByte::HexStringToString(Value);
         return SettingsCheck::OfHex(Value);
     }
-    Taken operator()(FilterField field) const {
+    [[nodiscard]] Taken Filter(std::int32_t CardFilterRange::*part) const {
         if (Index < 1 || Index > cardFilterCount) return {};
-        Record.CardFilter.at(static_cast<std::size_t>(Index - 1)).*field = modText::ValInteger(Value);
+        Record.CardFilter.at(static_cast<std::size_t>(Index - 1)).*part = modText::ValInteger(Value);
         return SettingsCheck::OfNumber(Value, /*entries=*/{});
     }
-    Taken operator()(ConvertKey) const {
+    [[nodiscard]] Taken Row() const {
         if (Index < 1 || Index > convertCount) return {};
         CardConvertEntry& entry = Record.Convert.at(static_cast<std::size_t>(Index - 1));
         if (!ApplyConvertRow(Value, entry)) return {};
         return SettingsCheck::OfEntry(entry);
     }
-    Taken operator()(AutoReadKey) const {
+    [[nodiscard]] Taken Auto() const {
         AutoRead = Flagged();
         return SettingsCheck::OfFlag(Value);
+    }
+
+    /// What became of it; nothing when `name`, in upper case, is no key at all.
+    [[nodiscard]] std::optional<Taken> Take(std::string_view name) const {
+        if (name == filterStartKey) return Filter(&CardFilterRange::Start);
+        if (name == filterLengthKey) return Filter(&CardFilterRange::Length);
+        if (name == convertKey) return Row();
+        if (name == autoReadKey) return Auto();
+        for (const SettingRow& row : settingTable) {
+            const std::string key = modText::UCase(row.Key);
+            if (name == key) return std::visit(*this, row.Field);
+            const auto* const text = std::get_if<TextField>(&row.Field);
+            if (text != nullptr && name == key + std::string(hexEnd)) return Hex(*text);
+        }
+        return std::nullopt;
     }
 };
 
@@ -227,21 +214,18 @@ void clsSettingsParser::ApplyKey(std::string_view line) {
         index = modText::ValInteger(std::string_view(name).substr(open + 1));
         name.erase(open);
     }
-    const auto key = std::find_if(keys.begin(), keys.end(),
-                                  [&name](const Key& candidate) { return candidate.Name == name; });
     SettingsFinding finding;
     finding.Key = line.substr(0, equals);
     finding.Value = line.substr(equals + 1);
-    if (key == keys.end()) {
+    const auto taken = ValueTaker{m_record, m_autoRead, line.substr(equals + 1), index}.Take(name);
+    if (!taken) {
         finding.Text = SettingsCheck::OfPassedOver(/*knownKey=*/false);
         if (std::find(unread.begin(), unread.end(), name) == unread.end()) Find(finding);
         return;
     }
     m_knownKey = true;
-    const Taken taken =
-        std::visit(ValueTaker{m_record, m_autoRead, line.substr(equals + 1), index}, key->Target);
-    finding.Text = taken ? *taken : SettingsCheck::OfPassedOver(/*knownKey=*/true);
-    if (taken) finding.About = AboutOf(name, index);
+    finding.Text = taken->value_or(SettingsCheck::OfPassedOver(/*knownKey=*/true));
+    if (*taken) finding.About = AboutOf(name, index);
     Find(finding);
 }
 
@@ -287,31 +271,24 @@ std::string clsSettingsFile::MakeText(const ZarnInfo& record, const std::vector<
     out.Text = "[General]";
     out.Text += lineEnd;
     out.Line("FileVersion", "1.1");
-    out.Line("Baudrate", record.Baudrate);
-    out.Line("Language", record.Language);
-    out.Line("TagFrequency", record.TagFrequency);
-    out.Line("UsbInterface", record.UsbInterface);
-    out.Line("KeyboardOutput", FlagWord(record.KeyboardOutput));
-    out.Line("BuzzerEnabled", FlagWord(record.BuzzerEnabled));
-    out.Line("CardIDNumericSystem", record.CardIDNumericSystem);
-    out.Line("CardIDNumericSequence", record.CardIDNumericSequence);
-    out.Line("EMCardIDNumericSequence", record.EMCardIDNumericSequence);
-    for (std::size_t i = 0; i < record.CardFilter.size(); ++i) {
-        out.Line("Filter_Start", i, std::to_string(record.CardFilter[i].Start));
-        out.Line("Filter_Length", i, std::to_string(record.CardFilter[i].Length));
-    }
-    out.KeyString("Prefix", record.Prefix);
-    out.KeyString("Postfix", record.Postfix);
-    out.KeyString("OnRemove", record.OnRemove);
-    out.Line("Delimiter", record.Delimiter);
-    out.Line("DisplayCardType", FlagWord(record.DisplayCardType));
-    out.Line("CardSNConvert", FlagWord(record.CardSNConvert));
-    out.Line("UseRightKeypad", FlagWord(record.UseRightKeypad));
-    out.Line("ConvertCount", static_cast<std::int32_t>(rows.size()));
     lostCR = false;
-    for (std::size_t i = 0; i < rows.size(); ++i) out.Line("Convert", i, RowLine(rows[i], lostCR));
-    out.Line("AutoRead", autoRead ? "1" : "0");
-    out.Line("IDWithoutLeadingZeros", record.IDWithoutLeadingZeros ? "1" : "0");
+    for (const FileItem& item : fileOrder) {
+        switch (item.Group) {
+            case FileGroup::Setting: out.Setting(RowOf(item.Id), record); break;
+            case FileGroup::Filters:
+                for (std::size_t i = 0; i < record.CardFilter.size(); ++i) {
+                    out.Line("Filter_Start", i, std::to_string(record.CardFilter[i].Start));
+                    out.Line("Filter_Length", i, std::to_string(record.CardFilter[i].Length));
+                }
+                break;
+            case FileGroup::Convert:
+                out.Line("ConvertCount", static_cast<std::int32_t>(rows.size()));
+                for (std::size_t i = 0; i < rows.size(); ++i)
+                    out.Line("Convert", i, RowLine(rows[i], lostCR));
+                break;
+            case FileGroup::AutoRead: out.Line("AutoRead", FlagWord(autoRead, FlagWords::OneZero)); break;
+        }
+    }
     return out.Text;
 }
 
