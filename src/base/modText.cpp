@@ -243,6 +243,28 @@ std::optional<bool> ToFlag(std::string_view text) {
     return std::nullopt;
 }
 
+std::string ToUtf8(std::string_view text) {
+    std::string utf8;
+    utf8.reserve(text.size());
+    for (const char c : text) {
+        const auto byte = static_cast<std::uint8_t>(c);
+        if (byte < 0x80) {
+            utf8 += c;
+        } else {
+            utf8 += static_cast<char>(0xC0 | byte >> 6);
+            utf8 += static_cast<char>(0x80 | (byte & 0x3F));
+        }
+    }
+    return utf8;
+}
+
+std::string DigitsText(std::int32_t start, std::int32_t length, int count) {
+    const std::string of = " of " + std::to_string(count);
+    if (length < 1) return "no digit" + of;
+    if (length == 1) return "digit " + std::to_string(start) + of;
+    return "digits " + std::to_string(start) + " to " + std::to_string(std::int64_t{start} + length - 1) + of;
+}
+
 double RoundHalfEven(double value) {
     const double below = std::floor(value);
     const double rest = value - below;

@@ -10,8 +10,6 @@
 namespace modText {
 
 std::string UCase(std::string_view text);
-/// The text of UTF-8; a character above U+00FF, and what is no UTF-8, becomes "?".
-std::string FromUtf8(std::string_view utf8);
 /// Without the blanks (0x20) at both ends.
 std::string Trim(std::string_view text);
 std::string LTrim(std::string_view text);
@@ -41,6 +39,12 @@ std::optional<int> WholeNumber(std::string_view text, int highest);
 /// "True" or "False" in any letter case, or a number (0 is false); blanks at both ends do not count. Nothing
 /// for any other text.
 std::optional<bool> ToFlag(std::string_view text);
+/// UTF-8 with a character of the same number for every byte.
+std::string ToUtf8(std::string_view text);
+/// The text of UTF-8; a character above U+00FF, and what is no UTF-8, becomes "?".
+std::string FromUtf8(std::string_view utf8);
+/// A run of digits in words: "digits 3 to 6 of 8". `start` is 1-based.
+std::string DigitsText(std::int32_t start, std::int32_t length, int count);
 /// Rounds to the nearest whole number, halves to even.
 double RoundHalfEven(double value);
 

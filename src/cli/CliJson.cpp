@@ -3,7 +3,7 @@
 #include <array>
 #include <nlohmann/json.hpp>
 
-#include "cli/CliText.h"
+#include "base/modText.h"
 #include "settings/SettingTable.h"
 #include "settings/modByte.h"
 #include "window/logic/clsConvertTable.h"
@@ -12,7 +12,7 @@ namespace CliJson {
 
 using Json = nlohmann::ordered_json;
 
-Json Text(const std::string& text) { return CliText::ToUtf8(text); }
+Json Text(const std::string& text) { return modText::ToUtf8(text); }
 
 Json Reason(const PortReason& reason) {
     if (reason.Obstacle == PortObstacle::None) return {};

@@ -3,9 +3,9 @@
 #include <nlohmann/json.hpp>
 
 #include "base/clsScopeGuard.h"
+#include "base/modText.h"
 #include "cli/CliJson.h"
 #include "cli/CliOptions.h"
-#include "cli/CliText.h"
 #include "cli/clsCliLog.h"
 #include "cli/clsCliRun.h"
 #include "cli/clsDemoPlatform.h"
@@ -67,7 +67,7 @@ int clsCli::Run(const std::vector<std::string>& arguments) {
     };
     try {
         if (parsing.Run && !options.Demo) parsing.Text = m_platform.SetPortMap(options.PortMap);
-        const std::string usage = CliText::FromUtf8(parsing.Text);
+        const std::string usage = modText::FromUtf8(parsing.Text);
         if (!usage.empty()) {
             log.Say(usage + " (zarn74ctl --help tells more)");
             result.Exit = ExitUsage;

@@ -1,12 +1,12 @@
 #include "cli/clsCliLog.h"
 
+#include "base/ControlNames.h"
 #include "base/modText.h"
-#include "cli/CliText.h"
 
 void clsCliLog::Say(const std::string& text) {
     EndLine();
     m_messages.push_back({TimeText(m_host.TimeOfDay()), text});
-    m_output.Write("zarn74ctl: " + CliText::ToUtf8(CliText::Visible(text)) + "\n");
+    m_output.Write("zarn74ctl: " + modText::ToUtf8(ControlNames::Visible(text)) + "\n");
 }
 
 void clsCliLog::ShowNotice(const std::string& text) {
@@ -31,7 +31,7 @@ void clsCliLog::EndLine() {
 }
 
 std::string clsCliLog::Painted(const std::string& text, LogColor color) const {
-    std::string utf8 = CliText::ToUtf8(CliText::Visible(text));
+    std::string utf8 = modText::ToUtf8(ControlNames::Visible(text));
     if (color == LogColor::Black || !m_output.Colored()) return utf8;
     return (color == LogColor::Blue ? "\x1b[94m" : "\x1b[91m") + utf8 + "\x1b[0m";
 }

@@ -5,10 +5,10 @@
 #include <filesystem>
 #include <system_error>
 
+#include "base/ControlNames.h"
 #include "base/TraceLine.h"
 #include "base/modText.h"
 #include "cli/CliJson.h"
-#include "cli/CliText.h"
 #include "hid/modOrvHID.h"
 
 namespace {
@@ -170,7 +170,7 @@ std::string clsCliRun::PortName() {
     for (const PortEntry& port : m_platform.Ports().Ports()) {
         if (port.Name == m_options.Port || port.Name == upper) return port.Name;
     }
-    const std::string typed = modText::UCase(modOrvHID::BareName(CliText::FromUtf8(m_options.Port)));
+    const std::string typed = modText::UCase(modOrvHID::BareName(modText::FromUtf8(m_options.Port)));
     for (const PortEntry& port : m_comm.HidPorts()) {
         if (typed == port.Alias || typed == modText::UCase(modOrvHID::BareName(port.Name)) ||
             MeansDevice(m_options.Port, port.Device))
@@ -186,7 +186,7 @@ std::string clsCliRun::PortName() {
 // Finds the reader, or opens the port that was named. The port is open when it is ExitDone.
 int clsCliRun::Connect() {
     std::string name;
-    const std::string typed = CliText::FromUtf8(m_options.Port);
+    const std::string typed = modText::FromUtf8(m_options.Port);
     if (!typed.empty()) {
         name = PortName();
         if (name.empty()) {
@@ -217,7 +217,7 @@ void clsCliRun::SayWhyNotOpen(const std::string& name) {
     m_reasons = m_options.Baud != 0 ? std::vector{m_comm.WhyNotOpen(name)} : m_comm.SearchReasons();
     bool asked = name.empty();  // a reader was looked for, not only a port tried
     for (PortReason& reason : m_reasons) {
-        if (!name.empty()) reason.Port = CliText::FromUtf8(m_options.Port);
+        if (!name.empty()) reason.Port = modText::FromUtf8(m_options.Port);
         asked = asked || reason.Obstacle == PortObstacle::Silent;
         m_log.Say(reason.Text());
     }
@@ -241,14 +241,14 @@ CliResult clsCliRun::Ports() {
     for (const PortEntry& port : ports) {
         const bool onHid = !port.Alias.empty();
         result.Json.push_back(CliJson::Port(port));
-        std::string line = CliText::ToUtf8(onHid ? port.Alias : port.Name);
+        std::string line = modText::ToUtf8(onHid ? port.Alias : port.Name);
         line.resize(std::max<std::size_t>(line.size(), 7), ' ');
         line += " " + port.Device;
         std::string more = onHid ? port.Name : port.Description;
         if (!port.Maker.empty()) more += (more.empty() ? "" : ", ") + port.Maker;
         if (onHid && !port.Serial.empty()) more += ", serial number " + port.Serial;
         if (!port.Access) more += (more.empty() ? "(" : " (") + Shortly(port.Reason.Obstacle) + ")";
-        if (!more.empty()) line += "  " + CliText::ToUtf8(CliText::Visible(more));
+        if (!more.empty()) line += "  " + modText::ToUtf8(ControlNames::Visible(more));
         result.Text += line + "\n";
         if (!port.Access) m_log.Say(port.Reason.Text());
     }
@@ -268,10 +268,11 @@ CliResult clsCliRun::Identify() {
                    {"version", CliJson::Text(reader.Firmware.Version)},
                    {"firmwareSerial", CliJson::Text(reader.Firmware.FirmwareSN)},
                    {"adapter", m_comm.AdapterName().empty() ? Json() : CliJson::Text(m_comm.AdapterName())}};
-    result.Text = CliText::ToUtf8(CliText::Visible("Product Name: " + reader.Product)) + "\n" +
-                  CliText::ToUtf8(CliText::Visible("Firmware Version: " + reader.Firmware.Version)) + "\n" +
-                  CliText::ToUtf8(CliText::Visible("Firmware Serial Number: " + reader.Firmware.FirmwareSN)) +
-                  "\n" + CliText::ToUtf8(CliText::Visible("COM Port: " + m_flows.PortInfo()));
+    result.Text =
+        modText::ToUtf8(ControlNames::Visible("Product Name: " + reader.Product)) + "\n" +
+        modText::ToUtf8(ControlNames::Visible("Firmware Version: " + reader.Firmware.Version)) + "\n" +
+        modText::ToUtf8(ControlNames::Visible("Firmware Serial Number: " + reader.Firmware.FirmwareSN)) +
+        "\n" + modText::ToUtf8(ControlNames::Visible("COM Port: " + m_flows.PortInfo()));
     if (m_baud != 0) result.Text += ", " + std::to_string(m_baud) + " baud";
     result.Text += "\n";
     return result;
@@ -296,7 +297,7 @@ void clsCliRun::SayWhyNotRead() {
 // What a file operation that failed said of itself.
 void clsCliRun::SayWhyNotFile(const std::string& name) {
     const std::string reason = m_files.LastError();
-    if (!reason.empty()) m_log.Say(CliText::FromUtf8(name) + ": " + CliText::FromUtf8(reason));
+    if (!reason.empty()) m_log.Say(modText::FromUtf8(name) + ": " + modText::FromUtf8(reason));
 }
 
 // The file to save to; empty when the result is printed.
@@ -329,7 +330,7 @@ bool clsCliRun::TakeInput() {
     std::string error;
     const auto input = m_platform.ReadInput(inputLimit, error);
     if (input) m_files.SetInput(*input);
-    if (!error.empty()) m_log.Say("standard input: " + CliText::FromUtf8(error));
+    if (!error.empty()) m_log.Say("standard input: " + modText::FromUtf8(error));
     return input.has_value();
 }
 
@@ -449,7 +450,7 @@ void clsCliRun::ShowRecord(const FrameRecord& record) {
         m_out.Write(TraceLine(record.Microseconds, record.Received, record.Bytes) + "\n");
     } else {
         m_out.Write(TimeText(m_platform.Host().TimeOfDay()) + (record.Received ? " rx " : " tx ") +
-                    CliText::ToUtf8(CliText::Visible(record.Bytes)) + "\n");
+                    modText::ToUtf8(ControlNames::Visible(record.Bytes)) + "\n");
     }
     if (m_out.CurrentState() != clsITextOutput::State::Open) Stop();
 }

@@ -12,6 +12,9 @@ constexpr char CR = 0x0D;
 constexpr char TAB = 0x09;
 constexpr char LF = 0x0A;
 
+/// Behind such a byte nothing of a run of registers is read or written, where a run stops at its end.
+constexpr bool EndsRun(std::uint8_t value) { return value == 0x00 || value == 0xFF; }
+
 /// The byte sum of the first `count` characters; all of them when count is below 1 or above the length.
 std::uint8_t CalcChkSum(std::string_view text, std::int32_t count = 0);
 /// STX, command text, two upper-case checksum digits if asked for, CR.

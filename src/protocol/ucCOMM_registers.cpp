@@ -19,8 +19,6 @@ std::span<Element> Run(std::span<Element> values, std::int32_t count, std::int32
     return values.subspan(static_cast<std::size_t>(first), static_cast<std::size_t>(wanted));
 }
 
-bool EndsRun(std::uint8_t value) { return value == 0x00 || value == 0xFF; }
-
 }  // namespace
 
 std::string ucCOMM::GetVersion() {
@@ -78,7 +76,7 @@ bool ucCOMM::GetRegisterEx(std::int32_t iRegister, std::span<std::uint8_t> value
         }
         result = GetRegister(iRegister + i, value);
         if (!result || Cancelled(generation)) return false;
-        stopped = stopAtEnd && EndsRun(value);
+        stopped = stopAtEnd && OrvNetFrame::EndsRun(value);
     }
     return result;
 }
@@ -92,7 +90,7 @@ bool ucCOMM::SetRegisterEx(std::int32_t iRegister, std::span<const std::uint8_t>
         const std::uint8_t value = run[static_cast<std::size_t>(i)];
         result = SetRegister(iRegister + i, value);
         if (!result || Cancelled(generation)) return false;
-        if (stopAtEnd && EndsRun(value)) break;
+        if (stopAtEnd && OrvNetFrame::EndsRun(value)) break;
     }
     return result;
 }

@@ -4,6 +4,7 @@
 #include <span>
 
 #include "base/modText.h"
+#include "protocol/OrvNetFrame.h"
 #include "settings/modByte.h"
 
 namespace {
@@ -66,6 +67,13 @@ KeyStringBytes EncodeKeyString(std::string_view text) {
     const auto end = std::copy(source.begin(), source.end(), bytes.begin());
     if (end != bytes.end()) *end = endOfText;
     return bytes;
+}
+
+std::string StoredKeyString(std::string_view text) {
+    KeyStringBytes bytes = EncodeKeyString(text);
+    auto end = std::find_if(bytes.begin(), bytes.end(), OrvNetFrame::EndsRun);
+    if (end != bytes.end()) std::fill(++end, bytes.end(), std::uint8_t{0});
+    return DecodeKeyString(bytes);
 }
 
 CardConvertEntry DecodeEntry(const EntryBytes& bytes, const std::string& text) {

@@ -70,6 +70,10 @@ std::string DecodeKeyString(const KeyStringBytes& bytes);
 /// The first 16 bytes of the text; behind a shorter one FF, then zeros.
 KeyStringBytes EncodeKeyString(std::string_view text);
 
+/// The text as a reader gives it back that was written with it: a run is written and read to its first 00 or
+/// FF.
+std::string StoredKeyString(std::string_view text);
+
 /// `text` is the entry's text as read; an empty entry has none, whatever stands there.
 CardConvertEntry DecodeEntry(const EntryBytes& bytes, const std::string& text);
 /// Nothing when the type leaves 0..255 or the ID has more than 7 bytes; an unused entry goes without an ID

@@ -4,6 +4,7 @@
 #include <variant>
 
 #include "base/clsScopeGuard.h"
+#include "protocol/OrvNetFrame.h"
 #include "settings/ReaderAnswers.h"
 
 namespace {
@@ -16,8 +17,6 @@ constexpr int quickReadStepCount = 1 + readStepCount;
 
 // Behind the first 00 or FF of a key string nothing is read or written.
 constexpr bool keyStringsStopAtEnd = true;
-
-bool EndsRun(std::uint8_t value) { return value == 0x00 || value == 0xFF; }
 
 }  // namespace
 
@@ -39,7 +38,7 @@ bool modZarn74::ReadBlock(int iRegister, std::span<std::uint8_t> values, bool st
     // What stands behind the end of a run must read as it does one by one, or quick and slow reads differ.
     const auto from = m_image.begin() + iRegister;
     const auto to = from + static_cast<std::ptrdiff_t>(values.size());
-    auto end = stopAtEnd ? std::find_if(from, to, EndsRun) : to;
+    auto end = stopAtEnd ? std::find_if(from, to, OrvNetFrame::EndsRun) : to;
     if (end != to) ++end;
     std::fill(std::copy(from, end, values.begin()), values.end(), std::uint8_t{0});
     return true;

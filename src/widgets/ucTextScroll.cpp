@@ -155,7 +155,7 @@ void ucTextScroll::Announce() {
 }
 
 QString ucTextScroll::Spoken() const {
-    return QtText::ToQString(DigitRun::Spoken(m_run, static_cast<int>(m_text.size())));
+    return QtText::ToQString(modText::DigitsText(m_run.Start, m_run.Length, static_cast<int>(m_text.size())));
 }
 
 QColor ucTextScroll::BackColor() const {

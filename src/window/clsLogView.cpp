@@ -8,8 +8,8 @@
 #include <QTextBlock>
 #include <algorithm>
 
+#include "base/ControlNames.h"
 #include "platform/QtText.h"
-#include "widgets/logic/ControlText.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ QString Visible(const std::string& text) {
     for (const char c : text) {
         const auto code = static_cast<unsigned char>(c);
         if (code < ' ') {
-            result += '<' + QtText::ToQString(ControlText::GetASCIIName(code)) + '>';
+            result += '<' + QtText::ToQString(ControlNames::GetASCIIName(code)) + '>';
         } else {
             const bool hasGlyph = code < 0x7F || code >= 0xA0;
             result += hasGlyph ? QChar(code) : QChar(QChar::ReplacementCharacter);

@@ -163,7 +163,7 @@ TEST_F(Flows, AReaderThatDoesNotTellWhatItIsIsNotTakenForTheOneBefore) {
         flows.SetQuickRead(true);
         flows.AutoScan();
         flows.SetQuickRead(row.Silent != 'B');
-        view.Form.Prefix = "of the first";
+        view.Form.Record.Prefix = "of the first";
         view.Notices.clear();
         reader.AddFault({SimFault::NoAnswer, row.Silent});
         EXPECT_EQ(End(flows.AutoScan()), std::string("Done: ") + row.Said);

@@ -1,25 +1,16 @@
 #include "widgets/logic/ControlText.h"
 
 #include <algorithm>
-#include <array>
 
-#include "base/modText.h"
+#include "base/ControlNames.h"
 
 namespace {
 
-constexpr std::array<std::string_view, 33> names{
-    "NUL", "SOH", "STX", "ETX", "EOT", "ENQ", "ACK", "BEL", "BS",  "TAB", "LF",
-    "VT",  "FF",  "CR",  "SO",  "SI",  "DLE", "DC1", "DC2", "DC3", "DC4", "NAK",
-    "SYN", "ETB", "CAN", "EM",  "SUB", "ESC", "FS",  "GS",  "RS",  "US",  "(SP)"};
 constexpr std::size_t controlCharacters = 32;
 
 }  // namespace
 
 namespace ControlText {
-
-std::string_view GetASCIIName(unsigned char code) {
-    return code < names.size() ? names.at(code) : std::string_view();
-}
 
 View ToView(std::string_view text) {
     View view;
@@ -30,7 +21,7 @@ View ToView(std::string_view text) {
             continue;
         }
         view.push_back({'<', /*Blue=*/true});
-        for (const char letter : GetASCIIName(code)) view.push_back({letter, /*Blue=*/true});
+        for (const char letter : ControlNames::GetASCIIName(code)) view.push_back({letter, /*Blue=*/true});
         view.push_back({'>', /*Blue=*/true});
     }
     return view;
@@ -52,13 +43,9 @@ Reading FromView(std::span<const ViewCharacter> view) {
             result.Damaged = true;
         } else if (character == '>') {
             open = false;
-            const auto* const end = names.begin() + controlCharacters;
-            const auto* const at = std::find(names.begin(), end, modText::UCase(name));
-            if (at == end) {
-                result.Damaged = true;
-            } else {
-                result.Text += static_cast<char>(at - names.begin());
-            }
+            const auto code = ControlNames::CodeOf(name);
+            if (code) result.Text += *code;
+            result.Damaged = result.Damaged || !code;
         } else {
             name += character;
         }

@@ -11,9 +11,6 @@
 /// from the same characters typed by hand.
 namespace ControlText {
 
-/// The name of a control character: "NUL" to "US"; "(SP)" for the space; empty for any other code.
-std::string_view GetASCIIName(unsigned char code);
-
 struct ViewCharacter {
     char Character = 0;
     bool Blue = false;

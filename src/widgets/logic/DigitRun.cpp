@@ -62,12 +62,4 @@ std::string_view Marked(std::string_view text, const Range& run) {
     return text.substr(static_cast<std::size_t>(begin), static_cast<std::size_t>(end - begin));
 }
 
-std::string Spoken(const Range& run, int count) {
-    const std::string of = " of " + std::to_string(count);
-    if (run.Length < 1) return "no digit" + of;
-    if (run.Length == 1) return "digit " + std::to_string(run.Start) + of;
-    const std::int64_t last = std::int64_t{run.Start} + run.Length - 1;
-    return "digits " + std::to_string(run.Start) + " to " + std::to_string(last) + of;
-}
-
 }  // namespace DigitRun

@@ -44,7 +44,5 @@ Markers Released(const Row& row, Markers markers, Side side);
 
 /// The characters of `text` that the run marks.
 std::string_view Marked(std::string_view text, const Range& run);
-/// The run in words: "digits 3 to 6 of 8".
-std::string Spoken(const Range& run, int count);
 
 }  // namespace DigitRun

@@ -2,10 +2,11 @@
 
 #include <algorithm>
 
+#include "base/ControlNames.h"
 #include "base/modText.h"
+#include "settings/CardTypes.h"
 #include "settings/ZarnRegisterMap.h"
 #include "settings/modByte.h"
-#include "window/logic/clsMessageLog.h"
 
 namespace {
 
@@ -104,7 +105,7 @@ std::string Line(const Finding& finding) {
     const auto add = [&line](const std::string& text) {
         for (const char c : text.substr(0, shownValue)) {
             const auto code = static_cast<std::uint8_t>(c);
-            line += code < 32 ? "<" + clsMessageLog::GetASCIIName(code) + ">" : std::string(1, c);
+            line += code < 32 ? "<" + std::string(ControlNames::GetASCIIName(code)) + ">" : std::string(1, c);
         }
         if (text.size() > shownValue) line += "...";
     };

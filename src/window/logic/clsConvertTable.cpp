@@ -6,14 +6,6 @@
 
 namespace {
 
-constexpr std::string_view unknownTag = "[???]";
-
-const CardTypeEntry* FindTag(std::string_view tag) {
-    const auto* const at = std::find_if(cardTypes.begin(), cardTypes.end(),
-                                        [tag](const CardTypeEntry& entry) { return entry.Tag == tag; });
-    return at == cardTypes.end() ? nullptr : at;
-}
-
 std::string RowText(std::string_view tag, std::string serial, std::string_view output) {
     serial.resize(rowSerialWidth, ' ');
     return std::string(tag) + " " + serial + " " + std::string(output);
@@ -25,18 +17,6 @@ std::string RowPart(const ConvertRow& row, std::size_t at, std::size_t count = s
 }
 
 }  // namespace
-
-std::string_view TagOfCardType(std::int32_t cardType) {
-    const std::int32_t low = cardType & 0x0F;
-    const auto* const at = std::find_if(cardTypes.begin(), cardTypes.end(),
-                                        [low](const CardTypeEntry& entry) { return entry.CardType == low; });
-    return at == cardTypes.end() ? unknownTag : at->Tag;
-}
-
-std::int32_t CardTypeOfTag(std::string_view tag) {
-    const CardTypeEntry* const entry = FindTag(tag);
-    return entry == nullptr ? cardTypeOther : entry->CardType;
-}
 
 ConvertRow RowOfEntry(const CardConvertEntry& entry) {
     return {RowText(TagOfCardType(entry.CardType), entry.CardID, entry.OutputText),
@@ -66,7 +46,8 @@ bool clsConvertTable::HasSelection() const {
 }
 
 ConvertRow clsConvertTable::RowFromControls() const {
-    const auto tag = CardType == none ? unknownTag : cardTypes.at(static_cast<std::size_t>(CardType)).Tag;
+    const auto tag = CardType == none ? TagOfCardType(cardTypeOther)
+                                      : cardTypes.at(static_cast<std::size_t>(CardType)).Tag;
     return {RowText(tag, OutputID, OutputString), Enabled};
 }
 

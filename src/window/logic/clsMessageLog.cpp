@@ -1,7 +1,7 @@
 #include "window/logic/clsMessageLog.h"
 
+#include "base/ControlNames.h"
 #include "base/modText.h"
-#include "widgets/logic/ControlText.h"
 
 namespace {
 
@@ -101,7 +101,7 @@ void clsMessageLog::Clear() {
 }
 
 std::string clsMessageLog::GetASCIIName(std::uint8_t code) {
-    return std::string(ControlText::GetASCIIName(code));
+    return std::string(ControlNames::GetASCIIName(code));
 }
 
 void clsMessageLog::EndLine() {
