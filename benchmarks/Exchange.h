@@ -6,7 +6,7 @@
 #include <ctime>
 #include <vector>
 
-#include "protocol/ucCOMM.h"
+#include "comm/ucCOMM.h"
 
 inline double Microseconds(clockid_t clock) {
     timespec at{};

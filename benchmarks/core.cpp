@@ -8,14 +8,14 @@
 
 #include "FullImage.h"
 #include "base/clsMemoryStore.h"
-#include "platform/clsSystemFiles.h"
-#include "protocol/ucCOMM.h"
+#include "comm/ucCOMM.h"
+#include "flows/clsConvertTable.h"
+#include "flows/clsSettingsFile.h"
 #include "settings/modZarn74.h"
 #include "sim/clsSimReader.h"
 #include "sim/clsSimSerialControl.h"
 #include "support/clsVirtualHost.h"
-#include "window/logic/clsConvertTable.h"
-#include "window/logic/clsSettingsFile.h"
+#include "system/clsSystemFiles.h"
 
 namespace {
 

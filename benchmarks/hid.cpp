@@ -12,12 +12,12 @@
 
 #include "Exchange.h"
 #include "base/clsMemoryStore.h"
-#include "platform/clsHidReaders.h"
-#include "platform/clsPortList.h"
-#include "platform/clsQtHost.h"
-#include "platform/clsQtSerialControl.h"
-#include "protocol/ucCOMM.h"
+#include "comm/ucCOMM.h"
+#include "qt/clsQtHost.h"
+#include "qt/clsQtSerialControl.h"
 #include "sim/hid/clsDemoBus.h"
+#include "system/clsHidReaders.h"
+#include "system/clsPortList.h"
 
 namespace {
 

@@ -13,11 +13,11 @@
 #include "Exchange.h"
 #include "FullImage.h"
 #include "base/clsMemoryStore.h"
-#include "platform/clsPortList.h"
-#include "platform/clsQtHost.h"
-#include "platform/clsQtSerialControl.h"
-#include "protocol/ucCOMM.h"
+#include "comm/ucCOMM.h"
+#include "qt/clsQtHost.h"
+#include "qt/clsQtSerialControl.h"
 #include "settings/modZarn74.h"
+#include "system/clsPortList.h"
 
 namespace {
 

@@ -184,7 +184,7 @@ def hid(args):
         took = median(run('image', f'reader interval={pace}')[0] for _ in range(5))
         row(f'two images at a report every {pace} ms, over their reports', took / (1000 * pace * reports), 'times')
     row('an open adapter idle for 60 s, of one core', run('idle', 'tarka', '60')[0], '%', 0.2)
-    test = [TOP / 'build/core/tests/platform/test_plugging', '--gtest_filter=*InTime']
+    test = [TOP / 'build/core/tests/system/test_plugging', '--gtest_filter=*InTime']
     try:
         text = output(['umockdev-wrapper', *test])
     except FileNotFoundError:

@@ -1,7 +1,7 @@
 // The packet cutter, idle and with a command waiting: nothing is lost, and pieces do not matter.
 
 #include "FuzzInput.h"
-#include "protocol/clsPacketCutter.h"
+#include "frame/clsPacketCutter.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 
 #include "FuzzInput.h"
 #include "base/modText.h"
+#include "flows/ValueFormat.h"
 #include "settings/modByte.h"
 #include "widgets/logic/ControlText.h"
-#include "window/logic/ValueFormat.h"
 
 void TestOneInput(FuzzInput input) {
     const auto kind = input.Byte();

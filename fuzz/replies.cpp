@@ -3,9 +3,9 @@
 #include "FuzzInput.h"
 #include "base/clsMemoryStore.h"
 #include "base/modText.h"
-#include "protocol/OrvNetFrame.h"
-#include "protocol/ucCOMM.h"
-#include "settings/ReaderAnswers.h"
+#include "comm/ucCOMM.h"
+#include "frame/OrvNetFrame.h"
+#include "frame/ReaderAnswers.h"
 #include "support/clsScriptedSerial.h"
 #include "support/clsVirtualHost.h"
 

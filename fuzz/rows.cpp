@@ -1,7 +1,7 @@
 // Rows of the conversion table, their entries and the controls around them.
 
 #include "FuzzInput.h"
-#include "window/logic/clsConvertTable.h"
+#include "flows/clsConvertTable.h"
 
 void TestOneInput(FuzzInput input) {
     clsConvertTable table;

@@ -2,7 +2,7 @@
 // as itself, and pieces do not matter.
 
 #include "FuzzInput.h"
-#include "window/RecordText.h"
+#include "flows/RecordText.h"
 
 namespace {
 

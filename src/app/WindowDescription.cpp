@@ -10,7 +10,7 @@
 #include <QTabWidget>
 #include <optional>
 
-#include "platform/QtText.h"
+#include "qt/QtText.h"
 #include "widgets/TextBoxEx.h"
 #include "widgets/ucTextScroll.h"
 #include "window/clsLogView.h"

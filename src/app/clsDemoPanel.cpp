@@ -8,7 +8,7 @@
 #include <QPushButton>
 #include <array>
 
-#include "platform/QtText.h"
+#include "qt/QtText.h"
 #include "widgets/clsWheelGuard.h"
 
 namespace {

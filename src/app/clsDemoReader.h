@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "protocol/clsIDeviceNotices.h"
+#include "comm/CommDevices.h"
 #include "sim/clsSimReader.h"
 #include "sim/clsSimSerialControl.h"
 #include "sim/hid/clsDemoBus.h"

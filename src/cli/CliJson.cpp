@@ -4,9 +4,9 @@
 #include <nlohmann/json.hpp>
 
 #include "base/modText.h"
+#include "flows/clsConvertTable.h"
 #include "settings/SettingTable.h"
 #include "settings/modByte.h"
-#include "window/logic/clsConvertTable.h"
 
 namespace CliJson {
 

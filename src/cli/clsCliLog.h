@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "cli/clsITextOutput.h"
-#include "window/logic/clsIMainView.h"
-#include "window/logic/clsMessageLog.h"
+#include "flows/clsIMainView.h"
+#include "flows/clsMessageLog.h"
 
 /// One line of the message log, as it is kept for a report.
 struct CliMessage {

@@ -13,10 +13,10 @@
 #include "cli/clsFrameTrace.h"
 #include "cli/clsICliPlatform.h"
 #include "cli/clsITextOutput.h"
-#include "protocol/ucCOMM.h"
+#include "comm/ucCOMM.h"
+#include "flows/clsReaderFlows.h"
+#include "flows/clsSettingsFile.h"
 #include "settings/modZarn74.h"
-#include "window/logic/clsReaderFlows.h"
-#include "window/logic/clsSettingsFile.h"
 
 /// How a command ended, and what it has to show.
 struct CliResult {

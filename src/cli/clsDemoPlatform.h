@@ -4,10 +4,10 @@
 
 #include "base/clsMemoryStore.h"
 #include "cli/clsICliPlatform.h"
-#include "platform/clsHidReaders.h"
 #include "sim/clsSimReader.h"
 #include "sim/clsSimSerialControl.h"
 #include "sim/hid/clsDemoBus.h"
+#include "system/clsHidReaders.h"
 
 /// A machine with a simulated reader on one line, or on USB HID behind an adapter. Remembers nothing for the
 /// user; files are the real machine's.

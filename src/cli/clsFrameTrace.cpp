@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "protocol/OrvNetFrame.h"
+#include "frame/OrvNetFrame.h"
 
 namespace {
 constexpr int quietTime = 100;              // ms

@@ -6,7 +6,7 @@
 
 #include "base/clsEvent.h"
 #include "base/clsHostTimer.h"
-#include "protocol/ucCOMM.h"
+#include "comm/ucCOMM.h"
 
 /// Bytes that went over the line one way and belong together.
 struct FrameRecord {

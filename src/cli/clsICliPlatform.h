@@ -8,9 +8,9 @@
 #include "base/clsIFiles.h"
 #include "base/clsIHost.h"
 #include "base/clsISettingsStore.h"
+#include "comm/CommDevices.h"
 #include "ports/clsIPortDirectory.h"
 #include "ports/clsISerialControl.h"
-#include "protocol/CommDevices.h"
 
 /// What the command line takes of its machine. Each part is made when it is first asked for, so that a
 /// question that needs none is answered at once. Built by main, or by a test.

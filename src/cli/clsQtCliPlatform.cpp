@@ -9,7 +9,7 @@
 #include <cstring>
 #include <utility>
 
-#include "platform/ProgramFiles.h"
+#include "system/ProgramFiles.h"
 
 namespace {
 constexpr int inputTurn = 1000;  // ms; only how often the loop looks whether it is to end

@@ -6,14 +6,14 @@
 #include <string>
 
 #include "cli/clsICliPlatform.h"
-#include "platform/clsDeviceNotices.h"
-#include "platform/clsHidReaders.h"
-#include "platform/clsPortList.h"
-#include "platform/clsQtHost.h"
-#include "platform/clsQtSerialControl.h"
-#include "platform/clsQtStore.h"
-#include "platform/clsStopSignals.h"
-#include "platform/clsSystemFiles.h"
+#include "qt/clsQtHost.h"
+#include "qt/clsQtSerialControl.h"
+#include "qt/clsQtStore.h"
+#include "system/clsDeviceNotices.h"
+#include "system/clsHidReaders.h"
+#include "system/clsPortList.h"
+#include "system/clsStopSignals.h"
+#include "system/clsSystemFiles.h"
 
 /// The real machine. Ctrl-C, SIGTERM and a standard output that nobody reads any more call `onStop` from the
 /// host's loop. Built by main.

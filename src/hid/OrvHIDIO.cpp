@@ -6,7 +6,7 @@
 
 #include "base/clsScopeGuard.h"
 #include "base/modText.h"
-#include "hid/HidLibraryFile.h"
+#include "hid/clsHidLibraryApi.h"
 #include "hid/modOrvHID.h"
 #include "ports/clsIMScomm.h"
 

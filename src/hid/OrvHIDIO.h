@@ -11,9 +11,9 @@
 #include "base/clsEvent.h"
 #include "base/clsIHost.h"
 #include "base/clsIPropertyBag.h"
+#include "frame/clsTimeout.h"
 #include "hid/clsIHidApi.h"
 #include "hid/clsILibraryLoader.h"
-#include "protocol/clsTimeout.h"
 
 /// Codes of the library's events.
 enum HidEvent : std::uint32_t {

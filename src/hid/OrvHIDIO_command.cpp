@@ -4,8 +4,8 @@
 
 #include "base/clsScopeGuard.h"
 #include "base/modText.h"
+#include "frame/OrvNetFrame.h"
 #include "hid/OrvHIDIO.h"
-#include "protocol/OrvNetFrame.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "hid/HidLibraryFile.h"
-
 namespace {
+
+const std::string libraryName = "OrvHIDIO";
 
 // The helpers below take a null entry for an export that the library lacks.
 
@@ -322,3 +322,18 @@ bool clsHidLibraryApi::CheckDevicesIsChanged(Handle handle) {
 bool clsHidLibraryApi::IsHIDIOReady(Handle handle) {
     return Call(Entry(&OrvHidTable::orvhidIsHIDIOReady), handle) != 0;
 }
+
+namespace HidLibraryFile {
+
+std::string Computed(const clsILibraryLoader& loader) {
+    const std::string program = loader.ModuleFileName();
+    const auto end = program.find_last_of("\\/");
+    return loader.LibraryFile(end == std::string::npos ? std::string() : program.substr(0, end), libraryName);
+}
+
+std::string Default(const clsILibraryLoader& loader) {
+    const std::string folder = loader.ApplicationPath();
+    return folder.empty() ? Computed(loader) : loader.LibraryFile(folder, libraryName);
+}
+
+}  // namespace HidLibraryFile

@@ -6,6 +6,16 @@
 #include "hid/clsILibraryLoader.h"
 #include "hidlib/OrvHidTable.h"
 
+/// Where the HID library lies: in the program's folder, nowhere else.
+namespace HidLibraryFile {
+
+/// In the folder of the running program's own file.
+std::string Computed(const clsILibraryLoader& loader);
+/// In the folder that the host tells; where it cannot, the computed one.
+std::string Default(const clsILibraryLoader& loader);
+
+}  // namespace HidLibraryFile
+
 /// The HID library's operations in the shared library beside the program, bound by their names on the first
 /// call. The library is loaded by its full file name, and again when all its references were given back
 /// meanwhile. A library that lacks a required export is not used. Built by main, outlives the control.

@@ -5,7 +5,6 @@
 #include "base/clsIHost.h"
 #include "hid/OrvHIDIO.h"
 #include "ports/clsIMScomm.h"
-#include "ports/clsMSCommEvent.h"
 
 /// The port interface over the HID control. Most members go straight to the control; names are turned into
 /// display names and back, and opening and the RTS line also steer where the adapter sends what the reader

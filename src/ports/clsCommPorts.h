@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "ports/clsIMScomm.h"
-#include "ports/clsMSCommEvent.h"
 
 /// Several ports behind the one port interface. Every member but the writing of CommPort goes to the port in
 /// use; writing CommPort chooses the attached port that serves the name and hands it the properties that

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "base/clsEvent.h"
+
 /// Causes of a communication event, as serial communications controls number them.
 enum CommEventCode : int {
     CommEventSend = 1,
@@ -86,4 +88,15 @@ class clsIMScomm {
     [[nodiscard]] virtual std::string EnumCommPortEx(int index, int extra) const = 0;
     /// Whether the port is a keyboard wedge rather than a data port.
     [[nodiscard]] virtual bool IsPS2Port() const = 0;
+};
+
+/// The sink that port adapters report to, and the port set listens to. Owned by the port set.
+class clsMSCommEvent {
+  public:
+    /// Something happened on `port`; its CommEvent says what.
+    void RaiseOnComm(clsIMScomm& port) { OnComm.Raise(port); }
+    void RaiseOnMessage(clsIMScomm& port, const std::string& message) { OnMessage.Raise(port, message); }
+
+    clsEvent<clsIMScomm&> OnComm;
+    clsEvent<clsIMScomm&, const std::string&> OnMessage;
 };

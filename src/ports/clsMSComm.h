@@ -4,7 +4,6 @@
 
 #include "ports/clsIMScomm.h"
 #include "ports/clsISerialControl.h"
-#include "ports/clsMSCommEvent.h"
 
 /// The port interface over the serial control. It keeps its own copy of the line settings and applies it
 /// again whenever the port is opened or closed or a handshake line changes, and it heals a framing error by

@@ -4,7 +4,7 @@
 #include <span>
 
 #include "base/modText.h"
-#include "protocol/OrvNetFrame.h"
+#include "frame/OrvNetFrame.h"
 #include "settings/modByte.h"
 
 namespace {

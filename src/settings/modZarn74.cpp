@@ -4,8 +4,8 @@
 #include <variant>
 
 #include "base/clsScopeGuard.h"
-#include "protocol/OrvNetFrame.h"
-#include "settings/ReaderAnswers.h"
+#include "frame/OrvNetFrame.h"
+#include "frame/ReaderAnswers.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "base/clsIMessageSink.h"
-#include "protocol/ucCOMM.h"
+#include "comm/ucCOMM.h"
 #include "settings/ZarnInfo.h"
 #include "settings/ZarnRegisterMap.h"
 

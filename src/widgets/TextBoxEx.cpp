@@ -14,7 +14,7 @@
 
 #include "base/clsScopeGuard.h"
 #include "base/modText.h"
-#include "platform/QtText.h"
+#include "qt/QtText.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <cmath>
 
 #include "base/modText.h"
-#include "platform/QtText.h"
+#include "qt/QtText.h"
 
 using DigitRun::Side;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "settings/modKeyboard.h"
+#include "flows/modKeyboard.h"
 
 /// The keyboard of the desktop. Built by main.
 class clsKeyState final : public clsIKeyState {

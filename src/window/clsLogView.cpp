@@ -9,7 +9,7 @@
 #include <algorithm>
 
 #include "base/ControlNames.h"
-#include "platform/QtText.h"
+#include "qt/QtText.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <QTimer>
 #include <deque>
 
-#include "window/logic/clsMessageLog.h"
+#include "flows/clsMessageLog.h"
 
 /// The message log on the screen: the newest lines, in fixed colours on a paper of its own. What is appended
 /// waits for the next frame, so that a line costs next to nothing where it is written and is shown while the

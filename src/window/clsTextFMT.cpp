@@ -11,7 +11,7 @@
 #include <QMimeData>
 #include <algorithm>
 
-#include "platform/QtText.h"
+#include "qt/QtText.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <QObject>
 #include <QPointer>
 
-#include "window/logic/ValueFormat.h"
+#include "flows/ValueFormat.h"
 
 /// Keeps what the user types, pastes and drops into one text box or editable combo box within a format. Owned
 /// by the window, which may set the control's text past it: only `Text` formats.

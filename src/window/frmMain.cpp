@@ -14,7 +14,7 @@
 #include <QShortcut>
 
 #include "base/clsScopeGuard.h"
-#include "platform/QtText.h"
+#include "qt/QtText.h"
 #include "ui_frmMain.h"
 #include "widgets/clsElidedLabel.h"
 #include "widgets/clsInputGuard.h"

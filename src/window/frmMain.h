@@ -9,8 +9,9 @@
 
 #include "base/clsIFiles.h"
 #include "base/clsISettingsStore.h"
+
+#include "flows/clsReaderFlows.h"
 #include "window/clsTextFMT.h"
-#include "window/logic/clsReaderFlows.h"
 
 namespace Ui {
 class frmMain;

@@ -5,7 +5,7 @@
 #include <QListWidgetItem>
 
 #include "base/clsScopeGuard.h"
-#include "platform/QtText.h"
+#include "qt/QtText.h"
 #include "ui_frmMain.h"
 #include "widgets/clsWheelGuard.h"
 #include "window/frmMain.h"

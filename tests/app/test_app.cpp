@@ -9,7 +9,7 @@
 #include "app/WindowOptions.h"
 #include "app/clsDemoPanel.h"
 #include "base/clsMemoryStore.h"
-#include "protocol/ucCOMM.h"
+#include "comm/ucCOMM.h"
 #include "support/clsVirtualHost.h"
 
 namespace {

@@ -10,8 +10,8 @@
 #include <map>
 #include <sstream>
 
-#include "window/FlowWorld.h"
-#include "window/RecordText.h"
+#include "flows/FlowWorld.h"
+#include "flows/RecordText.h"
 
 namespace {
 

@@ -8,10 +8,10 @@
 #include <iostream>
 #include <random>
 
-#include "protocol/OrvNetFrame.h"
+#include "flows/FlowWorld.h"
+#include "flows/RecordText.h"
+#include "frame/OrvNetFrame.h"
 #include "support/clsScriptedSerial.h"
-#include "window/FlowWorld.h"
-#include "window/RecordText.h"
 
 namespace {
 

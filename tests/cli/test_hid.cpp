@@ -3,9 +3,9 @@
 #include <functional>
 
 #include "CliFixture.h"
-#include "platform/clsHidReaders.h"
 #include "sim/hid/clsDemoBus.h"
-#include "sim/pty/clsPollHost.h"
+#include "system/clsHidReaders.h"
+#include "system/clsPollHost.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "base/modText.h"
+#include "flows/clsSettingsFile.h"
 #include "settings/ZarnRegisterMap.h"
-#include "window/logic/clsSettingsFile.h"
 
 namespace {
 

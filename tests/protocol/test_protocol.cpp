@@ -11,10 +11,10 @@
 
 #include "base/clsMemoryStore.h"
 #include "base/modText.h"
+#include "comm/ucCOMM.h"
+#include "frame/OrvNetFrame.h"
+#include "frame/clsTimeout.h"
 #include "hid/FakeHid.h"
-#include "protocol/OrvNetFrame.h"
-#include "protocol/clsTimeout.h"
-#include "protocol/ucCOMM.h"
 #include "support/clsScriptedSerial.h"
 #include "support/clsVirtualHost.h"
 

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "base/clsMemoryStore.h"
-#include "protocol/ucCOMM.h"
+#include "comm/ucCOMM.h"
 #include "sim/clsSimReader.h"
 #include "sim/clsSimSerialControl.h"
 #include "support/clsVirtualHost.h"

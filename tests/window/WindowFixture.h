@@ -11,9 +11,9 @@
 #include <QTabWidget>
 #include <QTest>
 
-#include "FlowWorld.h"
-#include "RecordText.h"
-#include "platform/QtText.h"
+#include "flows/FlowWorld.h"
+#include "flows/RecordText.h"
+#include "qt/QtText.h"
 #include "widgets/Input.h"
 #include "widgets/TextBoxEx.h"
 #include "widgets/ucTextScroll.h"

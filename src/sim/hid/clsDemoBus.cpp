@@ -1,6 +1,6 @@
 #include "sim/hid/clsDemoBus.h"
 
-#include "hid/HidLibraryFile.h"
+#include "hid/clsHidLibraryApi.h"
 
 clsDemoBus::clsDemoBus(clsILibraryLoader& loader) : m_loader(loader) {
     m_library = loader.LoadLibrary(HidLibraryFile::Default(loader));

@@ -11,7 +11,7 @@
 #include <thread>
 
 #include "sim/hid/orvbus.h"
-#include "sim/pty/clsPollHost.h"
+#include "system/clsPollHost.h"
 
 clsVirtualBus& clsVirtualBus::Instance() {
     static clsVirtualBus& bus = *new clsVirtualBus;

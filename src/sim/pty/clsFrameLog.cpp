@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "base/TraceLine.h"
-#include "sim/pty/clsPollHost.h"
+#include "system/clsPollHost.h"
 
 std::unique_ptr<clsFrameLog> clsFrameLog::Open(const std::string& name, clsSimReader& reader,
                                                std::string& error) {

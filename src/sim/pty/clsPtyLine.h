@@ -5,8 +5,8 @@
 
 #include "sim/clsSimCable.h"
 #include "sim/clsSimReader.h"
-#include "sim/pty/clsPollHost.h"
 #include "sim/pty/clsPseudoTerminal.h"
+#include "system/clsPollHost.h"
 
 /// A reader plugged into a pseudo-terminal: the cable, its speed and its pace. Owned by the program; host and
 /// reader outlive it.

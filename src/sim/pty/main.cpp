@@ -15,14 +15,14 @@
 #include <vector>
 
 #include "base/RunProgram.h"
-#include "platform/clsSystemFiles.h"
 #include "sim/SimFault.h"
 #include "sim/SimImage.h"
 #include "sim/clsSimReader.h"
 #include "sim/pty/clsFrameLog.h"
-#include "sim/pty/clsPollHost.h"
 #include "sim/pty/clsPtyLine.h"
 #include "sim/pty/clsSimConsole.h"
+#include "system/clsPollHost.h"
+#include "system/clsSystemFiles.h"
 
 namespace {
 

@@ -1,0 +1,199 @@
+// The comm control's command engine: one exchange, and the one waiting loop.
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "base/clsScopeGuard.h"
+#include "comm/ucCOMM.h"
+
+namespace {
+constexpr std::int32_t chunkTime = 500;      // ms that each chunk gives the reply
+constexpr std::int32_t longestGap = 10;      // ms; a longer rest of the gap is not waited for, on purpose
+constexpr std::int32_t dumpTimeout = 10000;  // ms until a dump's first byte
+constexpr std::int32_t dumpReport = 127;     // ms; OnDumpWait is raised when more than this has passed
+}  // namespace
+
+void ucCOMM::SetOrvNetTimeout(std::int32_t value) {
+    if (value > 150) m_orvNetTimeout = value;
+}
+
+void ucCOMM::CancelCommand() {
+    ++m_cancelGeneration;
+    if (m_hid) m_hid->Control.CancelHIDCommand();
+}
+
+std::string ucCOMM::SendOrvNetCMD(const std::string& szCMD, bool bTxChkSum, bool bRxChkSum,
+                                  std::int32_t lngCMDTimeout) {
+    const bool formerMode = std::exchange(m_msCommMode, false);
+    const clsScopeGuard restore([this, formerMode] {
+        m_cutter.ClearState();
+        m_msCommMode = formerMode;
+    });
+    m_timeout = false;
+    if (!m_live) return {};
+    const clsScopeGuard ended([this] { m_endTime = m_host.TickCount(); });
+    return Exchange(szCMD, bTxChkSum, bRxChkSum, lngCMDTimeout);
+}
+
+std::string ucCOMM::Exchange(const std::string& command, bool txChkSum, bool rxChkSum, std::int32_t timeout) {
+    const Beginning since = Now();
+    WaitForGap();
+    // The bytes of an image bear no mark: beside them no reply could be told.
+    WaitUntilNotDue(since, &clsDueReplies::ImageRest);
+    // What has arrived by now answers nothing that is still to be asked.
+    if (m_ports.PortOpen() && m_ports.InBufferCount() > 0) HandleComm();
+    m_cutter.ClearState();
+    m_cutter.ClearBuffer();
+    m_timerOnPacket.SetEnabled(false);
+    if (!m_ports.PortOpen()) {
+        OnError.Raise("SendOrvNetCMD - Port is Close!");
+        return {};
+    }
+    if (Ended(since)) {
+        m_timeout = true;
+        return {};
+    }
+
+    m_dataArrived = false;
+    m_earlier = false;
+    m_waiting = true;
+    const clsScopeGuard leave([this] { m_waiting = false; });
+    m_due.FrameSent(m_host.TickCount());
+    SendFrame(OrvNetFrame::BuildFrame(command, txChkSum));
+    if (timeout == -1) timeout = m_orvNetTimeout;
+    if (timeout == 0) {
+        m_checkReply = rxChkSum;
+        return {};
+    }
+    // A packet that may answer an earlier command is kept until that is known, however long the time-out.
+    const auto held = [this] {
+        return m_cutter.HasReply() && !m_due.None() ? m_due.Rest(m_host.TickCount()) : 0;
+    };
+    const bool complete = WaitFor(
+        timeout, since, [&] { return m_cutter.HasReply() && held() == 0; },
+        [&](std::int32_t) { return held(); });
+    m_timeout = m_cutter.HasReply() ? !complete : !m_cutter.Complete();
+    if (!complete) return {};
+    const std::string reply = m_cutter.Text();
+    m_cutter.ClearState();
+    m_cutter.ClearBuffer();
+    return rxChkSum ? OrvNetFrame::CheckReply(reply) : reply;
+}
+
+void ucCOMM::WaitForGap() {
+    if (m_commandGap <= 0) return;
+    const std::uint32_t elapsed = m_host.TickCount() - m_endTime;
+    if (elapsed >= static_cast<std::uint32_t>(m_commandGap)) return;
+    const std::int32_t rest = m_commandGap - static_cast<std::int32_t>(elapsed);
+    if (rest < longestGap) m_host.Sleep(rest);
+}
+
+void ucCOMM::SendFrame(const std::string& frame) {
+    OnMonitorData.Raise(frame, /*received=*/false);
+    if (m_byteDelay <= 0) {
+        m_ports.CommOutput(frame);
+        return;
+    }
+    for (std::size_t i = 0; i < frame.size(); ++i) {
+        if (i > 0) m_host.Sleep(m_byteDelay);
+        m_ports.CommOutput(frame.substr(i, 1));
+    }
+}
+
+// While this waits, any handler of the program may run: the receive handler, which fills the buffer and sets
+// m_dataArrived; timers, of which m_timerOnPacket is held off by m_waiting; buttons, which look at Busy; and
+// CancelCommand or the closing of the port, which end it. `turn` is told the ms since it was called last and
+// says how many the wait has to go on at least.
+template <class Done, class Turn>
+bool ucCOMM::WaitFor(std::int32_t timeout, const Beginning& since, Done done, Turn turn) {
+    std::int64_t remaining = timeout < 1 ? m_orvNetTimeout : timeout;
+    std::uint32_t last = m_host.TickCount();
+    ++m_waitDepth;
+    const clsScopeGuard leave([this] { --m_waitDepth; });
+    m_host.DoEvents();
+    while (!done()) {
+        const std::uint32_t now = m_host.TickCount();
+        const std::uint32_t elapsed = now - last;
+        last = now;
+        remaining -= elapsed;
+        if (std::exchange(m_dataArrived, false)) remaining = chunkTime;
+        const std::int64_t least = turn(static_cast<std::int32_t>(
+            std::min<std::uint32_t>(elapsed, std::numeric_limits<std::int32_t>::max())));
+        remaining = std::max(remaining, least);
+        if (remaining < 1 || Ended(since)) return false;
+        const std::int64_t longest = m_dump.Active ? dumpReport + 1 : remaining;
+        m_host.WaitEvents(static_cast<int>(std::min(remaining, longest)));
+    }
+    return true;
+}
+
+// False when a cancel or the closing of the port came first.
+bool ucCOMM::WaitUntilNotDue(const Beginning& since, std::int32_t (clsDueReplies::*rest)(std::uint32_t)) {
+    if (m_due.None()) return true;
+    const auto due = [this, rest] { return (m_due.*rest)(m_host.TickCount()); };
+    return due() == 0 || WaitFor(
+                             due(), since, [&] { return due() == 0; }, [&](std::int32_t) { return due(); });
+}
+
+void ucCOMM::PacketComplete() {
+    const std::uint32_t now = m_host.TickCount();
+    m_due.PacketCame(now);
+    if (!m_waiting) return;
+    m_earlier = m_due.Rest(now) > 0;
+    if (m_commandCheckSwitch) OnCommand();
+}
+
+void ucCOMM::OnCommand() {
+    if (m_live && m_checkReply) m_cutter.SetText(OrvNetFrame::CheckReply(m_cutter.Text()));
+}
+
+std::optional<std::string> ucCOMM::DumpOnce(std::size_t count, const Beginning& since) {
+    static const std::string request{OrvNetFrame::STX, 'Y', OrvNetFrame::CR};
+    m_timeout = true;
+    // A late reply, or the rest of another image, would stand in this one.
+    if (!WaitUntilNotDue(since, &clsDueReplies::Rest) || !m_ports.PortOpen()) return {};
+    m_ports.SetInBufferCount(0);
+    m_dataArrived = false;
+    const std::uint32_t sent = m_host.TickCount();
+    m_dump = {/*Bytes=*/{}, count, /*Active=*/true, sent};
+    const clsScopeGuard leave([this] { m_dump = {}; });
+    OnMonitorData.Raise(request, /*received=*/false);
+    m_ports.CommOutput(request);
+    std::int64_t total = 0;
+    std::int64_t reported = 0;
+    const bool done = WaitFor(
+        dumpTimeout, since, [this] { return m_dump.Done(); },
+        [&](std::int32_t elapsed) {
+            total += elapsed;
+            if (total - reported > dumpReport) {
+                reported = total;
+                OnDumpWait.Raise(static_cast<std::int32_t>(total));
+            }
+            return 0;
+        });
+    m_timeout = !done;
+    if (done) return std::move(m_dump.Bytes);
+    if (m_closings == since.Closings) m_due.ImageBrokeOff(sent, m_dump.LastByte, count - m_dump.Bytes.size());
+    return {};
+}
+
+bool ucCOMM::Dump(std::span<std::uint8_t> image) {
+    if (image.empty() || !m_live || m_dumping || !m_ports.PortOpen()) return false;
+    m_dumping = true;
+    const clsScopeGuard leave([this] { m_dumping = false; });
+    const Beginning since = Now();
+    const auto first = DumpOnce(image.size(), since);
+    if (!first) return false;
+    std::copy(first->begin(), first->end(), image.begin());
+    if (Cancelled(since.Cancels)) return false;
+    const auto second = DumpOnce(image.size(), since);
+    if (!second || Cancelled(since.Cancels)) return false;
+    for (std::size_t i = 0; i < image.size(); ++i) {
+        if (static_cast<std::uint8_t>((*second)[i]) == image[i]) continue;
+        bool goOn = false;
+        OnDumpDifference.Raise(goOn, static_cast<std::int32_t>(i));
+        if (!goOn || Cancelled(since.Cancels)) return false;
+    }
+    return true;
+}

@@ -1,0 +1,602 @@
+#include "flows/clsReaderFlows.h"
+
+#include <algorithm>
+
+#include "base/modText.h"
+
+namespace {
+
+constexpr const char* readerPattern = "Zarn*";
+constexpr const char* scanRates = "2400,4800,9600,14400,19200";
+constexpr int autoReadTime = 100;               // ms after what the reader typed until its card is read
+constexpr std::uint32_t lateAnswerTime = 500;   // ms after a flow that was broken off; its answer still comes
+constexpr std::uint32_t lateAnswerQuiet = 100;  // ms without a byte after which that answer is over
+constexpr int cardPause = 50;                   // ms until a reader that has seen no card yet is asked again
+
+constexpr const char* testCancelCaption = "Cancel";
+
+constexpr const char* nothingKnownNotice = "no settings found in this file; lines must end in CR LF";
+constexpr const char* byteOrderMarkNotice = "the file begins with a byte-order mark; save it without one";
+constexpr const char* tableEmptiedNotice = "the file has no conversion table: the reader's table is emptied";
+constexpr const char* noRowsNotice = "the file has no conversion table: the table shown is empty now";
+constexpr const char* lostCRNotice =
+    "a carriage return in an output text of the conversion table was left out of the file";
+
+constexpr const char* productNotice =
+    "The reader was found, but it did not tell its product: nothing was read, the pages show what was there "
+    "before";
+constexpr const char* firmwareNotice =
+    "The reader was found, but it did not tell its firmware: nothing was read, the pages show what was there "
+    "before";
+constexpr const char* notReadNotice =
+    "The reader was found, but it was not read to its end: the pages show what was there before";
+constexpr const char* savedNG = "Save Device Info To File NG!";
+
+bool EndsCardID(int code) { return code == 9 || code == 10 || code == 13; }
+
+void TrimSerials(ZarnInfo& record) {
+    for (CardConvertEntry& entry : record.Convert) entry.CardID = modText::Trim(entry.CardID);
+}
+
+bool HasRows(const ZarnInfo& record) {
+    return std::any_of(record.Convert.begin(), record.Convert.end(),
+                       [](const CardConvertEntry& entry) { return entry.CardType != cardTypeEmpty; });
+}
+
+}  // namespace
+
+/// What a flow that writes says of its file and its end.
+struct clsReaderFlows::WriteTexts {
+    const char* OpenOK;
+    const char* OpenNG;
+    const char* WriteOK;
+    const char* WriteNG;
+    bool KeepPadding;  // serial numbers stay as the file has them
+    static const WriteTexts File;
+    static const WriteTexts Default;
+};
+constexpr clsReaderFlows::WriteTexts clsReaderFlows::WriteTexts::File{
+    "Open Device Info From File OK!", "Open Device Info From File NG!", "Write OK", "Write NG",
+    /*KeepPadding=*/false};
+constexpr clsReaderFlows::WriteTexts clsReaderFlows::WriteTexts::Default{
+    "Open Default Info From File OK!", "Open Zarn74 Default Info From File NG!", "Write Default Info OK",
+    "Write Default Info NG", /*KeepPadding=*/true};
+
+/// Stands for the flow that runs, from its first step to every way out.
+class clsReaderFlows::clsRun {
+  public:
+    explicit clsRun(clsReaderFlows& flows, bool testing = false) : m_flows(flows) {
+        flows.m_running = true;
+        flows.m_busy = testing;
+        flows.m_cancelRequested = false;
+        flows.m_generation = flows.m_comm.CancelGeneration();
+        flows.ButtonsEnable(false);
+    }
+    clsRun(const clsRun&) = delete;
+    clsRun& operator=(const clsRun&) = delete;
+    ~clsRun() {
+        m_flows.m_running = false;
+        m_flows.m_busy = false;
+        m_flows.m_cancelRequested = false;
+        m_flows.m_view.ShowProgress(/*number=*/0, /*count=*/0);
+        m_flows.ButtonsEnable(true);
+    }
+
+  private:
+    clsReaderFlows& m_flows;
+};
+
+clsReaderFlows::clsReaderFlows(clsIHost& host, ucCOMM& comm, modZarn74& settings, clsMessageLog& log,
+                               clsSettingsFile& files, clsIMainView& view)
+    : m_host(host),
+      m_comm(comm),
+      m_settings(settings),
+      m_log(log),
+      m_files(files),
+      m_view(view),
+      m_test(comm, log),
+      m_timerAutoRead(host, autoReadTime, [this] { TimerAutoRead(); }) {
+    m_settings.Attach(comm, &log);
+    m_comm.SetMSCommMode(false);
+    m_comm.SetOrvNetTimeout(500);
+    const auto step = [this](int number, int count) { m_view.ShowProgress(number, count); };
+    m_settings.OnStep = step;
+    m_test.OnStep = step;
+    m_comm.OnScanStep = step;
+    m_connections[0] = comm.OnError.Connect([this](const std::string& message) { m_log.ShowMsg(message); });
+    m_connections[1] = comm.OnScan.Connect([this](const std::string& message) { m_log.ShowMsg(message); });
+    m_connections[2] =
+        comm.OnPort.Connect([this](const std::string& message, const std::string&) { HandlePort(message); });
+    m_connections[3] = comm.OnChar.Connect([this](std::uint8_t byte) { HandleChar(byte); });
+    m_connections[4] = comm.OnPacket.Connect(
+        [this](int terminator, const std::string& text) { HandlePacket(terminator, text); });
+}
+
+clsReaderFlows::~clsReaderFlows() {
+    m_settings.Attach(m_comm, /*log=*/nullptr);
+    m_settings.OnStep = {};
+    m_comm.OnScanStep = {};
+}
+
+FlowResult clsReaderFlows::Outcome(bool done) {
+    m_mutedSince = m_host.TickCount();
+    m_mutedTime = done ? 0 : lateAnswerTime;
+    if (done) return FlowResult::Done;
+    return Cancelled() ? FlowResult::Cancelled : FlowResult::Failed;
+}
+
+// -- finding and asking a reader ----------------------------------------------------------------------------
+
+bool clsReaderFlows::FindReader(const std::string& port) {
+    m_readerFound = false;
+    m_comm.AwaitRestOfImage();  // waits, as the search does: it would garble the first polls
+    m_comm.SetPortOpen(false);
+    // Waits at every poll. Handlers of buttons, timers and files look at m_running; a loss of the port closes
+    // it and ends the poll; a cancel ends the search.
+    m_readerFound = port.empty() ? m_comm.AutoScan(readerPattern, /*noAddress=*/true, scanRates)
+                                 : m_comm.AutoScanPort(readerPattern, /*noAddress=*/true, scanRates, port);
+    return m_readerFound;
+}
+
+FlowResult clsReaderFlows::Scan(const std::string& port) {
+    if (m_running) return FlowResult::Refused;
+    const clsRun run(*this);
+    return Outcome(FindReader(port) && !Cancelled());
+}
+
+FlowResult clsReaderFlows::AutoScan() {
+    if (m_running) return FlowResult::Refused;
+    const clsRun run(*this);
+    ClearMsg(/*keepSelections=*/true);
+    m_notRead.clear();
+    m_record.ProductName.clear();  // of the reader before
+    m_record.Version.clear();
+    m_record.FirmwareSN.clear();
+    const bool found = FindReader({});
+    if (found) {
+        ShowInfo();
+    } else if (!Cancelled()) {
+        m_view.ShowMessageBox("Missing Device");  // runs the loop, with m_running still true
+    }
+    m_view.FocusLog();
+    return Outcome(found && !Cancelled());
+}
+
+// The scan's own answer counts while the port is open: a reader is not asked twice.
+std::optional<std::string> clsReaderFlows::AskProduct() {
+    const std::string& stored = m_comm.AutoScanReceive();
+    // Waits, as FindReader does.
+    return SplitProductAnswer(stored.empty() ? m_comm.Polling(/*address=*/0, /*noAddress=*/true) : stored);
+}
+
+std::optional<FirmwareAnswer> clsReaderFlows::AskFirmware() {
+    if (Cancelled()) return std::nullopt;
+    const std::string answer = m_comm.GetVersion();  // waits, as FindReader does
+    if (m_comm.Timeout()) return std::nullopt;
+    return SplitFirmwareAnswer(answer);
+}
+
+FlowResult clsReaderFlows::Identify(ReaderIdentity& identity) {
+    if (m_running) return FlowResult::Refused;
+    const clsRun run(*this);
+    const auto product = AskProduct();
+    if (!product) return Outcome(/*done=*/false);
+    identity.Product = *product;
+    const auto firmware = AskFirmware();
+    if (!firmware) return Outcome(/*done=*/false);
+    identity.Firmware = *firmware;
+    return FlowResult::Done;
+}
+
+void clsReaderFlows::ShowInfo() {
+    ShowCommPortInfo();
+    ZarnForm form;
+    if (m_view.ReadForm(form)) {
+        form.Firmware.WithoutLeadingZeros = false;
+        m_view.ShowForm(form);
+    }
+    const auto product = AskProduct();
+    if (!product) return NotRead(productNotice);
+    m_panel.Product = *product;
+    m_view.ShowPanel(m_panel);
+
+    const auto firmware = AskFirmware();
+    if (!firmware) return NotRead(firmwareNotice);
+    m_panel.Version = firmware->Version;
+    m_panel.SerialNo = firmware->FirmwareSN;
+    m_view.ShowPanel(m_panel);
+    if (m_view.ReadForm(form)) {
+        form.SetFirmware(FirmwareRules::For(firmware->Version, firmware->FirmwareSN));
+        m_view.ShowForm(form);
+    }
+    if (Cancelled() || !ReadReader()) NotRead(notReadNotice);
+}
+
+// The pages show another reader's settings, or none: whoever writes them now is told so again.
+void clsReaderFlows::NotRead(const char* notice) {
+    m_notRead = Cancelled() ? notReadNotice : notice;
+    if (!Cancelled()) m_view.ShowNotice(m_notRead);
+}
+
+void clsReaderFlows::ShowNotices(Notices notices, const std::vector<SettingsFinding>& findings) {
+    for (const SettingsFinding& finding : findings) notices.push_back(SettingsCheck::Line(finding));
+    std::string text;
+    for (const std::string& notice : notices) text += (text.empty() ? "" : "\n") + notice;
+    if (!text.empty()) m_view.ShowNotice(text);
+}
+
+// -- reading and writing ------------------------------------------------------------------------------------
+
+bool clsReaderFlows::ReadReader() {
+    m_log.ShowMsg("Begin Get Device Information...");
+    // Waits at every register. The record is only used by flows, and m_running refuses them.
+    const bool read = m_settings.GetZarnInfo(m_record, m_quickRead);
+    m_log.ShowMsg(read ? "Get Device Information OK" : "Get Device Information NG");
+    if (!read) return false;
+    m_notRead.clear();
+    ShowZarn74();
+    return true;
+}
+
+FlowResult clsReaderFlows::Read() {
+    if (m_running) return FlowResult::Refused;
+    const clsRun run(*this);
+    return Outcome(ReadReader());
+}
+
+bool clsReaderFlows::WriteReader(const WriteTexts& texts) {
+    // Waits at every register, as ReadReader does.
+    const bool written = !Cancelled() && m_settings.SetZarnInfo(m_record, m_onlyChanged);
+    m_log.ShowMsg(written ? texts.WriteOK : texts.WriteNG);
+    return written;
+}
+
+FlowResult clsReaderFlows::Apply() {
+    if (m_running) return FlowResult::Refused;
+    const clsRun run(*this);
+    const bool complete = SaveZarn74();
+    // The digit boxes keep what a file gave them, also what the reader cannot be given.
+    auto findings = SettingsCheck::Check(m_record);
+    std::erase_if(findings,
+                  [](const auto& finding) { return finding.Kind != SettingsFinding::Severity::Error; });
+    ShowNotices(m_notRead.empty() ? Notices() : Notices{m_notRead}, findings);
+    // Waits at every register, as ReadReader does; what the user types meanwhile is shown over at the end.
+    const bool written =
+        complete && findings.empty() && m_settings.SetZarnInfo(m_record, m_onlyChanged) && ShowZarn74();
+    m_log.ShowMsg(written ? WriteTexts::File.WriteOK : WriteTexts::File.WriteNG);
+    m_view.FocusLog();
+    return Outcome(written);
+}
+
+FlowResult clsReaderFlows::Initialize(const std::string& name) {
+    if (m_running) return FlowResult::Refused;
+    const clsRun run(*this);
+    FileContent content;
+    if (!OpenRecord(name, content)) {
+        m_log.ShowMsg(WriteTexts::Default.OpenNG);
+        return FlowResult::FileBad;
+    }
+    const auto findings = SettingsCheck::Check(m_record, content.Findings);
+    if (!m_notRead.empty()) content.Notes.push_back(m_notRead);
+    ShowNotices(content.Notes, findings);
+    m_log.ShowMsg(WriteTexts::Default.OpenOK);
+    ShowZarn74();
+    if (!SettingsCheck::AnyError(findings)) return Outcome(WriteReader(WriteTexts::Default));
+    m_log.ShowMsg(WriteTexts::Default.WriteNG);
+    return FlowResult::FileBad;
+}
+
+FlowResult clsReaderFlows::CheckFile(const std::string& name) {
+    return CheckSettings(name, WriteTexts::File) ? FlowResult::Done : FlowResult::FileBad;
+}
+
+FlowResult clsReaderFlows::CheckDefault(const std::string& name) {
+    return CheckSettings(name, WriteTexts::Default) ? FlowResult::Done : FlowResult::FileBad;
+}
+
+bool clsReaderFlows::CheckSettings(const std::string& name, const WriteTexts& texts) {
+    ZarnInfo looked;
+    bool autoRead = false;
+    FileContent content;
+    if (!m_files.OpenInfoFile(name, looked, autoRead, content.KnownKey, &content.Findings)) {
+        m_log.ShowMsg(texts.OpenNG);
+        return false;
+    }
+    if (!content.KnownKey) {
+        ShowNotices({FormNotice(/*knownKey=*/false)}, content.Findings);
+        return false;
+    }
+    if (!texts.KeepPadding) TrimSerials(looked);
+    const auto findings = SettingsCheck::Check(looked, content.Findings);
+    if (!SettingsCheck::AnyError(findings)) return true;
+    ShowNotices({}, findings);
+    m_log.ShowMsg(texts.OpenOK);
+    m_log.ShowMsg(texts.WriteNG);
+    return false;
+}
+
+FlowResult clsReaderFlows::WriteFile(const std::string& name) { return WriteOver(name, WriteTexts::File); }
+
+FlowResult clsReaderFlows::WriteDefault(const std::string& name) {
+    return WriteOver(name, WriteTexts::Default);
+}
+
+FlowResult clsReaderFlows::WriteOver(const std::string& name, const WriteTexts& texts) {
+    if (m_running) return FlowResult::Refused;
+    const clsRun run(*this);
+    if (!CheckSettings(name, texts)) return FlowResult::FileBad;
+    if (!ReadReader()) return Outcome(/*done=*/false);
+
+    bool autoRead = false;  // a setting of the window
+    FileContent content;
+    const bool hadRows = HasRows(m_record);
+    if (!m_files.OpenInfoFile(name, m_record, autoRead, content.KnownKey, &content.Findings) ||
+        !content.KnownKey) {
+        m_log.ShowMsg(texts.OpenNG);  // it was there a moment ago
+        return FlowResult::FileBad;
+    }
+    m_log.ShowMsg(texts.OpenOK);
+    if (hadRows && !HasRows(m_record)) content.Notes.push_back(tableEmptiedNotice);
+    // The reader gives serial numbers without padding: a row that it has already sends nothing.
+    if (!texts.KeepPadding) TrimSerials(m_record);
+    const auto findings = SettingsCheck::Check(m_record, content.Findings);
+    ShowNotices(content.Notes, findings);
+    if (!SettingsCheck::AnyError(findings)) return Outcome(WriteReader(texts));
+    m_log.ShowMsg(texts.WriteNG);  // it was good a moment ago
+    return FlowResult::FileBad;
+}
+
+FlowResult clsReaderFlows::TestEeprom() {
+    if (m_busy) Cancel();
+    if (m_running) return FlowResult::Refused;
+    const clsRun run(*this, /*testing=*/true);
+    m_view.ShowTest(testCancelCaption, TestIndicator::Grey);
+    const auto result = m_test.Run([this] { return m_cancelRequested; });
+    const bool passed = result == clsEepromTest::Result::Passed;
+    const auto light = passed && !m_cancelRequested ? TestIndicator::Green : TestIndicator::Red;
+    m_view.ShowTest(testCaption, result == clsEepromTest::Result::NotOpen ? TestIndicator::Grey : light);
+    return Outcome(passed);
+}
+
+// -- files --------------------------------------------------------------------------------------------------
+
+// What is wrong with the form of the file that was opened last; a mark is why nothing in it is known.
+std::string clsReaderFlows::FormNotice(bool knownKey) const {
+    const std::string mark = m_files.ByteOrderMark();
+    if (!mark.empty()) return std::string(byteOrderMarkNotice) + " (" + mark + ")";
+    return knownKey ? "" : nothingKnownNotice;
+}
+
+bool clsReaderFlows::OpenRecord(const std::string& name, FileContent& content) {
+    ZarnForm form;
+    const bool controls = m_view.ReadForm(form);
+    const bool hadRows = HasRows(m_record);
+    if (!m_files.OpenInfoFile(name, m_record, form.AutoRead, content.KnownKey, &content.Findings))
+        return false;
+    if (controls) m_view.ShowForm(form);
+    if (const std::string notice = FormNotice(content.KnownKey); !notice.empty())
+        content.Notes.push_back(notice);
+    if (hadRows && !HasRows(m_record)) content.Notes.push_back(noRowsNotice);
+    return true;
+}
+
+bool clsReaderFlows::SaveRecord(const std::string& name) {
+    ZarnForm form;
+    const auto rows = m_view.ReadForm(form) ? form.Table.Rows : RowsOfRecord(m_record);
+    bool lostCR = false;
+    if (!m_files.SaveInfoFile(name, m_record, rows, form.AutoRead, lostCR)) return false;
+    if (lostCR) m_view.ShowNotice(lostCRNotice);
+    return true;
+}
+
+std::string clsReaderFlows::RecordText() {
+    bool lostCR = false;
+    std::string text =
+        clsSettingsFile::MakeText(m_record, RowsOfRecord(m_record), /*autoRead=*/false, lostCR);
+    if (lostCR) m_view.ShowNotice(lostCRNotice);
+    return text;
+}
+
+FlowResult clsReaderFlows::Open() {
+    if (m_running) return FlowResult::Refused;
+    std::string name;
+    // Runs the loop; a card read that began in there has ended when it returns.
+    if (!m_view.GetFileName(name, /*save=*/false, fileFilter)) return FlowResult::Cancelled;
+    return OpenFile(name);
+}
+
+FlowResult clsReaderFlows::OpenFile(const std::string& name) {
+    if (m_running) return FlowResult::Refused;
+    const clsRun run(*this);
+    FileContent content;
+    if (!OpenRecord(name, content)) {
+        m_log.ShowMsg(WriteTexts::File.OpenNG);
+        return FlowResult::FileBad;
+    }
+    ShowNotices(content.Notes, SettingsCheck::Check(m_record, content.Findings));
+    m_log.ShowMsg(WriteTexts::File.OpenOK);
+    ShowZarn74();
+    return FlowResult::Done;
+}
+
+FlowResult clsReaderFlows::Save() {
+    if (m_running) return FlowResult::Refused;
+    if (!SaveZarn74()) {
+        m_log.ShowMsg("Save Device Info NG");
+        return FlowResult::Failed;
+    }
+    std::string name;
+    if (!m_view.GetFileName(name, /*save=*/true, fileFilter)) return FlowResult::Cancelled;
+    return SaveFile(name);
+}
+
+FlowResult clsReaderFlows::SaveFile(const std::string& name) {
+    if (m_running) return FlowResult::Refused;
+    const bool saved = SaveRecord(name);
+    m_log.ShowMsg(saved ? "Save Device Info To File OK!" : savedNG);
+    return saved ? FlowResult::Done : FlowResult::FileBad;
+}
+
+FlowResult clsReaderFlows::CheckSaveFile(const std::string& name) {
+    if (m_files.MaySave(name)) return FlowResult::Done;
+    m_log.ShowMsg(savedNG);
+    return FlowResult::FileBad;
+}
+
+void clsReaderFlows::OpenStartupFile(const std::string& name) {
+    FileContent content;
+    const bool opened = OpenRecord(name, content);
+    ShowNotices(content.Notes);
+    const bool shown = opened && ShowZarn74();
+    m_unshownFile = content.KnownKey && shown ? std::string() : name;
+}
+
+bool clsReaderFlows::SaveStartupFile(const std::string& name) {
+    SaveZarn74();
+    if (name == m_unshownFile && !m_files.KeepBackup(name)) return false;
+    return SaveRecord(name);
+}
+
+bool clsReaderFlows::RequestClose() {
+    if (!m_running && !m_comm.Busy()) return true;
+    m_cancelRequested = true;
+    // The test ends by itself behind its next block.
+    if (!m_busy) Cancel();
+    return false;
+}
+
+// -- the card on the reader ---------------------------------------------------------------------------------
+
+FlowResult clsReaderFlows::ReadCardInfo() {
+    if (m_running) return FlowResult::Refused;
+    const clsRun run(*this);
+    const bool read = ReadCard(/*reportEmpty=*/true);
+    if (!read) m_log.ShowMsg("Can't Get Card Info!");
+    return Outcome(read);
+}
+
+void clsReaderFlows::TimerAutoRead() {
+    m_timerAutoRead.SetEnabled(false);
+    ZarnForm form;
+    if (m_running || m_comm.Busy() || !m_comm.PortOpen()) return;
+    if (!m_view.ReadForm(form) || !form.AutoRead) return;
+    const clsRun run(*this);
+    static_cast<void>(Outcome(ReadCard(/*reportEmpty=*/false)));
+}
+
+bool clsReaderFlows::ReadCard(bool reportEmpty) {
+    ZarnForm form;
+    if (m_view.ReadForm(form) && !form.Table.Rows.empty()) {
+        form.Table.SelectedRow = clsConvertTable::none;
+        m_view.ShowForm(form);
+    }
+    // Waits: m_running keeps every other flow away; what the user types meanwhile is read afresh below.
+    std::string reply = m_comm.SendOrvNetCMD("J", /*bTxChkSum=*/false, /*bRxChkSum=*/false);
+    if (reply.starts_with("AFF")) {
+        m_host.Sleep(cardPause);
+        if (Cancelled()) return false;
+        reply = m_comm.SendOrvNetCMD("J", /*bTxChkSum=*/false, /*bRxChkSum=*/false);  // waits likewise
+    }
+    if (!reply.starts_with('A')) return false;
+    const std::string card = reply.substr(1);
+    const auto cardType = static_cast<std::int32_t>(modText::HexValue(card.substr(0, 2)));
+
+    const bool controls = m_view.ReadForm(form);
+    if (cardType == cardTypeEmpty) {
+        if (reportEmpty) {
+            m_log.ShowMsg("Empty");
+        } else {
+            form.Table.OutputID.clear();
+        }
+    } else if (cardType >= 1 && cardType <= static_cast<int>(cardTypes.size())) {
+        form.Table.ShowCard(cardType, card.size() > 3 ? card.substr(3) : std::string());
+    } else {
+        m_log.ShowMsg("Error Type");
+    }
+    bool fullLength = false;
+    const int row = form.Table.GetSamdIDIndex(fullLength);
+    if (row != clsConvertTable::none) form.Table.SelectRow(row);
+    if (controls) m_view.ShowForm(form);
+    return true;
+}
+
+// -- controls -----------------------------------------------------------------------------------------------
+
+void clsReaderFlows::ClearMsg(bool keepSelections) {
+    ZarnForm form;
+    if (!keepSelections && m_view.ReadForm(form)) {
+        form.ClearSelections();
+        m_view.ShowForm(form);
+    }
+    m_panel = {};
+    m_view.ShowPanel(m_panel);
+    m_log.Clear();
+}
+
+std::string clsReaderFlows::PortInfo() const {
+    const std::string& adapter = m_comm.AdapterName();
+    return m_comm.CommPort() + (adapter.empty() ? "" : " with " + adapter);
+}
+
+void clsReaderFlows::ShowCommPortInfo() {
+    m_panel.Port = PortInfo();
+    m_view.ShowPanel(m_panel);
+}
+
+bool clsReaderFlows::ShowZarn74() {
+    m_panel.Product = m_record.ProductName;
+    m_panel.SerialNo = m_record.FirmwareSN;
+    m_panel.Version = m_record.Version;
+    ShowCommPortInfo();
+    ZarnForm form;
+    if (!m_view.ReadForm(form)) return true;
+    std::string message;
+    const bool shown = form.ShowZarn74(m_record, message);
+    m_view.ShowForm(form);
+    if (!shown) m_log.ShowMsg(message);
+    return shown;
+}
+
+bool clsReaderFlows::SaveZarn74() {
+    ZarnForm form;
+    return m_view.ReadForm(form) && form.SaveZarn74(m_record);
+}
+
+void clsReaderFlows::ButtonsEnable(bool enable) {
+    const bool port = enable && m_comm.PortOpen();
+    ButtonStates states;
+    states.Idle = enable;
+    states.Port = port;
+    states.ReadCardInfo = port && m_readerFound;
+    states.Test = port || m_busy;
+    states.Cancel = m_running;
+    m_view.EnableButtons(states);
+}
+
+// -- the comm control's events ------------------------------------------------------------------------------
+
+void clsReaderFlows::HandlePort(const std::string& message) {
+    m_log.ShowMsg(message);
+    if (!m_running) ButtonsEnable(true);
+}
+
+// A late answer is nothing that the reader typed.
+bool clsReaderFlows::Muted() {
+    const std::uint32_t elapsed = m_host.TickCount() - m_mutedSince;
+    if (elapsed >= m_mutedTime) return false;
+    m_mutedTime = std::max(m_mutedTime, elapsed + lateAnswerQuiet);
+    return true;
+}
+
+void clsReaderFlows::HandleChar(std::uint8_t byte) {
+    if (Muted()) return;
+    m_log.ShowCharEx(byte);
+    if (EndsCardID(byte)) m_timerAutoRead.Restart();
+}
+
+void clsReaderFlows::HandlePacket(int terminator, const std::string& text) {
+    if (Muted()) return;
+    for (const char c : text) m_log.ShowCharEx(static_cast<std::uint8_t>(c));
+    if (terminator >= 0 && terminator <= 255) m_log.ShowCharEx(static_cast<std::uint8_t>(terminator));
+    if (EndsCardID(terminator)) m_timerAutoRead.Restart();
+}

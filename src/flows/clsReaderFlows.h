@@ -1,0 +1,180 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/clsEvent.h"
+#include "base/clsHostTimer.h"
+#include "base/clsIHost.h"
+#include "comm/ucCOMM.h"
+#include "flows/clsEepromTest.h"
+#include "flows/clsIMainView.h"
+#include "flows/clsMessageLog.h"
+#include "flows/clsSettingsFile.h"
+#include "frame/ReaderAnswers.h"
+#include "settings/modZarn74.h"
+
+/// How a flow ended.
+enum class FlowResult {
+    Done,
+    Failed,     ///< the log says " NG", or nothing was found
+    Cancelled,  ///< failed, and CancelCommand was called meanwhile; or no file was chosen
+    FileBad,    ///< a settings file that cannot be opened or saved, or that holds no setting or one that the
+                ///< reader cannot be given; nothing was written into the reader
+    Refused     ///< another flow is running; nothing was done
+};
+
+/// What a reader says of itself.
+struct ReaderIdentity {
+    std::string Product;
+    FirmwareAnswer Firmware;
+};
+
+/// The flows between reader, record, files and controls, for the window and for the command line. Owns the
+/// one working record, the EEPROM test and the automatic card read, and writes the comm control's events to
+/// the log.
+///
+/// A flow waits inside the comm control, so any handler of the program may run before it returns. What keeps
+/// them apart is FlowRunning: while it is true the buttons are disabled, every other flow is Refused, the
+/// automatic card read does nothing, and RequestClose answers False.
+class clsReaderFlows {
+  public:
+    static constexpr const char* fileFilter = "Text|*.txt";
+    static constexpr const char* testCaption = "Test EEPROM";  ///< of `cmdTest` while no test runs
+
+    /// Attaches the settings module to the comm control and the log, and takes the comm control out of raw
+    /// mode, so that what a reader types is seen. Everything given outlives the flows.
+    clsReaderFlows(clsIHost& host, ucCOMM& comm, modZarn74& settings, clsMessageLog& log,
+                   clsSettingsFile& files, clsIMainView& view);
+    clsReaderFlows(const clsReaderFlows&) = delete;
+    clsReaderFlows& operator=(const clsReaderFlows&) = delete;
+    ~clsReaderFlows();
+
+    [[nodiscard]] const ZarnInfo& Record() const { return m_record; }
+    /// The port in use, and the USB adapter behind it.
+    [[nodiscard]] std::string PortInfo() const;
+    [[nodiscard]] bool FlowRunning() const { return m_running; }
+    /// Reads take the memory image where the reader gives one. True at start.
+    void SetQuickRead(bool value) { m_quickRead = value; }
+    /// Writes send only what differs from the reader. True at start.
+    void SetOnlyChanged(bool value) { m_onlyChanged = value; }
+
+    // -- with controls or without ---------------------------------------------------------------------------
+    /// Looks for a reader on every port, or on the one named. The port is open when it is Done.
+    FlowResult Scan(const std::string& port = {});
+    /// Asks the reader for product and firmware; not for the product when a scan has just done so. When it
+    /// fails, `identity` has what was told before.
+    FlowResult Identify(ReaderIdentity& identity);
+    /// `cmdShowZarn74`: reader to record, and to the controls.
+    FlowResult Read();
+    /// `cmdTest`. While the test runs it cancels it instead, and is Refused.
+    FlowResult TestEeprom();
+    /// `cmdCancel`: the wait of the running flow ends at once, and the flow with it.
+    void Cancel() { m_comm.CancelCommand(); }
+    /// The record to a file, said in the log.
+    FlowResult SaveFile(const std::string& name);
+    /// Whether SaveFile could begin; said as it says it when not. The file is left as it is.
+    FlowResult CheckSaveFile(const std::string& name);
+
+    /// The record as the text of a settings file.
+    std::string RecordText();
+
+    // -- without controls: a file laid over the reader's own settings ---------------------------------------
+    /// Whether WriteFile, or WriteDefault, would take the file; what is wrong with it is said as they say it,
+    /// every setting that the reader cannot be given in one notice with all else that is odd.
+    FlowResult CheckFile(const std::string& name);
+    FlowResult CheckDefault(const std::string& name);
+    /// Checks the file, reads the reader, lays the file over that record and writes it.
+    FlowResult WriteFile(const std::string& name);
+    /// The same with the messages of Initialize; padding of serial numbers is kept as the file has it.
+    FlowResult WriteDefault(const std::string& name);
+
+    // -- the window's own -----------------------------------------------------------------------------------
+    /// `cmdAutoScan`.
+    FlowResult AutoScan();
+    /// `cmdApply`: controls to record to reader.
+    FlowResult Apply();
+    /// `cmdInitialize`: the file of defaults to record, controls and reader.
+    FlowResult Initialize(const std::string& name);
+    /// `cmdOpen`, asking for the file; OpenFile with a name that is known.
+    FlowResult Open();
+    FlowResult OpenFile(const std::string& name);
+    /// `cmdSave`, asking for the file.
+    FlowResult Save();
+    /// `cmdReadCardInfo`: the card on the reader into the table's controls.
+    FlowResult ReadCardInfo();
+    /// The last session's file, read at start; without a word when it is not there.
+    void OpenStartupFile(const std::string& name);
+    /// The controls to that file, at the end. One that could not be shown completely at start is kept beside
+    /// it. False when it could not be written.
+    bool SaveStartupFile(const std::string& name);
+    /// The window is to be closed. False while anything runs, which is then asked to end.
+    bool RequestClose();
+
+    /// Empties info panel and log, and without `keepSelections` the lists that depend on the reader.
+    void ClearMsg(bool keepSelections);
+    /// Enables the buttons as port and reader allow, or disables them.
+    void ButtonsEnable(bool enable);
+
+  private:
+    class clsRun;
+    struct WriteTexts;
+    using Notices = std::vector<std::string>;
+    /// What a file held that was laid over the record.
+    struct FileContent {
+        bool KnownKey = false;
+        std::vector<SettingsFinding> Findings;
+        Notices Notes;
+    };
+
+    [[nodiscard]] bool Cancelled() const { return m_comm.CancelGeneration() != m_generation; }
+    [[nodiscard]] FlowResult Outcome(bool done);
+    bool FindReader(const std::string& port);
+    void ShowInfo();
+    void NotRead(const char* notice);
+    void ShowNotices(Notices notices, const std::vector<SettingsFinding>& findings = {});
+    std::optional<std::string> AskProduct();
+    std::optional<FirmwareAnswer> AskFirmware();
+    bool ReadReader();
+    bool WriteReader(const WriteTexts& texts);
+    bool CheckSettings(const std::string& name, const WriteTexts& texts);
+    FlowResult WriteOver(const std::string& name, const WriteTexts& texts);
+    bool ReadCard(bool reportEmpty);
+    [[nodiscard]] std::string FormNotice(bool knownKey) const;
+    bool OpenRecord(const std::string& name, FileContent& content);
+    bool SaveRecord(const std::string& name);
+    void ShowCommPortInfo();
+    bool ShowZarn74();
+    bool SaveZarn74();
+    void TimerAutoRead();
+    bool Muted();
+    void HandleChar(std::uint8_t byte);
+    void HandlePacket(int terminator, const std::string& text);
+    void HandlePort(const std::string& message);
+
+    clsIHost& m_host;
+    ucCOMM& m_comm;
+    modZarn74& m_settings;
+    clsMessageLog& m_log;
+    clsSettingsFile& m_files;
+    clsIMainView& m_view;
+    clsEepromTest m_test;
+    clsHostTimer m_timerAutoRead;
+
+    ZarnInfo m_record;
+    InfoPanel m_panel;
+    bool m_running = false;
+    bool m_busy = false;             // what runs is the EEPROM test
+    bool m_cancelRequested = false;  // the window was to be closed while something ran
+    std::uint32_t m_generation = 0;  // of cancels, when the flow that runs began
+    bool m_readerFound = false;      // by the last scan
+    bool m_quickRead = true;
+    bool m_onlyChanged = true;
+    std::uint32_t m_mutedSince = 0;  // for m_mutedTime ms what arrives answers a flow that was broken off
+    std::uint32_t m_mutedTime = 0;
+    std::string m_notRead;      // why the reader that was found last is not read; empty once it is
+    std::string m_unshownFile;  // the start-up file, when not all of it could be read and shown
+    clsConnection m_connections[5];
+};

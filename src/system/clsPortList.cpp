@@ -1,0 +1,253 @@
+#include "system/clsPortList.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <set>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "base/modText.h"
+#include "system/FolderEntries.h"
+#include "system/PortAccess.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int firstAdapter = 5;  // COM1 to COM4 are the places of built-in lines
+constexpr int lastNumber = 255;
+constexpr const char* storeSection = "Ports";
+constexpr const char* storeKey = "Adapters";
+
+// The number that `digits` plus `offset` gives, 1..lastNumber; nothing for anything else.
+std::optional<int> PortNumber(std::string_view digits, int offset = 0) {
+    if (digits.empty() || digits.size() > 3) return {};
+    int number = 0;
+    for (const char c : digits) {
+        if (c < '0' || c > '9') return {};
+        number = number * 10 + (c - '0');
+    }
+    number += offset;
+    if (number < 1 || number > lastNumber) return {};
+    return number;
+}
+
+std::string ComName(int number) { return "COM" + std::to_string(number); }
+
+// The attribute's first line; the kernel's texts are UTF-8.
+std::string Attribute(const fs::path& directory, const char* name) {
+    std::ifstream file(directory / name);
+    std::string line;
+    std::getline(file, line);
+    return modText::Trim(modText::FromUtf8(line));
+}
+
+std::string Resolved(const fs::path& path) {
+    std::error_code failed;
+    const fs::path resolved = fs::canonical(path, failed);
+    return failed ? path.string() : resolved.string();
+}
+
+// Keeps what a list of "number=identity" separated by semicolons can hold.
+std::string Plain(std::string text) {
+    for (char& c : text) {
+        const bool plain = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+                           c == '.' || c == '-';
+        if (!plain) c = '_';
+    }
+    return text;
+}
+
+// What the USB device says of itself, found by climbing from the tty's own directory. Nothing for a line that
+// hangs on no USB device.
+std::optional<std::string> ReadUsb(fs::path directory, PortEntry& entry) {
+    std::string interface;
+    for (; directory.has_relative_path(); directory = directory.parent_path()) {
+        std::error_code failed;
+        if (interface.empty() && fs::exists(directory / "bInterfaceNumber", failed))
+            interface = Attribute(directory, "bInterfaceNumber");
+        if (!fs::exists(directory / "idVendor", failed)) continue;
+        entry.Description = Attribute(directory, "product");
+        entry.Maker = Attribute(directory, "manufacturer");
+        entry.Serial = Attribute(directory, "serial");
+        const std::string which =
+            entry.Serial.empty() ? "at-" + directory.filename().string() : Plain(entry.Serial);
+        return Plain(Attribute(directory, "idVendor")) + ":" + Plain(Attribute(directory, "idProduct")) +
+               ":" + which + ":" + Plain(interface);
+    }
+    return {};
+}
+
+// Adapters that were seen before, the longest known first.
+std::vector<std::pair<int, std::string>> ParseRemembered(const std::string& text) {
+    std::vector<std::pair<int, std::string>> remembered;
+    for (const std::string& piece : modText::Split(text, ';')) {
+        const auto equals = piece.find('=');
+        const auto number = PortNumber(std::string_view(piece).substr(0, std::min(equals, piece.size())));
+        if (number && equals != std::string::npos) remembered.emplace_back(*number, piece.substr(equals + 1));
+    }
+    return remembered;
+}
+
+}  // namespace
+
+PortMap ParsePortMap(const std::vector<std::string>& entries, const char* environment) {
+    PortMap map;
+    const bool fromEnvironment = entries.empty() && environment != nullptr;
+    for (const std::string& entry : fromEnvironment ? modText::Split(environment, ',') : entries) {
+        const auto equals = entry.find('=');
+        const std::string name = modText::UCase(modText::Trim(entry.substr(0, equals)));
+        const auto number =
+            name.starts_with("COM") ? PortNumber(std::string_view(name).substr(3)) : std::nullopt;
+        if (!number || equals == std::string::npos || equals + 1 == entry.size()) {
+            map.Error = "'" + entry + "' is not COMn=PATH with n from 1 to " + std::to_string(lastNumber);
+        } else if (!map.Lines.emplace(*number, entry.substr(equals + 1)).second) {
+            map.Error = name + " is mapped twice";
+        }
+        if (!map.Error.empty()) break;
+    }
+    return map;
+}
+
+clsPortList::clsPortList(clsISettingsStore& store, Roots roots) : m_store(store), m_roots(std::move(roots)) {}
+
+std::vector<PortEntry> clsPortList::Ports() const {
+    std::vector<PortEntry> ports;
+    for (const auto& [number, entry] : Lines()) {
+        PortEntry& port = ports.emplace_back(entry);
+        port.Name = ComName(number);
+        port.Reason = PortAccess::Look(port.Device);
+        port.Reason.Port = port.Name;
+        port.Access = port.Reason.Obstacle == PortObstacle::None;
+    }
+    return ports;
+}
+
+std::string clsPortList::DeviceOf(int number) const {
+    const auto added = m_added.find(number);
+    if (added != m_added.end()) return added->second;
+    if (!m_map.empty()) {
+        const auto mapped = m_map.find(number);
+        return mapped == m_map.end() ? std::string() : mapped->second;
+    }
+    const Numbered lines = MachineLines();
+    const auto line = lines.find(number);
+    return line == lines.end() ? std::string() : line->second.Device;
+}
+
+std::string clsPortList::AddDevice(const std::string& path) {
+    const Numbered lines = Lines();
+    const std::string resolved = Resolved(path);
+    for (const auto& [number, entry] : lines) {
+        if (Resolved(entry.Device) == resolved) return ComName(number);
+    }
+    const auto remembered = ParseRemembered(m_store.GetSetting(storeSection, storeKey, ""));
+    int number = firstAdapter;
+    const auto taken = [&](int candidate) {
+        return lines.count(candidate) != 0 || m_added.count(candidate) != 0 ||
+               std::any_of(remembered.begin(), remembered.end(),
+                           [&](const auto& adapter) { return adapter.first == candidate; });
+    };
+    while (taken(number)) ++number;
+    m_added[number] = path;
+    return ComName(number);
+}
+
+clsPortList::Numbered clsPortList::Lines() const { return m_map.empty() ? MachineLines() : MappedLines(); }
+
+clsPortList::Numbered clsPortList::MappedLines() const {
+    const Numbered machine = MachineLines();
+    Numbered lines;
+    for (const auto& [number, device] : m_map) {
+        PortEntry entry;
+        for (const auto& [own, known] : machine) {
+            if (Resolved(known.Device) == Resolved(device)) entry = known;
+        }
+        entry.Device = device;
+        lines[number] = entry;
+    }
+    return lines;
+}
+
+clsPortList::Numbered clsPortList::MachineLines() const {
+    Numbered lines;
+    std::vector<Node> adapters;
+    for (const fs::path& item : FolderEntries(m_roots.Sys + "/class/tty")) {
+        const std::string name = item.filename().string();
+        const bool uart = name.starts_with("ttyS");
+        if (!uart && !name.starts_with("ttyUSB") && !name.starts_with("ttyACM")) continue;
+        Node node;
+        node.Entry.Device = m_roots.Dev + "/" + name;
+        std::error_code missing;
+        if (!fs::exists(node.Entry.Device, missing)) continue;
+        if (uart) {
+            const auto number = PortNumber(std::string_view(name).substr(4), /*offset=*/1);
+            // The kernel makes nodes for chips that are not there; their type is 0, unknown.
+            const std::string type = Attribute(item, "type");
+            if (!number || type.empty() || type == "0") continue;
+            node.Entry.Description = "Serial port";
+            lines[*number] = node.Entry;
+            continue;
+        }
+        node.Path = Resolved(item / "device");
+        const auto identity = ReadUsb(node.Path, node.Entry);
+        if (!identity) continue;
+        node.Identity = *identity;
+        adapters.push_back(std::move(node));
+    }
+    NumberAdapters(std::move(adapters), lines);
+    return lines;
+}
+
+void clsPortList::NumberAdapters(std::vector<Node> adapters, Numbered& lines) const {
+    if (adapters.empty()) return;
+    const std::string before = m_store.GetSetting(storeSection, storeKey, "");
+    auto remembered = ParseRemembered(before);
+    const auto numberOf = [&](const std::string& identity) {
+        const auto at = std::find_if(remembered.begin(), remembered.end(),
+                                     [&](const auto& adapter) { return adapter.second == identity; });
+        return at == remembered.end() ? 0 : at->first;
+    };
+    std::sort(adapters.begin(), adapters.end(), [](const Node& a, const Node& b) { return a.Path < b.Path; });
+    // Adapters of one make may share a serial number: the later ones go by the order of their sockets.
+    std::set<std::string> present;
+    for (Node& node : adapters) {
+        std::string identity = node.Identity;
+        for (int i = 2; !present.insert(identity).second; ++i)
+            identity = node.Identity + ":" + std::to_string(i);
+        node.Identity = identity;
+    }
+    // An adapter whose number a built-in line has taken since moves on.
+    std::erase_if(remembered, [&](const auto& adapter) { return lines.count(adapter.first) != 0; });
+    for (const Node& node : adapters) {
+        int number = numberOf(node.Identity);
+        if (number == 0) {
+            const auto taken = [&](int candidate) {
+                return lines.count(candidate) != 0 ||
+                       std::any_of(remembered.begin(), remembered.end(),
+                                   [&](const auto& adapter) { return adapter.first == candidate; });
+            };
+            number = firstAdapter;
+            while (number <= lastNumber && taken(number)) ++number;
+            if (number > lastNumber) {
+                // Every number is remembered: the longest known adapter that is not here gives its own up.
+                const auto gone =
+                    std::find_if(remembered.begin(), remembered.end(),
+                                 [&](const auto& adapter) { return present.count(adapter.second) == 0; });
+                if (gone == remembered.end()) continue;
+                number = gone->first;
+                remembered.erase(gone);
+            }
+            remembered.emplace_back(number, node.Identity);
+        }
+        lines[number] = node.Entry;
+    }
+    std::string after;
+    for (const auto& [number, identity] : remembered)
+        after += (after.empty() ? "" : ";") + std::to_string(number) + "=" + identity;
+    if (after != before) m_store.SaveSetting(storeSection, storeKey, after);
+}
