@@ -106,9 +106,12 @@ ucCOMM::ScanResult ucCOMM::ScanPort(const ScanPlan& plan, const std::string& nam
     if (!m_live || name.empty() || !m_ports.IsServed(name)) return ScanResult::NotFound;
     SetCommPort(name);
     if (m_ports.CommPort() == name) SetPortOpen(true);
+    const auto missed = [&] {
+        return Cancelled(plan.Generation) ? ScanResult::Cancelled : ScanResult::NotFound;
+    };
     if (!PortOpen()) {
         m_searchReasons.push_back(WhyNotOpen(name));
-        return ScanResult::NotFound;
+        return missed();
     }
 
     const clsScopeGuard restore([this, former = m_orvNetTimeout] { m_orvNetTimeout = former; });
@@ -135,5 +138,5 @@ ucCOMM::ScanResult ucCOMM::ScanPort(const ScanPlan& plan, const std::string& nam
     m_searchReasons.push_back(
         Told(PortOpen() ? PortReasons::Silent(bauds) : PortReasons::NotThere({}), name));
     SetPortOpen(false);
-    return Cancelled(plan.Generation) ? ScanResult::Cancelled : ScanResult::NotFound;
+    return missed();
 }

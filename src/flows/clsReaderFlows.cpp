@@ -131,6 +131,7 @@ bool clsReaderFlows::FindReader(const std::string& port) {
     m_readerFound = false;
     m_comm.AwaitRestOfImage();  // waits, as the search does: it would garble the first polls
     m_comm.SetPortOpen(false);
+    if (Cancelled()) return false;  // the search would know nothing of it
     // Waits at every poll. Handlers of buttons, timers and files look at m_running; a loss of the port closes
     // it and ends the poll; a cancel ends the search.
     m_readerFound = port.empty() ? m_comm.AutoScan(readerPattern, /*noAddress=*/true, scanRates)

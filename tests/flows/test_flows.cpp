@@ -263,6 +263,14 @@ TEST_F(Flows, TheRestOfACancelledImageIsNeitherShownNorTakenForAnAnswer) {
     const auto begun = host.Now();
     EXPECT_EQ(End(flows.Scan("COM1")), "Done: Found a reader");
     EXPECT_GT(host.Now() - begun, 1500) << "the port is not closed before the image is over";
+
+    comm.SetBaudRate(2400);
+    host.StartTimer(300, [this] { flows.Cancel(); });
+    flows.Read();
+    Sent.clear();
+    host.StartTimer(300, [this] { flows.Cancel(); });
+    EXPECT_EQ(flows.Scan(), FlowResult::Cancelled);
+    EXPECT_EQ(Sent, "") << "a search that is cancelled while it waits for that";
 }
 
 TEST_F(Flows, TheEepromTestFillsTheMemoryTwiceAndEndsAtTheFirstFailure) {

@@ -533,7 +533,7 @@ TEST_F(Discovery, TriesTheRememberedPortAndRateFirstAndRemembersWhatItFound) {
     EXPECT_EQ(Told(), "Scan COM3, BaudRate=9600|Found a reader|");
 }
 
-TEST_F(Discovery, ASilentReaderOnHidIsPolledOnce) {
+TEST_F(Discovery, OnHidASilentReaderIsPolledOnceAndACancelledOpeningIsTheLast) {
     clsFakeLoader loader;
     clsFakeLibrary library(host);
     library.Id = {0x2E91, 0x15};  // without an adapter
@@ -542,6 +542,16 @@ TEST_F(Discovery, ASilentReaderOnHidIsPolledOnce) {
     ucCOMM onHid(host, serial, store, "zarn74", {&loader, &library, nullptr});
     EXPECT_FALSE(onHid.AutoScanPort("Zarn*", /*noAddress=*/true, "2400,9600,14400", "HID1"));
     EXPECT_EQ(polls, 1);
+    // An adapter is pulled out while it is opened, and the search is cancelled: no other port is opened.
+    library.Id = {0x2E91, 5};
+    store.Values = {{"Zarn*/LastCommPort", onHid.HidPorts().front().Name}};
+    serial.Calls.clear();
+    host.StartTimer(200, [&] {
+        library.Close(/*handle=*/1);
+        onHid.CancelCommand();
+    });
+    EXPECT_FALSE(onHid.AutoScan("Zarn*", /*noAddress=*/true, "2400"));
+    EXPECT_EQ(serial.Calls.find("PortOpen=True"), std::string::npos) << serial.Calls;
 }
 
 TEST_F(Discovery, RatesAreOrderedAsTextAndNamesMatchAsTextOrAsPattern) {
