@@ -36,8 +36,7 @@ clsEepromTest::Pass clsEepromTest::RunPass(std::uint8_t pattern,
     std::array<std::uint8_t, registerCount> expected{};
     expected.fill(pattern);
     for (int first = 0; first < registerCount; first += blockSize) {
-        if (m_comm.CancelGeneration() != m_generation) return Pass::Failed;
-        Step();
+        if (!Step()) return Pass::Failed;
         // Waits: the log's and the ports' handlers run, a close request sets cancelRequested, a cancel fails
         // the write; the flows keep every other command away.
         const bool written = m_comm.SetRegisterEx(first, expected, blockSize, first, /*stopAtEnd=*/false);
@@ -50,8 +49,7 @@ clsEepromTest::Pass clsEepromTest::RunPass(std::uint8_t pattern,
             return Pass::Cancelled;
         }
     }
-    if (m_comm.CancelGeneration() != m_generation) return Pass::Failed;
-    Step();
+    if (!Step()) return Pass::Failed;
     std::array<std::uint8_t, registerCount> found{};
     const bool read = m_comm.Dump(found);  // waits like the writes
     m_log.ShowMsg(read ? "Read EEPROM OK" : "Read EEPROM NG");
@@ -61,7 +59,8 @@ clsEepromTest::Pass clsEepromTest::RunPass(std::uint8_t pattern,
     return equal ? Pass::Done : Pass::Failed;
 }
 
-void clsEepromTest::Step() {
+bool clsEepromTest::Step() {
     ++m_step;
     if (OnStep) OnStep(m_step, stepCount);
+    return m_comm.CancelGeneration() == m_generation;
 }

@@ -23,7 +23,7 @@ class clsEepromTest {
   private:
     enum class Pass { Done, Failed, Cancelled };
     Pass RunPass(std::uint8_t pattern, const std::function<bool()>& cancelRequested);
-    void Step();
+    bool Step();
 
     ucCOMM& m_comm;
     clsIMessageSink& m_log;

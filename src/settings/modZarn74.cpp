@@ -196,9 +196,12 @@ void modZarn74::BeginFlow(int stepCount) {
     m_stepCount = stepCount;
 }
 
-void modZarn74::NextStep() {
+// False after a cancel, also one from the display.
+bool modZarn74::NextStep() {
+    if (Cancelled()) return false;
     ++m_stepNumber;
     if (OnStep) OnStep(m_stepNumber, m_stepCount);
+    return !Cancelled();
 }
 
 void modZarn74::ShowLine(int hundredths, const std::string& text) {
@@ -210,8 +213,7 @@ void modZarn74::ShowLine(int hundredths, const std::string& text) {
 // A step: its opening line, the work, its result line. After a cancel it does not begin.
 template <class Work>
 bool modZarn74::Step(const std::string& name, const std::string& resultName, Work work) {
-    if (Cancelled()) return false;
-    NextStep();
+    if (!NextStep()) return false;
     ShowLine(50 * m_halfSteps, name + "...");
     const bool done = work();
     ++m_halfSteps;
@@ -225,9 +227,7 @@ template <class Work, class Last>
 bool modZarn74::FilterStep(const std::string& name, Work work, Last last) {
     return Step(name, name, [&] {
         for (int i = 0; i < cardFilterCount; ++i) {
-            if (Cancelled()) return false;
-            NextStep();
-            if (!work(i)) return false;
+            if (!NextStep() || !work(i)) return false;
         }
         return !Cancelled() && last();
     });
@@ -238,8 +238,7 @@ template <class Work>
 bool modZarn74::EntryStep(const std::string& name, Work work) {
     return Step(name, name, [&] {
         for (int i = 0; i < convertCount; ++i) {
-            if (Cancelled()) return false;
-            NextStep();
+            if (!NextStep()) return false;
             const int fraction = (200 * i + 31) / 62;  // i / 31 in hundredths, rounded
             ShowLine(50 * m_halfSteps + fraction, name + "..." + std::to_string(i) + "/15");
             if (!work(i)) return false;

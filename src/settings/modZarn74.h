@@ -98,7 +98,7 @@ class modZarn74 {
     // The walk through all settings.
     void BeginFlow(int stepCount);
     [[nodiscard]] bool Cancelled() const { return m_comm->CancelGeneration() != m_generation; }
-    void NextStep();
+    bool NextStep();
     template <class Work>
     bool Step(const std::string& name, const std::string& resultName, Work work);
     template <class Work, class Last>

@@ -43,6 +43,7 @@ struct clsFormView final : clsIMainView {
     void ShowProgress(int number, int count) override {
         Progress = {number, count};
         Steps += number > 0 ? 1 : 0;
+        if (OnProgress) OnProgress();
     }
     void ShowTest(const std::string& caption, TestIndicator indicator) override {
         Caption = caption;
@@ -59,6 +60,7 @@ struct clsFormView final : clsIMainView {
     ButtonStates Buttons;
     std::pair<int, int> Progress;
     int Steps = 0;
+    std::function<void()> OnProgress;
     std::string Caption;
     TestIndicator Indicator = TestIndicator::Grey;
     Texts Notices;  ///< boxes too

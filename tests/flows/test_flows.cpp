@@ -293,6 +293,10 @@ TEST_F(Flows, TheEepromTestFillsTheMemoryTwiceAndEndsAtTheFirstFailure) {
         EXPECT_EQ(view.Indicator, done ? TestIndicator::Green : TestIndicator::Red);
     }
     EXPECT_EQ(view.Steps, 66);
+    Sent.clear();
+    view.OnProgress = [this] { flows.Cancel(); };
+    EXPECT_EQ(End(flows.TestEeprom()), "Cancelled: Test EEPROM NG");
+    EXPECT_EQ(Sent, "") << "a block that was cancelled as it began";
     log.Clear();
     comm.SetPortOpen(false);
     EXPECT_EQ(End(flows.TestEeprom()), "Failed: ") << "a closed port: without a line";

@@ -298,4 +298,21 @@ TEST_F(Flows, ProgressCountsUpToAFixedNumberOfStepsWhateverAnswers) {
     }
 }
 
+TEST_F(Flows, ACancelAtTheBeginningOfAStepLetsNothingOfItOut) {
+    // A step of its own, the first filter, the last entry.
+    for (const auto& [flow, step] :
+         {std::pair(Flow::SlowRead, 1), {Flow::SlowRead, 46}, {Flow::WriteAll, 18}}) {
+        Reopen();
+        std::string sent;
+        module.OnStep = [&, last = step](int number, int) {
+            if (number != last) return;
+            comm.CancelCommand();
+            sent = Sent;
+        };
+        ZarnInfo info = example;
+        EXPECT_FALSE(Run(flow, info)) << step;
+        EXPECT_EQ(Sent, sent) << step;
+    }
+}
+
 }  // namespace
