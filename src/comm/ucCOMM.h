@@ -92,7 +92,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     /// it belongs to. From any handler; without an operation it does nothing lasting.
     void CancelCommand();
     /// Counts the calls of CancelCommand: an operation of several commands compares it with the count at its
-    /// start, since each command clears the abort flag.
+    /// start, since a command knows only of cancels that came after its own.
     [[nodiscard]] std::uint32_t CancelGeneration() const { return m_cancelGeneration; }
     [[nodiscard]] bool Busy() const { return m_waitDepth != 0; }
     /// Whether the last wait ended without a complete packet.
