@@ -1,6 +1,7 @@
 #include "ports/PortReason.h"
 
 #include <cerrno>
+#include <system_error>
 
 std::string PortReason::Text() const {
     std::string text = Port.empty() ? What : Port + ": " + What;
@@ -85,7 +86,7 @@ PortReason Hid(const std::string& device, int error) {
         case ENOENT:
         case ENODEV:
         case ENXIO: return NotThere(device);
-        default: return Failed(device, "error " + std::to_string(error));
+        default: return Failed(device, std::generic_category().message(error));
     }
 }
 

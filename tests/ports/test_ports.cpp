@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <string>
 #include <tuple>
 
@@ -148,6 +149,7 @@ TEST(PortReason, ARefusalNamesTheNodesOwnGroupAndWhatHelpsThisUser) {
         reason.Port = "COM1";
         EXPECT_EQ(reason.Text(), std::string("COM1: no access to /dev/x: ") + row.said);
     }
+    EXPECT_EQ(PortReasons::Hid("/dev/x", ENOTSUP).Text(), "/dev/x cannot be opened: Operation not supported");
 }
 
 }  // namespace
