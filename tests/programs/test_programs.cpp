@@ -73,8 +73,9 @@ TEST_F(Programs, TheSimulatorAnswersOverItsTerminalAndSavesEachWriteBeforeItAnsw
         wc -c <image
         exec 3<>"$tty"  # whoever asks and goes leaves no answer for the next
         printf '\2J\r' >&3
-        sleep .1
+        until grep -q AFF log; do sleep .02; done
         exec 3>&-
+        sleep .5  # the simulator sees that it is gone
         connect
         answer .1
         ask V
