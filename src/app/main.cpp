@@ -44,6 +44,14 @@ int Say(const std::string& text, int status) {
     return status;
 }
 
+/// Whether all of it went out; it is said when not.
+bool Print(const std::string& text) {
+    const bool taken = std::fputs(text.c_str(), stdout) >= 0;
+    if (std::fflush(stdout) == 0 && taken) return true;
+    Say("cannot write to standard output\n", 1);
+    return false;
+}
+
 bool IsSet(const char* name) {
     const char* value = std::getenv(name);
     return value != nullptr && value[0] != '\0';
@@ -102,16 +110,16 @@ bool TurnToPage(QWidget& window, const QString& caption) {
 /// Scans and reads the demo's reader, tells what was asked for, and gives the program's exit status.
 int Tell(frmMain& window, const WindowOptions& options) {
     window.OnMessageBox = [](const QString& text) { Say(text.toStdString() + "\n", 1); };
-    const bool done = window.Flows().AutoScan() == FlowResult::Done;
+    bool done = window.Flows().AutoScan() == FlowResult::Done;
     if (!options.File.empty()) window.OpenFile(options.File);
     const QString description = DescribeWindow(window);
-    if (options.Describe) std::fputs(description.toUtf8().constData(), stdout);
+    if (options.Describe) done = Print(description.toStdString()) && done;
     if (!options.Screenshot.empty()) {
         QApplication::processEvents();
         const QString file = QString::fromLocal8Bit(options.Screenshot.c_str());
         if (!window.grab().save(file, "PNG")) return Say("cannot write " + options.Screenshot + "\n", 1);
     }
-    return done && std::fflush(stdout) == 0 ? 0 : 1;
+    return done ? 0 : 1;
 }
 
 /// Shows the window until it is closed, on a simulated reader when there is a panel for one. The program's
@@ -182,10 +190,7 @@ int Main(int argc, char** argv) {
     std::vector<std::string> arguments(argv + 1, argv + argc);
     // The toolkit's own options are not known yet; all that matters now are questions and the display.
     WindowParsing parsing = ParseArguments(arguments, options);
-    if (!parsing.Run && parsing.Exit == 0) {
-        std::fputs(parsing.Text.c_str(), stdout);
-        return std::fflush(stdout) == 0 ? 0 : 1;
-    }
+    if (!parsing.Run && parsing.Exit == 0) return Print(parsing.Text) ? 0 : 1;
     if (!HasDisplay(arguments)) {
         if (!parsing.Run) return Say(parsing.Text, parsing.Exit);
         if (!options.Batch()) return Say("there is no display to open the window on\n", 1);

@@ -125,6 +125,14 @@ std::string UsageText(const CLI::ParseError& error, const CLI::App& app,
         const bool missing = text.find(" missing") != std::string::npos;
         return name + (missing ? ": there is nothing behind it" : ": it may be given once only");
     }
+    if (app.get_subcommands().empty() || text.starts_with("A subcommand")) {
+        // An option may have taken the command for its value.
+        for (auto word = arguments.begin(); word != arguments.end(); ++word) {
+            if (word != arguments.begin() && IsCommand(*word))
+                return "'" + *word + "' was taken for the value of " + *std::prev(word) +
+                       "; a command has to follow";
+        }
+    }
     const auto strays = app.remaining(/*recurse=*/true);
     const auto stray = std::find_if(arguments.begin(), arguments.end(), [&](const std::string& word) {
         return std::find(strays.begin(), strays.end(), word) != strays.end();
@@ -132,14 +140,6 @@ std::string UsageText(const CLI::ParseError& error, const CLI::App& app,
     if (stray != arguments.end()) {
         const bool extra = !stray->starts_with('-') && std::any_of(arguments.begin(), stray, IsCommand);
         return "'" + *stray + (extra ? "' is not expected here" : "' is not known");
-    }
-    if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr && text.starts_with("A subcommand")) {
-        // An option may have taken the command for its value.
-        for (auto word = arguments.begin(); word != arguments.end(); ++word) {
-            if (word != arguments.begin() && IsCommand(*word))
-                return "'" + *word + "' was taken for the value of " + *std::prev(word) +
-                       "; a command has to follow";
-        }
     }
     return text;
 }

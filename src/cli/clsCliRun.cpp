@@ -125,6 +125,7 @@ CliResult clsCliRun::Execute() {
         m_log.Say(m_wrote ? "interrupted; what was written so far is in the reader"
                           : "interrupted; nothing was written");
     }
+    m_comm.AwaitReplies();  // a second Ctrl-C ends it
     return result;
 }
 
@@ -286,6 +287,7 @@ void clsCliRun::SayWhyNotTold(const std::string& product) {
 
 // After a reading that failed.
 void clsCliRun::SayWhyNotRead() {
+    if (!m_comm.PortOpen()) return;  // the log tells of the loss; the reader was perhaps never asked
     const ZarnInfo& record = m_flows.Record();
     if (record.Version.empty()) {
         m_log.Say("the reader did not tell its firmware");

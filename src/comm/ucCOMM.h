@@ -129,6 +129,9 @@ class ucCOMM : private clsPacketCutter::clsISink {
     /// Waits for what the reader still sends of an image that was broken off, as every command does by
     /// itself: closing the port forgets it. A cancel ends the wait.
     void AwaitRestOfImage() { WaitUntilNotDue(Now(), &clsDueReplies::ImageRest); }
+    /// Waits for all that the reader still owes, until nothing has come for half a second: before the port is
+    /// closed for the next program, which would take it for its own. A cancel ends the wait.
+    void AwaitReplies();
 
     // -- discovery ------------------------------------------------------------------------------------------
     /// Tries every port at every rate of the comma-separated list, the remembered ones first, until the

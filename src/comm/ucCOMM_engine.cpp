@@ -136,6 +136,19 @@ bool ucCOMM::WaitUntilNotDue(const Beginning& since, std::int32_t (clsDueReplies
                              due(), since, [&] { return due() == 0; }, [&](std::int32_t) { return due(); });
 }
 
+void ucCOMM::AwaitReplies() {
+    if (m_due.None() || !m_ports.PortOpen()) return;
+    const bool formerMode = std::exchange(m_msCommMode, false);  // uncut, replies would settle nothing
+    const clsScopeGuard restore([this, formerMode] {
+        m_cutter.ClearState();
+        m_msCommMode = formerMode;
+    });
+    m_dataArrived = false;
+    WaitFor(
+        chunkTime, Now(), [this] { return m_due.Rest(m_host.TickCount()) == 0; },
+        [](std::int32_t) { return 0; });
+}
+
 void ucCOMM::PacketComplete() {
     const std::uint32_t now = m_host.TickCount();
     m_due.PacketCame(now);

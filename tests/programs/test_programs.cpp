@@ -153,6 +153,35 @@ ended with 0
 )");
 }
 
+TEST_F(Programs, NothingOfAnInterruptedCommandReachesTheNextProgramOnTheLine) {
+    ExpectSaid(R"sh(
+        start --example --only-baud 19200 --pace 19200
+        run="zarn74ctl --port $tty --baud 19200"
+        $run read >first 2>err
+        for time in .1 .2 .35 .45; do
+            $run dump >/dev/null 2>&1 &
+            sleep $time
+            kill $!
+            wait $!
+            echo $?
+            $run read 2>err | cmp - first
+        done
+        tell fault late-reply value=400 command=B register=5 once
+        $run get 5 >/dev/null 2>&1 &
+        sleep .3
+        kill $!
+        wait $!
+        $run get 0xD1 2>err)sh",
+               R"(
+130
+130
+130
+130
+fault late-reply command=B register=5 count=1 value=400
+209 (0x0D1) = 255 (0xFF)
+)");
+}
+
 TEST_F(Programs, TheSimulatorStaysCalmUnderAFlood) {
     ExpectSaid(R"sh(
         start --pace 4000000
@@ -369,8 +398,10 @@ the cable pulled 1 COM7 is removed and closed
 
 TEST_F(Programs, AFileIsReplacedAsAWholeOrLeftAsItWasAndWhatCannotBeWrittenIsSaid) {
     ExpectSaid(R"sh(
-        zarn74ctl demo info 2>&1 >/dev/full | tail -n 1
-        echo ${PIPESTATUS[0]}
+        for line in 'zarn74ctl demo info' 'zarn74 --help' 'zarn74 --demo --describe'; do
+            $line 2>&1 >/dev/full | tail -n 1
+            echo ${PIPESTATUS[0]}
+        done
         mkdir dir
         umask 022
         echo old >dir/file
@@ -413,6 +444,10 @@ TEST_F(Programs, AFileIsReplacedAsAWholeOrLeftAsItWasAndWhatCannotBeWrittenIsSai
         timeout 1 head -n 3 <&7)sh",
                R"(
 zarn74ctl: cannot write to standard output
+1
+zarn74: cannot write to standard output
+1
+zarn74: cannot write to standard output
 1
 Save Device Info To File NG!
 old
