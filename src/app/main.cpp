@@ -132,8 +132,12 @@ int Open(const WindowParts& parts, const WindowOptions& options, clsDemoPanel* p
         files.StartupToRead = startup.ToRead;
         files.StartupToWrite = startup.ToWrite;
     }
-    // An adapter is put back while there is still a loop to wait in, and nobody left to be told.
-    const clsScopeGuard close([&parts] { parts.Comm.SetPortOpen(false); });
+    // While there is still a loop to wait in, and nobody left to be told: what the reader still sends is the
+    // next program's no more, and an adapter is put back.
+    const clsScopeGuard close([&parts] {
+        parts.Comm.AwaitReplies();
+        parts.Comm.SetPortOpen(false);
+    });
     frmMain window(parts, files, options.Bench);
     if (panel != nullptr) window.InsertPanel(panel);
     if (!options.Page.empty() && !TurnToPage(window, QString::fromLocal8Bit(options.Page.c_str())))
