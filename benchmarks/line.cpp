@@ -28,7 +28,7 @@ struct Program {
         Comm.SetCommPort(Ports.AddDevice(device));
         Comm.SetPortOpen(true);
         if (!Comm.PortOpen()) {
-            std::fprintf(stderr, "line: %s: %s\n", device.c_str(), Serial.LastError().c_str());
+            std::fprintf(stderr, "line: %s: %s\n", device.c_str(), Serial.LastFailure().Text().c_str());
             std::exit(1);
         }
     }
