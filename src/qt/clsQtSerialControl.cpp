@@ -178,7 +178,7 @@ void clsQtSerialControl::SendOn() {
 void clsQtSerialControl::AwaitRoom(bool value) {
     if (value == (m_room != nullptr)) return;
     if (value) {
-        m_room = new QSocketNotifier(m_line.Descriptor(), QSocketNotifier::Write);
+        m_room = new QSocketNotifier(m_line.Descriptor(), QSocketNotifier::Write, &m_notifiers);
         QObject::connect(m_room, &QSocketNotifier::activated, m_room, [this] { SendOn(); });
     } else {
         m_room->setEnabled(false);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QObject>
 #include <memory>
 #include <optional>
 #include <string>
@@ -67,6 +68,7 @@ class clsQtSerialControl final : public clsSerialControlBase {
     const clsPortList& m_ports;
     mutable clsTtyLine m_line;
     clsConnection m_readable;
+    QObject m_notifiers;                // their owner: one may be on its way out when the loop ends
     QSocketNotifier* m_room = nullptr;  // while the line does not take all that is to be sent
     std::string m_unsent;
     mutable std::string m_input;  // taken from the line, not yet from here
