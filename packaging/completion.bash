@@ -27,7 +27,7 @@ _zarn74() {
 
 _zarn74ctl() {
     local word=$2 before=$3 command='' demo='' i
-    local commands='ports scan info read write default dump get set test-eeprom monitor'
+    local commands='ports scan info read write default check diff dump get set test-eeprom monitor'
     for ((i = 1; i < COMP_CWORD; i++)); do
         case ${COMP_WORDS[i]} in
         demo) demo=demo ;;
@@ -52,7 +52,7 @@ _zarn74ctl() {
         [[ -z $demo ]] || options+=" --image --hid"
         case $command in
         read | dump) options+=" -o" ;;
-        write | default) options+=" --all" ;;
+        write | default) options+=" --all --dry-run --no-verify" ;;
         test-eeprom) options+=" --yes" ;;
         esac
         _zarn74_offer "$options" "$word"
@@ -60,7 +60,7 @@ _zarn74ctl() {
     *)
         case $command in
         '') _zarn74_offer "$commands ${demo:-demo}" "$word" ;;
-        write | default) _zarn74_files "$word" ;;
+        write | default | check | diff) _zarn74_files "$word" ;;
         esac
         ;;
     esac

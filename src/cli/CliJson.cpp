@@ -77,4 +77,17 @@ Json Settings(const ZarnInfo& record) {
     return json;
 }
 
+Json Changes(const std::vector<SettingChange>& changes) {
+    Json json = Json::array();
+    for (const SettingChange& change : changes) {
+        json.push_back({{"setting", change.Item.Key()},
+                        {"registers", change.Item.Registers()},
+                        {"before", change.Before},
+                        {"wanted", change.Wanted},
+                        {"after", change.Kept ? Json(change.After) : Json()},
+                        {"kept", change.Kept ? Json(*change.Kept) : Json()}});
+    }
+    return json;
+}
+
 }  // namespace CliJson

@@ -2,9 +2,10 @@
 
 #include <nlohmann/json_fwd.hpp>
 #include <string>
+#include <vector>
 
 #include "ports/clsIPortDirectory.h"
-#include "settings/ZarnInfo.h"
+#include "settings/Differences.h"
 
 /// The program's results as JSON. A byte of a text is the code point of the same number.
 namespace CliJson {
@@ -15,5 +16,7 @@ nlohmann::ordered_json Reason(const PortReason& reason);
 nlohmann::ordered_json Port(const PortEntry& port);
 /// The settings under their names in the settings file.
 nlohmann::ordered_json Settings(const ZarnInfo& record);
+/// What differs, or was written; what was not read back is null.
+nlohmann::ordered_json Changes(const std::vector<SettingChange>& changes);
 
 }  // namespace CliJson

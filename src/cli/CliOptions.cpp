@@ -19,13 +19,16 @@ struct CommandRow {
     const char* Name;
     const char* Help;
 };
-constexpr std::array<CommandRow, 11> commands{{
+constexpr std::array<CommandRow, 13> commands{{
     {CliCommand::Ports, "ports", "List the ports: name, device file, description"},
     {CliCommand::Scan, "scan", "Find the reader, the port where it was last first, and say what was found"},
     {CliCommand::Info, "info", "Product, firmware version, firmware serial number, port"},
     {CliCommand::Read, "read", "Read all settings and print them as a settings file, or save them"},
-    {CliCommand::Write, "write", "Lay a settings file over the reader's own settings and write what changed"},
+    {CliCommand::Write, "write",
+     "Lay a settings file over the reader's settings, write what changed, prove it"},
     {CliCommand::Default, "default", "The same with the file of defaults, Default.ini unless FILE is given"},
+    {CliCommand::Check, "check", "Say in what the reader differs from a settings file; writes nothing"},
+    {CliCommand::Diff, "diff", "Say in what two settings files differ; with one file the same as check"},
     {CliCommand::Dump, "dump", "The 512 registers as a table, or as bytes into a file"},
     {CliCommand::Get, "get", "Read one register"},
     {CliCommand::Set, "set", "Write one register and read it back"},
@@ -54,6 +57,13 @@ void AddNumber(CLI::App& app, const std::string& name, int& value, int lowest, i
         ->type_name(name.starts_with('-') ? "N" : "");
 }
 
+void AddWriteFlags(CLI::App& command, CliOptions& options) {
+    command.add_flag("--all", options.All, "Write everything, without comparing first");
+    auto* const dry =
+        command.add_flag("--dry-run", options.DryRun, "Show what would be written; write nothing");
+    command.add_flag("--no-verify", options.NoVerify, "Do not read back what was written")->excludes(dry);
+}
+
 void AddCommands(CLI::App& app, CliOptions& options) {
     for (const CommandRow& row : commands) {
         CLI::App* command = app.add_subcommand(row.Name, row.Help);
@@ -67,6 +77,8 @@ void AddCommands(CLI::App& app, CliOptions& options) {
             case CliCommand::Dump: file("-o", "Save the bytes to FILE; - prints them"); break;
             case CliCommand::Write: file("FILE", "The settings file; - is standard input"); break;
             case CliCommand::Default: file("FILE", "The file with the defaults; - is standard input"); break;
+            case CliCommand::Check:
+            case CliCommand::Diff: file("FILE", "The settings file; - is standard input"); break;
             case CliCommand::Get:
                 AddNumber(*command, "REG", options.Register, 0, highestRegister, "0 to 511, decimal or 0x..");
                 break;
@@ -82,8 +94,12 @@ void AddCommands(CLI::App& app, CliOptions& options) {
         for (CLI::Option* option : command->get_options()) {
             if (option->get_positional() && row.Command != CliCommand::Default) option->required();
         }
+        if (row.Command == CliCommand::Diff)
+            command->add_option("OTHER", options.Other, "The file to compare it with; none: the reader")
+                ->type_name("FILE")
+                ->check(NotEmpty);
         if (row.Command == CliCommand::Write || row.Command == CliCommand::Default)
-            command->add_flag("--all", options.All, "Write everything, without comparing first");
+            AddWriteFlags(*command, options);
     }
     app.require_subcommand(1);
 }
@@ -183,7 +199,7 @@ CliParsing ParseArguments(const std::vector<std::string>& arguments, CliOptions&
     demo->add_flag("--hid", options.Hid, "The reader hangs on USB HID, behind an adapter");
     AddCommands(*demo, options);
     app.footer(
-        "Exit status: 0 done, 1 failed, 2 wrong usage, 3 no reader, 130 interrupted.\n"
+        "Exit status: 0 done, 1 failed, 2 wrong usage, 3 no reader, 4 differs or not kept,\n130 interrupted. "
         "Results go to standard output, the message log to standard error.");
 
     CliParsing parsing;

@@ -10,10 +10,26 @@ enum ExitCode : int {
     ExitFailed = 1,  ///< the operation failed
     ExitUsage = 2,
     ExitNoReader = 3,  ///< a scan found nothing, or the named port cannot be opened
+    ExitDiffers = 4,   ///< settings differ, or a reader did not keep what was written
     ExitInterrupted = 130
 };
 
-enum class CliCommand { None, Ports, Scan, Info, Read, Write, Default, Dump, Get, Set, TestEeprom, Monitor };
+enum class CliCommand {
+    None,
+    Ports,
+    Scan,
+    Info,
+    Read,
+    Write,
+    Default,
+    Check,
+    Diff,
+    Dump,
+    Get,
+    Set,
+    TestEeprom,
+    Monitor
+};
 
 /// The command's name as it is typed.
 const char* CommandName(CliCommand command);
@@ -27,15 +43,18 @@ struct CliOptions {
     bool Slow = false;
     bool Json = false;
     bool Trace = false;
-    bool Quiet = false;  ///< of the message log only failures are shown
-    bool Demo = false;   ///< on a simulated reader inside the process
-    bool Hid = false;    ///< that reader hangs on USB HID
-    std::string Image;   ///< the simulated reader's memory; empty: the example configuration
-    std::string File;    ///< to read or to write; empty: none given
-    bool All = false;    ///< write without comparing
-    bool Yes = false;    ///< destroying the settings is allowed
-    int Register = 0;    ///< 0..511
-    int Value = 0;       ///< 0..255
+    bool Quiet = false;     ///< of the message log only failures are shown
+    bool Demo = false;      ///< on a simulated reader inside the process
+    bool Hid = false;       ///< that reader hangs on USB HID
+    std::string Image;      ///< the simulated reader's memory; empty: the example configuration
+    std::string File;       ///< to read or to write; empty: none given
+    std::string Other;      ///< a second file to compare with; empty: the reader
+    bool All = false;       ///< write without comparing
+    bool DryRun = false;    ///< show what would be written, and write nothing
+    bool NoVerify = false;  ///< do not read back what was written
+    bool Yes = false;       ///< destroying the settings is allowed
+    int Register = 0;       ///< 0..511
+    int Value = 0;          ///< 0..255
 };
 
 /// The outcome of reading the arguments: run the command, or say `Text` and end with `Exit`.

@@ -41,6 +41,7 @@ class clsCliLog final : public clsILogView, public clsIMainView {
     bool ReadForm(ZarnForm&) override { return false; }
     void ShowForm(const ZarnForm&) override {}
     void ShowPanel(const InfoPanel&) override {}
+    void ShowPicture(const clsReaderPicture&) override {}
     void EnableButtons(const ButtonStates&) override {}
     void ShowProgress(int, int) override {}
     void ShowTest(const std::string&, TestIndicator) override {}

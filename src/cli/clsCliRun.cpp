@@ -9,6 +9,7 @@
 #include "base/TraceLine.h"
 #include "base/modText.h"
 #include "cli/CliJson.h"
+#include "flows/FileDifferences.h"
 #include "hid/modOrvHID.h"
 
 namespace {
@@ -29,6 +30,19 @@ std::string HexTable(const std::array<std::uint8_t, registerCount>& image) {
         table += "\n";
     }
     return table;
+}
+
+// A line for each change, and one that counts them.
+std::string ChangeText(const std::vector<SettingChange>& changes) {
+    std::string text;
+    for (const SettingChange& change : changes) {
+        text += change.Item.Name() + " (" + change.Item.Registers() + "): " + change.Before + " -> " +
+                change.Wanted +
+                (TakesEffectAtNextStart(change.Item) ? " (takes effect at the next start)" : "") + "\n";
+    }
+    const std::string of = " of " + std::to_string(itemCount) + " settings ";
+    return text + (changes.empty() ? "none" : std::to_string(changes.size())) + of +
+           (changes.size() == 1 ? "differs" : "differ") + "\n";
 }
 
 // Decimal and hexadecimal.
@@ -72,6 +86,8 @@ bool TakesTime(CliCommand command) {
         case CliCommand::Read:
         case CliCommand::Write:
         case CliCommand::Default:
+        case CliCommand::Check:
+        case CliCommand::Diff:
         case CliCommand::TestEeprom:
         case CliCommand::Monitor: return true;
         default: return false;
@@ -122,8 +138,9 @@ CliResult clsCliRun::Execute() {
     CliResult result = ExecuteCommand();
     if (!m_port.empty() && !m_stopped && !m_comm.PortOpen()) AwaitLossNews();
     if (result.Exit == ExitInterrupted && Writes(m_options.Command)) {
-        m_log.Say(m_wrote ? "interrupted; what was written so far is in the reader"
-                          : "interrupted; nothing was written");
+        m_log.Say(m_proving ? "interrupted; written, not proven"
+                  : m_wrote ? "interrupted; what was written so far is in the reader"
+                            : "interrupted; nothing was written");
     }
     m_comm.AwaitReplies();  // a second Ctrl-C ends it
     return result;
@@ -146,6 +163,8 @@ CliResult clsCliRun::ExecuteCommand() {
         case CliCommand::Read: return Read();
         case CliCommand::Write:
         case CliCommand::Default: return Write();
+        case CliCommand::Check:
+        case CliCommand::Diff: return Check();
         case CliCommand::Dump: return Dump();
         case CliCommand::Get: return Get();
         case CliCommand::Set: return Set();
@@ -286,9 +305,8 @@ void clsCliRun::SayWhyNotTold(const std::string& product) {
 }
 
 // After a reading that failed.
-void clsCliRun::SayWhyNotRead() {
+void clsCliRun::SayWhyNotRead(const ZarnInfo& record) {
     if (!m_comm.PortOpen()) return;  // the log tells of the loss; the reader was perhaps never asked
-    const ZarnInfo& record = m_flows.Record();
     if (record.Version.empty()) {
         m_log.Say("the reader did not tell its firmware");
     } else if (record.ProductName.empty()) {
@@ -317,7 +335,7 @@ CliResult clsCliRun::Read() {
     result.Exit = Connect();
     if (result.Exit != ExitDone) return result;
     result.Exit = ExitOf(m_flows.Read());
-    if (result.Exit == ExitFailed) SayWhyNotRead();
+    if (result.Exit == ExitFailed) SayWhyNotRead(m_flows.Record());
     if (result.Exit != ExitDone) return result;
     if (!file.empty()) result.Exit = ExitOf(m_flows.SaveFile(file));
     if (result.Exit == ExitFailed) SayWhyNotFile(file);
@@ -336,20 +354,91 @@ bool clsCliRun::TakeInput() {
     return input.has_value();
 }
 
+// Before anything is asked of a reader.
+int clsCliRun::CheckFile(const std::string& file, FileRole role) {
+    if (file == clsCliFiles::standard && !TakeInput()) return ExitOf(/*done=*/false);
+    const int exit = ExitOf(m_flows.CheckFile(file, role));
+    if (exit == ExitFailed) SayWhyNotFile(file);
+    return exit;
+}
+
+// Connects, reads, and lays the file over it.
+int clsCliRun::LayFile(const std::string& file, FileRole role, LaidFile& laid) {
+    int exit = CheckFile(file, role);
+    if (exit == ExitDone) exit = Connect();
+    if (exit != ExitDone) return exit;
+    const FlowResult result = m_flows.LayFile(file, role, laid);
+    if (result == FlowResult::FileBad) SayWhyNotFile(file);
+    if (result == FlowResult::Failed) SayWhyNotRead(laid.Before);
+    return ExitOf(result);
+}
+
+// What the user is to see before the rest is done.
+void clsCliRun::ShowNow(const std::string& text) {
+    if (!m_options.Json) m_out.Write(text);
+}
+
 CliResult clsCliRun::Write() {
     const bool defaults = m_options.Command == CliCommand::Default;
+    const FileRole role = defaults ? FileRole::Defaults : FileRole::Settings;
     const std::string file = defaults && m_options.File.empty() ? m_platform.DefaultFile() : m_options.File;
     CliResult result;
-    result.Exit = ExitOf(file != clsCliFiles::standard || TakeInput());
+    LaidFile laid;
+    result.Exit = LayFile(file, role, laid);
     if (result.Exit != ExitDone) return result;
-    result.Exit = ExitOf(defaults ? m_flows.CheckDefault(file) : m_flows.CheckFile(file));
-    if (result.Exit == ExitFailed) SayWhyNotFile(file);
-    if (result.Exit == ExitDone) result.Exit = Connect();
+    const auto changes = Changes(laid.Before, laid.Wanted);
+    result.Json = {{"changes", CliJson::Changes(changes)}};
+    ShowNow(ChangeText(changes));
+    if (m_options.DryRun) {
+        result.Text = "nothing was written\n";
+        return result;
+    }
+    result.Exit = ExitOf(m_flows.WriteLaid(laid, role));
+    if (result.Exit != ExitDone || m_options.NoVerify) return result;
+    return Prove(laid);
+}
+
+// Reads back what was written; what is there then is the result.
+CliResult clsCliRun::Prove(const LaidFile& laid) {
+    CliResult result;
+    m_proving = true;
+    ZarnInfo after;
+    result.Exit = ExitOf(m_flows.ReadInto(after, modZarn74::Lines::Silent));
+    const bool read = result.Exit == ExitDone;
+    const auto changes = Changes(laid.Before, laid.Wanted, read ? &after : nullptr);
+    result.Json = {{"changes", CliJson::Changes(changes)}};
+    if (result.Exit == ExitFailed) m_log.Say("written, not proven");
+    if (!read) return result;
+    for (const SettingChange& change : changes) {
+        if (*change.Kept) continue;
+        result.Exit = ExitDiffers;
+        result.Text += change.Item.Name() + " was not kept: written " + change.Wanted + ", there is " +
+                       change.After + "\n";
+    }
+    if (result.Exit == ExitDone) result.Text = "read back: all of it was kept\n";
+    return result;
+}
+
+CliResult clsCliRun::Check() {
+    const bool reader = m_options.Other.empty();
+    std::vector<SettingChange> changes;
+    CliResult result;
+    if (reader) {
+        LaidFile laid;
+        result.Exit = LayFile(m_options.File, FileRole::Compare, laid);
+        changes = Changes(laid.Before, laid.Wanted);
+    } else {
+        result.Exit = CheckFile(m_options.File, FileRole::Compare);
+        if (result.Exit == ExitDone) result.Exit = CheckFile(m_options.Other, FileRole::Compare);
+        if (result.Exit == ExitDone) {
+            for (SettingDifference& found : FileDifferences(m_settingsFile, m_options.File, m_options.Other))
+                changes.push_back({found.Item, std::move(found.A), std::move(found.B), {}, {}});
+        }
+    }
     if (result.Exit != ExitDone) return result;
-    const FlowResult written = defaults ? m_flows.WriteDefault(file) : m_flows.WriteFile(file);
-    result.Exit = ExitOf(written);
-    if (written == FlowResult::FileBad) SayWhyNotFile(file);
-    if (written == FlowResult::Failed) SayWhyNotRead();
+    result.Exit = changes.empty() ? ExitDone : ExitDiffers;
+    result.Json = {{"changes", CliJson::Changes(changes)}};
+    result.Text = ChangeText(changes);
     return result;
 }
 

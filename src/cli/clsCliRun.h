@@ -65,6 +65,8 @@ class clsCliRun {
     CliResult Identify();
     CliResult Read();
     CliResult Write();
+    CliResult Check();
+    CliResult Prove(const LaidFile& laid);
     CliResult Dump();
     CliResult Get();
     CliResult Set();
@@ -73,9 +75,12 @@ class clsCliRun {
 
     int Connect();
     bool TakeInput();
+    int CheckFile(const std::string& file, FileRole role);
+    int LayFile(const std::string& file, FileRole role, LaidFile& laid);
+    void ShowNow(const std::string& text);
     void SayWhyNotFile(const std::string& name);
     void SayWhyNotTold(const std::string& product);
-    void SayWhyNotRead();
+    void SayWhyNotRead(const ZarnInfo& record);
     [[nodiscard]] std::string OutputFile() const;
     bool OpenAtRate(const std::string& name);
     std::string PortName();
@@ -96,7 +101,8 @@ class clsCliRun {
     int m_baud = 0;
     std::vector<PortReason> m_reasons;
     bool m_lossTold = false;
-    bool m_wrote = false;  // into the reader
+    bool m_wrote = false;    // into the reader
+    bool m_proving = false;  // all was written, and is being read back
 
     SearchStore m_store;
     clsCliFiles m_files;

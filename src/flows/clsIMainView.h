@@ -3,6 +3,7 @@
 #include <string>
 
 #include "flows/ZarnForm.h"
+#include "flows/clsReaderPicture.h"
 
 /// The labels of the info panel.
 struct InfoPanel {
@@ -47,6 +48,8 @@ class clsIMainView {
     /// already is left alone, so that nobody's typing is disturbed.
     virtual void ShowForm(const ZarnForm& form) = 0;
     virtual void ShowPanel(const InfoPanel& panel) = 0;
+    /// What the reader was last seen to hold; comes whenever that has changed, and then after ShowForm.
+    virtual void ShowPicture(const clsReaderPicture& picture) = 0;
     virtual void EnableButtons(const ButtonStates& states) = 0;
     /// Step `number` of `count` of the flow that runs; both 0 when none does any more.
     virtual void ShowProgress(int number, int count) = 0;

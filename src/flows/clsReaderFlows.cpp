@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/clsScopeGuard.h"
 #include "base/modText.h"
 
 namespace {
@@ -50,41 +51,20 @@ struct clsReaderFlows::WriteTexts {
     const char* OpenOK;
     const char* OpenNG;
     const char* WriteOK;
-    const char* WriteNG;
-    bool KeepPadding;  // serial numbers stay as the file has them
+    const char* WriteNG;  // null: nothing is to be written
+    bool KeepPadding;     // serial numbers stay as the file has them
     static const WriteTexts File;
+    static const WriteTexts Compare;
     static const WriteTexts Default;
 };
 constexpr clsReaderFlows::WriteTexts clsReaderFlows::WriteTexts::File{
     "Open Device Info From File OK!", "Open Device Info From File NG!", "Write OK", "Write NG",
     /*KeepPadding=*/false};
+constexpr clsReaderFlows::WriteTexts clsReaderFlows::WriteTexts::Compare{
+    File.OpenOK, File.OpenNG, /*WriteOK=*/nullptr, /*WriteNG=*/nullptr, /*KeepPadding=*/false};
 constexpr clsReaderFlows::WriteTexts clsReaderFlows::WriteTexts::Default{
     "Open Default Info From File OK!", "Open Zarn74 Default Info From File NG!", "Write Default Info OK",
     "Write Default Info NG", /*KeepPadding=*/true};
-
-/// Stands for the flow that runs, from its first step to every way out.
-class clsReaderFlows::clsRun {
-  public:
-    explicit clsRun(clsReaderFlows& flows, bool testing = false) : m_flows(flows) {
-        flows.m_running = true;
-        flows.m_busy = testing;
-        flows.m_cancelRequested = false;
-        flows.m_generation = flows.m_comm.CancelGeneration();
-        flows.ButtonsEnable(false);
-    }
-    clsRun(const clsRun&) = delete;
-    clsRun& operator=(const clsRun&) = delete;
-    ~clsRun() {
-        m_flows.m_running = false;
-        m_flows.m_busy = false;
-        m_flows.m_cancelRequested = false;
-        m_flows.m_view.ShowProgress(/*number=*/0, /*count=*/0);
-        m_flows.ButtonsEnable(true);
-    }
-
-  private:
-    clsReaderFlows& m_flows;
-};
 
 clsReaderFlows::clsReaderFlows(clsIHost& host, ucCOMM& comm, modZarn74& settings, clsMessageLog& log,
                                clsSettingsFile& files, clsIMainView& view)
@@ -118,9 +98,36 @@ clsReaderFlows::~clsReaderFlows() {
     m_comm.OnScanStep = {};
 }
 
-FlowResult clsReaderFlows::Outcome(bool done) {
-    m_mutedSince = m_host.TickCount();
-    m_mutedTime = done ? 0 : lateAnswerTime;
+// The one way into a flow and out of it. What a reader still sends after one that was broken off is nothing
+// that it typed.
+FlowResult clsReaderFlows::Run(FlowKind kind, const std::function<FlowResult()>& flow) {
+    if (m_running) return FlowResult::Refused;
+    m_running = true;
+    m_busy = kind == FlowKind::Test;
+    m_cancelRequested = false;
+    m_generation = m_comm.CancelGeneration();
+    ButtonsEnable(false);
+    const clsScopeGuard leave([this] {
+        m_running = false;
+        m_busy = false;
+        m_cancelRequested = false;
+        m_view.ShowProgress(/*number=*/0, /*count=*/0);
+        ButtonsEnable(true);
+    });
+    const FlowResult result = flow();
+    const bool brokenOff = result == FlowResult::Failed || result == FlowResult::Cancelled;
+    if (kind != FlowKind::File && (brokenOff || result == FlowResult::Done)) {
+        m_mutedSince = m_host.TickCount();
+        m_mutedTime = brokenOff ? lateAnswerTime : 0;
+    }
+    return result;
+}
+
+FlowResult clsReaderFlows::RunReader(const std::function<bool()>& flow) {
+    return Run(FlowKind::Reader, [&] { return ResultOf(flow()); });
+}
+
+FlowResult clsReaderFlows::ResultOf(bool done) const {
     if (done) return FlowResult::Done;
     return Cancelled() ? FlowResult::Cancelled : FlowResult::Failed;
 }
@@ -129,6 +136,8 @@ FlowResult clsReaderFlows::Outcome(bool done) {
 
 bool clsReaderFlows::FindReader(const std::string& port) {
     m_readerFound = false;
+    m_picture.Forget();
+    ShowPicture();
     m_comm.AwaitRestOfImage();  // waits, as the search does: it would garble the first polls
     m_comm.SetPortOpen(false);
     if (Cancelled()) return false;  // the search would know nothing of it
@@ -140,27 +149,25 @@ bool clsReaderFlows::FindReader(const std::string& port) {
 }
 
 FlowResult clsReaderFlows::Scan(const std::string& port) {
-    if (m_running) return FlowResult::Refused;
-    const clsRun run(*this);
-    return Outcome(FindReader(port) && !Cancelled());
+    return RunReader([&] { return FindReader(port) && !Cancelled(); });
 }
 
 FlowResult clsReaderFlows::AutoScan() {
-    if (m_running) return FlowResult::Refused;
-    const clsRun run(*this);
-    ClearMsg(/*keepSelections=*/true);
-    m_notRead.clear();
-    m_record.ProductName.clear();  // of the reader before
-    m_record.Version.clear();
-    m_record.FirmwareSN.clear();
-    const bool found = FindReader({});
-    if (found) {
-        ShowInfo();
-    } else if (!Cancelled()) {
-        m_view.ShowMessageBox("Missing Device");  // runs the loop, with m_running still true
-    }
-    m_view.FocusLog();
-    return Outcome(found && !Cancelled());
+    return RunReader([this] {
+        ClearMsg(/*keepSelections=*/true);
+        m_notRead.clear();
+        m_record.ProductName.clear();  // of the reader before
+        m_record.Version.clear();
+        m_record.FirmwareSN.clear();
+        const bool found = FindReader({});
+        if (found) {
+            ShowInfo();
+        } else if (!Cancelled()) {
+            m_view.ShowMessageBox("Missing Device");  // runs the loop, with m_running still true
+        }
+        m_view.FocusLog();
+        return found && !Cancelled();
+    });
 }
 
 // The scan's own answer counts while the port is open: a reader is not asked twice.
@@ -178,15 +185,14 @@ std::optional<FirmwareAnswer> clsReaderFlows::AskFirmware() {
 }
 
 FlowResult clsReaderFlows::Identify(ReaderIdentity& identity) {
-    if (m_running) return FlowResult::Refused;
-    const clsRun run(*this);
-    const auto product = AskProduct();
-    if (!product) return Outcome(/*done=*/false);
-    identity.Product = *product;
-    const auto firmware = AskFirmware();
-    if (!firmware) return Outcome(/*done=*/false);
-    identity.Firmware = *firmware;
-    return FlowResult::Done;
+    return RunReader([&] {
+        const auto product = AskProduct();
+        if (!product) return false;
+        identity.Product = *product;
+        const auto firmware = AskFirmware();
+        if (firmware) identity.Firmware = *firmware;
+        return firmware.has_value();
+    });
 }
 
 void clsReaderFlows::ShowInfo() {
@@ -228,71 +234,126 @@ void clsReaderFlows::ShowNotices(Notices notices, const std::vector<SettingsFind
 
 // -- reading and writing ------------------------------------------------------------------------------------
 
-bool clsReaderFlows::ReadReader() {
-    m_log.ShowMsg("Begin Get Device Information...");
+bool clsReaderFlows::ReadRecord(ZarnInfo& record, modZarn74::Lines lines) {
+    const bool told = lines == modZarn74::Lines::Written;
+    if (told) m_log.ShowMsg("Begin Get Device Information...");
     // Waits at every register. The record is only used by flows, and m_running refuses them.
-    const bool read = m_settings.GetZarnInfo(m_record, m_quickRead);
-    m_log.ShowMsg(read ? "Get Device Information OK" : "Get Device Information NG");
-    if (!read) return false;
+    const bool read = !Cancelled() && m_settings.GetZarnInfo(record, m_quickRead, lines);
+    if (told) m_log.ShowMsg(read ? "Get Device Information OK" : "Get Device Information NG");
+    if (read) m_picture.Read(record, m_host.TimeOfDay());
+    return read;
+}
+
+bool clsReaderFlows::ReadReader() {
+    if (!ReadRecord(m_record, modZarn74::Lines::Written)) return false;
     m_notRead.clear();
     ShowZarn74();
+    ShowPicture();
     return true;
 }
 
 FlowResult clsReaderFlows::Read() {
-    if (m_running) return FlowResult::Refused;
-    const clsRun run(*this);
-    return Outcome(ReadReader());
+    return RunReader([this] { return ReadReader(); });
 }
 
-bool clsReaderFlows::WriteReader(const WriteTexts& texts) {
-    // Waits at every register, as ReadReader does.
-    const bool written = !Cancelled() && m_settings.SetZarnInfo(m_record, m_onlyChanged);
-    m_log.ShowMsg(written ? texts.WriteOK : texts.WriteNG);
+FlowResult clsReaderFlows::ReadInto(ZarnInfo& record, modZarn74::Lines lines) {
+    return RunReader([&] {
+        const bool read = ReadRecord(record, lines);
+        ShowPicture();
+        return read;
+    });
+}
+
+// What a write that was broken off left in the reader nobody knows.
+bool clsReaderFlows::Wrote(bool written, const ZarnInfo& record) {
+    if (written) {
+        m_picture.Written(record);
+    } else {
+        m_picture.Forget();
+    }
     return written;
 }
 
+// All of the record, or what has changed of it.
+bool clsReaderFlows::WriteRecord(ZarnInfo& record) {
+    // Waits at every register, as ReadRecord does.
+    return Wrote(!Cancelled() && m_settings.SetZarnInfo(record, m_onlyChanged), record);
+}
+
+// After a write, where that was asked for. When it fails, what was written stays not read back.
+void clsReaderFlows::ReadBack() {
+    ZarnInfo after;
+    const ZarnInfo wanted = m_record;
+    if (!m_readBack || !ReadRecord(after, modZarn74::Lines::Silent)) return;
+    std::string names;
+    for (const SettingDifference& found : Differences(wanted, after))
+        names += (names.empty() ? "" : ", ") + found.Item.Name();
+    if (!names.empty()) m_view.ShowNotice("The reader did not keep: " + names);
+}
+
 FlowResult clsReaderFlows::Apply() {
-    if (m_running) return FlowResult::Refused;
-    const clsRun run(*this);
-    const bool complete = SaveZarn74();
-    // The digit boxes keep what a file gave them, also what the reader cannot be given.
-    auto findings = SettingsCheck::Check(m_record);
+    return RunReader([this] {
+        const bool complete = SaveZarn74();
+        // The digit boxes keep what a file gave them, also what the reader cannot be given.
+        const bool writable = SayErrors(m_record, m_notRead.empty() ? Notices() : Notices{m_notRead});
+        // What the user types meanwhile is shown over at the end.
+        const bool wrote = complete && writable && WriteRecord(m_record);
+        const bool written = wrote && ShowZarn74();
+        m_log.ShowMsg(written ? WriteTexts::File.WriteOK : WriteTexts::File.WriteNG);
+        if (wrote) ReadBack();
+        ShowPicture();
+        m_view.FocusLog();
+        return written;
+    });
+}
+
+// False, and every setting said that a reader cannot be given, when there is one.
+bool clsReaderFlows::SayErrors(const ZarnInfo& record, const Notices& notices) {
+    auto findings = SettingsCheck::Check(record);
     std::erase_if(findings,
                   [](const auto& finding) { return finding.Kind != SettingsFinding::Severity::Error; });
-    ShowNotices(m_notRead.empty() ? Notices() : Notices{m_notRead}, findings);
-    // Waits at every register, as ReadReader does; what the user types meanwhile is shown over at the end.
-    const bool written =
-        complete && findings.empty() && m_settings.SetZarnInfo(m_record, m_onlyChanged) && ShowZarn74();
-    m_log.ShowMsg(written ? WriteTexts::File.WriteOK : WriteTexts::File.WriteNG);
-    m_view.FocusLog();
-    return Outcome(written);
+    ShowNotices(notices, findings);
+    return findings.empty();
+}
+
+FlowResult clsReaderFlows::WriteDifferences(const ZarnInfo& wanted, const ZarnInfo& picture) {
+    return RunReader([&] {
+        const bool written = SayErrors(wanted, {}) && !Cancelled() &&
+                             Wrote(m_settings.SetDifferences(wanted, picture), wanted);
+        m_log.ShowMsg(written ? WriteTexts::File.WriteOK : WriteTexts::File.WriteNG);
+        ShowPicture();
+        return written;
+    });
 }
 
 FlowResult clsReaderFlows::Initialize(const std::string& name) {
-    if (m_running) return FlowResult::Refused;
-    const clsRun run(*this);
-    FileContent content;
-    if (!OpenRecord(name, content)) {
-        m_log.ShowMsg(WriteTexts::Default.OpenNG);
-        return FlowResult::FileBad;
-    }
-    const auto findings = SettingsCheck::Check(m_record, content.Findings);
-    if (!m_notRead.empty()) content.Notes.push_back(m_notRead);
-    ShowNotices(content.Notes, findings);
-    m_log.ShowMsg(WriteTexts::Default.OpenOK);
-    ShowZarn74();
-    if (!SettingsCheck::AnyError(findings)) return Outcome(WriteReader(WriteTexts::Default));
-    m_log.ShowMsg(WriteTexts::Default.WriteNG);
-    return FlowResult::FileBad;
+    return Run(FlowKind::Reader, [&] {
+        FileContent content;
+        if (!OpenRecord(name, content)) {
+            m_log.ShowMsg(WriteTexts::Default.OpenNG);
+            return FlowResult::FileBad;
+        }
+        const auto findings = SettingsCheck::Check(m_record, content.Findings);
+        if (!m_notRead.empty()) content.Notes.push_back(m_notRead);
+        ShowNotices(content.Notes, findings);
+        m_log.ShowMsg(WriteTexts::Default.OpenOK);
+        ShowZarn74();
+        const bool error = SettingsCheck::AnyError(findings);
+        const bool written = !error && WriteRecord(m_record);
+        m_log.ShowMsg(written ? WriteTexts::Default.WriteOK : WriteTexts::Default.WriteNG);
+        if (written) ReadBack();
+        ShowPicture();
+        return error ? FlowResult::FileBad : ResultOf(written);
+    });
 }
 
-FlowResult clsReaderFlows::CheckFile(const std::string& name) {
-    return CheckSettings(name, WriteTexts::File) ? FlowResult::Done : FlowResult::FileBad;
+const clsReaderFlows::WriteTexts& clsReaderFlows::TextsOf(FileRole role) {
+    if (role == FileRole::Compare) return WriteTexts::Compare;
+    return role == FileRole::Settings ? WriteTexts::File : WriteTexts::Default;
 }
 
-FlowResult clsReaderFlows::CheckDefault(const std::string& name) {
-    return CheckSettings(name, WriteTexts::Default) ? FlowResult::Done : FlowResult::FileBad;
+FlowResult clsReaderFlows::CheckFile(const std::string& name, FileRole role) {
+    return CheckSettings(name, TextsOf(role)) ? FlowResult::Done : FlowResult::FileBad;
 }
 
 bool clsReaderFlows::CheckSettings(const std::string& name, const WriteTexts& texts) {
@@ -312,51 +373,60 @@ bool clsReaderFlows::CheckSettings(const std::string& name, const WriteTexts& te
     if (!SettingsCheck::AnyError(findings)) return true;
     ShowNotices({}, findings);
     m_log.ShowMsg(texts.OpenOK);
-    m_log.ShowMsg(texts.WriteNG);
+    if (texts.WriteNG != nullptr) m_log.ShowMsg(texts.WriteNG);
     return false;
 }
 
-FlowResult clsReaderFlows::WriteFile(const std::string& name) { return WriteOver(name, WriteTexts::File); }
+FlowResult clsReaderFlows::LayFile(const std::string& name, FileRole role, LaidFile& laid) {
+    return Run(FlowKind::Reader, [&] {
+        const WriteTexts& texts = TextsOf(role);
+        if (!CheckSettings(name, texts)) return FlowResult::FileBad;
+        const bool read = ReadRecord(laid.Before, modZarn74::Lines::Written);
+        ShowPicture();
+        if (!read) return ResultOf(/*done=*/false);
 
-FlowResult clsReaderFlows::WriteDefault(const std::string& name) {
-    return WriteOver(name, WriteTexts::Default);
+        bool autoRead = false;  // a setting of the window
+        FileContent content;
+        laid.Wanted = laid.Before;
+        if (!m_files.OpenInfoFile(name, laid.Wanted, autoRead, content.KnownKey, &content.Findings) ||
+            !content.KnownKey) {
+            m_log.ShowMsg(texts.OpenNG);  // it was there a moment ago
+            return FlowResult::FileBad;
+        }
+        m_log.ShowMsg(texts.OpenOK);
+        laid.EmptiesTable = HasRows(laid.Before) && !HasRows(laid.Wanted);
+        // The reader gives serial numbers without padding: a row that it has already sends nothing.
+        if (!texts.KeepPadding) TrimSerials(laid.Wanted);
+        const auto findings = SettingsCheck::Check(laid.Wanted, content.Findings);
+        ShowNotices({}, findings);
+        if (!SettingsCheck::AnyError(findings)) return FlowResult::Done;
+        if (texts.WriteNG != nullptr) m_log.ShowMsg(texts.WriteNG);  // it was good a moment ago
+        return FlowResult::FileBad;
+    });
 }
 
-FlowResult clsReaderFlows::WriteOver(const std::string& name, const WriteTexts& texts) {
-    if (m_running) return FlowResult::Refused;
-    const clsRun run(*this);
-    if (!CheckSettings(name, texts)) return FlowResult::FileBad;
-    if (!ReadReader()) return Outcome(/*done=*/false);
-
-    bool autoRead = false;  // a setting of the window
-    FileContent content;
-    const bool hadRows = HasRows(m_record);
-    if (!m_files.OpenInfoFile(name, m_record, autoRead, content.KnownKey, &content.Findings) ||
-        !content.KnownKey) {
-        m_log.ShowMsg(texts.OpenNG);  // it was there a moment ago
-        return FlowResult::FileBad;
-    }
-    m_log.ShowMsg(texts.OpenOK);
-    if (hadRows && !HasRows(m_record)) content.Notes.push_back(tableEmptiedNotice);
-    // The reader gives serial numbers without padding: a row that it has already sends nothing.
-    if (!texts.KeepPadding) TrimSerials(m_record);
-    const auto findings = SettingsCheck::Check(m_record, content.Findings);
-    ShowNotices(content.Notes, findings);
-    if (!SettingsCheck::AnyError(findings)) return Outcome(WriteReader(texts));
-    m_log.ShowMsg(texts.WriteNG);  // it was good a moment ago
-    return FlowResult::FileBad;
+FlowResult clsReaderFlows::WriteLaid(LaidFile& laid, FileRole role) {
+    return RunReader([&] {
+        if (laid.EmptiesTable) ShowNotices({tableEmptiedNotice});
+        const bool written = WriteRecord(laid.Wanted);
+        m_log.ShowMsg(written ? TextsOf(role).WriteOK : TextsOf(role).WriteNG);
+        ShowPicture();
+        return written;
+    });
 }
 
 FlowResult clsReaderFlows::TestEeprom() {
     if (m_busy) Cancel();
-    if (m_running) return FlowResult::Refused;
-    const clsRun run(*this, /*testing=*/true);
-    m_view.ShowTest(testCancelCaption, TestIndicator::Grey);
-    const auto result = m_test.Run([this] { return m_cancelRequested; });
-    const bool passed = result == clsEepromTest::Result::Passed;
-    const auto light = passed && !m_cancelRequested ? TestIndicator::Green : TestIndicator::Red;
-    m_view.ShowTest(testCaption, result == clsEepromTest::Result::NotOpen ? TestIndicator::Grey : light);
-    return Outcome(passed);
+    return Run(FlowKind::Test, [this] {
+        m_picture.Forget();
+        ShowPicture();
+        m_view.ShowTest(testCancelCaption, TestIndicator::Grey);
+        const auto result = m_test.Run([this] { return m_cancelRequested; });
+        const bool passed = result == clsEepromTest::Result::Passed;
+        const auto light = passed && !m_cancelRequested ? TestIndicator::Green : TestIndicator::Red;
+        m_view.ShowTest(testCaption, result == clsEepromTest::Result::NotOpen ? TestIndicator::Grey : light);
+        return ResultOf(passed);
+    });
 }
 
 // -- files --------------------------------------------------------------------------------------------------
@@ -407,17 +477,17 @@ FlowResult clsReaderFlows::Open() {
 }
 
 FlowResult clsReaderFlows::OpenFile(const std::string& name) {
-    if (m_running) return FlowResult::Refused;
-    const clsRun run(*this);
-    FileContent content;
-    if (!OpenRecord(name, content)) {
-        m_log.ShowMsg(WriteTexts::File.OpenNG);
-        return FlowResult::FileBad;
-    }
-    ShowNotices(content.Notes, SettingsCheck::Check(m_record, content.Findings));
-    m_log.ShowMsg(WriteTexts::File.OpenOK);
-    ShowZarn74();
-    return FlowResult::Done;
+    return Run(FlowKind::File, [&] {
+        FileContent content;
+        if (!OpenRecord(name, content)) {
+            m_log.ShowMsg(WriteTexts::File.OpenNG);
+            return FlowResult::FileBad;
+        }
+        ShowNotices(content.Notes, SettingsCheck::Check(m_record, content.Findings));
+        m_log.ShowMsg(WriteTexts::File.OpenOK);
+        ShowZarn74();
+        return FlowResult::Done;
+    });
 }
 
 FlowResult clsReaderFlows::Save() {
@@ -469,11 +539,11 @@ bool clsReaderFlows::RequestClose() {
 // -- the card on the reader ---------------------------------------------------------------------------------
 
 FlowResult clsReaderFlows::ReadCardInfo() {
-    if (m_running) return FlowResult::Refused;
-    const clsRun run(*this);
-    const bool read = ReadCard(/*reportEmpty=*/true);
-    if (!read) m_log.ShowMsg("Can't Get Card Info!");
-    return Outcome(read);
+    return RunReader([this] {
+        const bool read = ReadCard(/*reportEmpty=*/true);
+        if (!read) m_log.ShowMsg("Can't Get Card Info!");
+        return read;
+    });
 }
 
 void clsReaderFlows::TimerAutoRead() {
@@ -481,8 +551,7 @@ void clsReaderFlows::TimerAutoRead() {
     ZarnForm form;
     if (m_running || m_comm.Busy() || !m_comm.PortOpen()) return;
     if (!m_view.ReadForm(form) || !form.AutoRead) return;
-    const clsRun run(*this);
-    static_cast<void>(Outcome(ReadCard(/*reportEmpty=*/false)));
+    RunReader([this] { return ReadCard(/*reportEmpty=*/false); });
 }
 
 bool clsReaderFlows::ReadCard(bool reportEmpty) {
@@ -574,10 +643,16 @@ void clsReaderFlows::ButtonsEnable(bool enable) {
     m_view.EnableButtons(states);
 }
 
+void clsReaderFlows::ShowPicture() { m_view.ShowPicture(m_picture); }
+
 // -- the comm control's events ------------------------------------------------------------------------------
 
 void clsReaderFlows::HandlePort(const std::string& message) {
     m_log.ShowMsg(message);
+    if (!m_comm.PortOpen()) {
+        m_picture.Forget();
+        ShowPicture();
+    }
     if (!m_running) ButtonsEnable(true);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "flows/clsEepromTest.h"
 #include "flows/clsIMainView.h"
 #include "flows/clsMessageLog.h"
+#include "flows/clsReaderPicture.h"
 #include "flows/clsSettingsFile.h"
 #include "frame/ReaderAnswers.h"
 #include "settings/modZarn74.h"
@@ -24,6 +26,21 @@ enum class FlowResult {
     FileBad,    ///< a settings file that cannot be opened or saved, or that holds no setting or one that the
                 ///< reader cannot be given; nothing was written into the reader
     Refused     ///< another flow is running; nothing was done
+};
+
+/// What a settings file is laid over a reader for: the messages differ, and whether the padding of serial
+/// numbers is kept as the file has it.
+enum class FileRole {
+    Settings,  ///< to be written; padding goes
+    Defaults,  ///< to be written; padding stays
+    Compare    ///< only to be looked at
+};
+
+/// A settings file laid over a reader's own settings.
+struct LaidFile {
+    ZarnInfo Before;            ///< the reader's
+    ZarnInfo Wanted;            ///< those, with the file's over them
+    bool EmptiesTable = false;  ///< the reader has rows, the file has none
 };
 
 /// What a reader says of itself.
@@ -67,6 +84,10 @@ class clsReaderFlows {
     /// Asks the reader for product and firmware; not for the product when a scan has just done so. When it
     /// fails, `identity` has what was told before.
     FlowResult Identify(ReaderIdentity& identity);
+    /// What the reader was last seen to hold; told to the view whenever it changes.
+    [[nodiscard]] const clsReaderPicture& Picture() const { return m_picture; }
+    /// Apply and Initialize are followed by a read that writes no line. False at start.
+    void SetReadBack(bool value) { m_readBack = value; }
     /// `cmdShowZarn74`: reader to record, and to the controls.
     FlowResult Read();
     /// `cmdTest`. While the test runs it cancels it instead, and is Refused.
@@ -81,15 +102,19 @@ class clsReaderFlows {
     /// The record as the text of a settings file.
     std::string RecordText();
 
-    // -- without controls: a file laid over the reader's own settings ---------------------------------------
-    /// Whether WriteFile, or WriteDefault, would take the file; what is wrong with it is said as they say it,
-    /// every setting that the reader cannot be given in one notice with all else that is odd.
-    FlowResult CheckFile(const std::string& name);
-    FlowResult CheckDefault(const std::string& name);
-    /// Checks the file, reads the reader, lays the file over that record and writes it.
-    FlowResult WriteFile(const std::string& name);
-    /// The same with the messages of Initialize; padding of serial numbers is kept as the file has it.
-    FlowResult WriteDefault(const std::string& name);
+    // -- on records of the caller: the flows' own record and the controls stay as they are -----------------
+    /// Reads everything into `record`, with the messages of Read or without a line.
+    FlowResult ReadInto(ZarnInfo& record, modZarn74::Lines lines);
+    /// Writes those settings of `wanted` that differ from `picture`, just read, with the messages of Apply;
+    /// there is no other read before it. Refuses what a reader cannot be given, as Apply does.
+    FlowResult WriteDifferences(const ZarnInfo& wanted, const ZarnInfo& picture);
+    /// Whether LayFile would take the file; what is wrong with it is said as WriteLaid says it, every setting
+    /// that the reader cannot be given in one notice with all else that is odd.
+    FlowResult CheckFile(const std::string& name, FileRole role);
+    /// Checks the file, reads the reader and lays the file over what it holds. Writes nothing.
+    FlowResult LayFile(const std::string& name, FileRole role, LaidFile& laid);
+    /// Writes what LayFile put together: all of it, or what has changed.
+    FlowResult WriteLaid(LaidFile& laid, FileRole role);
 
     // -- the window's own -----------------------------------------------------------------------------------
     /// `cmdAutoScan`.
@@ -119,7 +144,8 @@ class clsReaderFlows {
     void ButtonsEnable(bool enable);
 
   private:
-    class clsRun;
+    /// Whether a flow talks to the reader, and how it is ended.
+    enum class FlowKind { Reader, File, Test };
     struct WriteTexts;
     using Notices = std::vector<std::string>;
     /// What a file held that was laid over the record.
@@ -130,17 +156,24 @@ class clsReaderFlows {
     };
 
     [[nodiscard]] bool Cancelled() const { return m_comm.CancelGeneration() != m_generation; }
-    [[nodiscard]] FlowResult Outcome(bool done);
+    FlowResult Run(FlowKind kind, const std::function<FlowResult()>& flow);
+    FlowResult RunReader(const std::function<bool()>& flow);
+    [[nodiscard]] FlowResult ResultOf(bool done) const;
     bool FindReader(const std::string& port);
     void ShowInfo();
     void NotRead(const char* notice);
     void ShowNotices(Notices notices, const std::vector<SettingsFinding>& findings = {});
     std::optional<std::string> AskProduct();
     std::optional<FirmwareAnswer> AskFirmware();
+    bool ReadRecord(ZarnInfo& record, modZarn74::Lines lines);
     bool ReadReader();
-    bool WriteReader(const WriteTexts& texts);
+    bool Wrote(bool written, const ZarnInfo& record);
+    bool WriteRecord(ZarnInfo& record);
+    void ReadBack();
+    void ShowPicture();
+    bool SayErrors(const ZarnInfo& record, const Notices& notices);
+    static const WriteTexts& TextsOf(FileRole role);
     bool CheckSettings(const std::string& name, const WriteTexts& texts);
-    FlowResult WriteOver(const std::string& name, const WriteTexts& texts);
     bool ReadCard(bool reportEmpty);
     [[nodiscard]] std::string FormNotice(bool knownKey) const;
     bool OpenRecord(const std::string& name, FileContent& content);
@@ -172,6 +205,8 @@ class clsReaderFlows {
     bool m_readerFound = false;      // by the last scan
     bool m_quickRead = true;
     bool m_onlyChanged = true;
+    bool m_readBack = false;
+    clsReaderPicture m_picture;
     std::uint32_t m_mutedSince = 0;  // for m_mutedTime ms what arrives answers a flow that was broken off
     std::uint32_t m_mutedTime = 0;
     std::string m_notRead;      // why the reader that was found last is not read; empty once it is

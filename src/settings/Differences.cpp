@@ -25,7 +25,10 @@ std::string Text(std::string_view bytes) { return modText::ToUtf8(ControlNames::
 struct ValueText {
     const ZarnInfo& Record;
 
-    std::string operator()(const TextField& field) const { return Text(Record.*field.Member); }
+    std::string operator()(const TextField& field) const {
+        const std::string& keys = Record.*field.Member;
+        return keys.empty() ? "(empty)" : Text(keys);
+    }
     std::string operator()(const FlagField& field) const { return Record.*field.Member ? "on" : "off"; }
     std::string operator()(const NumberField& field) const {
         const std::int32_t value = Record.*field.Member;
@@ -158,4 +161,24 @@ std::vector<SettingDifference> Differences(const ZarnInfo& a, const ZarnInfo& b)
             differences.push_back({item, item.Value(storedA), item.Value(storedB)});
     }
     return differences;
+}
+
+std::vector<SettingChange> Changes(const ZarnInfo& before, const ZarnInfo& wanted, const ZarnInfo* after) {
+    const ZarnInfo storedBefore = AsStored(before);
+    const ZarnInfo storedWanted = AsStored(wanted);
+    const ZarnInfo storedAfter = after == nullptr ? storedWanted : AsStored(*after);
+    std::vector<SettingChange> changes;
+    for (std::size_t place = 0; place < itemCount; ++place) {
+        const SettingItem item(place);
+        if (item.Same(storedBefore, storedWanted) && item.Same(storedAfter, storedWanted)) continue;
+        changes.push_back({item, item.Value(storedBefore), item.Value(storedWanted), {}, {}});
+        if (after == nullptr) continue;
+        changes.back().After = item.Value(storedAfter);
+        changes.back().Kept = item.Same(storedAfter, storedWanted);
+    }
+    return changes;
+}
+
+bool TakesEffectAtNextStart(const SettingItem& item) {
+    return item == SettingItem(Setting::Baudrate) || item == SettingItem(Setting::UsbInterface);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -37,8 +38,8 @@ class SettingItem {
     [[nodiscard]] std::string Name() const;
     /// The registers it stands in, as people write them: "210", "160..175", "0..7, 256..271".
     [[nodiscard]] std::string Registers() const;
-    /// Its value for people, in UTF-8: a list's entry, "on" or "off", keys with control characters by name, a
-    /// filter's digits, a row of the table. A number that no list knows is that number.
+    /// Its value for people, in UTF-8: a list's entry, "on" or "off", keys with control characters by name or
+    /// "(empty)", a filter's digits, a row of the table. A number that no list knows is that number.
     [[nodiscard]] std::string Value(const ZarnInfo& record) const;
 
     [[nodiscard]] bool Same(const ZarnInfo& a, const ZarnInfo& b) const;
@@ -62,3 +63,20 @@ ZarnInfo AsStored(const ZarnInfo& record);
 
 /// What two readers would hold differently that were written with these records, in the order of the items.
 std::vector<SettingDifference> Differences(const ZarnInfo& a, const ZarnInfo& b);
+
+/// What became of a setting that was to be written.
+struct SettingChange {
+    SettingItem Item;
+    std::string Before;  ///< values for people, in UTF-8
+    std::string Wanted;
+    std::string After;         ///< what was read back; empty when nothing was
+    std::optional<bool> Kept;  ///< whether that is what was wanted; nothing when nothing was read back
+};
+
+/// What differs between `before` and `wanted`; with what was read back afterwards also that in which the
+/// reader is not as wanted, though it was before.
+std::vector<SettingChange> Changes(const ZarnInfo& before, const ZarnInfo& wanted,
+                                   const ZarnInfo* after = nullptr);
+
+/// Whether a reader goes by the setting only from its next start on: it is about the line in use.
+bool TakesEffectAtNextStart(const SettingItem& item);

@@ -6,6 +6,7 @@
 #include "base/clsScopeGuard.h"
 #include "frame/OrvNetFrame.h"
 #include "frame/ReaderAnswers.h"
+#include "settings/Differences.h"
 
 namespace {
 
@@ -247,8 +248,10 @@ bool modZarn74::EntryStep(const std::string& name, Work work) {
     });
 }
 
-bool modZarn74::GetZarnInfo(ZarnInfo& info, bool quick) {
+bool modZarn74::GetZarnInfo(ZarnInfo& info, bool quick, Lines lines) {
     BeginFlow(quick ? quickReadStepCount : readStepCount);
+    const clsScopeGuard leave([this] { m_logSilent = false; });
+    m_logSilent = lines == Lines::Silent;
     return ReadAll(info, quick);
 }
 
@@ -315,12 +318,20 @@ bool modZarn74::SetZarnInfo(ZarnInfo& info, bool onlyChanged) {
         compare = ReadAll(current, /*quick=*/true);
         m_stepNumber = quickReadStepCount;  // also when it stopped before its end
     }
-    return WriteAll(info, compare ? &current : nullptr);
+    return WriteAll(info, compare ? &current : nullptr, LastFlag::Always);
+}
+
+bool modZarn74::SetDifferences(const ZarnInfo& info, const ZarnInfo& picture) {
+    BeginFlow(writeStepCount);
+    ZarnInfo changed = picture;
+    for (const SettingDifference& difference : Differences(picture, info))
+        difference.Item.Copy(info, changed);
+    return WriteAll(changed, &picture, LastFlag::IfChanged);
 }
 
 // Writes what differs from `current`, everything without one; nothing when the read of it was cancelled,
 // since then the first step does not begin.
-bool modZarn74::WriteAll(ZarnInfo& info, const ZarnInfo* current) {
+bool modZarn74::WriteAll(ZarnInfo& info, const ZarnInfo* current, LastFlag last) {
     m_halfSteps = 1;
     for (const SettingRow& row : settingTable) {
         if (row.Step.empty()) continue;
@@ -338,7 +349,11 @@ bool modZarn74::WriteAll(ZarnInfo& info, const ZarnInfo* current) {
         const bool same = current != nullptr && info.Convert[i] == current->Convert[i];
         return same || SetCardInfo(index, info.Convert[i]);
     };
-    // The setting behind the filters is written always, changed or not: kept on purpose.
-    return FilterStep("SetCardFilter", setFilter, [&] { return SetIDWithoutLeadingZeros(info); }) &&
-           EntryStep("SetCardInfo", setEntry);
+    // A write of everything writes the setting behind the filters changed or not: kept on purpose.
+    const auto setLast = [&] {
+        const bool same = last == LastFlag::IfChanged && current != nullptr &&
+                          Same(Setting::IDWithoutLeadingZeros, info, *current);
+        return same || SetIDWithoutLeadingZeros(info);
+    };
+    return FilterStep("SetCardFilter", setFilter, setLast) && EntryStep("SetCardInfo", setEntry);
 }

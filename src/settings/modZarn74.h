@@ -65,13 +65,18 @@ class modZarn74 {
     bool GetCardInfo(int index, CardConvertEntry& entry);
     bool SetCardInfo(int index, const CardConvertEntry& entry);
 
+    /// Whether a walk through all settings writes its progress lines.
+    enum class Lines { Written, Silent };
     /// Reads everything; `quick` out of one memory image where the reader gives one. Stops at the first
     /// failure or cancel and leaves what was read so far in the record, `Valid` then being False.
-    bool GetZarnInfo(ZarnInfo& info, bool quick);
+    bool GetZarnInfo(ZarnInfo& info, bool quick, Lines lines = Lines::Written);
     /// Writes everything; with `onlyChanged` only what differs from a quick read made first, which writes no
     /// lines. When that read fails everything is written; when it is cancelled nothing is. Filters are
     /// corrected in place.
     bool SetZarnInfo(ZarnInfo& info, bool onlyChanged);
+    /// Writes what a reader that gave `picture` would give back differently, with the same lines and without
+    /// a read of its own. What is no difference then is not written, the setting behind the filters included.
+    bool SetDifferences(const ZarnInfo& info, const ZarnInfo& picture);
 
     /// Step `number` (1 and up) of `count` of the read-all or write-all under way begins; `count` stays the
     /// same throughout and includes the read that a write makes first. For a progress display; must not run
@@ -110,14 +115,15 @@ class modZarn74 {
     bool GetFirmware(ZarnInfo& info);
     bool GetProduct(ZarnInfo& info);
     bool ReadAll(ZarnInfo& info, bool quick);
-    bool WriteAll(ZarnInfo& info, const ZarnInfo* current);
+    enum class LastFlag { Always, IfChanged };
+    bool WriteAll(ZarnInfo& info, const ZarnInfo* current, LastFlag last);
 
     ucCOMM* m_comm = nullptr;
     clsIMessageSink* m_log = nullptr;
     std::array<std::uint8_t, registerCount> m_image{};
     bool m_quickRequested = false;   // for the time of one read-all
     bool m_imageLoaded = false;      // in the read-all under way
-    bool m_logSilent = false;        // in the read that a write-all makes first
+    bool m_logSilent = false;        // in a read that writes no lines
     std::uint32_t m_generation = 0;  // cancels counted when the flow under way began
     int m_halfSteps = 0;             // the number of the next progress line, in halves
     int m_stepNumber = 0;

@@ -74,6 +74,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     bool ReadForm(ZarnForm& form) override;
     void ShowForm(const ZarnForm& form) override;
     void ShowPanel(const InfoPanel& panel) override;
+    void ShowPicture(const clsReaderPicture&) override {}
     void EnableButtons(const ButtonStates& states) override;
     void ShowProgress(int number, int count) override;
     void ShowTest(const std::string& caption, TestIndicator indicator) override;

@@ -44,6 +44,11 @@ void PutDefaults(FlowWorld& world) {
     world.disk.Contents["f"] = TextOf(ZarnInfo());
     world.flows.Read();
 }
+FlowResult LayAndWrite(clsReaderFlows& flows) {
+    LaidFile laid;
+    const FlowResult result = flows.LayFile("f", FileRole::Settings, laid);
+    return result == FlowResult::Done ? flows.WriteLaid(laid, FileRole::Settings) : result;
+}
 void PutFile(FlowWorld& world) {
     world.view.Controls = false;
     world.disk.Contents["f"] = TextOf(RecordOf(unusual));
@@ -64,7 +69,7 @@ const FlowRow flowRows[] = {
     {"write all", ShowAllToWrite, &clsReaderFlows::Apply, writeEnds},
     {"write", ShowOtherSettings, &clsReaderFlows::Apply, writeEnds},
     {"default", PutDefaults, [](auto& flows) { return flows.Initialize("f"); }, defaultEnds},
-    {"write file", PutFile, [](auto& flows) { return flows.WriteFile("f"); }, writeEnds},
+    {"write file", PutFile, LayAndWrite, writeEnds},
     {"EEPROM", FillMemory, &clsReaderFlows::TestEeprom, testEnds},
 };
 enum Flow { Scan, SlowRead, QuickRead, Card, NoCard, WriteAll, Write, Default, WriteFile, Eeprom };

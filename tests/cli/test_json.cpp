@@ -51,6 +51,7 @@ TEST_F(clsCliTest, EveryRunPrintsOneObjectOfTheSchema) {
     EXPECT_FALSE(schema.Fits("register", Json::parse(R"({"register": 512, "value": 1})")));
     EXPECT_FALSE(schema.Fits("register", Json::parse(R"({"register": 5, "value": 1, "more": 1})")));
     files.Contents["file"] = "[General]\r\nLanguage=3\r\n";
+    files.Contents["other"] = "[General]\r\nLanguage=4\r\n";
     const struct {
         const char* line;
         int exit;
@@ -63,7 +64,11 @@ TEST_F(clsCliTest, EveryRunPrintsOneObjectOfTheSchema) {
         {"read", 0, "read", R"(/result/OnRemove = "\u0007gone\u0003\r")"},
         {"dump", 0, "dump", "/result/registers/210 = 2"},
         {"get 0xD2", 0, "get", "/result/value = 2"},
-        {"write file", 0, "write", R"(/port = "COM1")"},
+        {"check file", 4, "check", R"(/result/changes/0/before = "Germany")"},
+        {"write file --dry-run", 0, "write", "/result/changes/0/kept = null"},
+        {"write file --no-verify", 0, "write", "/result/changes/0/after = null"},
+        {"write other", 0, "write", "/result/changes/0/kept = true"},
+        {"diff file other", 4, "diff", R"(/result/changes/0/setting = "Language")"},
         {"default none", 1, "default", R"(/messages/0/text = "Open Zarn74 Default Info From File NG!")"},
         {"test-eeprom --yes", 0, "test-eeprom", "/result/passed = true"},
         {"--port COM2 read", 3, "read", R"(/reasons/0/obstacle = "silent")"},

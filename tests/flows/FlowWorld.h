@@ -39,6 +39,7 @@ struct clsFormView final : clsIMainView {
     }
     void ShowForm(const ZarnForm& form) override { Form = form; }
     void ShowPanel(const InfoPanel& panel) override { Panel = panel; }
+    void ShowPicture(const clsReaderPicture&) override {}
     void EnableButtons(const ButtonStates& states) override { Buttons = states; }
     void ShowProgress(int number, int count) override {
         Progress = {number, count};
@@ -90,6 +91,13 @@ struct FlowWorld : ReaderWorld {
     [[nodiscard]] std::string Last() const { return logView.Messages.empty() ? "" : logView.Messages.back(); }
     [[nodiscard]] long Logged(const std::string& message) const {
         return std::count(logView.Messages.begin(), logView.Messages.end(), message);
+    }
+
+    /// Lays a file over the reader and writes it.
+    FlowResult WriteFile(const std::string& name, FileRole role = FileRole::Settings) {
+        LaidFile laid;
+        const FlowResult result = flows.LayFile(name, role, laid);
+        return result == FlowResult::Done ? flows.WriteLaid(laid, role) : result;
     }
 
     clsRecordingLogView logView;

@@ -307,9 +307,9 @@ TEST_F(Programs, AReaderBehindADeviceFileIsFoundReadAndWritten) {
         ZARN74_PORT_MAP= zarn74ctl --port ./reader info 2>err | tail -n 1
         grep -rs LastCommPort config  # the name was for that run
         for name in null nothing; do zarn74ctl --port $name info 2>&1 | cut -d: -f2,3; done
-        zarn74ctl --port-map COM9=/no/such --port-map COM7=reader write file 2>err
+        zarn74ctl --port-map COM9=/no/such --port-map COM7=reader write file 2>err | tail -n 1
         grep -c u0002C frames
-        (printf '[General]\r\nLang'; sleep .2; printf 'uage=5\r\n') | zarn74ctl --port ./reader --quiet write -
+        (printf '[General]\r\nLang'; sleep .2; printf 'uage=5\r\n') | zarn74ctl --port ./reader --quiet write - | tail -n 2
         zarn74ctl --port ./reader --quiet get 210
         echo $?)sh",
                R"(
@@ -317,9 +317,12 @@ COM Port: COM7, 19200 baud
 COM Port: COM5, 19200 baud
  null: /dev/null cannot be opened
  nothing: there is no such port
+read back: all of it was kept
 1
-zarn74ctl: the file has no conversion table: the reader's table is emptied
 zarn74ctl: Language=5: no list has this value
+zarn74ctl: the file has no conversion table: the reader's table is emptied
+6 of 43 settings differ
+read back: all of it was kept
 210 (0x0D2) = 5 (0x05)
 0
 )");

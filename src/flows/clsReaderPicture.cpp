@@ -1,0 +1,36 @@
+#include "flows/clsReaderPicture.h"
+
+void clsReaderPicture::Read(const ZarnInfo& record, TimeOfDayRecord time) {
+    m_held = AsStored(record);
+    m_time = time;
+    m_written.reset();
+    m_known = true;
+    m_wasRead = true;
+}
+
+void clsReaderPicture::Written(const ZarnInfo& record) {
+    const ZarnInfo stored = AsStored(record);
+    if (!m_known) m_wasRead = false;
+    for (std::size_t place = 0; place < itemCount; ++place) {
+        const SettingItem item(place);
+        if (!m_known || !item.Same(m_held, stored)) m_written.set(place);
+    }
+    m_held = stored;
+    m_known = true;
+}
+
+Sight clsReaderPicture::Of(const SettingItem& item, const ZarnInfo& record) const {
+    if (!m_known) return Sight::Unknown;
+    if (!item.Same(m_held, record)) return Sight::Differs;
+    return IsWritten(item) ? Sight::Written : Sight::Same;
+}
+
+SightCount clsReaderPicture::Count(const ZarnInfo& record) const {
+    SightCount count;
+    for (std::size_t place = 0; place < itemCount; ++place) {
+        const Sight sight = Of(SettingItem(place), record);
+        count.Differs += sight == Sight::Differs ? 1 : 0;
+        count.Written += sight == Sight::Written ? 1 : 0;
+    }
+    return count;
+}

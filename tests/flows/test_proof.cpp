@@ -1,0 +1,241 @@
+#include <gtest/gtest.h>
+
+#include <variant>
+
+#include "FlowWorld.h"
+#include "RecordText.h"
+#include "flows/FileDifferences.h"
+
+namespace {
+
+/// A record of which no setting is that of `record`, and every one is in the lists.
+ZarnInfo AllOther(const ZarnInfo& record) {
+    ZarnInfo other = record;
+    for (const SettingRow& row : settingTable) {
+        if (const auto* const text = std::get_if<TextField>(&row.Field)) {
+            other.*text->Member = "1" + record.*text->Member;
+        } else if (const auto* const flag = std::get_if<FlagField>(&row.Field)) {
+            other.*flag->Member = !(record.*flag->Member);
+        } else {
+            const auto& list = std::get<NumberField>(row.Field);
+            const bool first = list.Entries[0].Value == record.*list.Member;
+            other.*list.Member = list.Entries[first ? 1 : 0].Value;
+        }
+    }
+    for (CardFilterRange& filter : other.CardFilter) filter = {filter.Start == 1 ? 2 : 1, 3};
+    for (std::size_t i = 0; i < other.Convert.size(); ++i)
+        other.Convert[i] = {record.Convert[i].CardType == 1 ? 2 : 1, "A1B2C3" + std::to_string(10 + i),
+                            "row " + std::to_string(i)};
+    return other;
+}
+
+int FirstRegister(const SettingItem& item) { return std::stoi(item.Registers()); }
+
+struct Proof : testing::Test, FlowWorld {
+    Proof() { flows.Read(); }
+    /// The names of what was not kept.
+    static Texts NotKept(const std::vector<SettingChange>& changes) {
+        Texts names;
+        for (const SettingChange& change : changes)
+            if (change.Kept == false) names.push_back(change.Item.Name());
+        return names;
+    }
+};
+
+// Recorded before the flows could prove anything: what nobody asked for changes no byte and no line.
+TEST(Recorded, EveryFlowSendsAndSaysWhatItAlwaysDid) {
+    const struct {
+        const char* Name;
+        std::function<void(FlowWorld&)> Run;
+        std::uint64_t Digest;
+    } rows[] = {
+        {"scan", [](FlowWorld& world) { world.flows.AutoScan(); }, 9792387767453971822U},
+        {"slow read",
+         [](FlowWorld& world) {
+             world.flows.SetQuickRead(false);
+             world.flows.Read();
+         },
+         2314012039445980834U},
+        {"write",
+         [](FlowWorld& world) {
+             std::string message;
+             world.flows.Read();
+             world.view.Form.ShowZarn74(RecordOf(unusual), message);
+             world.flows.Apply();
+         },
+         1251674211554214536U},
+        {"write all",
+         [](FlowWorld& world) {
+             world.flows.SetOnlyChanged(false);
+             world.flows.Read();
+             world.flows.Apply();
+         },
+         10641148476189121830U},
+        {"default", [](FlowWorld& world) { world.flows.Initialize("f"); }, 15677733628163312743U},
+        {"file",
+         [](FlowWorld& world) {
+             world.flows.OpenFile("f");
+             world.flows.SaveFile("g");
+             world.flows.OpenFile("missing");
+         },
+         14377331501446795493U},
+        {"write file",
+         [](FlowWorld& world) {
+             world.view.Controls = false;
+             world.WriteFile("f");
+         },
+         5534270728985802481U},
+        {"refused",
+         [](FlowWorld& world) {
+             world.reader.AddFault({SimFault::RefuseCode, 'C', 209, 0, -1, 3});
+             world.flows.Initialize("f");
+         },
+         11233685362541328289U},
+        {"EEPROM", [](FlowWorld& world) { world.flows.TestEeprom(); }, 15153282928945535777U},
+    };
+    for (const auto& row : rows) {
+        FlowWorld world;
+        std::string all;
+        const clsConnection frames = world.reader.OnFrame.Connect(
+            [&](const std::string& frame, bool received) { all += (received ? ">" : "<") + frame; });
+        world.disk.Contents["f"] = TextOf(RecordOf(unusual));
+        row.Run(world);
+        all += world.logView.Text + world.disk.Contents["g"];
+        std::uint64_t digest = 14695981039346656037U;
+        for (const char c : all) digest = (digest ^ static_cast<std::uint8_t>(c)) * 1099511628211U;
+        EXPECT_EQ(digest, row.Digest) << row.Name << ":\n" << world.logView.Text;
+    }
+}
+
+TEST_F(Proof, AWriteThatWasConfirmedAndDroppedIsNamedSettingBySetting) {
+    const ZarnInfo before = flows.Record();
+    const ZarnInfo wanted = AllOther(before);
+    const auto registers = reader.Registers;
+    ASSERT_EQ(Changes(before, wanted).size(), itemCount);
+    for (std::size_t place = 0; place < itemCount; ++place) {
+        const SettingItem item(place);
+        reader.Registers = registers;
+        SimFaultRule& rule = reader.AddFault({SimFault::DroppedWrite, 'C', FirstRegister(item)});
+        ZarnInfo after;
+        EXPECT_EQ(flows.WriteDifferences(wanted, before), FlowResult::Done);
+        EXPECT_EQ(flows.ReadInto(after, modZarn74::Lines::Silent), FlowResult::Done);
+        EXPECT_EQ(NotKept(Changes(before, wanted, &after)), Texts{item.Name()});
+        rule.Count = 0;
+    }
+    // what was never to be written, and is not as it was
+    reader.Registers[FirstRegister(SettingItem(Setting::Language))] = 9;
+    ZarnInfo after;
+    flows.ReadInto(after, modZarn74::Lines::Silent);
+    EXPECT_EQ(NotKept(Changes(wanted, wanted, &after)).front(), "Language");
+    EXPECT_EQ(Changes(before, wanted).front().Kept, std::nullopt);
+}
+
+TEST_F(Proof, OnlyTheDifferencesFromAPictureAreWrittenAndNothingOfTheCallersIsTouched) {
+    const ZarnInfo before = flows.Record();
+    view.Form.Record.Prefix = "being typed";
+    const ZarnForm form = view.Form;
+    const auto write = [&](const ZarnInfo& wanted) {
+        Sent.clear();
+        log.Clear();
+        EXPECT_EQ(flows.WriteDifferences(wanted, before), FlowResult::Done);
+        return Sent;
+    };
+    EXPECT_EQ(write(before), "");
+    EXPECT_EQ(Last(), "Write OK");
+    ZarnInfo wanted = before;
+    wanted.IDWithoutLeadingZeros = !before.IDWithoutLeadingZeros;
+    EXPECT_EQ(write(wanted), "C");
+    wanted.TagFrequency = 1;
+    wanted.Convert[0].CardID += "      ";  // padding is no difference
+    EXPECT_EQ(write(wanted), "BCC");       // the other bits of its register stay
+    wanted.CardFilter[0] = {5, -2};
+    EXPECT_EQ(flows.WriteDifferences(wanted, before), FlowResult::Failed);
+    EXPECT_EQ(Last(), "Write NG");
+    EXPECT_EQ(view.Notices, Texts{"Filter_Length(1)=-2: not a number from 0 to 255"});
+
+    log.Clear();
+    EXPECT_EQ(flows.ReadInto(wanted, modZarn74::Lines::Silent), FlowResult::Done);
+    EXPECT_EQ(logView.Text, "");
+    EXPECT_EQ(TextOf(flows.Record()), TextOf(before));
+    EXPECT_EQ(view.Form.Record.Prefix, form.Record.Prefix);
+}
+
+TEST_F(Proof, OnlyWhatWasSeenIsSaidOfTheReader) {
+    const auto sights = [&] {
+        const clsReaderPicture& picture = flows.Picture();
+        if (!picture.Known()) return std::string("unknown");
+        ZarnInfo shown = picture.Held();
+        view.Form.SaveZarn74(shown);
+        const SightCount count = picture.Count(AsStored(shown));
+        return std::to_string(count.Differs) + " " + std::to_string(count.Written);
+    };
+    const auto edit = [&](const char* text) { view.Form.Record.Prefix = text; };
+    disk.Contents["defaults"] = "[General]\r\nLanguage=3\r\n";
+    EXPECT_EQ(sights(), "0 0");
+    edit("x");
+    view.Form.Record.KeyboardOutput = false;
+    EXPECT_EQ(sights(), "2 0");
+    flows.Apply();
+    EXPECT_EQ(sights(), "0 2");
+    edit("y");
+    EXPECT_EQ(sights(), "1 1");
+    flows.Read();
+    EXPECT_EQ(sights(), "0 0");
+
+    flows.SetReadBack(true);
+    reader.AddFault({SimFault::DroppedWrite, 'C', 160});
+    edit("z");
+    log.Clear();
+    EXPECT_EQ(flows.Apply(), FlowResult::Done);
+    EXPECT_EQ(sights(), "1 0");
+    EXPECT_EQ(Last(), "Write OK") << "the reading back says nothing in the log";
+    EXPECT_EQ(view.Notices, Texts{"The reader did not keep: Prefix"});
+    reader.ClearFaults();
+    flows.Initialize("defaults");
+    EXPECT_EQ(sights(), "0 0");
+    // read back only in part: what was written is not proven
+    reader.AddFault({SimFault::NoAnswer, 'V', -1, 1});
+    edit("not proven");
+    flows.Apply();
+    EXPECT_EQ(sights(), "0 1");
+    flows.SetReadBack(false);
+
+    const std::function<void()> forgets[] = {[&] {
+                                                 reader.AddFault({SimFault::RefuseCode, 'C', 217, 0, 1, 3});
+                                                 flows.Apply();
+                                             },
+                                             [&] {
+                                                 view.OnProgress = [&] { flows.Cancel(); };
+                                                 flows.Apply();
+                                                 view.OnProgress = nullptr;
+                                             },
+                                             [&] { flows.TestEeprom(); }, [&] { flows.Scan("COM2"); },
+                                             [&] {
+                                                 serial.Unplug(1);
+                                                 host.DoEvents();
+                                             }};
+    for (const auto& forget : forgets) {
+        reader.ClearFaults();
+        comm.SetPortOpen(true);
+        LoadExampleConfiguration(reader);
+        ASSERT_EQ(flows.Read(), FlowResult::Done);
+        EXPECT_TRUE(flows.Picture().Known());
+        forget();
+        EXPECT_EQ(sights(), "unknown");
+    }
+}
+
+TEST_F(Proof, TwoFilesDifferAlsoInWhatOnlyOneOfThemNames) {
+    disk.Contents["all"] = TextOf(flows.Record());
+    disk.Contents["padded"] = TextOf(flows.Record());
+    disk.Contents["one"] = "[General]\r\nBaudrate=9600\r\nLanguage=0\r\n";
+    disk.Contents["two"] = "[General]\r\nLanguage=0\r\nFilter_Length(1)=3\r\nFilter_Start(1)=1\r\n";
+    EXPECT_EQ(FileDifferences(files, "all", "padded").size(), 0U);
+    const auto found = FileDifferences(files, "one", "two");
+    ASSERT_EQ(found.size(), 2U);
+    EXPECT_EQ(found[0].Item.Name() + ": " + found[0].A + " | " + found[0].B,
+              "Baud rate: 9600 | (not in the file)");
+    EXPECT_EQ(found[1].A + " | " + found[1].B, "(not in the file) | digits 1 to 3 of 8");
+}
+
+}  // namespace
