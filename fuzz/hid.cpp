@@ -15,7 +15,8 @@ void TestOneInput(FuzzInput input) {
             library.Arrive(control, input.Piece(), ms);
         }
     };
-    OrvHIDIO hid(host, loader, library, /*userMode=*/true);
+    clsWaitAccount waits;
+    OrvHIDIO hid(host, waits, loader, library, /*userMode=*/true);
     hid.ReadProperties(clsPropertyBag());
     hid.SetCommPort("path");
     hid.SetPortOpen(true);

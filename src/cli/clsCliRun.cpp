@@ -7,6 +7,7 @@
 
 #include "base/ControlNames.h"
 #include "base/TraceLine.h"
+#include "base/clsWait.h"
 #include "base/modText.h"
 #include "cli/CliJson.h"
 #include "flows/FileDifferences.h"
@@ -19,7 +20,6 @@ using Json = nlohmann::ordered_json;
 constexpr int lossNewsTime = 1000;           // ms
 constexpr char writeCommand = 'C';           // the letter of the frames that change a reader
 constexpr std::size_t inputLimit = 1048576;  // bytes; a settings file has about 2000
-constexpr int monitorTurn = 1000;            // ms; only how often the loop looks whether it is to end
 
 std::string HexTable(const std::array<std::uint8_t, registerCount>& image) {
     constexpr std::size_t width = 16;
@@ -148,11 +148,7 @@ CliResult clsCliRun::Execute() {
 
 // A device that was pulled out cannot be used any more some time before its removal is told.
 void clsCliRun::AwaitLossNews() {
-    clsIHost& host = m_platform.Host();
-    const std::uint32_t start = host.TickCount();
-    for (std::uint32_t waited = 0; !m_lossTold && !m_stopped && waited < lossNewsTime;
-         waited = host.TickCount() - start)
-        host.WaitEvents(static_cast<int>(lossNewsTime - waited));
+    clsWait(m_platform.Host(), lossNewsTime).Until([this] { return m_lossTold || m_stopped; });
 }
 
 CliResult clsCliRun::ExecuteCommand() {
@@ -530,7 +526,7 @@ CliResult clsCliRun::Monitor() {
     result.Exit = Connect();
     if (result.Exit != ExitDone) return result;
     // Anything the line brings runs in here; a lost line closes the port, Ctrl-C and a closed output stop.
-    while (!m_stopped && m_comm.PortOpen()) m_platform.Host().WaitEvents(monitorTurn);
+    clsWait(m_platform.Host()).Until([this] { return m_stopped || !m_comm.PortOpen(); });
     m_monitor.reset();
     result.Exit = ExitOf(/*done=*/false);
     return result;

@@ -9,11 +9,8 @@
 #include <cstring>
 #include <utility>
 
+#include "base/clsWait.h"
 #include "system/ProgramFiles.h"
-
-namespace {
-constexpr int inputTurn = 1000;  // ms; only how often the loop looks whether it is to end
-}  // namespace
 
 clsQtCliPlatform::clsQtCliPlatform(int& argc, char** argv, std::function<void()> onStop)
     : m_argc(argc), m_argv(argv), m_onStop(std::move(onStop)) {}
@@ -59,7 +56,7 @@ std::optional<std::string> clsQtCliPlatform::ReadInput(std::size_t limit, std::s
     };
     const clsConnection watch = Host().WatchDescriptor(STDIN_FILENO, take);
     // Ctrl-C and a closed output run in here too.
-    while (!ended && !m_stopped) Host().WaitEvents(inputTurn);
+    clsWait(Host()).Until([&] { return ended || m_stopped; });
     if (m_stopped || !error.empty()) return std::nullopt;
     return input;
 }

@@ -44,7 +44,7 @@ ucCOMM::ucCOMM(clsIHost& host, clsISerialControl& serial, clsISettingsStore& sto
     m_onLost = serial.OnLost.Connect([this] { HandleLost(); });
     AttachCommObject(m_msComm, serial, /*inFront=*/false);
     if (devices.Hid != nullptr && devices.Loader != nullptr) {
-        m_hid = std::make_unique<HidTransport>(host, *devices.Loader, *devices.Hid, live);
+        m_hid = std::make_unique<HidTransport>(host, m_waits, *devices.Loader, *devices.Hid, live);
         m_hid->Control.ReadProperties(clsNoProperties());
         m_onDevice = m_hid->Control.OnDevice.Connect(
             [this](std::uint32_t event, const std::string& device) { HandleHidDevice(event, device); });
@@ -61,7 +61,7 @@ ucCOMM::ucCOMM(clsIHost& host, clsISerialControl& serial, clsISettingsStore& sto
     m_ports.SetCommPort("COM1");
 }
 
-ucCOMM::~ucCOMM() { ++m_cancelGeneration; }
+ucCOMM::~ucCOMM() { m_waits.Cancel(); }
 
 void ucCOMM::AttachCommObject(clsMSComm& port, clsISerialControl& control, bool inFront) {
     port.Attach(&control, &m_ports.CommPortEvent());

@@ -13,6 +13,7 @@
 #include "base/clsHostTimer.h"
 #include "base/clsIHost.h"
 #include "base/clsISettingsStore.h"
+#include "base/clsWait.h"
 #include "comm/CommDevices.h"
 #include "frame/OrvNetFrame.h"
 #include "frame/clsDueReplies.h"
@@ -93,8 +94,9 @@ class ucCOMM : private clsPacketCutter::clsISink {
     void CancelCommand();
     /// Counts the calls of CancelCommand: an operation of several commands compares it with the count at its
     /// start, since a command knows only of cancels that came after its own.
-    [[nodiscard]] std::uint32_t CancelGeneration() const { return m_cancelGeneration; }
-    [[nodiscard]] bool Busy() const { return m_waitDepth != 0; }
+    [[nodiscard]] std::uint32_t CancelGeneration() const { return m_waits.Cancels(); }
+    /// Something waits for the reader, or for its USB adapter.
+    [[nodiscard]] bool Busy() const { return m_waits.Depth() != 0; }
     /// Whether the last wait ended without a complete packet.
     [[nodiscard]] bool Timeout() const { return m_timeout; }
     [[nodiscard]] bool IsTimeout() const { return m_timeout; }
@@ -173,8 +175,9 @@ class ucCOMM : private clsPacketCutter::clsISink {
     enum class ScanResult { NotFound, Found, Cancelled };
     /// The HID transport: the control and the port that presents it.
     struct HidTransport {
-        HidTransport(clsIHost& host, clsILibraryLoader& loader, clsIHidApi& api, bool live)
-            : Control(host, loader, api, live), Port(host) {}
+        HidTransport(clsIHost& host, clsWaitAccount& waits, clsILibraryLoader& loader, clsIHidApi& api,
+                     bool live)
+            : Control(host, waits, loader, api, live), Port(host) {}
         OrvHIDIO Control;
         clsOrvHIDComm Port;
     };
@@ -204,7 +207,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
         std::uint32_t Cancels = 0;
         std::uint32_t Closings = 0;
     };
-    [[nodiscard]] Beginning Now() const { return {m_cancelGeneration, m_closings}; }
+    [[nodiscard]] Beginning Now() const { return {m_waits.Cancels(), m_closings}; }
     [[nodiscard]] bool Ended(const Beginning& since) const {
         return Cancelled(since.Cancels) || m_closings != since.Closings;
     }
@@ -214,7 +217,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     template <class Done, class Turn>
     bool WaitFor(std::int32_t timeout, const Beginning& since, Done done, Turn turn);
     bool WaitUntilNotDue(const Beginning& since, std::int32_t (clsDueReplies::*rest)(std::uint32_t));
-    [[nodiscard]] bool Cancelled(std::uint32_t since) const { return m_cancelGeneration != since; }
+    [[nodiscard]] bool Cancelled(std::uint32_t since) const { return m_waits.Cancels() != since; }
     std::optional<std::string> DumpOnce(std::size_t count, const Beginning& since);
 
     // discovery
@@ -228,6 +231,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     clsISettingsStore& m_store;
     std::function<std::string(const std::string& device)> m_programsUsing;
     const bool m_live;
+    clsWaitAccount m_waits;
     clsCommPorts m_ports;
     clsMSComm m_msComm;
     std::unique_ptr<HidTransport> m_hid;  // null where the program has none
@@ -248,9 +252,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     bool m_checkReply = false;  // of the last command sent without waiting
     clsDueReplies m_due;        // the command that waits included
     bool m_earlier = false;  // the packet in the buffer may answer an earlier command than the one that waits
-    std::int16_t m_waitDepth = 0;
     std::uint32_t m_endTime = 0;
-    std::uint32_t m_cancelGeneration = 0;
     std::uint32_t m_closings = 0;  // of the port
     std::string m_autoScanReceive;
     std::string m_adapterName;

@@ -38,7 +38,7 @@ ucCOMM::ScanPlan ucCOMM::MakeScanPlan(const std::string& pattern, bool noAddress
     plan.NoAddress = noAddress;
     plan.Rates =
         BaudOrder(baudRates, modText::ValInteger(m_store.GetSetting(pattern, "LastBaudRate", "19200")));
-    plan.Generation = m_cancelGeneration;
+    plan.Generation = m_waits.Cancels();
     return plan;
 }
 

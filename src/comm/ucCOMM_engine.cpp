@@ -1,7 +1,6 @@
-// The comm control's command engine: one exchange, and the one waiting loop.
+// The comm control's command engine: one exchange, and its waits.
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 #include "base/clsScopeGuard.h"
@@ -18,10 +17,7 @@ void ucCOMM::SetOrvNetTimeout(std::int32_t value) {
     if (value > 150) m_orvNetTimeout = value;
 }
 
-void ucCOMM::CancelCommand() {
-    ++m_cancelGeneration;
-    if (m_hid) m_hid->Control.CancelHIDCommand();
-}
+void ucCOMM::CancelCommand() { m_waits.Cancel(); }
 
 std::string ucCOMM::SendOrvNetCMD(const std::string& szCMD, bool bTxChkSum, bool bRxChkSum,
                                   std::int32_t lngCMDTimeout) {
@@ -61,7 +57,7 @@ std::string ucCOMM::Exchange(const std::string& command, bool txChkSum, bool rxC
     const clsScopeGuard leave([this] { m_waiting = false; });
     m_due.FrameSent(m_host.TickCount());
     SendFrame(OrvNetFrame::BuildFrame(command, txChkSum));
-    if (timeout == -1) timeout = m_orvNetTimeout;
+    if (timeout < 0) timeout = m_orvNetTimeout;
     if (timeout == 0) {
         m_checkReply = rxChkSum;
         return {};
@@ -72,7 +68,7 @@ std::string ucCOMM::Exchange(const std::string& command, bool txChkSum, bool rxC
     };
     const bool complete = WaitFor(
         timeout, since, [&] { return m_cutter.HasReply() && held() == 0; },
-        [&](std::int32_t) { return held(); });
+        [&](clsWait& wait) { wait.AtLeast(held()); });
     m_timeout = m_cutter.HasReply() ? !complete : !m_cutter.Complete();
     if (!complete) return {};
     const std::string reply = m_cutter.Text();
@@ -101,39 +97,30 @@ void ucCOMM::SendFrame(const std::string& frame) {
     }
 }
 
-// While this waits, any handler of the program may run: the receive handler, which fills the buffer and sets
-// m_dataArrived; timers, of which m_timerOnPacket is held off by m_waiting; buttons, which look at Busy; and
-// CancelCommand or the closing of the port, which end it. `turn` is told the ms since it was called last and
-// says how many the wait has to go on at least.
+// Waits until `done`; each chunk that arrives gives it more time. `turn` is called as often as the wait goes
+// on, and may give it more too.
 template <class Done, class Turn>
 bool ucCOMM::WaitFor(std::int32_t timeout, const Beginning& since, Done done, Turn turn) {
-    std::int64_t remaining = timeout < 1 ? m_orvNetTimeout : timeout;
-    std::uint32_t last = m_host.TickCount();
-    ++m_waitDepth;
-    const clsScopeGuard leave([this] { --m_waitDepth; });
+    clsWait wait(m_host, m_waits, timeout, since.Cancels);
+    if (m_dump.Active) wait.SetLongestTurn(dumpReport + 1);
     m_host.DoEvents();
-    while (!done()) {
-        const std::uint32_t now = m_host.TickCount();
-        const std::uint32_t elapsed = now - last;
-        last = now;
-        remaining -= elapsed;
-        if (std::exchange(m_dataArrived, false)) remaining = chunkTime;
-        const std::int64_t least = turn(static_cast<std::int32_t>(
-            std::min<std::uint32_t>(elapsed, std::numeric_limits<std::int32_t>::max())));
-        remaining = std::max(remaining, least);
-        if (remaining < 1 || Ended(since)) return false;
-        const std::int64_t longest = m_dump.Active ? dumpReport + 1 : remaining;
-        m_host.WaitEvents(static_cast<int>(std::min(remaining, longest)));
-    }
-    return true;
+    return wait.Until(
+        [&] {
+            if (done()) return true;
+            if (std::exchange(m_dataArrived, false)) wait.Restart(chunkTime);
+            turn(wait);
+            return false;
+        },
+        [&] { return m_closings != since.Closings; });
 }
 
 // False when a cancel or the closing of the port came first.
 bool ucCOMM::WaitUntilNotDue(const Beginning& since, std::int32_t (clsDueReplies::*rest)(std::uint32_t)) {
     if (m_due.None()) return true;
     const auto due = [this, rest] { return (m_due.*rest)(m_host.TickCount()); };
-    return due() == 0 || WaitFor(
-                             due(), since, [&] { return due() == 0; }, [&](std::int32_t) { return due(); });
+    return due() == 0 ||
+           WaitFor(
+               due(), since, [&] { return due() == 0; }, [&](clsWait& wait) { wait.AtLeast(due()); });
 }
 
 void ucCOMM::AwaitReplies() {
@@ -145,8 +132,7 @@ void ucCOMM::AwaitReplies() {
     });
     m_dataArrived = false;
     WaitFor(
-        chunkTime, Now(), [this] { return m_due.Rest(m_host.TickCount()) == 0; },
-        [](std::int32_t) { return 0; });
+        chunkTime, Now(), [this] { return m_due.Rest(m_host.TickCount()) == 0; }, [](const clsWait&) {});
 }
 
 void ucCOMM::PacketComplete() {
@@ -173,17 +159,13 @@ std::optional<std::string> ucCOMM::DumpOnce(std::size_t count, const Beginning& 
     const clsScopeGuard leave([this] { m_dump = {}; });
     OnMonitorData.Raise(request, /*received=*/false);
     m_ports.CommOutput(request);
-    std::int64_t total = 0;
     std::int64_t reported = 0;
     const bool done = WaitFor(
         dumpTimeout, since, [this] { return m_dump.Done(); },
-        [&](std::int32_t elapsed) {
-            total += elapsed;
-            if (total - reported > dumpReport) {
-                reported = total;
-                OnDumpWait.Raise(static_cast<std::int32_t>(total));
-            }
-            return 0;
+        [&](const clsWait& wait) {
+            if (wait.Waited() - reported <= dumpReport) return;
+            reported = wait.Waited();
+            OnDumpWait.Raise(static_cast<std::int32_t>(reported));
         });
     m_timeout = !done;
     if (done) return std::move(m_dump.Bytes);

@@ -28,7 +28,7 @@ std::string ucCOMM::GetVersion() {
 // Kept on purpose: the read goes out without a checksum and demands one on its reply; the write goes out with
 // one and takes its reply unchecked.
 bool ucCOMM::GetRegister(std::int32_t iRegister, std::uint8_t& value) {
-    const std::uint32_t generation = m_cancelGeneration;
+    const std::uint32_t generation = m_waits.Cancels();
     for (int attempt = 1; attempt <= attempts; ++attempt) {
         const std::string text =
             SendOrvNetCMD(OrvNetFrame::ReadRegisterCommand(iRegister), /*bTxChkSum=*/false,
@@ -46,7 +46,7 @@ bool ucCOMM::GetRegister(std::int32_t iRegister, std::uint8_t& value) {
 }
 
 bool ucCOMM::SetRegister(std::int32_t iRegister, std::uint8_t value) {
-    const std::uint32_t generation = m_cancelGeneration;
+    const std::uint32_t generation = m_waits.Cancels();
     for (int attempt = 1; attempt <= attempts; ++attempt) {
         const std::string text = SendOrvNetCMD(OrvNetFrame::WriteRegisterCommand(iRegister, value),
                                                /*bTxChkSum=*/true, /*bRxChkSum=*/false);
@@ -65,7 +65,7 @@ bool ucCOMM::SetRegister(std::int32_t iRegister, std::uint8_t value) {
 bool ucCOMM::GetRegisterEx(std::int32_t iRegister, std::span<std::uint8_t> values, std::int32_t count,
                            std::int32_t first, bool stopAtEnd) {
     const auto run = Run(values, count, first);
-    const std::uint32_t generation = m_cancelGeneration;
+    const std::uint32_t generation = m_waits.Cancels();
     bool result = false;
     bool stopped = false;
     for (std::int32_t i = 0; i < static_cast<std::int32_t>(run.size()); ++i) {
@@ -84,7 +84,7 @@ bool ucCOMM::GetRegisterEx(std::int32_t iRegister, std::span<std::uint8_t> value
 bool ucCOMM::SetRegisterEx(std::int32_t iRegister, std::span<const std::uint8_t> values, std::int32_t count,
                            std::int32_t first, bool stopAtEnd) {
     const auto run = Run(values, count, first);
-    const std::uint32_t generation = m_cancelGeneration;
+    const std::uint32_t generation = m_waits.Cancels();
     bool result = false;
     for (std::int32_t i = 0; i < static_cast<std::int32_t>(run.size()); ++i) {
         const std::uint8_t value = run[static_cast<std::size_t>(i)];

@@ -20,9 +20,10 @@ constexpr int attempts = 3;
 
 }  // namespace
 
-OrvHIDIO::OrvHIDIO(clsIHost& host, clsILibraryLoader& loader, clsIHidApi& api, bool userMode,
-                   std::function<void(const std::string&)> messageBox)
+OrvHIDIO::OrvHIDIO(clsIHost& host, clsWaitAccount& waits, clsILibraryLoader& loader, clsIHidApi& api,
+                   bool userMode, std::function<void(const std::string&)> messageBox)
     : m_host(host),
+      m_waits(waits),
       m_loader(loader),
       m_api(api),
       m_userMode(userMode),
@@ -122,7 +123,7 @@ void OrvHIDIO::OpenPort() {
     BeginSession();
     m_controlMode = false;
     m_adapterAnswered = false;
-    m_openGeneration = m_cancelGeneration;
+    m_openGeneration = m_waits.Cancels();
     if (DeviceIsUSBID(readerVendor, plainReaderProduct)) {
         m_tarkaCmdSetEnabled = false;
     } else {
@@ -142,7 +143,7 @@ void OrvHIDIO::OpenPort() {
 // Waits and clears the adapter before an attempt; False when the open was cancelled or the port closed
 // meanwhile.
 bool OrvHIDIO::BeginAttempt(std::uint32_t session) {
-    const auto goesOn = [&] { return InSession(session) && m_cancelGeneration == m_openGeneration; };
+    const auto goesOn = [&] { return InSession(session) && m_waits.Cancels() == m_openGeneration; };
     if (!goesOn()) return false;
     m_host.Sleep(attemptPause);
     TarkaDiscardBuffer();

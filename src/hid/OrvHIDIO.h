@@ -11,6 +11,7 @@
 #include "base/clsEvent.h"
 #include "base/clsIHost.h"
 #include "base/clsIPropertyBag.h"
+#include "base/clsWait.h"
 #include "frame/clsTimeout.h"
 #include "hid/clsIHidApi.h"
 #include "hid/clsILibraryLoader.h"
@@ -40,9 +41,9 @@ struct TarkaIODirection {
 };
 
 /// One USB HID reader as if it were a serial port, over the HID library: the port's properties, the command
-/// channel, the Tarka adapter's commands and the device's identity. Hosted by the comm control; host, loader
-/// and library outlive it. Outside user mode, without the library or without a device every member answers
-/// with its empty value and says nothing.
+/// channel, the Tarka adapter's commands and the device's identity. Hosted by the comm control; host,
+/// account, loader and library outlive it. Outside user mode, without the library or without a device every
+/// member answers with its empty value and says nothing.
 ///
 /// One thread: the library's events are delivered from the host's loop. A command waits inside the host's
 /// WaitEvents, so they, and any handler of the program, may run before it returns; a second command meanwhile
@@ -50,8 +51,8 @@ struct TarkaIODirection {
 /// the adapter; whoever wants that put back closes the port before.
 class OrvHIDIO {
   public:
-    /// `messageBox` shows a critical error; it may be empty.
-    OrvHIDIO(clsIHost& host, clsILibraryLoader& loader, clsIHidApi& api, bool userMode,
+    /// Its commands count in `waits`. `messageBox` shows a critical error; it may be empty.
+    OrvHIDIO(clsIHost& host, clsWaitAccount& waits, clsILibraryLoader& loader, clsIHidApi& api, bool userMode,
              std::function<void(const std::string&)> messageBox = {});
     OrvHIDIO(const OrvHIDIO&) = delete;
     OrvHIDIO& operator=(const OrvHIDIO&) = delete;
@@ -175,8 +176,9 @@ class OrvHIDIO {
     [[nodiscard]] bool IsBusy() const { return m_busy; }
     /// Entries into the command members that have not returned: above 1 inside a command that was refused.
     [[nodiscard]] int NestingDepth() const { return m_nesting; }
-    /// Ends the wait in progress, and the attempts of an open, at once.
-    void CancelHIDCommand();
+    /// Ends the wait in progress, and the attempts of an open, at once; it is the cancel of all that `waits`
+    /// counts.
+    void CancelHIDCommand() { m_waits.Cancel(); }
     [[nodiscard]] bool IsSendHIDCmdNAK() const { return m_nak; }
     [[nodiscard]] bool IsCommandNotSupported() const { return m_notSupported; }
 
@@ -246,7 +248,7 @@ class OrvHIDIO {
     [[nodiscard]] bool MayAskAdapter();
     bool AdapterExchange(const std::string& packet, std::string& received, std::size_t& answerLength);
     template <class Take>
-    void Receive(Channel channel, std::int32_t pieceTimeout, std::uint32_t longest, Take take);
+    void Receive(Channel channel, std::int32_t pieceTimeout, std::int32_t longest, Take take);
     [[nodiscard]] Channel CommandChannel() const { return m_controlMode ? Channel::Control : Channel::Data; }
     int Waiting(Channel channel);
     std::string TakeAll(Channel channel);
@@ -255,6 +257,7 @@ class OrvHIDIO {
     bool RefuseChange(const char* message);
 
     clsIHost& m_host;
+    clsWaitAccount& m_waits;
     clsILibraryLoader& m_loader;
     clsIHidApi& m_api;
     const bool m_userMode;
@@ -288,9 +291,7 @@ class OrvHIDIO {
     std::map<std::string, int> m_openErrors;  // by device
 
     bool m_busy = false;
-    bool m_cancel = false;
-    std::uint32_t m_cancelGeneration = 0;
-    std::uint32_t m_openGeneration = 0;  // m_cancelGeneration as the port was opened
+    std::uint32_t m_openGeneration = 0;  // the cancels as the port was opened
     std::int16_t m_nesting = 0;
     bool m_orvNetActive = false;
     bool m_nak = false;

@@ -18,9 +18,10 @@ constexpr std::int32_t firstByteTime = 1000;  // ms
 constexpr std::int32_t pieceTime = 150;       // ms between the pieces of an answer
 constexpr std::int32_t dumpPieceTime = 250;   // ms; an image comes in many pieces
 // A device that never stops and never ends a reply would be waited for without end.
-constexpr std::uint32_t longestReply = 5000;  // ms
-constexpr std::uint32_t longestDump = 15000;  // ms, at any line speed of an adapter
+constexpr std::int32_t longestReply = 5000;  // ms
+constexpr std::int32_t longestDump = 15000;  // ms, at any line speed of an adapter
 constexpr std::size_t largestReply = 65536;
+constexpr int lookTime = 1;  // ms; a library that makes its call-backs itself does not wake the loop
 
 }  // namespace
 
@@ -46,39 +47,35 @@ void OrvHIDIO::Discard(Channel channel) {
     }
 }
 
-void OrvHIDIO::CancelHIDCommand() {
-    m_cancel = true;
-    ++m_cancelGeneration;
-}
-
 bool OrvHIDIO::MayStart() { return !m_busy && PortOpen(); }
 
 // After a cancel nothing more is asked of an adapter that has said nothing since it was opened.
 bool OrvHIDIO::MayAskAdapter() {
     if (!m_tarkaCmdSetEnabled || !MayStart()) return false;
     m_adapterAnswered = m_adapterAnswered || Waiting(Channel::Control) > 0;
-    return m_adapterAnswered || m_cancelGeneration == m_openGeneration;
+    return m_adapterAnswered || m_waits.Cancels() == m_openGeneration;
 }
 
 // Hands every piece that arrives to `take` until that says True, the time is over, a cancel comes or the port
-// is closed or lost. While it waits, the library's events and any handler of the program may run; m_busy and
-// m_orvNetActive keep the former from taking the answer and the latter from starting another command.
+// is closed or lost. What is found only then is not taken any more.
 template <class Take>
-void OrvHIDIO::Receive(Channel channel, std::int32_t pieceTimeout, std::uint32_t longest, Take take) {
+void OrvHIDIO::Receive(Channel channel, std::int32_t pieceTimeout, std::int32_t longest, Take take) {
     if (!m_timer) m_timer.emplace(m_host);
     m_timer->SetTimeout(firstByteTime);
-    m_cancel = false;
     const std::uint32_t session = m_session;
-    const std::uint32_t start = m_host.TickCount();
-    while (!m_timer->IsTimeout() && !m_cancel && m_host.TickCount() - start < longest && InSession(session)) {
-        const std::string piece = TakeAll(channel);
-        if (!piece.empty()) {
+    clsWait wait(m_host, m_waits, longest, m_waits.Cancels());
+    wait.SetLongestTurn(lookTime);
+    bool over = false;
+    wait.Until(
+        [&] {
+            over = wait.Over() || m_timer->IsTimeout() || !InSession(session);
+            const std::string piece = over ? std::string() : TakeAll(channel);
+            if (piece.empty()) return false;
             if (channel == Channel::Control) m_adapterAnswered = true;
             m_timer->SetTimeout(pieceTimeout);
-            if (take(piece)) return;
-        }
-        m_host.WaitEvents(1);
-    }
+            return take(piece);
+        },
+        [&] { return over; });
 }
 
 // Sends a packet and collects the answer. True when it was complete and acknowledged; `answerLength` is what

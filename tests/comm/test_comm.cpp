@@ -510,11 +510,13 @@ TEST_F(Discovery, OnHidASilentReaderIsPolledOnceAndACancelledOpeningIsTheLast) {
     store.Values = {{"Zarn*/LastCommPort", onHid.HidPorts().front().Name}};
     serial.Calls.clear();
     host.StartTimer(200, [&] {
+        EXPECT_TRUE(onHid.Busy()) << "it waits for its adapter";
         library.Close(/*handle=*/1);
         onHid.CancelCommand();
     });
     EXPECT_FALSE(onHid.AutoScan("Zarn*", /*noAddress=*/true, "2400"));
     EXPECT_EQ(serial.Calls.find("PortOpen=True"), std::string::npos) << serial.Calls;
+    EXPECT_FALSE(onHid.Busy());
 }
 
 TEST_F(Discovery, RatesAreOrderedAsTextAndNamesMatchAsTextOrAsPattern) {

@@ -55,8 +55,9 @@ struct Control : testing::Test {
     clsFakeLoader loader;
     clsFakeLibrary library{host};
     clsPropertyBag bag;
-    OrvHIDIO hid{host, loader, library, /*userMode=*/true};
-    OrvHIDIO designed{host, loader, library, /*userMode=*/false};
+    clsWaitAccount account;
+    OrvHIDIO hid{host, account, loader, library, /*userMode=*/true};
+    OrvHIDIO designed{host, account, loader, library, /*userMode=*/false};
     clsMSCommEvent sink;
     clsOrvHIDComm port{host};
     std::string answer;
@@ -74,13 +75,13 @@ TEST_F(Control, TheLibraryIsLookedForAndReferencesGivenBack) {
     loader.Exports.clear();
     for (const char* folder : {"", "/elsewhere"}) {  // the host cannot tell, or tells another: it is computed
         loader.Application = folder;
-        OrvHIDIO bare(host, loader, library, /*userMode=*/true);
+        OrvHIDIO bare(host, account, loader, library, /*userMode=*/true);
         bare.ReadProperties(bag);
         EXPECT_EQ(bare.NumberOfCommPorts(), 1) << folder;
         EXPECT_FALSE(bare.FlushQueue());
     }
     loader.Present = "";
-    OrvHIDIO none(host, loader, library, /*userMode=*/true);
+    OrvHIDIO none(host, account, loader, library, /*userMode=*/true);
     none.ReadProperties(bag);
     none.SetPortOpen(true);
     EXPECT_FALSE(none.PortOpen() || none.IsFunctionSupported("orvhidOpen") || none.IsMyCommPort("HID1"));
@@ -256,7 +257,7 @@ TEST_F(Control, AFloodEndsACommandAndHoldsNothingUp) {
 
 TEST_F(Control, DestroyingItWaitsForNothing) {
     always.clear();
-    auto leaving = std::make_unique<OrvHIDIO>(host, loader, library, /*userMode=*/true);
+    auto leaving = std::make_unique<OrvHIDIO>(host, account, loader, library, /*userMode=*/true);
     leaving->ReadProperties(bag);
     leaving->SetPortOpen(true);
     bool ran = false;
@@ -429,7 +430,7 @@ TEST_F(Control, DefaultIdsReadAsHexAndChangeOnlyAtDesignTime) {
     designed.SetDefaultHexProductID("(any pid)");
     EXPECT_EQ(designed.DefaultProductID(), 0) << "kept";
     Texts boxes;
-    OrvHIDIO running(host, loader, library, /*userMode=*/true,
+    OrvHIDIO running(host, account, loader, library, /*userMode=*/true,
                      [&](const std::string& text) { boxes.push_back(text); });
     running.SetDefaultVendorID(1);
     running.SetDefaultHexProductID("7");

@@ -78,7 +78,8 @@ TEST(clsHidReaders, RawReportsAndDataGoThroughTheControlAsTheyAre) {
     const clsDemoBus bus(readers.Loader());
     bus.Reset();
     ASSERT_GT(bus.Plug("reader ids=0 in=63 out=8 feature=63"), 0);
-    OrvHIDIO hid(host, readers.Loader(), *readers.Devices(/*notices=*/nullptr).Hid, /*userMode=*/true);
+    clsWaitAccount waits;
+    OrvHIDIO hid(host, waits, readers.Loader(), *readers.Devices(/*notices=*/nullptr).Hid, /*userMode=*/true);
     hid.ReadProperties(clsPropertyBag());
     hid.SetCommPort("HID1");
     const auto until = [](const std::function<bool()>& done) {
