@@ -175,26 +175,27 @@ void ucCOMM::Receive() {
         received += bytes.size();
         m_dataArrived = true;
         OnMonitorData.Raise(bytes, /*received=*/true);
-        raw = Dispatch(bytes) || raw;
+        // What is missing of an image belongs to it, wanted or not.
+        std::size_t taken = 0;
+        if (m_dump.Active && !m_dump.Done()) {
+            taken = m_dump.Take(bytes, m_host.TickCount());
+        } else if (!m_due.None()) {
+            taken = m_due.TakeImageBytes(m_host.TickCount(), bytes.size());
+        }
+        const auto rest = std::string_view(bytes).substr(taken);
+        if (!m_msCommMode || m_dump.Active) {
+            m_cutter.Feed(rest, *this);
+        } else {
+            m_cutter.AppendRaw(rest);
+            raw = raw || !rest.empty();
+        }
     }
     if (raw) OnComm.Raise();
 }
 
-// Says whether anything was appended as it is. What is missing of an image belongs to it, wanted or not.
-bool ucCOMM::Dispatch(std::string_view bytes) {
-    std::size_t taken = 0;
-    if (m_dump.Active && !m_dump.Done()) {
-        taken = std::min(bytes.size(), m_dump.Wanted - m_dump.Bytes.size());
-        m_dump.Bytes.append(bytes.substr(0, taken));
-        m_dump.LastByte = m_host.TickCount();
-    } else if (!m_due.None()) {
-        taken = m_due.TakeImageBytes(m_host.TickCount(), bytes.size());
-    }
-    bytes.remove_prefix(taken);
-    if (!m_msCommMode || m_dump.Active) {
-        m_cutter.Feed(bytes, *this);
-        return false;
-    }
-    m_cutter.AppendRaw(bytes);
-    return !bytes.empty();
+std::size_t ucCOMM::DumpCollector::Take(std::string_view bytes, std::uint32_t now) {
+    const std::size_t taken = std::min(bytes.size(), Wanted - Bytes.size());
+    Bytes.append(bytes.substr(0, taken));
+    LastByte = now;
+    return taken;
 }

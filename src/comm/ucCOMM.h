@@ -163,6 +163,8 @@ class ucCOMM : private clsPacketCutter::clsISink {
         bool Active = false;
         std::uint32_t LastByte = 0;  // when it came; at first, when the image was asked for
         [[nodiscard]] bool Done() const { return Bytes.size() >= Wanted; }
+        /// How many of the bytes that came are its own.
+        std::size_t Take(std::string_view bytes, std::uint32_t now);
     };
     struct ScanPlan {
         std::string Section;
@@ -185,7 +187,6 @@ class ucCOMM : private clsPacketCutter::clsISink {
     // receiving
     void HandleComm();
     void Receive();
-    bool Dispatch(std::string_view bytes);
     void ClosePort();
     // clsPacketCutter::clsISink
     void CutChar(std::uint8_t byte) override { OnChar.Raise(byte); }
@@ -211,9 +212,8 @@ class ucCOMM : private clsPacketCutter::clsISink {
     [[nodiscard]] bool Ended(const Beginning& since) const {
         return Cancelled(since.Cancels) || m_closings != since.Closings;
     }
-    std::string Exchange(const std::string& command, bool txChkSum, bool rxChkSum, std::int32_t timeout);
+    bool MakeReady(const Beginning& since);
     void WaitForGap();
-    void SendFrame(const std::string& frame);
     template <class Done, class Turn>
     bool WaitFor(std::int32_t timeout, const Beginning& since, Done done, Turn turn);
     bool WaitUntilNotDue(const Beginning& since, std::int32_t (clsDueReplies::*rest)(std::uint32_t));

@@ -29,37 +29,24 @@ std::string ucCOMM::SendOrvNetCMD(const std::string& szCMD, bool bTxChkSum, bool
     m_timeout = false;
     if (!m_live) return {};
     const clsScopeGuard ended([this] { m_endTime = m_host.TickCount(); });
-    return Exchange(szCMD, bTxChkSum, bRxChkSum, lngCMDTimeout);
-}
-
-std::string ucCOMM::Exchange(const std::string& command, bool txChkSum, bool rxChkSum, std::int32_t timeout) {
     const Beginning since = Now();
-    WaitForGap();
-    // The bytes of an image bear no mark: beside them no reply could be told.
-    WaitUntilNotDue(since, &clsDueReplies::ImageRest);
-    // What has arrived by now answers nothing that is still to be asked.
-    if (m_ports.PortOpen() && m_ports.InBufferCount() > 0) HandleComm();
-    m_cutter.ClearState();
-    m_cutter.ClearBuffer();
-    m_timerOnPacket.SetEnabled(false);
-    if (!m_ports.PortOpen()) {
-        OnError.Raise("SendOrvNetCMD - Port is Close!");
-        return {};
-    }
-    if (Ended(since)) {
-        m_timeout = true;
-        return {};
-    }
+    if (!MakeReady(since)) return {};
 
     m_dataArrived = false;
     m_earlier = false;
     m_waiting = true;
     const clsScopeGuard leave([this] { m_waiting = false; });
     m_due.FrameSent(m_host.TickCount());
-    SendFrame(OrvNetFrame::BuildFrame(command, txChkSum));
-    if (timeout < 0) timeout = m_orvNetTimeout;
+    const std::string frame = OrvNetFrame::BuildFrame(szCMD, bTxChkSum);
+    OnMonitorData.Raise(frame, /*received=*/false);
+    const std::size_t piece = m_byteDelay > 0 ? 1 : frame.size();
+    for (std::size_t i = 0; i < frame.size(); i += piece) {
+        if (i > 0) m_host.Sleep(m_byteDelay);
+        m_ports.CommOutput(frame.substr(i, piece));
+    }
+    const std::int32_t timeout = lngCMDTimeout < 0 ? m_orvNetTimeout : lngCMDTimeout;
     if (timeout == 0) {
-        m_checkReply = rxChkSum;
+        m_checkReply = bRxChkSum;
         return {};
     }
     // A packet that may answer an earlier command is kept until that is known, however long the time-out.
@@ -74,7 +61,27 @@ std::string ucCOMM::Exchange(const std::string& command, bool txChkSum, bool rxC
     const std::string reply = m_cutter.Text();
     m_cutter.ClearState();
     m_cutter.ClearBuffer();
-    return rxChkSum ? OrvNetFrame::CheckReply(reply) : reply;
+    return bRxChkSum ? OrvNetFrame::CheckReply(reply) : reply;
+}
+
+// Waits for what must not meet the next command, and forgets what came before it. False when that cannot be
+// sent.
+bool ucCOMM::MakeReady(const Beginning& since) {
+    WaitForGap();
+    // The bytes of an image bear no mark: beside them no reply could be told.
+    WaitUntilNotDue(since, &clsDueReplies::ImageRest);
+    // What has arrived by now answers nothing that is still to be asked.
+    if (m_ports.PortOpen() && m_ports.InBufferCount() > 0) HandleComm();
+    m_cutter.ClearState();
+    m_cutter.ClearBuffer();
+    m_timerOnPacket.SetEnabled(false);
+    if (!m_ports.PortOpen()) {
+        OnError.Raise("SendOrvNetCMD - Port is Close!");
+        return false;
+    }
+    if (!Ended(since)) return true;
+    m_timeout = true;
+    return false;
 }
 
 void ucCOMM::WaitForGap() {
@@ -83,18 +90,6 @@ void ucCOMM::WaitForGap() {
     if (elapsed >= static_cast<std::uint32_t>(m_commandGap)) return;
     const std::int32_t rest = m_commandGap - static_cast<std::int32_t>(elapsed);
     if (rest < longestGap) m_host.Sleep(rest);
-}
-
-void ucCOMM::SendFrame(const std::string& frame) {
-    OnMonitorData.Raise(frame, /*received=*/false);
-    if (m_byteDelay <= 0) {
-        m_ports.CommOutput(frame);
-        return;
-    }
-    for (std::size_t i = 0; i < frame.size(); ++i) {
-        if (i > 0) m_host.Sleep(m_byteDelay);
-        m_ports.CommOutput(frame.substr(i, 1));
-    }
 }
 
 // Waits until `done`; each chunk that arrives gives it more time. `turn` is called as often as the wait goes

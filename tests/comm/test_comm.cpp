@@ -342,6 +342,7 @@ TEST_F(Engine, ACommandInsideAWaitHasItsOwnReply) {
     host.StartTimer(2, [this] {
         EXPECT_TRUE(comm.Busy());
         EXPECT_EQ(Send(), "A2 5");
+        EXPECT_TRUE(comm.Busy()) << "the one around it goes on";
     });
     Send();
     EXPECT_FALSE(comm.Busy());

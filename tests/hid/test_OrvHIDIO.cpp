@@ -321,7 +321,10 @@ TEST_F(Control, CommandsWaitOneSecondForTheFirstByteAndLessBetweenPieces) {
     library.Arrive(/*control=*/false, std::string(511, 'x'), 100);
     EXPECT_EQ(Lasts([&] { EXPECT_FALSE(hid.SendHIDOrvNetDumpCmd(image)); }), 100 + 250);
     EXPECT_EQ(image[0], 0xEE);
-    host.StartTimer(40, [this] { hid.CancelHIDCommand(); });
+    host.StartTimer(40, [this] {
+        hid.CancelHIDCommand();
+        library.Buffer(ackNothing);
+    });
     EXPECT_EQ(Lasts(command), 40);
     EXPECT_FALSE(hid.IsBusy());
 }
