@@ -38,7 +38,7 @@ TEST(Differences, EachIsToldOnceByNameRegistersAndValuesForPeople) {
             "UsbInterface, USB interface, 211: HID | 97", "KeyboardOutput, Keyboard output, 219: on | off",
             "Prefix, Prefix, 160..175: (empty) | <STX>ID=\xC3\xA4",
             "Filter(1), Hex digits of Mifare 1K, 224..225: digits 1 to 8 of 8 | digits 3 to 8 of 8",
-            "Filter(10), Dec digits of EM125K, 152..153: digits 1 to 14 of 14 | no digit of 14",
+            "Filter(10), Dec digits of EM125K, 152..153: digits 1 to 14 of 14 | none of 14 digits",
             "Convert(3), Table row 3, 16..23, 288..303: unused | [1K ] 04A1B2C3 \xE2\x86\x92 Front door"}));
 }
 
