@@ -149,6 +149,9 @@ class ucCOMM : private clsPacketCutter::clsISink {
     [[nodiscard]] PortReason WhyNotOpen(const std::string& name) const;
     /// Before each poll of a scan: poll `number` of at most `count`, for a progress display. May be empty.
     std::function<void(int number, int count)> OnScanStep;
+    /// Bytes `received` of the `count` of a Dump's two readings, as they arrive, for a progress display; must
+    /// not run the event loop. May be empty.
+    std::function<void(int received, int count)> OnImageProgress;
 
   protected:
     // No public setter; a build or a test that needs one derives.
@@ -240,6 +243,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     clsHostTimer m_timerOnPacket;
     clsHostTimer m_timerReadOn;  // goes on with an input that was too much for one turn of the loop
     DumpCollector m_dump;
+    std::size_t m_imageRead = 0;  // bytes of the Dump's readings before this one
     bool m_dumping = false;
     bool m_msCommMode = true;
     bool m_receiving = false;

@@ -173,10 +173,12 @@ bool ucCOMM::Dump(std::span<std::uint8_t> image) {
     m_dumping = true;
     const clsScopeGuard leave([this] { m_dumping = false; });
     const Beginning since = Now();
+    m_imageRead = 0;
     const auto first = DumpOnce(image.size(), since);
     if (!first) return false;
     std::copy(first->begin(), first->end(), image.begin());
     if (Cancelled(since.Cancels)) return false;
+    m_imageRead = image.size();
     const auto second = DumpOnce(image.size(), since);
     if (!second || Cancelled(since.Cancels)) return false;
     for (std::size_t i = 0; i < image.size(); ++i) {

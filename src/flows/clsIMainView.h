@@ -53,6 +53,8 @@ class clsIMainView {
     virtual void EnableButtons(const ButtonStates& states) = 0;
     /// Step `number` of `count` of the flow that runs; both 0 when none does any more.
     virtual void ShowProgress(int number, int count) = 0;
+    /// Of the step that reads the memory image: bytes that have come of all that will.
+    virtual void ShowImageProgress(int /*received*/, int /*count*/) {}
     /// `cmdTest`'s caption and the indicator.
     virtual void ShowTest(const std::string& caption, TestIndicator indicator) = 0;
     /// A box with an exclamation icon and an OK button.

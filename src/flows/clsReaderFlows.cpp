@@ -83,6 +83,7 @@ clsReaderFlows::clsReaderFlows(clsIHost& host, ucCOMM& comm, modZarn74& settings
     m_settings.OnStep = step;
     m_test.OnStep = step;
     m_comm.OnScanStep = step;
+    m_comm.OnImageProgress = [this](int received, int count) { m_view.ShowImageProgress(received, count); };
     m_connections[0] = comm.OnError.Connect([this](const std::string& message) { m_log.ShowMsg(message); });
     m_connections[1] = comm.OnScan.Connect([this](const std::string& message) { m_log.ShowMsg(message); });
     m_connections[2] =
@@ -96,6 +97,7 @@ clsReaderFlows::~clsReaderFlows() {
     m_settings.Attach(m_comm, /*log=*/nullptr);
     m_settings.OnStep = {};
     m_comm.OnScanStep = {};
+    m_comm.OnImageProgress = {};
 }
 
 // The one way into a flow and out of it. What a reader still sends after one that was broken off is nothing

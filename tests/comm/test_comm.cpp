@@ -421,7 +421,13 @@ TEST_F(Registers, AnImageIsReadTwiceAsRawBytes) {
     Image image(4);
     serial.Buffer("left over");
     Answers = {"\x02\r\t\xFF"s, "\x02\r\t\xFFrest"s};
+    std::string progress;
+    comm.OnImageProgress = [&](int bytes, int of) {
+        progress += std::to_string(bytes) + "/" + std::to_string(of) + " ";
+    };
     EXPECT_TRUE(comm.Dump(image));
+    EXPECT_EQ(progress, "4/8 8/8 ");
+    comm.OnImageProgress = {};
     EXPECT_EQ(image, (Image{2, 13, 9, 255}));
     EXPECT_EQ(serial.Sent, (Texts{"\2Y\r", "\2Y\r"}));
     EXPECT_EQ(Told(), "r|e|s|t|");  // bytes beyond the image go on to the cutter
