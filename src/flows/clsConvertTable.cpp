@@ -83,6 +83,17 @@ bool clsConvertTable::CheckCanModify() const {
     return HasSelection() && !OutputString.empty() && CheckSamdID(SelectedRow);
 }
 
+std::string clsConvertTable::WhyNot() const {
+    if (CardType == none) return "no card type chosen";
+    if (OutputID.size() != SerialDigits())
+        return std::to_string(SerialDigits()) + " digits needed, " + std::to_string(OutputID.size()) +
+               " entered";
+    if (OutputString.empty()) return "no output text";
+    if (!CheckSamdID(none)) return "already in the table";
+    if (!CheckCanAdd()) return std::to_string(rowLimit) + " rows at most";
+    return HasSelection() ? "" : "no row selected to modify";
+}
+
 void clsConvertTable::Add() { Rows.push_back(RowFromControls()); }
 
 void clsConvertTable::Modify() { Rows.at(static_cast<std::size_t>(SelectedRow)) = RowFromControls(); }

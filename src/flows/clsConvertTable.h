@@ -55,6 +55,8 @@ class clsConvertTable {
     [[nodiscard]] bool CheckCanAdd() const;
     [[nodiscard]] bool CheckCanModify() const;
     [[nodiscard]] bool CheckCanRemove() const { return HasSelection(); }
+    /// Why Add, or else Modify, may not be pressed, in a few words; empty when both may.
+    [[nodiscard]] std::string WhyNot() const;
 
     /// The buttons' work. Each expects that its check allows it.
     void Add();

@@ -89,8 +89,10 @@ TEST(Table, AddAndModifyNeedAFullSerialATextAndNoOtherRowAlike) {
     table.Rows = {{"[1K ] 04A1B2C3       one", true}, {"[1K ] 04a1b2c4       two", false}};
     table.SelectRow(0);
     EXPECT_TRUE(table.CheckCanModify() && !table.CheckCanAdd());
+    EXPECT_EQ(table.WhyNot(), "already in the table");
     table.OutputID = "04A1B2C";
     EXPECT_FALSE(table.CheckCanModify() || table.CheckCanAdd()) << "a digit short";
+    EXPECT_EQ(table.WhyNot(), "8 digits needed, 7 entered");
     table.OutputID = "04A1B2C4";
     EXPECT_FALSE(table.CheckCanModify()) << "the other row, letter case ignored";
     table.Rows[1] = table.Rows[0];  // twins out of a file: each conflicts with the other
@@ -100,9 +102,16 @@ TEST(Table, AddAndModifyNeedAFullSerialATextAndNoOtherRowAlike) {
     table.OutputID = "ABCDEF0123";
     table.Rows.resize(15);
     EXPECT_TRUE(table.CheckCanAdd());
+    EXPECT_EQ(table.WhyNot(), "");
     table.Add();
     table.OutputID = "ABCDEF0124";
     EXPECT_FALSE(table.CheckCanAdd()) << "a 17th row";
+    EXPECT_EQ(table.WhyNot(), "16 rows at most");
+    table.OutputString.clear();
+    EXPECT_EQ(table.WhyNot(), "no output text");
+    table.Rows.clear();
+    table.OutputString = "x";
+    EXPECT_EQ(table.WhyNot(), "no row selected to modify");
 }
 
 }  // namespace
