@@ -83,7 +83,7 @@ void UseDarkColors() {
     colors.setColor(QPalette::Base, base);
     colors.setColor(QPalette::AlternateBase, window);
     colors.setColor(QPalette::Text, text);
-    colors.setColor(QPalette::PlaceholderText, QColor(0x90, 0x90, 0x90));
+    colors.setColor(QPalette::PlaceholderText, QColor(0xB0, 0xB0, 0xB0));
     colors.setColor(QPalette::ButtonText, text);
     colors.setColor(QPalette::ToolTipBase, QColor(0x45, 0x45, 0x45));
     colors.setColor(QPalette::ToolTipText, text);

@@ -11,7 +11,9 @@
 #include <QMimeData>
 #include <QProgressBar>
 #include <QScreen>
+#include <QScrollArea>
 #include <QShortcut>
+#include <QWindow>
 
 #include "base/clsScopeGuard.h"
 #include "qt/QtText.h"
@@ -22,10 +24,11 @@
 namespace {
 
 constexpr auto programTitle = "Zarn74 Configuration";
-constexpr int keyStringLength = 16;  // bytes of a key string
-constexpr int progressTime = 40;     // ms between two pictures of the progress
-constexpr int noticeLines = 12;      // what more there is does not fit above the log
-constexpr int statusMargin = 10;     // pixels
+constexpr int progressTime = 40;  // ms between two pictures of the progress
+constexpr int noticeLines = 12;   // what more there is does not fit above the log
+constexpr int frameTime = 300;    // ms from being shown, in which the desktop has framed the window
+constexpr int statusMargin = 10;  // pixels
+constexpr int stepBytes = 16;     // that travel for a step, about, beside those of a memory image
 
 constexpr auto storeSection = "Window";
 constexpr auto storeGeometry = "Geometry";
@@ -49,6 +52,12 @@ QString Short(const QString& file) {
     const QString path = QFileInfo(file).absoluteFilePath();
     const QString home = QDir::homePath() + '/';
     return path.startsWith(home) ? "~/" + path.mid(home.size()) : path;
+}
+
+/// A sentence; what begins with a key or a name is left as it is.
+QString Capital(QString line) {
+    if (!line.contains('=')) line.replace(0, 1, line.left(1).toUpper());
+    return line;
 }
 
 /// "Text|*.txt" as Qt's dialogs want it.
@@ -81,6 +90,8 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
       m_flows(parts.Host, parts.Comm, parts.Settings, m_log, m_settingsFile, *this) {
     m_ui->SSTab1->setCurrentIndex(0);
     setWindowTitle(TitleText());
+    MakeScrollArea();
+    MakeHints();
     MakeLists();
     MakeDigitBoxes();
     MakeTable();
@@ -89,11 +100,10 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
     ConnectButtons();
     MakeShortcuts();
     ColorNotice();
+    ColorCheckBoxes();
     m_ui->fraNotice->hide();
 
     m_flows.ClearMsg(/*keepSelections=*/false);
-    for (TextBoxEx* box : {m_ui->txtPrefix, m_ui->txtPostfix, m_ui->txtOnRemove})
-        box->SetMaxLength(keyStringLength);
     ShowForm(ZarnForm());
     m_flows.OpenStartupFile(files.StartupToRead);
     m_flows.ClearMsg(/*keepSelections=*/true);
@@ -116,12 +126,42 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
 
 frmMain::~frmMain() = default;
 
+// What does not fit is scrolled: the window has room on every screen.
+void frmMain::MakeScrollArea() {
+    auto* const area = new QScrollArea(this);
+    area->setObjectName("scrSettings");
+    area->setFrameShape(QFrame::NoFrame);
+    area->setFocusPolicy(Qt::NoFocus);
+    area->setWidgetResizable(true);
+    area->setWidget(m_ui->pnlSettings);
+    m_ui->splMain->insertWidget(0, area);
+}
+
+// In the colour of captions, under the text of what they explain.
+void frmMain::MakeHints() {
+    constexpr int below = 8;  // pixels to the next control
+    const int box = style()->pixelMetric(QStyle::PM_IndicatorWidth) +
+                    style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing);
+    for (QLabel* hint :
+         {m_ui->labLanguageHint, m_ui->labBaudRateHint, m_ui->labUsbInterfaceHint, m_ui->labTagFrequencyHint,
+          m_ui->labPrefixHint, m_ui->labPrefixCount, m_ui->labPostfixHint, m_ui->labPostfixCount,
+          m_ui->labOnRemoveHint, m_ui->labOnRemoveCount, m_ui->labDelimiterHint}) {
+        hint->setForegroundRole(QPalette::PlaceholderText);
+        hint->setContentsMargins(0, 0, 0, below);
+    }
+    for (QLabel* hint :
+         {m_ui->labKeyboardOutputHint, m_ui->labUseRightKeypadHint, m_ui->labBuzzerEnabledHint}) {
+        hint->setForegroundRole(QPalette::PlaceholderText);
+        hint->setContentsMargins(box, 0, 0, below);
+    }
+    m_ui->labTableHint->setForegroundRole(QPalette::PlaceholderText);
+}
+
 void frmMain::MakeStatusBar() {
     m_statusState = new QLabel(this);
     m_statusState->setObjectName("labStatusState");
     m_progress = new QProgressBar(this);
     m_progress->setObjectName("prgStatus");
-    m_progress->setFormat(tr("step %v of %m"));
     m_progress->setMaximumWidth(fontMetrics().averageCharWidth() * 30);
     m_progress->hide();
     m_cancel = new QPushButton(tr("&Cancel"), this);
@@ -140,17 +180,10 @@ void frmMain::MakeStatusBar() {
     bar.addWidget(m_cancel);
     for (QLabel* label : {m_statusPort, m_statusSpeed, m_statusFile}) bar.addPermanentWidget(label);
 
-    const QString file = QFile::decodeName(m_files.StartupToWrite.c_str());
-    if (!file.isEmpty()) m_statusFile->setText(tr("Start-up file: %1").arg(Short(file)));
-    m_statusFile->setToolTip(tr("The settings shown are kept over the end of the program in\n%1").arg(file));
+    ShowFile();
     m_progressTimer.setSingleShot(true);
     m_progressTimer.setInterval(progressTime);
-    connect(&m_progressTimer, &QTimer::timeout, this, [this] {
-        m_progress->setMaximum(m_steps);
-        m_progress->setValue(m_step);
-        m_progress->show();
-        ShowState();
-    });
+    connect(&m_progressTimer, &QTimer::timeout, this, &frmMain::ShowBar);
     connect(m_cancel, &QPushButton::clicked, this, [this] { m_flows.Cancel(); });
 }
 
@@ -169,19 +202,24 @@ void frmMain::MakeReaderPanel() {
 
 void frmMain::ConnectButtons() {
     const auto flow = [this](QPushButton* button, const QString& what, Pages pages,
-                             const std::function<void()>& run) {
+                             const std::function<FlowResult()>& run) {
         connect(button, &QPushButton::clicked, this, [this, what, pages, run] { Run(what, pages, run); });
     };
     flow(m_ui->cmdAutoScan, tr("Looking for a reader"), Pages::Closed, [this] {
-        if (m_flows.AutoScan() == FlowResult::Failed && !m_parts.Comm.PortOpen()) TellReasons();
+        m_searching = true;
+        const clsScopeGuard ended([this] { m_searching = false; });
+        const FlowResult result = m_flows.AutoScan();
+        if (result == FlowResult::Failed && !m_parts.Comm.PortOpen()) TellReasons();
+        return result;
     });
-    flow(m_ui->cmdShowZarn74, tr("Reading"), Pages::Closed, [this] { m_flows.Read(); });
-    flow(m_ui->cmdApply, tr("Writing"), Pages::Closed, [this] { m_flows.Apply(); });
+    flow(m_ui->cmdShowZarn74, tr("Reading"), Pages::Closed, [this] { return m_flows.Read(); });
+    flow(m_ui->cmdApply, tr("Writing"), Pages::Closed, [this] { return m_flows.Apply(); });
     flow(m_ui->cmdInitialize, tr("Writing the defaults"), Pages::Closed,
-         [this] { m_flows.Initialize(m_files.Defaults); });
-    flow(m_ui->cmdOpen, tr("Opening a file"), Pages::Closed, [this] { m_flows.Open(); });
-    flow(m_ui->cmdSave, tr("Saving to a file"), Pages::Open, [this] { m_flows.Save(); });
-    flow(m_ui->cmdReadCardInfo, tr("Reading the card"), Pages::Open, [this] { m_flows.ReadCardInfo(); });
+         [this] { return m_flows.Initialize(m_files.Defaults); });
+    flow(m_ui->cmdOpen, tr("Opening a file"), Pages::Closed, [this] { return Opened(m_flows.Open()); });
+    flow(m_ui->cmdSave, tr("Saving to a file"), Pages::Open, [this] { return m_flows.Save(); });
+    flow(m_ui->cmdReadCardInfo, tr("Reading the card"), Pages::Open,
+         [this] { return m_flows.ReadCardInfo(); });
     // A click leaves the focus where it is: in the box that is being filled in.
     for (QPushButton* button : {m_ui->cmdAutoScan, m_ui->cmdShowZarn74, m_ui->cmdApply, m_ui->cmdInitialize,
                                 m_ui->cmdOpen, m_ui->cmdSave, m_cancel})
@@ -191,7 +229,10 @@ void frmMain::ConnectButtons() {
         if (m_flows.FlowRunning()) {
             m_flows.TestEeprom();
         } else {
-            Run(tr("Testing the memory"), Pages::Open, [this] { m_flows.TestEeprom(); });
+            Run(tr("Testing the memory"), Pages::Open, [this] {
+                static_cast<void>(m_flows.TestEeprom());
+                return FlowResult::Cancelled;  // one that made way for a closing window says OK
+            });
         }
     });
     connect(m_ui->cmdExit, &QPushButton::clicked, this, &QWidget::close);
@@ -234,11 +275,57 @@ void frmMain::RestoreLayout() {
     m_ui->splMain->setStretchFactor(0, 0);
     m_ui->splMain->setStretchFactor(1, 1);
     if (!restoreGeometry(stored(storeGeometry))) {
-        // What the desktop puts around a window is not known before it is shown.
+        // About; what the desktop puts around a window is not known before it is shown.
         const int title = style()->pixelMetric(QStyle::PM_TitleBarHeight);
         resize(QSize(1060, 780).boundedTo(screen()->availableSize() - QSize(title / 2, title * 3 / 2)));
     }
-    m_ui->splMain->restoreState(stored(storeSplitter));
+    m_divided = m_ui->splMain->restoreState(stored(storeSplitter));
+    m_firstSize = size();
+}
+
+void frmMain::showEvent(QShowEvent* event) {
+    QMainWindow::showEvent(event);
+    if (m_firstSize.isNull()) return;
+    MeasurePages();
+    if (!m_divided) Divide();
+    // A size that somebody asked for is his own. The desktop's frame may come a moment later.
+    if (size() == m_firstSize)
+        for (const int wait : {0, frameTime}) QTimer::singleShot(wait, this, &frmMain::FitToScreen);
+    m_firstSize = {};
+}
+
+// A page would only say how large it is when it is shown, and all would jump then.
+void frmMain::MeasurePages() {
+    for (QWidget* control : m_ui->pnlSettings->findChildren<QWidget*>()) {
+        control->ensurePolished();
+        control->updateGeometry();
+    }
+    AlignTableHeader();
+    for (QLayout* layout : m_ui->pnlSettings->findChildren<QLayout*>()) layout->invalidate();
+    const int width =
+        m_ui->pnlSettings->minimumSizeHint().width() + style()->pixelMetric(QStyle::PM_ScrollBarExtent);
+    m_ui->splMain->widget(0)->setMinimumWidth(std::min(width, screen()->availableSize().width() * 9 / 10));
+}
+
+/// The pages get what they ask for, and the log the rest, which is not to be too little.
+void frmMain::Divide() {
+    constexpr int fewestLines = 6;
+    const int room = m_ui->splMain->height() - m_ui->splMain->handleWidth();
+    const int log = m_ui->labLog->sizeHint().height() * fewestLines;
+    const int pages = std::min(m_ui->pnlSettings->sizeHint().height(), room - log);
+    m_ui->splMain->setSizes({pages, room - pages});
+}
+
+/// The frame that the desktop has put around the window counts.
+void frmMain::FitToScreen() {
+    if (isMaximized() || isFullScreen()) return;
+    const QRect room = screen()->availableGeometry().marginsRemoved(windowHandle()->frameMargins());
+    QRect fitting = geometry();
+    fitting.setSize(fitting.size().boundedTo(room.size()));
+    fitting.moveRight(std::min(fitting.right(), room.right()));
+    fitting.moveBottom(std::min(fitting.bottom(), room.bottom()));
+    fitting.moveTopLeft({std::max(fitting.left(), room.left()), std::max(fitting.top(), room.top())});
+    if (fitting != geometry()) setGeometry(fitting);
 }
 
 void frmMain::SaveLayout() {
@@ -251,7 +338,10 @@ void frmMain::SaveLayout() {
 }
 
 void frmMain::OpenFile(const std::string& name) {
-    Run(tr("Opening a file"), Pages::Closed, [this, name] { m_flows.OpenFile(name); });
+    Run(tr("Opening a file"), Pages::Closed, [this, name] {
+        m_opening = name;
+        return Opened(m_flows.OpenFile(name));
+    });
 }
 
 void frmMain::InsertPanel(QWidget* panel) { m_ui->layTop->addWidget(panel); }
@@ -264,7 +354,10 @@ void frmMain::CloseSoon() {
 
 void frmMain::closeEvent(QCloseEvent* event) {
     event->ignore();
-    if (!m_flows.RequestClose()) return;
+    if (!m_flows.RequestClose()) {
+        if (!m_closeSoon) m_closeRefused = tr("%1 cancelled; close again to leave").arg(Running());
+        return;
+    }
     const bool saved = m_files.StartupToWrite.empty() || m_flows.SaveStartupFile(m_files.StartupToWrite);
     m_leftUnsaved = !saved && m_closeSoon;
     if (!saved && !m_saveFailed && !m_closeSoon) {
@@ -280,7 +373,9 @@ void frmMain::closeEvent(QCloseEvent* event) {
 
 void frmMain::changeEvent(QEvent* event) {
     QMainWindow::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange && m_statusFile != nullptr) ColorNotice();
+    if (event->type() != QEvent::PaletteChange || m_statusFile == nullptr) return;
+    ColorNotice();
+    ColorCheckBoxes();
 }
 
 // A file is taken wherever it is dropped, also over a text box.
@@ -304,7 +399,7 @@ bool frmMain::eventFilter(QObject* watched, QEvent* event) {
 
 // -- slots --------------------------------------------------------------------------------------------------
 
-void frmMain::Run(const QString& what, Pages pages, const std::function<void()>& flow) {
+void frmMain::Run(const QString& what, Pages pages, const std::function<FlowResult()>& flow) {
     if (m_flows.FlowRunning() || !m_running.isEmpty()) return;
     m_saveFailed = false;
     m_running = what;
@@ -313,15 +408,15 @@ void frmMain::Run(const QString& what, Pages pages, const std::function<void()>&
         ShowState();
     });
     m_ui->fraNotice->hide();
-    if (pages == Pages::Closed) {
-        RunOverPages(flow);
-    } else {
-        flow();
-    }
+    const FlowResult result = pages == Pages::Closed ? RunOverPages(flow) : flow();
+    if (result == FlowResult::Done && !m_closeRefused.isEmpty()) m_closeRefused = tr("Close again to leave");
 }
 
+QString frmMain::Running() const { return m_running.isEmpty() ? tr("Reading the card") : m_running; }
+
 // What is entered while such a flow runs would be gone at its end.
-void frmMain::RunOverPages(const std::function<void()>& flow) {
+FlowResult frmMain::RunOverPages(const std::function<FlowResult()>& flow) {
+    FlowResult result{};
     QListWidget& list = *m_ui->lstTable;
     const int row = list.currentRow();
     const QString text = row < 0 ? QString() : list.item(row)->text();
@@ -330,7 +425,7 @@ void frmMain::RunOverPages(const std::function<void()>& flow) {
         m_pagesClosed = true;
         const clsScopeGuard opened([this] { m_pagesClosed = false; });
         const clsInputGuard guard(*m_ui->tabGeneral->parentWidget());
-        flow();
+        result = flow();
         // What was pressed in its last moments; m_running keeps that from beginning another flow.
         QCoreApplication::processEvents();
     }
@@ -340,6 +435,28 @@ void frmMain::RunOverPages(const std::function<void()>& flow) {
         list.setCurrentRow(row);
     }
     UpdateTableButtons();
+    return result;
+}
+
+FlowResult frmMain::Opened(FlowResult result) {
+    if (result != FlowResult::Done) return result;
+    m_opened = QFileInfo(QFile::decodeName(m_opening.c_str())).absoluteFilePath();
+    ShowFile();
+    return result;
+}
+
+void frmMain::ShowFile() {
+    const QString startup = QFile::decodeName(m_files.StartupToWrite.c_str());
+    QStringList tip;
+    if (!m_opened.isEmpty()) tip += tr("The file that was opened last is\n%1").arg(m_opened);
+    if (!startup.isEmpty())
+        tip += tr("The settings shown are kept over the end of the program in\n%1").arg(startup);
+    if (!m_opened.isEmpty()) {
+        m_statusFile->setText(tr("Last file: %1").arg(Short(m_opened)));
+    } else if (!startup.isEmpty()) {
+        m_statusFile->setText(tr("Start-up file: %1").arg(Short(startup)));
+    }
+    m_statusFile->setToolTip(tip.join('\n'));
 }
 
 void frmMain::SaveLog() {
@@ -355,7 +472,10 @@ void frmMain::SaveLog() {
 /// A reader may be there and not be found: what each port said.
 void frmMain::TellReasons() {
     QStringList lines;
-    for (const PortReason& reason : m_parts.Comm.SearchReasons()) lines += QtText::ToQString(reason.Text());
+    for (const PortReason& reason : m_parts.Comm.SearchReasons()) {
+        const QString text = QtText::ToQString(reason.Text());
+        lines += reason.Port.empty() ? Capital(text) : text;
+    }
     if (!lines.isEmpty()) Note(lines.join('\n'));
 }
 
@@ -376,21 +496,44 @@ void frmMain::ShowState() {
     const bool open = m_parts.Comm.PortOpen();
     const bool running = m_flows.FlowRunning();
     if (running) {
-        m_statusState->setText((m_running.isEmpty() ? tr("Reading the card") : m_running) + "...");
+        m_statusState->setText(Running() + "...");
+    } else if (!m_closeRefused.isEmpty()) {
+        m_statusState->setText(m_closeRefused);
     } else {
         m_statusState->setText(open ? tr("Ready") : tr("No reader: AutoScan looks for one"));
     }
-    m_statusPort->setText(open ? QtText::ToQString(m_parts.Comm.CommPort()) : tr("no port open"));
+    ShowPort(open);
     const bool hasRate = open && m_parts.Comm.CommPort_IsBaudrateSupported(m_parts.Comm.CommPort());
     m_statusSpeed->setText(hasRate ? tr("%1 baud").arg(m_parts.Comm.BaudRate()) : QString());
     m_statusSpeed->setVisible(hasRate);
 }
 
+void frmMain::ShowPort(bool open) {
+    const std::string port = open ? m_parts.Comm.CommPort() : std::string();
+    if (port != m_port) {
+        m_portAlias.clear();
+        for (const PortEntry& reader : m_parts.Comm.HidPorts())
+            if (!port.empty() && reader.Name == port) m_portAlias = QtText::ToQString(reader.Alias);
+    }
+    m_port = port;
+    m_statusPort->setText(!open ? tr("no port open")
+                                : (m_portAlias.isEmpty() ? QtText::ToQString(port) : m_portAlias));
+    m_statusPort->setToolTip(m_portAlias.isEmpty() ? QString() : QtText::ToQString(port));
+    m_ui->labPort->setToolTip(m_portAlias);
+    // What is known of a reader that is not there any more stays to be read, and says so.
+    m_ui->grpReader->setTitle(open ? tr("Reader") : tr("Reader: not connected"));
+    for (QLabel* label :
+         {m_ui->labProduct, m_ui->labROMVersion, m_ui->labROMSN, static_cast<QLabel*>(m_ui->labPort)})
+        label->setEnabled(open);
+}
+
 void frmMain::ShowPanel(const InfoPanel& panel) {
+    if (m_searching && !panel.Product.empty()) m_running = tr("Reading");
     m_ui->labProduct->setText(QtText::ToQString(panel.Product));
     m_ui->labROMVersion->setText(QtText::ToQString(panel.Version));
     m_ui->labROMSN->setText(QtText::ToQString(panel.SerialNo));
     m_ui->labPort->setText(QtText::ToQString(panel.Port));
+    ShowState();
 }
 
 void frmMain::EnableButtons(const ButtonStates& states) {
@@ -413,6 +556,7 @@ void frmMain::EnableButtons(const ButtonStates& states) {
         button->setEnabled(enabled);
     }
     m_ui->cmdSaveLog->setEnabled(states.Idle);
+    if (states.Cancel && m_cancel->isHidden()) m_closeRefused.clear();
     m_cancel->setVisible(states.Cancel);
     if (m_focusBack != nullptr && m_focusBack->isEnabled()) {
         if (m_ui->txtView->hasFocus()) m_focusBack->setFocus();
@@ -423,6 +567,9 @@ void frmMain::EnableButtons(const ButtonStates& states) {
 }
 
 void frmMain::ShowProgress(int number, int count) {
+    const bool first = number <= m_step || count != m_steps;
+    m_imageCount = first ? 0 : m_imageCount;
+    m_imageBytes = m_imageCount;  // its step is over, whether it came or not
     m_step = number;
     m_steps = count;
     if (count == 0) {
@@ -431,6 +578,25 @@ void frmMain::ShowProgress(int number, int count) {
     } else if (!m_progressTimer.isActive()) {
         m_progressTimer.start();
     }
+}
+
+void frmMain::ShowImageProgress(int received, int count) {
+    if (m_step != 1) return;
+    m_imageBytes = received;
+    m_imageCount = count;
+    if (!m_progressTimer.isActive()) m_progressTimer.start();
+}
+
+// A memory image is one step that takes as long as many: its bytes count, and those of the other steps.
+void frmMain::ShowBar() {
+    const bool image = m_step == 1 && m_imageCount > 0;
+    const int others = m_imageCount > 0 ? 1 : 0;
+    m_progress->setFormat(image ? tr("%1 of %2 bytes").arg(m_imageBytes).arg(m_imageCount)
+                                : tr("step %1 of %2").arg(m_step).arg(m_steps));
+    m_progress->setMaximum((m_steps - others) * stepBytes + m_imageCount);
+    m_progress->setValue((m_step - others) * stepBytes + m_imageBytes);
+    m_progress->show();
+    ShowState();
 }
 
 void frmMain::ShowTest(const std::string& caption, TestIndicator indicator) {
@@ -451,6 +617,7 @@ void frmMain::ShowMessageBox(const std::string& text) { OnMessageBox(QtText::ToQ
 
 void frmMain::ShowNotice(const std::string& text) {
     QStringList lines = QtText::ToQString(text).split('\n');
+    for (QString& line : lines) line = Capital(line);
     const auto more = lines.size() - noticeLines;
     if (more > 0) {
         lines.resize(noticeLines);
@@ -473,10 +640,20 @@ void frmMain::ColorNotice() {
     m_ui->fraNotice->setPalette(colors);
 }
 
+// The edge of a box is drawn darker than what it stands on: on a dark one nobody would see it.
+void frmMain::ColorCheckBoxes() {
+    const bool dark = palette().color(QPalette::Base).lightness() < 128 && style()->inherits("QFusionStyle");
+    QPalette colors;  // the other colours are the window's
+    if (dark) colors.setColor(QPalette::Window, palette().color(QPalette::Text));
+    m_ui->lstTable->setPalette(colors);
+    for (QCheckBox* box : m_ui->centralwidget->findChildren<QCheckBox*>()) box->setPalette(colors);
+}
+
 bool frmMain::GetFileName(std::string& name, bool save, const std::string& filter) {
-    const QString path =
-        OnFileDialog(QFile::decodeName(name.c_str()), save, DialogFilter(QtText::ToQString(filter)));
+    const QString suggested = save ? QFile::decodeName(name.c_str()) : m_opened;
+    const QString path = OnFileDialog(suggested, save, DialogFilter(QtText::ToQString(filter)));
     name = QFile::encodeName(path).toStdString();
+    if (!save) m_opening = name;
     return !name.empty();
 }
 

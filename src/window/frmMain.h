@@ -77,6 +77,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     void ShowPicture(const clsReaderPicture&) override {}
     void EnableButtons(const ButtonStates& states) override;
     void ShowProgress(int number, int count) override;
+    void ShowImageProgress(int received, int count) override;
     void ShowTest(const std::string& caption, TestIndicator indicator) override;
     void ShowMessageBox(const std::string& text) override;
     void ShowNotice(const std::string& text) override;
@@ -87,11 +88,14 @@ class frmMain : public QMainWindow, public clsIMainView {
     void closeEvent(QCloseEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
   private:
     using Filters = std::array<CardFilterRange, cardFilterCount>;
 
     // making the window
+    void MakeScrollArea();
+    void MakeHints();
     void MakeLists();
     void MakeDigitBoxes();
     void MakeTable();
@@ -101,8 +105,13 @@ class frmMain : public QMainWindow, public clsIMainView {
     void MakeShortcuts();
     void RestoreLayout();
     void SaveLayout();
+    void MeasurePages();
+    void Divide();
+    void FitToScreen();
     void ColorNotice();
-    void InitASCIIChars(QComboBox& box, TextBoxEx& text);
+    void ColorCheckBoxes();
+    void AlignTableHeader();
+    void InitASCIIChars(QComboBox& box, TextBoxEx& text, QLabel& count, const QKeySequence& key);
     static bool OpensKeyNames(QObject* watched, const QKeyEvent& key);
 
     // controls
@@ -120,12 +129,17 @@ class frmMain : public QMainWindow, public clsIMainView {
 
     // slots
     enum class Pages { Open, Closed };
-    void Run(const QString& what, Pages pages, const std::function<void()>& flow);
-    void RunOverPages(const std::function<void()>& flow);
+    void Run(const QString& what, Pages pages, const std::function<FlowResult()>& flow);
+    FlowResult RunOverPages(const std::function<FlowResult()>& flow);
+    FlowResult Opened(FlowResult result);
     void SaveLog();
     void Note(const QString& text);
     void TellReasons();
     void ShowState();
+    void ShowPort(bool open);
+    void ShowFile();
+    void ShowBar();
+    [[nodiscard]] QString Running() const;
     QString ChooseFile(const QString& suggested, bool save, const QString& filter);
     [[nodiscard]] bool Suppressed() const { return m_suppress != 0; }
 
@@ -146,16 +160,26 @@ class frmMain : public QMainWindow, public clsIMainView {
 
     int m_suppress = 0;  // above 0 while controls are filled: their handlers do nothing
     FirmwareRules m_firmware;
-    Filters m_filters{};             // of both pages
-    QString m_running;               // what is being run, for the status bar; empty when nothing is
-    bool m_pagesClosed = false;      // a flow is about to show what it read over them
-    QString m_folder;                // of the last file chosen
+    Filters m_filters{};         // of both pages
+    QString m_running;           // what is being run, for the status bar; empty when nothing is
+    bool m_searching = false;    // what is run looks for a reader
+    QString m_closeRefused;      // what became of the flow that the window was to be closed in
+    bool m_pagesClosed = false;  // a flow is about to show what it read over them
+    QString m_folder;            // of the last file chosen
+    std::string m_opening;       // the file being opened
+    QString m_opened;            // the one opened last
+    std::string m_port;          // the open port, and its other name
+    QString m_portAlias;
     QWidget* m_focusBack = nullptr;  // the button that a flow was started with
     bool m_closeSoon = false;
     bool m_leftUnsaved = false;
     bool m_saveFailed = false;  // the start-up file could not be written; the next close goes ahead
+    bool m_divided = false;     // between pages and log
+    QSize m_firstSize;          // that it chose by itself
 
     QTimer m_progressTimer;  // a step costs nothing until it is time for the next picture
     int m_step = 0;
     int m_steps = 0;
+    int m_imageBytes = 0;  // of the memory image that is read in the first step
+    int m_imageCount = 0;  // 0 while none is
 };

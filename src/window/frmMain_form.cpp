@@ -3,6 +3,7 @@
 #include <QFontDatabase>
 #include <QKeyEvent>
 #include <QListWidgetItem>
+#include <QShortcut>
 
 #include "base/clsScopeGuard.h"
 #include "qt/QtText.h"
@@ -12,7 +13,8 @@
 
 namespace {
 
-constexpr int characterNames = 33;  // codes 0 to 32, the blank
+constexpr int keyStringLength = 16;  // bytes of a key string
+constexpr int characterNames = 33;   // codes 0 to 32, the blank
 constexpr int serialLength = 14;
 constexpr int outputLength = 16;
 constexpr int tableWidth = 30;  // characters of a row that are always seen
@@ -55,16 +57,23 @@ void frmMain::MakeLists() {
     for (QComboBox* box : findChildren<QComboBox*>()) new clsWheelGuard(*box);
     for (const CardTypeEntry& type : cardTypes)
         m_ui->cboCardType->addItem(QtText::ToQString(type.Name), type.CardType);
-    InitASCIIChars(*m_ui->cboPrefix, *m_ui->txtPrefix);
-    InitASCIIChars(*m_ui->cboPostfix, *m_ui->txtPostfix);
-    InitASCIIChars(*m_ui->cboOnRemove, *m_ui->txtOnRemove);
+    InitASCIIChars(*m_ui->cboPrefix, *m_ui->txtPrefix, *m_ui->labPrefixCount, Qt::ALT | Qt::Key_1);
+    InitASCIIChars(*m_ui->cboPostfix, *m_ui->txtPostfix, *m_ui->labPostfixCount, Qt::ALT | Qt::Key_2);
+    InitASCIIChars(*m_ui->cboOnRemove, *m_ui->txtOnRemove, *m_ui->labOnRemoveCount, Qt::ALT | Qt::Key_3);
     connect(m_ui->cboCardNumericSys, &QComboBox::currentIndexChanged, this, [this](int index) {
         if (!Suppressed() && index >= 0) m_ui->SSTab2->setCurrentIndex(index);
     });
 }
 
 /// The names of the characters that no key types; choosing one enters it at the caret.
-void frmMain::InitASCIIChars(QComboBox& box, TextBoxEx& text) {
+void frmMain::InitASCIIChars(QComboBox& box, TextBoxEx& text, QLabel& count, const QKeySequence& key) {
+    connect(new QShortcut(key, &box), &QShortcut::activated, &box, [&box] { box.setFocus(); });
+    const auto show = [&text, &count] {
+        count.setText(tr("%1 of %2").arg(text.LenX()).arg(keyStringLength));
+    };
+    text.SetMaxLength(keyStringLength);
+    show();
+    connect(&text, &QTextEdit::textChanged, &count, show);
     for (int code = 0; code < characterNames; ++code)
         box.addItem(QtText::ToQString(clsMessageLog::GetASCIIName(static_cast<std::uint8_t>(code))), code);
     box.setCurrentIndex(-1);
@@ -113,12 +122,7 @@ void frmMain::MakeTable() {
     QListWidget& list = *m_ui->lstTable;
     list.setFont(fixed);
     m_ui->labTable->setFont(fixed);
-    // The header stands over the rows' text, behind their marks.
-    const int mark = style()->pixelMetric(QStyle::PM_IndicatorWidth) +
-                     3 * (style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 1) + list.frameWidth();
-    m_ui->labTable->setIndent(mark);
-    const int blank = QFontMetrics(fixed).horizontalAdvance(' ');
-    list.setMinimumWidth(mark + tableWidth * blank + style()->pixelMetric(QStyle::PM_ScrollBarExtent));
+    AlignTableHeader();
     m_fmtOutputID.SetFMTType(FMTTypes::Hexadecimal);
     m_fmtOutputID.SetByteLen(serialLength);
     m_fmtOutputID.SetFMTTextBox(m_ui->txtOutputID);
@@ -143,8 +147,30 @@ void frmMain::MakeTable() {
                 [this, edit] { EditTable([edit](clsConvertTable& table) { (table.*edit)(); }); });
     };
     edits(m_ui->cmdAddOutput, &clsConvertTable::Add);
+    connect(m_ui->cmdAddOutput, &QPushButton::clicked, this, [this] {  // for the next card
+        m_ui->txtOutputID->setFocus();
+        m_ui->txtOutputID->selectAll();
+    });
     edits(m_ui->cmdEditOutput, &clsConvertTable::Modify);
     edits(m_ui->cmdRemove, &clsConvertTable::Remove);
+}
+
+/// The header stands over the rows' text, behind their marks.
+void frmMain::AlignTableHeader() {
+    QListWidget& list = *m_ui->lstTable;
+    QStyleOptionViewItem row;
+    row.initFrom(&list);
+    row.widget = &list;
+    row.features = QStyleOptionViewItem::HasCheckIndicator | QStyleOptionViewItem::HasDisplay;
+    row.displayAlignment = Qt::AlignLeft | Qt::AlignVCenter;
+    row.decorationPosition = QStyleOptionViewItem::Left;
+    row.font = list.font();
+    row.text = m_ui->labTable->text();
+    const int text = style()->subElementRect(QStyle::SE_ItemViewItemText, &row, &list).left() +
+                     style()->pixelMetric(QStyle::PM_FocusFrameHMargin, &row, &list) + 1 + list.frameWidth();
+    m_ui->labTable->setIndent(text);
+    const int blank = list.fontMetrics().horizontalAdvance(' ');
+    list.setMinimumWidth(text + tableWidth * blank + style()->pixelMetric(QStyle::PM_ScrollBarExtent));
 }
 
 // -- all of them --------------------------------------------------------------------------------------------
@@ -226,6 +252,7 @@ void frmMain::ShowFirmware(const FirmwareRules& rules) {
     EnableByFirmware(*m_ui->cboTagFrequency, rules.TagFrequency, FirmwareRules::tagFrequencyNeeds);
     EnableByFirmware(*m_ui->cboUsbInterface, rules.UsbInterface, FirmwareRules::usbInterfaceNeeds);
     m_ui->chkBuzzerEnabled->setVisible(rules.Buzzer);
+    m_ui->labBuzzerEnabledHint->setVisible(rules.Buzzer);
 }
 
 // -- the digit boxes ----------------------------------------------------------------------------------------
@@ -316,6 +343,7 @@ void frmMain::EditTable(const std::function<void(clsConvertTable&)>& edit) {
 void frmMain::UpdateTableButtons() {
     if (Suppressed() || m_pagesClosed) return;
     const clsConvertTable table = ReadTable();
+    m_ui->labTableHint->setText(QtText::ToQString(table.WhyNot()));
     const std::pair<QPushButton*, bool> buttons[] = {{m_ui->cmdAddOutput, table.CheckCanAdd()},
                                                      {m_ui->cmdEditOutput, table.CheckCanModify()},
                                                      {m_ui->cmdRemove, table.CheckCanRemove()}};

@@ -490,7 +490,7 @@ TEST_F(Programs, TheWindowTellsWhatTheReadersImageHoldsAndDrawsIt) {
         grep -E '^(cboLanguage|txtPrefix|oCardSNLen0|labPort)=' said
         tail -n 1 said | cut -d- -f2
         od -An -tx1 -j16 -N8 p.png
-        zarn74 --demo=hid --describe 2>err | grep -o -E '^labPort.*Tarka.*|^cboLanguage.*'
+        zarn74 --demo=hid --describe 2>err | grep -o -E '^labPort.*Tarka.*|^cboLanguage.*|^labStatusPort.*'
         cp "$(command -v zarn74)" .
         mkdir zarn74-demo.ini  # no file can be put there
         ./zarn74 --demo 2>err &
@@ -515,6 +515,7 @@ txtPrefix=ab<CR>
  00 00 04 4c 00 00 02 ee
 cboLanguage=Germany
 labPort=\\?\hid#vid_2e91&pid_0005#1-1:1.0 (Tarka USB Adapter) with Tarka V2.10
+labStatusPort=HID1
 1 zarn74: the settings shown could not be saved to
 1 zarn74: cannot write /no/such/p.png
 1 zarn74: cannot read the memory image /no/such/image: No such file or directory

@@ -35,7 +35,8 @@ struct clsWindowTest : testing::Test, ReaderWorld {
         window = std::make_unique<frmMain>(WindowParts{host, comm, module, disk, store, keyNames},
                                            WindowFiles{"start", "start", "Default.ini"}, bench);
         window->OnMessageBox = [this](const QString& text) { boxes += text.toStdString(); };
-        window->OnFileDialog = [this](const QString&, bool, const QString& filter) {
+        window->OnFileDialog = [this](const QString& name, bool, const QString& filter) {
+            suggested = name;
             filters += filter.toStdString();
             return chosenFile;
         };
@@ -95,5 +96,6 @@ struct clsWindowTest : testing::Test, ReaderWorld {
     std::string boxes;
     std::string filters;
     QString chosenFile;
+    QString suggested;
     std::unique_ptr<frmMain> window;
 };

@@ -3,11 +3,13 @@
 #include <QAbstractItemView>
 #include <QAccessible>
 #include <QCheckBox>
+#include <QLabel>
 #include <QWheelEvent>
 #include <map>
 #include <set>
 
 #include "WindowFixture.h"
+#include "base/clsScopeGuard.h"
 
 namespace {
 
@@ -81,7 +83,7 @@ TEST_F(clsControlsTest, OneClickFillsEveryControlAndWhatTheUserEntersReachesTheR
     QTest::keyClicks(&prefix, "A");
     Find<QComboBox>("cboPrefix").setFocus();
     Select("cboPrefix", "NAK");
-    EXPECT_EQ(Shown("cboPrefix"), "") << "to be chosen again";
+    EXPECT_EQ(Shown("cboPrefix labPrefixCount"), " 2 of 16") << "to be chosen again";
     EXPECT_TRUE(prefix.hasFocus()) << "what is typed next stands behind it";
     const std::uint8_t typed[] = {'A', 21, 0xFF};
     std::copy(std::begin(typed), std::end(typed), expected.begin() + 160);
@@ -163,6 +165,8 @@ TEST_F(clsControlsTest, TheTableIsEditedWithItsButtons) {
     Click("chkEnabled");
     Click("cmdAddOutput");
     EXPECT_EQ(list.item(5)->text(), "[1K ] 0000AA11       a, b");
+    EXPECT_TRUE(serialBox.hasFocus()) << "for the next card";
+    EXPECT_EQ(Shown("labTableHint"), "already in the table");
     EXPECT_EQ(list.item(5)->checkState(), Qt::Unchecked);
     EXPECT_FALSE(Enabled("cmdAddOutput")) << "the same card again";
 
@@ -178,6 +182,44 @@ TEST_F(clsControlsTest, TheTableIsEditedWithItsButtons) {
     EXPECT_EQ(list.count(), 5);
     EXPECT_FALSE(Enabled("cmdEditOutput") || Enabled("cmdRemove"));
     EXPECT_EQ(window->focusWidget(), &list) << "and not a button that would do something else";
+}
+
+TEST_F(clsControlsTest, TheRowsOfTheTableStandUnderTheHeaderAndTheirBoxesAreSeenOnDark) {
+    const QPalette before = QApplication::palette();
+    const clsScopeGuard restore([before] { QApplication::setPalette(before); });
+    for (const bool dark : {false, true}) {
+        QApplication::setPalette(dark ? QPalette(QColor(0x3A, 0x3A, 0x3A), QColor(0x2B, 0x2B, 0x2B))
+                                      : before);
+        Start();
+        TurnTo(TablePage);
+        auto& list = Find<QListWidget>("lstTable");
+        list.addItem("Type");
+        list.item(0)->setCheckState(Qt::Unchecked);
+        list.setFocusPolicy(Qt::NoFocus);
+        QCoreApplication::processEvents();
+        const QRect row = list.visualItemRect(list.item(0));
+        const QImage picture = window->grab().toImage();
+        // The columns with something in them, of a strip of the window.
+        const auto ink = [&](const QWidget& in, const QRect& strip) {
+            const QRect at(in.mapTo(window.get(), strip.topLeft()), strip.size());
+            const int paper = picture.pixelColor(at.left(), at.center().y()).lightness();
+            std::vector<int> columns;
+            for (int x = at.left(); x < at.right(); ++x)
+                for (int y = at.top(); y < at.bottom(); ++y)
+                    if (std::abs(picture.pixelColor(x, y).lightness() - paper) > 60) {
+                        columns.push_back(x);
+                        break;
+                    }
+            return columns;
+        };
+        const auto& header = Find<QLabel>("labTable");
+        const auto text = ink(header, QRect(2, 0, 90, header.height()));
+        const auto shown = ink(*list.viewport(), row.intersected(QRect(0, 0, 90, 40)));
+        ASSERT_TRUE(!text.empty() && !shown.empty());
+        EXPECT_TRUE(std::binary_search(shown.begin(), shown.end(), text.front()));
+        EXPECT_FALSE(std::binary_search(shown.begin(), shown.end(), text.front() - 1));
+        EXPECT_LT(shown.front() + 8, text.front()) << "its box, dark " << dark;
+    }
 }
 
 TEST_F(clsControlsTest, EveryControlThatTakesTheFocusHasAConstantNameOfItsOwn) {

@@ -1,6 +1,9 @@
 // Files, closing, and everything that can come in between while the window waits for the reader.
 
 #include <QCheckBox>
+#include <QGroupBox>
+#include <QProgressBar>
+#include <QScreen>
 #include <QSplitter>
 
 #include "WindowFixture.h"
@@ -69,8 +72,10 @@ TEST_F(clsMainTest, FilesAreSavedOpenedAndDropped) {
     Click("cmdOpen");
     EXPECT_EQ(LastLine(), "Open Device Info From File OK!");
     EXPECT_EQ(Shown("cboLanguage"), "Germany");
+    EXPECT_TRUE(Shown("labStatusFile").ends_with("/mine.txt")) << "and no more the start-up file";
     chosenFile = "none.txt";
     Click("cmdOpen");
+    EXPECT_TRUE(suggested.endsWith("/mine.txt"));
     EXPECT_EQ(LastLine(), "Open Device Info From File NG!");
     const Texts lines = Log();
     chosenFile.clear();
@@ -85,8 +90,8 @@ TEST_F(clsMainTest, FilesAreSavedOpenedAndDropped) {
     Input::Drop(*Find<TextBoxEx>("txtPrefix").viewport(), what);
     QCoreApplication::processEvents();
     EXPECT_EQ(Shown("labNotice"),
-              "no settings found in this file; lines must end in CR LF\n"
-              "the file has no conversion table: the table shown is empty now");
+              "No settings found in this file; lines must end in CR LF\n"
+              "The file has no conversion table: the table shown is empty now");
     EXPECT_EQ(Find<QListWidget>("lstTable").count(), 0);
     EXPECT_EQ(Shown("txtPrefix"), "\x02ID=");
 
@@ -190,11 +195,12 @@ TEST_F(clsMainTest, WhateverComesInTheMiddleOfAFlowItEndsAsItShould) {
         int page;
         int at;  // ms from the click
         const char *passed, *failed;
+        const char* state = "";  // meanwhile
     } flows[] = {
-        {"cmdAutoScan", 0, 75, "Get Device Information OK", "Get Device Information NG"},
-        {"cmdShowZarn74", 0, 30, "Get Device Information OK", "Get Device Information NG"},
-        {"cmdApply", 0, 30, "Write OK", "Write NG"},
-        {"cmdInitialize", 0, 30, "Write Default Info OK", "Write Default Info NG"},
+        {"cmdAutoScan", 0, 75, "Get Device Information OK", "Get Device Information NG", "Reading..."},
+        {"cmdShowZarn74", 0, 30, "Get Device Information OK", "Get Device Information NG", "Reading..."},
+        {"cmdApply", 0, 30, "Write OK", "Write NG", "Writing..."},
+        {"cmdInitialize", 0, 30, "Write Default Info OK", "Write Default Info NG", "Writing the defaults..."},
         {"cmdReadCardInfo", 3, 30, "Empty", "Can't Get Card Info!"},
         {"cmdTest", 4, 30, "Test EEPROM OK", "Test EEPROM NG"},
     };
@@ -219,6 +225,7 @@ TEST_F(clsMainTest, WhateverComesInTheMiddleOfAFlowItEndsAsItShould) {
                 }
                 if (what == ClickAll) emit Find<clsLogView>("txtView").SaveRequested();
                 EXPECT_EQ(filters, "") << "no dialog inside a flow";
+                EXPECT_TRUE(flow.page != 0 || Shown("labStatusState") == flow.state);
                 EXPECT_EQ(Find<QAbstractButton>("cmdTest").text(), test ? "Cancel" : "Test EEPROM");
                 if (what == ClickAll && test) Click("cmdTest");
                 EXPECT_FALSE(what == Close && window->close());
@@ -238,7 +245,12 @@ TEST_F(clsMainTest, WhateverComesInTheMiddleOfAFlowItEndsAsItShould) {
             EXPECT_EQ(Shown("labStatusPort") == "no port open", what == Pull);
             EXPECT_TRUE(Enabled("cmdAutoScan") && Find<QWidget>("cmdCancel").isHidden());
             EXPECT_EQ(boxes, "");
-            EXPECT_EQ(Shown("labStatusState") == "Ready", what != Pull);
+            const std::string state = Shown("labStatusState");
+            EXPECT_EQ(state == "Ready", what != Pull && what != Close) << state;
+            EXPECT_EQ(state.ends_with(" cancelled; close again to leave"), what == Close) << state;
+            EXPECT_EQ(Find<QGroupBox>("grpReader").title() == "Reader: not connected", what == Pull);
+            EXPECT_EQ(Enabled("labROMSN"), what != Pull);
+            EXPECT_EQ(Shown("labPort"), "COM1");
             EXPECT_EQ(Shown("labTest"), !test ? "not tested" : what == Nothing ? "OK" : "NG");
             EXPECT_EQ(Find<QWidget>("shpTest").palette().color(QPalette::Window).name(), !test ? "#808080"
                                                                                          : what == Nothing
@@ -249,6 +261,48 @@ TEST_F(clsMainTest, WhateverComesInTheMiddleOfAFlowItEndsAsItShould) {
             comm.SetPortOpen(false);
         }
     }
+}
+
+TEST_F(clsMainTest, APageIsAsLargeBeforeItIsShownAsBehindAndTheWindowFitsOnSmallScreens) {
+    Start();
+    const auto& pages = Find<QWidget>("pnlSettings");
+    const QSize size = pages.minimumSizeHint();
+    const QList<int> divided = Find<QSplitter>("splMain").sizes();
+    for (const int page : {KeyPage, CardPage, TablePage}) {
+        TurnTo(page);
+        QCoreApplication::processEvents();
+        EXPECT_EQ(pages.minimumSizeHint(), size) << page;
+        EXPECT_EQ(Find<QSplitter>("splMain").sizes(), divided) << page;
+    }
+    EXPECT_LE(window->minimumSizeHint().height(), 440) << "1366x768 at 150 %, with a task bar";
+    window->resize(900, 1400);  // as it was on a large screen
+    EXPECT_TRUE(window->close());
+    Start();
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(window->screen()->availableGeometry().contains(window->frameGeometry()));
+}
+
+TEST_F(clsMainTest, TheBytesOfTheMemoryImageMoveTheProgress) {
+    StartOnReader();
+    clsSimSerialControl::Line line;
+    line.Reader = &reader;
+    line.Paced = true;
+    serial.AddLine(1, line);
+    comm.SetBaudRate(2400);  // 4.4 s
+    std::vector<int> values;
+    Texts texts;
+    for (const int at : {1000, 2000, 3500}) {
+        host.StartTimer(at, [&] {
+            QTest::qWait(60);
+            const auto& bar = Find<QProgressBar>("prgStatus");
+            values.push_back(100 * bar.value() / bar.maximum());
+            texts.push_back(bar.text().toStdString());
+        });
+    }
+    Click("cmdShowZarn74");
+    EXPECT_EQ(LastLine(), "Get Device Information OK");
+    EXPECT_TRUE(values.size() == 3 && 5 < values[0] && values[0] < values[1] && values[1] + 10 < values[2]);
+    EXPECT_TRUE(texts.back().ends_with(" of 1024 bytes")) << texts.back();
 }
 
 }  // namespace
