@@ -27,6 +27,10 @@ constexpr auto programTitle = "Zarn74 Configuration";
 constexpr int progressTime = 40;  // ms between two pictures of the progress
 constexpr int noticeLines = 12;   // what more there is does not fit above the log
 constexpr int frameTime = 300;    // ms from being shown, in which the desktop has framed the window
+// In characters and lines. A page says how large it is when it is first shown, and all would jump then.
+constexpr int pagesWidth = 110;
+constexpr int pagesHeight = 32;
+constexpr int logHeight = 8;      // its heading included
 constexpr int statusMargin = 10;  // pixels
 constexpr int stepBytes = 16;     // that travel for a step, about, beside those of a memory image
 
@@ -90,7 +94,6 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
       m_flows(parts.Host, parts.Comm, parts.Settings, m_log, m_settingsFile, *this) {
     m_ui->SSTab1->setCurrentIndex(0);
     setWindowTitle(TitleText());
-    MakeScrollArea();
     MakeHints();
     MakeLists();
     MakeDigitBoxes();
@@ -115,6 +118,7 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
     ShowTest(clsReaderFlows::testCaption, TestIndicator::Grey);
     m_flows.ButtonsEnable(true);
 
+    MakeScrollArea();
     setAcceptDrops(true);
     installEventFilter(this);
     for (QWidget* child : findChildren<QWidget*>())
@@ -134,6 +138,8 @@ void frmMain::MakeScrollArea() {
     area->setFocusPolicy(Qt::NoFocus);
     area->setWidgetResizable(true);
     area->setWidget(m_ui->pnlSettings);
+    const int width = fontMetrics().averageCharWidth() * pagesWidth;
+    area->setMinimumWidth(std::min(width, screen()->availableSize().width() * 9 / 10));
     m_ui->splMain->insertWidget(0, area);
 }
 
@@ -286,7 +292,6 @@ void frmMain::RestoreLayout() {
 void frmMain::showEvent(QShowEvent* event) {
     QMainWindow::showEvent(event);
     if (m_firstSize.isNull()) return;
-    MeasurePages();
     if (!m_divided) Divide();
     // A size that somebody asked for is his own. The desktop's frame may come a moment later.
     if (size() == m_firstSize)
@@ -294,25 +299,11 @@ void frmMain::showEvent(QShowEvent* event) {
     m_firstSize = {};
 }
 
-// A page would only say how large it is when it is shown, and all would jump then.
-void frmMain::MeasurePages() {
-    for (QWidget* control : m_ui->pnlSettings->findChildren<QWidget*>()) {
-        control->ensurePolished();
-        control->updateGeometry();
-    }
-    AlignTableHeader();
-    for (QLayout* layout : m_ui->pnlSettings->findChildren<QLayout*>()) layout->invalidate();
-    const int width =
-        m_ui->pnlSettings->minimumSizeHint().width() + style()->pixelMetric(QStyle::PM_ScrollBarExtent);
-    m_ui->splMain->widget(0)->setMinimumWidth(std::min(width, screen()->availableSize().width() * 9 / 10));
-}
-
-/// The pages get what they ask for, and the log the rest, which is not to be too little.
+/// The pages get what they need, and the log the rest, which is not to be too little.
 void frmMain::Divide() {
-    constexpr int fewestLines = 6;
+    const int line = fontMetrics().height();
     const int room = m_ui->splMain->height() - m_ui->splMain->handleWidth();
-    const int log = m_ui->labLog->sizeHint().height() * fewestLines;
-    const int pages = std::min(m_ui->pnlSettings->sizeHint().height(), room - log);
+    const int pages = std::min(line * pagesHeight, room - line * logHeight);
     m_ui->splMain->setSizes({pages, room - pages});
 }
 

@@ -105,7 +105,6 @@ class frmMain : public QMainWindow, public clsIMainView {
     void MakeShortcuts();
     void RestoreLayout();
     void SaveLayout();
-    void MeasurePages();
     void Divide();
     void FitToScreen();
     void ColorNotice();
