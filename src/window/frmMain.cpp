@@ -12,7 +12,6 @@
 #include <QProgressBar>
 #include <QScreen>
 #include <QScrollArea>
-#include <QShortcut>
 #include <QWindow>
 
 #include "base/clsScopeGuard.h"
@@ -20,6 +19,7 @@
 #include "ui_frmMain.h"
 #include "widgets/clsElidedLabel.h"
 #include "widgets/clsInputGuard.h"
+#include "window/clsActions.h"
 
 namespace {
 
@@ -101,7 +101,9 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
     MakeStatusBar();
     MakeReaderPanel();
     ConnectButtons();
-    MakeShortcuts();
+    m_actions = new clsActions(*this, bench);
+    ConnectActions();
+    ConnectEdits();
     ColorNotice();
     ColorCheckBoxes();
     m_ui->fraNotice->hide();
@@ -253,23 +255,22 @@ void frmMain::ConnectButtons() {
     connect(m_ui->cmdHideNotice, &QToolButton::clicked, m_ui->fraNotice, &QWidget::hide);
 }
 
-// The boxes of key strings take every Ctrl and letter for themselves, so each has a twin.
-void frmMain::MakeShortcuts() {
-    const auto shortcut = [this](const QList<QKeySequence>& keys, QPushButton* button) {
-        for (const QKeySequence& key : keys) {
-            auto* const made = new QShortcut(key, this);
-            made->setAutoRepeat(false);  // a key that is held writes once
-            connect(made, &QShortcut::activated, button, &QPushButton::click);
-        }
-    };
-    shortcut({Qt::Key_F2}, m_ui->cmdAutoScan);
-    shortcut({Qt::CTRL | Qt::Key_O, Qt::Key_F3}, m_ui->cmdOpen);
-    shortcut({Qt::CTRL | Qt::Key_S, Qt::Key_F4}, m_ui->cmdSave);
-    shortcut({Qt::Key_F5}, m_ui->cmdShowZarn74);
-    shortcut({Qt::Key_F7}, m_cancel);
-    shortcut({Qt::Key_F8}, m_ui->cmdApply);
-    shortcut({Qt::Key_F9}, m_ui->cmdInitialize);
-    connect(new QShortcut(Qt::Key_F6, this), &QShortcut::activated, this, &frmMain::FocusLog);
+void frmMain::ConnectActions() {
+    const std::pair<Command, QAbstractButton*> buttons[] = {
+        {Command::Open, m_ui->cmdOpen},          {Command::Save, m_ui->cmdSave},
+        {Command::SaveLog, m_ui->cmdSaveLog},    {Command::Exit, m_ui->cmdExit},
+        {Command::AddRow, m_ui->cmdAddOutput},   {Command::ModifyRow, m_ui->cmdEditOutput},
+        {Command::RemoveRow, m_ui->cmdRemove},   {Command::AutoScan, m_ui->cmdAutoScan},
+        {Command::Read, m_ui->cmdShowZarn74},    {Command::Write, m_ui->cmdApply},
+        {Command::Default, m_ui->cmdInitialize}, {Command::ReadCard, m_ui->cmdReadCardInfo},
+        {Command::TestMemory, m_ui->cmdTest},    {Command::Cancel, m_cancel}};
+    for (const auto& [command, button] : buttons) m_actions->Bind(command, *button);
+    connect(&(*m_actions)[Command::Log], &QAction::triggered, this, &frmMain::FocusLog);
+    connect(&(*m_actions)[Command::ReadBack], &QAction::toggled, this,
+            [this](bool on) { m_flows.SetReadBack(on); });
+    connect(&(*m_actions)[Command::FullScreen], &QAction::toggled, this, [this](bool on) {
+        setWindowState(on ? windowState() | Qt::WindowFullScreen : windowState() & ~Qt::WindowFullScreen);
+    });
 }
 
 void frmMain::RestoreLayout() {
@@ -548,6 +549,10 @@ void frmMain::EnableButtons(const ButtonStates& states) {
     }
     m_ui->cmdSaveLog->setEnabled(states.Idle);
     if (states.Cancel && m_cancel->isHidden()) m_closeRefused.clear();
+    for (const Command command : {Command::Check, Command::Review})
+        (*m_actions)[command].setEnabled(states.Port);
+    for (const Command command : {Command::SaveDefault, Command::Options})
+        (*m_actions)[command].setEnabled(states.Idle);
     m_cancel->setVisible(states.Cancel);
     if (m_focusBack != nullptr && m_focusBack->isEnabled()) {
         if (m_ui->txtView->hasFocus()) m_focusBack->setFocus();

@@ -16,6 +16,7 @@
 namespace Ui {
 class frmMain;
 }
+class clsActions;
 class QComboBox;
 class QKeyEvent;
 class QLabel;
@@ -74,7 +75,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     bool ReadForm(ZarnForm& form) override;
     void ShowForm(const ZarnForm& form) override;
     void ShowPanel(const InfoPanel& panel) override;
-    void ShowPicture(const clsReaderPicture&) override {}
+    void ShowPicture(const clsReaderPicture& picture) override;
     void EnableButtons(const ButtonStates& states) override;
     void ShowProgress(int number, int count) override;
     void ShowImageProgress(int received, int count) override;
@@ -83,6 +84,13 @@ class frmMain : public QMainWindow, public clsIMainView {
     void ShowNotice(const std::string& text) override;
     bool GetFileName(std::string& name, bool save, const std::string& filter) override;
     void FocusLog() override;
+
+  signals:
+    /// A control of the pages shows something else than before, by a person or by a flow. Comes often; while
+    /// a form is filled once, at its end.
+    void FormChanged();
+    /// What the reader was last seen to hold has changed.
+    void PictureChanged();
 
   protected:
     void closeEvent(QCloseEvent* event) override;
@@ -102,7 +110,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     void MakeStatusBar();
     void MakeReaderPanel();
     void ConnectButtons();
-    void MakeShortcuts();
+    void ConnectActions();
     void RestoreLayout();
     void SaveLayout();
     void Divide();
@@ -114,6 +122,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     static bool OpensKeyNames(QObject* watched, const QKeyEvent& key);
 
     // controls
+    void ConnectEdits();
     [[nodiscard]] QWidget& Control(Setting setting) const;
     [[nodiscard]] ucTextScroll& DigitBox(int box) const;
     void ShowSetting(const SettingRow& row, const ZarnForm& form);
@@ -150,6 +159,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     QLabel* m_statusFile = nullptr;
     QProgressBar* m_progress = nullptr;
     QPushButton* m_cancel = nullptr;
+    clsActions* m_actions = nullptr;
     std::unique_ptr<Ui::frmMain> m_ui;
     clsMessageLog m_log;
     clsSettingsFile m_settingsFile;

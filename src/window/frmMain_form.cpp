@@ -200,6 +200,26 @@ QWidget& frmMain::Control(Setting setting) const {
     return *m_ui->chkWithoutLeadingZeros;
 }
 
+// Each control tells of an edit; what fills them tells once.
+void frmMain::ConnectEdits() {
+    const auto edited = [this] {
+        if (!Suppressed()) emit FormChanged();
+    };
+    for (const SettingRow& row : settingTable) {
+        QWidget& control = Control(row.Id);
+        if (auto* const text = qobject_cast<TextBoxEx*>(&control)) {
+            connect(text, &QTextEdit::textChanged, this, edited);
+        } else if (auto* const flag = qobject_cast<QCheckBox*>(&control)) {
+            connect(flag, &QCheckBox::toggled, this, edited);
+        } else {
+            connect(static_cast<QComboBox*>(&control), &QComboBox::currentIndexChanged, this, edited);
+        }
+    }
+    for (int box = 0; box < ZarnForm::boxCount; ++box)
+        connect(&DigitBox(box), &ucTextScroll::Change, this, edited);
+    connect(m_ui->lstTable, &QListWidget::itemChanged, this, edited);
+}
+
 bool frmMain::ReadForm(ZarnForm& form) {
     for (const SettingRow& row : settingTable) {
         QWidget& control = Control(row.Id);
@@ -230,7 +250,10 @@ void frmMain::ShowForm(const ZarnForm& form) {
         ShowFilters(form.Record.CardFilter, form.Page);
     }
     UpdateTableButtons();
+    emit FormChanged();
 }
+
+void frmMain::ShowPicture(const clsReaderPicture&) { emit PictureChanged(); }
 
 void frmMain::ShowSetting(const SettingRow& row, const ZarnForm& form) {
     QWidget& control = Control(row.Id);
@@ -338,6 +361,7 @@ void frmMain::EditTable(const std::function<void(clsConvertTable&)>& edit) {
         ShowTable(table);
     }
     UpdateTableButtons();
+    emit FormChanged();
 }
 
 void frmMain::UpdateTableButtons() {
