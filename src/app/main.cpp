@@ -127,6 +127,7 @@ int Tell(frmMain& window, const WindowOptions& options) {
 int Open(const WindowParts& parts, const WindowOptions& options, clsDemoPanel* panel) {
     WindowFiles files;
     files.Defaults = ProgramFiles::DefaultFile();
+    if (panel == nullptr) files.UserDefaults = ProgramFiles::UserDefaultFile();
     if (!options.Batch()) {
         const auto startup = ProgramFiles::StartupFile(panel != nullptr ? "-demo" : "");
         files.StartupToRead = startup.ToRead;

@@ -494,13 +494,22 @@ FlowResult clsReaderFlows::OpenFile(const std::string& name) {
 
 FlowResult clsReaderFlows::Save() {
     if (m_running) return FlowResult::Refused;
-    if (!SaveZarn74()) {
-        m_log.ShowMsg("Save Device Info NG");
-        return FlowResult::Failed;
-    }
+    if (!TakeControls()) return FlowResult::Failed;
     std::string name;
     if (!m_view.GetFileName(name, /*save=*/true, fileFilter)) return FlowResult::Cancelled;
     return SaveFile(name);
+}
+
+FlowResult clsReaderFlows::SaveAs(const std::string& name) {
+    if (m_running) return FlowResult::Refused;
+    return TakeControls() ? SaveFile(name) : FlowResult::Failed;
+}
+
+// For a file, which has a line for every setting.
+bool clsReaderFlows::TakeControls() {
+    const bool complete = SaveZarn74();
+    if (!complete) m_log.ShowMsg("Save Device Info NG");
+    return complete;
 }
 
 FlowResult clsReaderFlows::SaveFile(const std::string& name) {

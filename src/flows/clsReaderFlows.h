@@ -128,6 +128,8 @@ class clsReaderFlows {
     FlowResult OpenFile(const std::string& name);
     /// `cmdSave`, asking for the file.
     FlowResult Save();
+    /// The controls to a file that is known, with the messages of Save.
+    FlowResult SaveAs(const std::string& name);
     /// `cmdReadCardInfo`: the card on the reader into the table's controls.
     FlowResult ReadCardInfo();
     /// The last session's file, read at start; without a word when it is not there.
@@ -177,6 +179,7 @@ class clsReaderFlows {
     bool ReadCard(bool reportEmpty);
     [[nodiscard]] std::string FormNotice(bool knownKey) const;
     bool OpenRecord(const std::string& name, FileContent& content);
+    bool TakeControls();
     bool SaveRecord(const std::string& name);
     void ShowCommPortInfo();
     bool ShowZarn74();

@@ -58,6 +58,12 @@ std::string DefaultFile() {
     return folders.front() + "/Default.ini";
 }
 
+std::string UserDefaultFile() {
+    std::error_code error;  // a folder that cannot be made shows when the file is written
+    std::filesystem::create_directories(UserFolder(), error);
+    return UserFolder() + "/Default.ini";
+}
+
 StartupFiles StartupFile(const std::string& suffix) {
     const std::string program = ProgramFile();
     std::string name = program.substr(program.rfind('/') + 1);

@@ -14,6 +14,8 @@ std::string UserFolder();
 /// "Default.ini" in the user's folder, else in the program's, else the installation's: the system's own
 /// (etc/zarn74), else that of the installed data (share/zarn74). The user's when it is nowhere.
 std::string DefaultFile();
+/// The user's own of these, whether it is there or not. Its folder is made.
+std::string UserDefaultFile();
 
 /// The file that keeps the window's controls from one session to the next.
 struct StartupFiles {

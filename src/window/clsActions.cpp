@@ -37,7 +37,7 @@ constexpr ActionRow rows[] = {
     {Command::Review, WindowMenu::Reader, "actReview", "Re&view and write...", "Shift+F8", false},
     {Command::Default, WindowMenu::Reader, "actDefault", "Default", nullptr, false},
     {Command::ReadBack, WindowMenu::Reader, "actReadBack", "Read &back after writing", nullptr, false},
-    {Command::ReadCard, WindowMenu::Reader, "actReadCard", "Read the &card", nullptr, true},
+    {Command::ReadCard, WindowMenu::Reader, "actReadCard", "Read the car&d", nullptr, true},
     {Command::TestMemory, WindowMenu::Reader, "actTestMemory", "&Test EEPROM", nullptr, false},
     {Command::Cancel, WindowMenu::Reader, "actCancel", "&Cancel", "F7", true},
     {Command::Changes, WindowMenu::View, "actChanges", "&Changes", "F9", false},

@@ -1,17 +1,22 @@
 #include "window/frmMain.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QCloseEvent>
+#include <QDialog>
+#include <QDialogButtonBox>
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QMenu>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QProgressBar>
 #include <QScreen>
 #include <QScrollArea>
+#include <QVBoxLayout>
 #include <QWindow>
 
 #include "base/clsScopeGuard.h"
@@ -19,6 +24,7 @@
 #include "ui_frmMain.h"
 #include "widgets/clsElidedLabel.h"
 #include "widgets/clsInputGuard.h"
+#include "window/HelpDialogs.h"
 #include "window/clsActions.h"
 
 namespace {
@@ -38,6 +44,8 @@ constexpr auto storeSection = "Window";
 constexpr auto storeGeometry = "Geometry";
 constexpr auto storeSplitter = "Splitter";
 constexpr auto storeFolder = "Folder";
+constexpr auto storeRecent = "RecentFiles";
+constexpr int recentFiles = 9;  // one digit each
 
 /// The title with the version in the form "V1.2R3".
 QString TitleText() {
@@ -83,11 +91,15 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
     : OnMessageBox([this](const QString& text) {
           QMessageBox(QMessageBox::Warning, windowTitle(), text, QMessageBox::Ok, this).exec();
       }),
+      OnQuestion([this](const QString& text) {
+          return QMessageBox::question(this, windowTitle(), text) == QMessageBox::Yes;
+      }),
       OnFileDialog([this](const QString& suggested, bool save, const QString& filter) {
           return ChooseFile(suggested, save, filter);
       }),
       m_parts(parts),
       m_files(files),
+      m_defaults(files.Defaults),
       m_ui(MakeControls(*this)),
       m_log(parts.Host, *m_ui->txtView, &parts.KeyNames),
       m_settingsFile(parts.Files),
@@ -172,7 +184,7 @@ void frmMain::MakeStatusBar() {
     m_progress->setObjectName("prgStatus");
     m_progress->setMaximumWidth(fontMetrics().averageCharWidth() * 30);
     m_progress->hide();
-    m_cancel = new QPushButton(tr("&Cancel"), this);
+    m_cancel = new QPushButton(tr("Cancel"), this);
     m_cancel->setObjectName("cmdCancel");
     m_cancel->setToolTip(tr("End what is running at once (F7)"));
     m_statusPort = new clsElidedLabel(this);
@@ -223,9 +235,14 @@ void frmMain::ConnectButtons() {
     flow(m_ui->cmdShowZarn74, tr("Reading"), Pages::Closed, [this] { return m_flows.Read(); });
     flow(m_ui->cmdApply, tr("Writing"), Pages::Closed, [this] { return m_flows.Apply(); });
     flow(m_ui->cmdInitialize, tr("Writing the defaults"), Pages::Closed,
-         [this] { return m_flows.Initialize(m_files.Defaults); });
+         [this] { return m_flows.Initialize(m_defaults); });
     flow(m_ui->cmdOpen, tr("Opening a file"), Pages::Closed, [this] { return Opened(m_flows.Open()); });
-    flow(m_ui->cmdSave, tr("Saving to a file"), Pages::Open, [this] { return m_flows.Save(); });
+    flow(m_ui->cmdSave, tr("Saving to a file"), Pages::Open, [this] {
+        const FlowResult result = m_flows.Save();
+        if (result == FlowResult::Done)
+            AddRecent(QFileInfo(QFile::decodeName(m_opening.c_str())).absoluteFilePath());
+        return result;
+    });
     flow(m_ui->cmdReadCardInfo, tr("Reading the card"), Pages::Open,
          [this] { return m_flows.ReadCardInfo(); });
     // A click leaves the focus where it is: in the box that is being filled in.
@@ -265,7 +282,19 @@ void frmMain::ConnectActions() {
         {Command::Default, m_ui->cmdInitialize}, {Command::ReadCard, m_ui->cmdReadCardInfo},
         {Command::TestMemory, m_ui->cmdTest},    {Command::Cancel, m_cancel}};
     for (const auto& [command, button] : buttons) m_actions->Bind(command, *button);
-    connect(&(*m_actions)[Command::Log], &QAction::triggered, this, &frmMain::FocusLog);
+    const auto does = [this](Command command, const std::function<void()>& what) {
+        connect(&(*m_actions)[command], &QAction::triggered, this, what);
+    };
+    does(Command::Log, [this] { FocusLog(); });
+    QMenu& file = m_actions->Menu(WindowMenu::File);
+    m_recentMenu = new QMenu(tr("&Recent files"), &file);
+    m_recentMenu->setObjectName("mnuRecent");
+    file.insertMenu(&(*m_actions)[Command::Save], m_recentMenu);
+    does(Command::SaveDefault, [this] { SaveDefault(); });
+    does(Command::Options, [this] { ShowOptions(); });
+    does(Command::Keys, [this] { HelpDialogs::ShowKeys(*this, *m_actions); });
+    does(Command::Guide, [this] { HelpDialogs::ShowGuide(*this); });
+    does(Command::About, [this] { HelpDialogs::ShowAbout(*this, windowTitle()); });
     connect(&(*m_actions)[Command::ReadBack], &QAction::toggled, this,
             [this](bool on) { m_flows.SetReadBack(on); });
     connect(&(*m_actions)[Command::FullScreen], &QAction::toggled, this, [this](bool on) {
@@ -279,6 +308,8 @@ void frmMain::RestoreLayout() {
             QByteArray::fromStdString(m_parts.Store.GetSetting(storeSection, key, {})));
     };
     m_folder = QString::fromUtf8(stored(storeFolder));
+    m_recent = QString::fromUtf8(stored(storeRecent)).split('\n', Qt::SkipEmptyParts);
+    ShowRecent();
     m_ui->splMain->setStretchFactor(0, 0);
     m_ui->splMain->setStretchFactor(1, 1);
     if (!restoreGeometry(stored(storeGeometry))) {
@@ -327,6 +358,7 @@ void frmMain::SaveLayout() {
     store(storeGeometry, saveGeometry());
     store(storeSplitter, m_ui->splMain->saveState());
     store(storeFolder, m_folder.toUtf8());
+    store(storeRecent, m_recent.join('\n').toUtf8());
 }
 
 void frmMain::OpenFile(const std::string& name) {
@@ -433,8 +465,28 @@ FlowResult frmMain::RunOverPages(const std::function<FlowResult()>& flow) {
 FlowResult frmMain::Opened(FlowResult result) {
     if (result != FlowResult::Done) return result;
     m_opened = QFileInfo(QFile::decodeName(m_opening.c_str())).absoluteFilePath();
+    AddRecent(m_opened);
     ShowFile();
     return result;
+}
+
+void frmMain::AddRecent(const QString& file) {
+    m_recent.removeAll(file);
+    m_recent.prepend(file);
+    m_recent.resize(std::min<qsizetype>(m_recent.size(), recentFiles));
+    ShowRecent();
+}
+
+void frmMain::ShowRecent() {
+    m_recentMenu->clear();
+    for (const QString& file : m_recent) {
+        const auto number = m_recentMenu->actions().size() + 1;
+        QAction* const action =
+            m_recentMenu->addAction(QString("&%1 %2").arg(number).arg(Short(file).replace('&', "&&")));
+        connect(action, &QAction::triggered, this,
+                [this, file] { OpenFile(QFile::encodeName(file).toStdString()); });
+    }
+    m_recentMenu->setEnabled(!m_recent.isEmpty());
 }
 
 void frmMain::ShowFile() {
@@ -449,6 +501,38 @@ void frmMain::ShowFile() {
         m_statusFile->setText(tr("Start-up file: %1").arg(Short(startup)));
     }
     m_statusFile->setToolTip(tip.join('\n'));
+}
+
+// What Default restores from now on.
+void frmMain::SaveDefault() {
+    const std::string& file = m_files.UserDefaults;
+    const QString name = QFile::decodeName(file.c_str());
+    if (QFileInfo::exists(name) && !OnQuestion(tr("Replace %1 by what the pages show?").arg(Short(name))))
+        return;
+    Run(tr("Saving the defaults"), Pages::Open, [this, &file, &name] {
+        const FlowResult result = m_flows.SaveAs(file);
+        if (result != FlowResult::Done) return result;
+        m_defaults = file;
+        Note(tr("Default restores these settings from now on. They are in %1.").arg(Short(name)));
+        return result;
+    });
+}
+
+void frmMain::ShowOptions() {
+    QDialog dialog(this);
+    dialog.setObjectName("dlgOptions");
+    dialog.setWindowTitle(tr("Options"));
+    auto* const layout = new QVBoxLayout(&dialog);
+    auto* const readBack = new QCheckBox((*m_actions)[Command::ReadBack].text(), &dialog);
+    readBack->setObjectName("chkReadBack");
+    readBack->setToolTip(tr("Write and Default read the reader once more and show what it did not keep"));
+    readBack->setChecked((*m_actions)[Command::ReadBack].isChecked());
+    layout->addWidget(readBack);
+    auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
+    connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    layout->addWidget(buttons);
+    if (dialog.exec() == QDialog::Accepted) (*m_actions)[Command::ReadBack].setChecked(readBack->isChecked());
 }
 
 void frmMain::SaveLog() {
@@ -551,8 +635,9 @@ void frmMain::EnableButtons(const ButtonStates& states) {
     if (states.Cancel && m_cancel->isHidden()) m_closeRefused.clear();
     for (const Command command : {Command::Check, Command::Review})
         (*m_actions)[command].setEnabled(states.Port);
-    for (const Command command : {Command::SaveDefault, Command::Options})
-        (*m_actions)[command].setEnabled(states.Idle);
+    m_recentMenu->setEnabled(states.Idle && !m_recent.isEmpty());
+    (*m_actions)[Command::SaveDefault].setEnabled(states.Idle && !m_files.UserDefaults.empty());
+    (*m_actions)[Command::Options].setEnabled(states.Idle);
     m_cancel->setVisible(states.Cancel);
     if (m_focusBack != nullptr && m_focusBack->isEnabled()) {
         if (m_ui->txtView->hasFocus()) m_focusBack->setFocus();
@@ -649,7 +734,7 @@ bool frmMain::GetFileName(std::string& name, bool save, const std::string& filte
     const QString suggested = save ? QFile::decodeName(name.c_str()) : m_opened;
     const QString path = OnFileDialog(suggested, save, DialogFilter(QtText::ToQString(filter)));
     name = QFile::encodeName(path).toStdString();
-    if (!save) m_opening = name;
+    m_opening = name;
     return !name.empty();
 }
 

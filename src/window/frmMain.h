@@ -20,6 +20,7 @@ class clsActions;
 class QComboBox;
 class QKeyEvent;
 class QLabel;
+class QMenu;
 class QProgressBar;
 class QPushButton;
 class TextBoxEx;
@@ -30,6 +31,7 @@ struct WindowFiles {
     std::string StartupToRead;   ///< the last session's controls
     std::string StartupToWrite;  ///< where this session's go at the end
     std::string Defaults;        ///< for `cmdInitialize`
+    std::string UserDefaults;    ///< the user's own of these; empty where there is none to be saved
 };
 
 /// What the window stands on. All of it outlives the window.
@@ -67,8 +69,10 @@ class frmMain : public QMainWindow, public clsIMainView {
     /// Whether CloseSoon closed it although the start-up file could not be written.
     [[nodiscard]] bool LeftUnsaved() const { return m_leftUnsaved; }
 
-    /// Doors for a test: a box with the text, and the choice of a file (empty: none), from a suggested name.
+    /// Doors for a test: a box with the text, a question that is answered with yes or no, and the choice of a
+    /// file (empty: none), from a suggested name.
     std::function<void(const QString& text)> OnMessageBox;
+    std::function<bool(const QString& text)> OnQuestion;
     std::function<QString(const QString& suggested, bool save, const QString& filter)> OnFileDialog;
 
     // clsIMainView
@@ -141,11 +145,15 @@ class frmMain : public QMainWindow, public clsIMainView {
     FlowResult RunOverPages(const std::function<FlowResult()>& flow);
     FlowResult Opened(FlowResult result);
     void SaveLog();
+    void SaveDefault();
+    void ShowOptions();
     void Note(const QString& text);
     void TellReasons();
     void ShowState();
     void ShowPort(bool open);
     void ShowFile();
+    void AddRecent(const QString& file);
+    void ShowRecent();
     void ShowBar();
     [[nodiscard]] QString Running() const;
     QString ChooseFile(const QString& suggested, bool save, const QString& filter);
@@ -153,6 +161,7 @@ class frmMain : public QMainWindow, public clsIMainView {
 
     const WindowParts m_parts;
     const WindowFiles m_files;
+    std::string m_defaults;          // the file that Default takes now
     QLabel* m_statusPort = nullptr;  // these before m_ui, which may send events
     QLabel* m_statusSpeed = nullptr;
     QLabel* m_statusState = nullptr;
@@ -175,9 +184,11 @@ class frmMain : public QMainWindow, public clsIMainView {
     QString m_closeRefused;      // what became of the flow that the window was to be closed in
     bool m_pagesClosed = false;  // a flow is about to show what it read over them
     QString m_folder;            // of the last file chosen
-    std::string m_opening;       // the file being opened
+    std::string m_opening;       // the file being opened or saved
     QString m_opened;            // the one opened last
-    std::string m_port;          // the open port, and its other name
+    QStringList m_recent;        // opened or saved last, the newest first
+    QMenu* m_recentMenu = nullptr;
+    std::string m_port;  // the open port, and its other name
     QString m_portAlias;
     QWidget* m_focusBack = nullptr;  // the button that a flow was started with
     bool m_closeSoon = false;

@@ -90,6 +90,53 @@ TEST_F(clsCliTest, EveryRunPrintsOneObjectOfTheSchema) {
     }
 }
 
+/// A settings file in which nothing is as in the reader's example.
+std::string AllOther() {
+    std::string text =
+        "[General]\r\nBaudrate=9600\r\nLanguage=3\r\nTagFrequency=0\r\nUsbInterface=0\r\nKeyboardOutput=0\r\n"
+        "BuzzerEnabled=0\r\nCardIDNumericSystem=1\r\nCardIDNumericSequence=1\r\nEMCardIDNumericSequence="
+        "255\r\n"
+        "Prefix=a\r\nPostfix=b\r\nOnRemove=c\r\nDelimiter=2\r\nDisplayCardType=0\r\nCardSNConvert=0\r\n"
+        "UseRightKeypad=1\r\nIDWithoutLeadingZeros=0\r\n";
+    for (int i = 1; i <= 10; ++i) {
+        const std::string index = "(" + std::to_string(i) + ")=";
+        text += "Filter_Start" + index + "2\r\nFilter_Length" + index + "4\r\n";
+    }
+    for (int i = 1; i <= 16; ++i)
+        text += "Convert(" + std::to_string(i) + ")=+[" + (i == 5 ? "1K " : "EM ") + "],00112233,row\r\n";
+    return text;
+}
+
+TEST_F(clsCliTest, WhateverHappensToTheWriteOfOneSettingTheProofTellsIt) {
+    files.Contents["file"] = AllOther();
+    const auto registers = reader.Registers;
+    Run("--json check file");
+    const Json all = Json::parse(out.Text)["result"]["changes"];
+    ASSERT_EQ(all.size(), 43U);
+    for (const auto fault : {SimFault::DroppedWrite, SimFault::RefuseCode, SimFault::NoAnswer}) {
+        for (const Json& change : all) {
+            const std::string setting = change["setting"];
+            SCOPED_TRACE(setting + " " + std::string(SimFaultName(fault)));
+            reader.ClearFaults();
+            reader.Registers = registers;
+            SimFaultRule rule{fault, 'C', std::stoi(change["registers"].get<std::string>())};
+            rule.Value = 3;
+            reader.AddFault(rule);
+            if (fault == SimFault::NoAnswer) reader.AddFault({SimFault::NoAnswer, 'B'});
+            const int exit = Run("--json write file");
+            const Json changes = Json::parse(out.Text)["result"]["changes"];
+            ASSERT_EQ(changes.size(), 43U);
+            const bool dropped = fault == SimFault::DroppedWrite;
+            EXPECT_EQ(exit, dropped ? 4 : 1);
+            for (const Json& told : changes) {
+                const bool it = told["setting"] == setting;
+                EXPECT_EQ(told["kept"], dropped ? Json(!it) : Json()) << told["setting"];
+                EXPECT_EQ(told["after"].is_null(), !dropped);
+            }
+        }
+    }
+}
+
 TEST_F(clsCliTest, TracesAreOneFrameALine) {
     const clsSchema schema;
     EXPECT_EQ(Run("--port COM1 --baud 19200 --trace dump"), 0);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QAbstractButton>
+#include <QAction>
 #include <QApplication>
 #include <QComboBox>
 #include <QListWidget>
@@ -33,12 +34,16 @@ struct clsWindowTest : testing::Test, ReaderWorld {
     void Start(bool bench = false) {
         window.reset();
         window = std::make_unique<frmMain>(WindowParts{host, comm, module, disk, store, keyNames},
-                                           WindowFiles{"start", "start", "Default.ini"}, bench);
+                                           WindowFiles{"start", "start", "Default.ini", userDefaults}, bench);
         window->OnMessageBox = [this](const QString& text) { boxes += text.toStdString(); };
         window->OnFileDialog = [this](const QString& name, bool, const QString& filter) {
             suggested = name;
             filters += filter.toStdString();
             return chosenFile;
+        };
+        window->OnQuestion = [this](const QString& text) {
+            boxes += text.toStdString();
+            return false;
         };
         window->show();
         QApplication::setActiveWindow(window.get());
@@ -56,6 +61,8 @@ struct clsWindowTest : testing::Test, ReaderWorld {
         if (control == nullptr) throw std::logic_error(name);
         return *control;
     }
+    /// Chooses it in the menu.
+    void Do(const char* action) const { Find<QAction>(action).trigger(); }
     void Click(const char* name) const { QTest::mouseClick(&Find<QAbstractButton>(name), Qt::LeftButton); }
     [[nodiscard]] bool Enabled(const char* name) const { return Find<QWidget>(name).isEnabled(); }
     /// What lists, text boxes and labels show, their names separated by blanks; the texts too.
@@ -93,6 +100,7 @@ struct clsWindowTest : testing::Test, ReaderWorld {
     clsKeyState keyState;
     clsScanNames scanNames;
     modKeyboard keyNames{keyState, scanNames};
+    std::string userDefaults = "mine.ini";
     std::string boxes;
     std::string filters;
     QString chosenFile;
