@@ -66,6 +66,50 @@ constexpr clsReaderFlows::WriteTexts clsReaderFlows::WriteTexts::Default{
     "Open Default Info From File OK!", "Open Zarn74 Default Info From File NG!", "Write Default Info OK",
     "Write Default Info NG", /*KeepPadding=*/true};
 
+/// The one way into a flow and out of it, on the flow's stack. What a reader still sends after one that was
+/// broken off is nothing that it typed.
+class clsReaderFlows::clsDoor {
+  public:
+    clsDoor(clsReaderFlows& flows, FlowKind kind) : m_flows(flows), m_kind(kind) {
+        if (flows.m_running) return;
+        m_entered = true;
+        flows.m_running = true;
+        flows.m_busy = kind == FlowKind::Test;
+        flows.m_cancelRequested = false;
+        flows.m_generation = flows.m_comm.CancelGeneration();
+        flows.ButtonsEnable(false);
+    }
+    clsDoor(const clsDoor&) = delete;
+    clsDoor& operator=(const clsDoor&) = delete;
+    ~clsDoor() {
+        if (!m_entered) return;
+        m_flows.m_running = false;
+        m_flows.m_busy = false;
+        m_flows.m_cancelRequested = false;
+        m_flows.m_view.ShowProgress(/*number=*/0, /*count=*/0);
+        m_flows.ButtonsEnable(true);
+    }
+    /// False while another flow runs: then there is nothing to be done.
+    [[nodiscard]] bool Entered() const { return m_entered; }
+    FlowResult Leave(bool done) {
+        if (done) return Leave(FlowResult::Done);
+        return Leave(m_flows.Cancelled() ? FlowResult::Cancelled : FlowResult::Failed);
+    }
+    FlowResult Leave(FlowResult result) {
+        const bool brokenOff = result == FlowResult::Failed || result == FlowResult::Cancelled;
+        if (m_kind != FlowKind::File && (brokenOff || result == FlowResult::Done)) {
+            m_flows.m_mutedSince = m_flows.m_host.TickCount();
+            m_flows.m_mutedTime = brokenOff ? lateAnswerTime : 0;
+        }
+        return result;
+    }
+
+  private:
+    clsReaderFlows& m_flows;
+    FlowKind m_kind;
+    bool m_entered = false;
+};
+
 clsReaderFlows::clsReaderFlows(clsIHost& host, ucCOMM& comm, modZarn74& settings, clsMessageLog& log,
                                clsSettingsFile& files, clsIMainView& view)
     : m_host(host),
@@ -100,40 +144,6 @@ clsReaderFlows::~clsReaderFlows() {
     m_comm.OnImageProgress = {};
 }
 
-// The one way into a flow and out of it. What a reader still sends after one that was broken off is nothing
-// that it typed.
-FlowResult clsReaderFlows::Run(FlowKind kind, const std::function<FlowResult()>& flow) {
-    if (m_running) return FlowResult::Refused;
-    m_running = true;
-    m_busy = kind == FlowKind::Test;
-    m_cancelRequested = false;
-    m_generation = m_comm.CancelGeneration();
-    ButtonsEnable(false);
-    const clsScopeGuard leave([this] {
-        m_running = false;
-        m_busy = false;
-        m_cancelRequested = false;
-        m_view.ShowProgress(/*number=*/0, /*count=*/0);
-        ButtonsEnable(true);
-    });
-    const FlowResult result = flow();
-    const bool brokenOff = result == FlowResult::Failed || result == FlowResult::Cancelled;
-    if (kind != FlowKind::File && (brokenOff || result == FlowResult::Done)) {
-        m_mutedSince = m_host.TickCount();
-        m_mutedTime = brokenOff ? lateAnswerTime : 0;
-    }
-    return result;
-}
-
-FlowResult clsReaderFlows::RunReader(const std::function<bool()>& flow) {
-    return Run(FlowKind::Reader, [&] { return ResultOf(flow()); });
-}
-
-FlowResult clsReaderFlows::ResultOf(bool done) const {
-    if (done) return FlowResult::Done;
-    return Cancelled() ? FlowResult::Cancelled : FlowResult::Failed;
-}
-
 // -- finding and asking a reader ----------------------------------------------------------------------------
 
 bool clsReaderFlows::FindReader(const std::string& port) {
@@ -151,25 +161,27 @@ bool clsReaderFlows::FindReader(const std::string& port) {
 }
 
 FlowResult clsReaderFlows::Scan(const std::string& port) {
-    return RunReader([&] { return FindReader(port) && !Cancelled(); });
+    clsDoor door(*this, FlowKind::Reader);
+    if (!door.Entered()) return FlowResult::Refused;
+    return door.Leave(FindReader(port) && !Cancelled());
 }
 
 FlowResult clsReaderFlows::AutoScan() {
-    return RunReader([this] {
-        ClearMsg(/*keepSelections=*/true);
-        m_notRead.clear();
-        m_record.ProductName.clear();  // of the reader before
-        m_record.Version.clear();
-        m_record.FirmwareSN.clear();
-        const bool found = FindReader({});
-        if (found) {
-            ShowInfo();
-        } else if (!Cancelled()) {
-            m_view.ShowMessageBox("Missing Device");  // runs the loop, with m_running still true
-        }
-        m_view.FocusLog();
-        return found && !Cancelled();
-    });
+    clsDoor door(*this, FlowKind::Reader);
+    if (!door.Entered()) return FlowResult::Refused;
+    ClearMsg(/*keepSelections=*/true);
+    m_notRead.clear();
+    m_record.ProductName.clear();  // of the reader before
+    m_record.Version.clear();
+    m_record.FirmwareSN.clear();
+    const bool found = FindReader({});
+    if (found) {
+        ShowInfo();
+    } else if (!Cancelled()) {
+        m_view.ShowMessageBox("Missing Device");  // runs the loop, with m_running still true
+    }
+    m_view.FocusLog();
+    return door.Leave(found && !Cancelled());
 }
 
 // The scan's own answer counts while the port is open: a reader is not asked twice.
@@ -187,14 +199,14 @@ std::optional<FirmwareAnswer> clsReaderFlows::AskFirmware() {
 }
 
 FlowResult clsReaderFlows::Identify(ReaderIdentity& identity) {
-    return RunReader([&] {
-        const auto product = AskProduct();
-        if (!product) return false;
-        identity.Product = *product;
-        const auto firmware = AskFirmware();
-        if (firmware) identity.Firmware = *firmware;
-        return firmware.has_value();
-    });
+    clsDoor door(*this, FlowKind::Reader);
+    if (!door.Entered()) return FlowResult::Refused;
+    const auto product = AskProduct();
+    if (!product) return door.Leave(false);
+    identity.Product = *product;
+    const auto firmware = AskFirmware();
+    if (firmware) identity.Firmware = *firmware;
+    return door.Leave(firmware.has_value());
 }
 
 void clsReaderFlows::ShowInfo() {
@@ -255,15 +267,17 @@ bool clsReaderFlows::ReadReader() {
 }
 
 FlowResult clsReaderFlows::Read() {
-    return RunReader([this] { return ReadReader(); });
+    clsDoor door(*this, FlowKind::Reader);
+    if (!door.Entered()) return FlowResult::Refused;
+    return door.Leave(ReadReader());
 }
 
 FlowResult clsReaderFlows::ReadInto(ZarnInfo& record, modZarn74::Lines lines) {
-    return RunReader([&] {
-        const bool read = ReadRecord(record, lines);
-        ShowPicture();
-        return read;
-    });
+    clsDoor door(*this, FlowKind::Reader);
+    if (!door.Entered()) return FlowResult::Refused;
+    const bool read = ReadRecord(record, lines);
+    ShowPicture();
+    return door.Leave(read);
 }
 
 // What a write that was broken off left in the reader nobody knows.
@@ -274,12 +288,6 @@ bool clsReaderFlows::Wrote(bool written, const ZarnInfo& record) {
         m_picture.Forget();
     }
     return written;
-}
-
-// All of the record, or what has changed of it.
-bool clsReaderFlows::WriteRecord(ZarnInfo& record) {
-    // Waits at every register, as ReadRecord does.
-    return Wrote(!Cancelled() && m_settings.SetZarnInfo(record, m_onlyChanged), record);
 }
 
 // After a write, where that was asked for. When it fails, what was written stays not read back.
@@ -294,19 +302,20 @@ void clsReaderFlows::ReadBack() {
 }
 
 FlowResult clsReaderFlows::Apply() {
-    return RunReader([this] {
-        const bool complete = SaveZarn74();
-        // The digit boxes keep what a file gave them, also what the reader cannot be given.
-        const bool writable = SayErrors(m_record, m_notRead.empty() ? Notices() : Notices{m_notRead});
-        // What the user types meanwhile is shown over at the end.
-        const bool wrote = complete && writable && WriteRecord(m_record);
-        const bool written = wrote && ShowZarn74();
-        m_log.ShowMsg(written ? WriteTexts::File.WriteOK : WriteTexts::File.WriteNG);
-        if (wrote) ReadBack();
-        ShowPicture();
-        m_view.FocusLog();
-        return written;
-    });
+    clsDoor door(*this, FlowKind::Reader);
+    if (!door.Entered()) return FlowResult::Refused;
+    const bool complete = SaveZarn74();
+    // The digit boxes keep what a file gave them, also what the reader cannot be given.
+    const bool writable = SayErrors(m_record, m_notRead.empty() ? Notices() : Notices{m_notRead});
+    // Waits at every register, as ReadRecord does; what the user types meanwhile is shown over at the end.
+    const bool wrote =
+        complete && writable && Wrote(m_settings.SetZarnInfo(m_record, m_onlyChanged), m_record);
+    const bool written = wrote && ShowZarn74();
+    m_log.ShowMsg(written ? WriteTexts::File.WriteOK : WriteTexts::File.WriteNG);
+    if (wrote) ReadBack();
+    ShowPicture();
+    m_view.FocusLog();
+    return door.Leave(written);
 }
 
 // False, and every setting said that a reader cannot be given, when there is one.
@@ -319,34 +328,35 @@ bool clsReaderFlows::SayErrors(const ZarnInfo& record, const Notices& notices) {
 }
 
 FlowResult clsReaderFlows::WriteDifferences(const ZarnInfo& wanted, const ZarnInfo& picture) {
-    return RunReader([&] {
-        const bool written = SayErrors(wanted, {}) && !Cancelled() &&
-                             Wrote(m_settings.SetDifferences(wanted, picture), wanted);
-        m_log.ShowMsg(written ? WriteTexts::File.WriteOK : WriteTexts::File.WriteNG);
-        ShowPicture();
-        return written;
-    });
+    clsDoor door(*this, FlowKind::Reader);
+    if (!door.Entered()) return FlowResult::Refused;
+    const bool written =
+        SayErrors(wanted, {}) && !Cancelled() && Wrote(m_settings.SetDifferences(wanted, picture), wanted);
+    m_log.ShowMsg(written ? WriteTexts::File.WriteOK : WriteTexts::File.WriteNG);
+    ShowPicture();
+    return door.Leave(written);
 }
 
 FlowResult clsReaderFlows::Initialize(const std::string& name) {
-    return Run(FlowKind::Reader, [&] {
-        FileContent content;
-        if (!OpenRecord(name, content)) {
-            m_log.ShowMsg(WriteTexts::Default.OpenNG);
-            return FlowResult::FileBad;
-        }
-        const auto findings = SettingsCheck::Check(m_record, content.Findings);
-        if (!m_notRead.empty()) content.Notes.push_back(m_notRead);
-        ShowNotices(content.Notes, findings);
-        m_log.ShowMsg(WriteTexts::Default.OpenOK);
-        ShowZarn74();
-        const bool error = SettingsCheck::AnyError(findings);
-        const bool written = !error && WriteRecord(m_record);
-        m_log.ShowMsg(written ? WriteTexts::Default.WriteOK : WriteTexts::Default.WriteNG);
-        if (written) ReadBack();
-        ShowPicture();
-        return error ? FlowResult::FileBad : ResultOf(written);
-    });
+    clsDoor door(*this, FlowKind::Reader);
+    if (!door.Entered()) return FlowResult::Refused;
+    FileContent content;
+    if (!OpenRecord(name, content)) {
+        m_log.ShowMsg(WriteTexts::Default.OpenNG);
+        return door.Leave(FlowResult::FileBad);
+    }
+    const auto findings = SettingsCheck::Check(m_record, content.Findings);
+    if (!m_notRead.empty()) content.Notes.push_back(m_notRead);
+    ShowNotices(content.Notes, findings);
+    m_log.ShowMsg(WriteTexts::Default.OpenOK);
+    ShowZarn74();
+    const bool error = SettingsCheck::AnyError(findings);
+    const bool written =
+        !error && Wrote(!Cancelled() && m_settings.SetZarnInfo(m_record, m_onlyChanged), m_record);
+    m_log.ShowMsg(written ? WriteTexts::Default.WriteOK : WriteTexts::Default.WriteNG);
+    if (written) ReadBack();
+    ShowPicture();
+    return error ? door.Leave(FlowResult::FileBad) : door.Leave(written);
 }
 
 const clsReaderFlows::WriteTexts& clsReaderFlows::TextsOf(FileRole role) {
@@ -380,55 +390,56 @@ bool clsReaderFlows::CheckSettings(const std::string& name, const WriteTexts& te
 }
 
 FlowResult clsReaderFlows::LayFile(const std::string& name, FileRole role, LaidFile& laid) {
-    return Run(FlowKind::Reader, [&] {
-        const WriteTexts& texts = TextsOf(role);
-        if (!CheckSettings(name, texts)) return FlowResult::FileBad;
-        const bool read = ReadRecord(laid.Before, modZarn74::Lines::Written);
-        ShowPicture();
-        if (!read) return ResultOf(/*done=*/false);
+    clsDoor door(*this, FlowKind::Reader);
+    if (!door.Entered()) return FlowResult::Refused;
+    const WriteTexts& texts = TextsOf(role);
+    if (!CheckSettings(name, texts)) return door.Leave(FlowResult::FileBad);
+    const bool read = ReadRecord(laid.Before, modZarn74::Lines::Written);
+    ShowPicture();
+    if (!read) return door.Leave(false);
 
-        bool autoRead = false;  // a setting of the window
-        FileContent content;
-        laid.Wanted = laid.Before;
-        if (!m_files.OpenInfoFile(name, laid.Wanted, autoRead, content.KnownKey, &content.Findings) ||
-            !content.KnownKey) {
-            m_log.ShowMsg(texts.OpenNG);  // it was there a moment ago
-            return FlowResult::FileBad;
-        }
-        m_log.ShowMsg(texts.OpenOK);
-        laid.EmptiesTable = HasRows(laid.Before) && !HasRows(laid.Wanted);
-        // The reader gives serial numbers without padding: a row that it has already sends nothing.
-        if (!texts.KeepPadding) TrimSerials(laid.Wanted);
-        const auto findings = SettingsCheck::Check(laid.Wanted, content.Findings);
-        ShowNotices({}, findings);
-        if (!SettingsCheck::AnyError(findings)) return FlowResult::Done;
-        if (texts.WriteNG != nullptr) m_log.ShowMsg(texts.WriteNG);  // it was good a moment ago
-        return FlowResult::FileBad;
-    });
+    bool autoRead = false;  // a setting of the window
+    FileContent content;
+    laid.Wanted = laid.Before;
+    if (!m_files.OpenInfoFile(name, laid.Wanted, autoRead, content.KnownKey, &content.Findings) ||
+        !content.KnownKey) {
+        m_log.ShowMsg(texts.OpenNG);  // it was there a moment ago
+        return door.Leave(FlowResult::FileBad);
+    }
+    m_log.ShowMsg(texts.OpenOK);
+    laid.EmptiesTable = HasRows(laid.Before) && !HasRows(laid.Wanted);
+    // The reader gives serial numbers without padding: a row that it has already sends nothing.
+    if (!texts.KeepPadding) TrimSerials(laid.Wanted);
+    const auto findings = SettingsCheck::Check(laid.Wanted, content.Findings);
+    ShowNotices({}, findings);
+    if (!SettingsCheck::AnyError(findings)) return door.Leave(FlowResult::Done);
+    if (texts.WriteNG != nullptr) m_log.ShowMsg(texts.WriteNG);  // it was good a moment ago
+    return door.Leave(FlowResult::FileBad);
 }
 
 FlowResult clsReaderFlows::WriteLaid(LaidFile& laid, FileRole role) {
-    return RunReader([&] {
-        if (laid.EmptiesTable) ShowNotices({tableEmptiedNotice});
-        const bool written = WriteRecord(laid.Wanted);
-        m_log.ShowMsg(written ? TextsOf(role).WriteOK : TextsOf(role).WriteNG);
-        ShowPicture();
-        return written;
-    });
+    clsDoor door(*this, FlowKind::Reader);
+    if (!door.Entered()) return FlowResult::Refused;
+    if (laid.EmptiesTable) ShowNotices({tableEmptiedNotice});
+    const bool written =
+        Wrote(!Cancelled() && m_settings.SetZarnInfo(laid.Wanted, m_onlyChanged), laid.Wanted);
+    m_log.ShowMsg(written ? TextsOf(role).WriteOK : TextsOf(role).WriteNG);
+    ShowPicture();
+    return door.Leave(written);
 }
 
 FlowResult clsReaderFlows::TestEeprom() {
     if (m_busy) Cancel();
-    return Run(FlowKind::Test, [this] {
-        m_picture.Forget();
-        ShowPicture();
-        m_view.ShowTest(testCancelCaption, TestIndicator::Grey);
-        const auto result = m_test.Run([this] { return m_cancelRequested; });
-        const bool passed = result == clsEepromTest::Result::Passed;
-        const auto light = passed && !m_cancelRequested ? TestIndicator::Green : TestIndicator::Red;
-        m_view.ShowTest(testCaption, result == clsEepromTest::Result::NotOpen ? TestIndicator::Grey : light);
-        return ResultOf(passed);
-    });
+    clsDoor door(*this, FlowKind::Test);
+    if (!door.Entered()) return FlowResult::Refused;
+    m_picture.Forget();
+    ShowPicture();
+    m_view.ShowTest(testCancelCaption, TestIndicator::Grey);
+    const auto result = m_test.Run([this] { return m_cancelRequested; });
+    const bool passed = result == clsEepromTest::Result::Passed;
+    const auto light = passed && !m_cancelRequested ? TestIndicator::Green : TestIndicator::Red;
+    m_view.ShowTest(testCaption, result == clsEepromTest::Result::NotOpen ? TestIndicator::Grey : light);
+    return door.Leave(passed);
 }
 
 // -- files --------------------------------------------------------------------------------------------------
@@ -479,17 +490,17 @@ FlowResult clsReaderFlows::Open() {
 }
 
 FlowResult clsReaderFlows::OpenFile(const std::string& name) {
-    return Run(FlowKind::File, [&] {
-        FileContent content;
-        if (!OpenRecord(name, content)) {
-            m_log.ShowMsg(WriteTexts::File.OpenNG);
-            return FlowResult::FileBad;
-        }
-        ShowNotices(content.Notes, SettingsCheck::Check(m_record, content.Findings));
-        m_log.ShowMsg(WriteTexts::File.OpenOK);
-        ShowZarn74();
-        return FlowResult::Done;
-    });
+    clsDoor door(*this, FlowKind::File);
+    if (!door.Entered()) return FlowResult::Refused;
+    FileContent content;
+    if (!OpenRecord(name, content)) {
+        m_log.ShowMsg(WriteTexts::File.OpenNG);
+        return door.Leave(FlowResult::FileBad);
+    }
+    ShowNotices(content.Notes, SettingsCheck::Check(m_record, content.Findings));
+    m_log.ShowMsg(WriteTexts::File.OpenOK);
+    ShowZarn74();
+    return door.Leave(FlowResult::Done);
 }
 
 FlowResult clsReaderFlows::Save() {
@@ -550,11 +561,11 @@ bool clsReaderFlows::RequestClose() {
 // -- the card on the reader ---------------------------------------------------------------------------------
 
 FlowResult clsReaderFlows::ReadCardInfo() {
-    return RunReader([this] {
-        const bool read = ReadCard(/*reportEmpty=*/true);
-        if (!read) m_log.ShowMsg("Can't Get Card Info!");
-        return read;
-    });
+    clsDoor door(*this, FlowKind::Reader);
+    if (!door.Entered()) return FlowResult::Refused;
+    const bool read = ReadCard(/*reportEmpty=*/true);
+    if (!read) m_log.ShowMsg("Can't Get Card Info!");
+    return door.Leave(read);
 }
 
 void clsReaderFlows::TimerAutoRead() {
@@ -562,7 +573,8 @@ void clsReaderFlows::TimerAutoRead() {
     ZarnForm form;
     if (m_running || m_comm.Busy() || !m_comm.PortOpen()) return;
     if (!m_view.ReadForm(form) || !form.AutoRead) return;
-    RunReader([this] { return ReadCard(/*reportEmpty=*/false); });
+    clsDoor door(*this, FlowKind::Reader);
+    if (door.Entered()) door.Leave(ReadCard(/*reportEmpty=*/false));
 }
 
 bool clsReaderFlows::ReadCard(bool reportEmpty) {

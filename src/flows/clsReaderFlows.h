@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -146,6 +145,7 @@ class clsReaderFlows {
     void ButtonsEnable(bool enable);
 
   private:
+    class clsDoor;
     /// Whether a flow talks to the reader, and how it is ended.
     enum class FlowKind { Reader, File, Test };
     struct WriteTexts;
@@ -158,9 +158,6 @@ class clsReaderFlows {
     };
 
     [[nodiscard]] bool Cancelled() const { return m_comm.CancelGeneration() != m_generation; }
-    FlowResult Run(FlowKind kind, const std::function<FlowResult()>& flow);
-    FlowResult RunReader(const std::function<bool()>& flow);
-    [[nodiscard]] FlowResult ResultOf(bool done) const;
     bool FindReader(const std::string& port);
     void ShowInfo();
     void NotRead(const char* notice);
@@ -170,7 +167,6 @@ class clsReaderFlows {
     bool ReadRecord(ZarnInfo& record, modZarn74::Lines lines);
     bool ReadReader();
     bool Wrote(bool written, const ZarnInfo& record);
-    bool WriteRecord(ZarnInfo& record);
     void ReadBack();
     void ShowPicture();
     bool SayErrors(const ZarnInfo& record, const Notices& notices);

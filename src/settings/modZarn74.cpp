@@ -57,52 +57,63 @@ bool modZarn74::SetKeyString(int iRegister, std::string_view text) {
                                  keyStringsStopAtEnd);
 }
 
-bool modZarn74::GetField(int iRegister, const TextField& field, ZarnInfo& info) {
-    return GetKeyString(iRegister, info.*field.Member);
-}
+// One setting out of the reader, by the kind of its row.
+struct modZarn74::FieldReader {
+    modZarn74& Module;
+    int Register;
+    ZarnInfo& Info;
 
-bool modZarn74::GetField(int iRegister, const NumberField& field, ZarnInfo& info) {
-    std::uint8_t byte = 0;
-    if (!ReadByte(iRegister, byte)) return false;
-    info.*field.Member = ZarnRegisterMap::DecodeNumber(field.Code, byte);
-    return true;
-}
-
-bool modZarn74::GetField(int iRegister, const FlagField& field, ZarnInfo& info) {
-    std::uint8_t byte = 0;
-    if (!ReadByte(iRegister, byte)) return false;
-    info.*field.Member = ZarnRegisterMap::DecodeFlag(field.Code, byte);
-    return true;
-}
-
-bool modZarn74::SetField(int iRegister, const TextField& field, const ZarnInfo& info) {
-    return SetKeyString(iRegister, info.*field.Member);
-}
-
-bool modZarn74::SetField(int iRegister, const NumberField& field, const ZarnInfo& info) {
-    auto byte = ZarnRegisterMap::EncodeNumber(field.Code, info.*field.Member, /*former=*/0);
-    if (!byte) return false;
-    if (field.Code == NumberCode::LowTwoBits) {
-        const std::uint32_t generation = m_comm->CancelGeneration();
-        std::uint8_t former = 0;
-        if (!ReadByte(iRegister, former) || m_comm->CancelGeneration() != generation) return false;
-        byte = ZarnRegisterMap::EncodeNumber(field.Code, info.*field.Member, former);
+    bool operator()(const TextField& field) const {
+        return Module.GetKeyString(Register, Info.*field.Member);
     }
-    return byte && m_comm->SetRegister(iRegister, *byte);
-}
+    bool operator()(const NumberField& field) const {
+        std::uint8_t byte = 0;
+        if (!Module.ReadByte(Register, byte)) return false;
+        Info.*field.Member = ZarnRegisterMap::DecodeNumber(field.Code, byte);
+        return true;
+    }
+    bool operator()(const FlagField& field) const {
+        std::uint8_t byte = 0;
+        if (!Module.ReadByte(Register, byte)) return false;
+        Info.*field.Member = ZarnRegisterMap::DecodeFlag(field.Code, byte);
+        return true;
+    }
+};
 
-bool modZarn74::SetField(int iRegister, const FlagField& field, const ZarnInfo& info) {
-    return m_comm->SetRegister(iRegister, ZarnRegisterMap::EncodeFlag(field.Code, info.*field.Member));
-}
+// One setting into the reader.
+struct modZarn74::FieldWriter {
+    modZarn74& Module;
+    int Register;
+    const ZarnInfo& Info;
+
+    bool operator()(const TextField& field) const {
+        return Module.SetKeyString(Register, Info.*field.Member);
+    }
+    bool operator()(const NumberField& field) const {
+        ucCOMM& comm = *Module.m_comm;
+        auto byte = ZarnRegisterMap::EncodeNumber(field.Code, Info.*field.Member, /*former=*/0);
+        if (byte && field.Code == NumberCode::LowTwoBits) {
+            const std::uint32_t generation = comm.CancelGeneration();
+            std::uint8_t former = 0;
+            if (!Module.ReadByte(Register, former) || comm.CancelGeneration() != generation) return false;
+            byte = ZarnRegisterMap::EncodeNumber(field.Code, Info.*field.Member, former);
+        }
+        return byte && comm.SetRegister(Register, *byte);
+    }
+    bool operator()(const FlagField& field) const {
+        return Module.m_comm->SetRegister(Register,
+                                          ZarnRegisterMap::EncodeFlag(field.Code, Info.*field.Member));
+    }
+};
 
 bool modZarn74::Get(Setting setting, ZarnInfo& info) {
-    return std::visit([&](const auto& field) { return GetField(RowOf(setting).Register, field, info); },
-                      RowOf(setting).Field);
+    const SettingRow& row = RowOf(setting);
+    return std::visit(FieldReader{*this, row.Register, info}, row.Field);
 }
 
 bool modZarn74::Set(Setting setting, const ZarnInfo& info) {
-    return std::visit([&](const auto& field) { return SetField(RowOf(setting).Register, field, info); },
-                      RowOf(setting).Field);
+    const SettingRow& row = RowOf(setting);
+    return std::visit(FieldWriter{*this, row.Register, info}, row.Field);
 }
 
 bool modZarn74::GetPrefix(ZarnInfo& info) { return Get(Setting::Prefix, info); }

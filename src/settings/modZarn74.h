@@ -86,12 +86,8 @@ class modZarn74 {
   private:
     bool Get(Setting setting, ZarnInfo& info);
     bool Set(Setting setting, const ZarnInfo& info);
-    bool GetField(int iRegister, const TextField& field, ZarnInfo& info);
-    bool GetField(int iRegister, const NumberField& field, ZarnInfo& info);
-    bool GetField(int iRegister, const FlagField& field, ZarnInfo& info);
-    bool SetField(int iRegister, const TextField& field, const ZarnInfo& info);
-    bool SetField(int iRegister, const NumberField& field, const ZarnInfo& info);
-    bool SetField(int iRegister, const FlagField& field, const ZarnInfo& info);
+    struct FieldReader;
+    struct FieldWriter;
     bool GetKeyString(int iRegister, std::string& text);
     bool SetKeyString(int iRegister, std::string_view text);
 

@@ -35,7 +35,7 @@ constexpr int noticeLines = 12;   // what more there is does not fit above the l
 constexpr int frameTime = 300;    // ms from being shown, in which the desktop has framed the window
 // In characters and lines. A page says how large it is when it is first shown, and all would jump then.
 constexpr int pagesWidth = 110;
-constexpr int pagesHeight = 32;
+constexpr int pagesHeight = 31;
 constexpr int logHeight = 8;      // its heading included
 constexpr int statusMargin = 10;  // pixels
 constexpr int stepBytes = 16;     // that travel for a step, about, beside those of a memory image
