@@ -7,8 +7,9 @@
 class clsISettingsStore {
   public:
     virtual ~clsISettingsStore() = default;
+    /// Takes in first what another program has saved since.
     [[nodiscard]] virtual std::string GetSetting(const std::string& section, const std::string& key,
-                                                 const std::string& defaultValue) const = 0;
+                                                 const std::string& defaultValue) = 0;
     virtual void SaveSetting(const std::string& section, const std::string& key,
                              const std::string& value) = 0;
 };

@@ -9,7 +9,7 @@
 class clsMemoryStore final : public clsISettingsStore {
   public:
     [[nodiscard]] std::string GetSetting(const std::string& section, const std::string& key,
-                                         const std::string& defaultValue) const override {
+                                         const std::string& defaultValue) override {
         const auto at = Values.find(section + "/" + key);
         return at == Values.end() ? defaultValue : at->second;
     }

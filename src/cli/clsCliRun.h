@@ -48,7 +48,7 @@ class clsCliRun {
     struct SearchStore final : clsISettingsStore {
         explicit SearchStore(clsISettingsStore& store) : Store(store) {}
         [[nodiscard]] std::string GetSetting(const std::string& section, const std::string& key,
-                                             const std::string& defaultValue) const override {
+                                             const std::string& defaultValue) override {
             return Store.GetSetting(section, key, defaultValue);
         }
         void SaveSetting(const std::string& section, const std::string& key,

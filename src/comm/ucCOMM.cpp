@@ -98,7 +98,7 @@ void ucCOMM::ClosePort() {
     ++m_closings;
 }
 
-std::vector<PortEntry> ucCOMM::HidPorts() const {
+std::vector<PortEntry> ucCOMM::HidPorts() {
     std::vector<PortEntry> ports;
     if (!m_hid) return ports;
     OrvHIDIO& control = m_hid->Control;

@@ -72,7 +72,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     /// True for every port that is not on USB HID; for one that is, what the HID control says.
     [[nodiscard]] bool CommPort_IsBaudrateSupported(const std::string& name) const;
     /// The readers on USB HID, in the order of their aliases.
-    [[nodiscard]] std::vector<PortEntry> HidPorts() const;
+    [[nodiscard]] std::vector<PortEntry> HidPorts();
     /// The name of the USB adapter behind the open port, asked once when it opened; empty where there is
     /// none.
     [[nodiscard]] const std::string& AdapterName() const { return m_adapterName; }
@@ -146,7 +146,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     /// Why each port that the last of these searches tried did not give the reader, in the order of trying.
     [[nodiscard]] const std::vector<PortReason>& SearchReasons() const { return m_searchReasons; }
     /// Why the port of that name could not be opened just now.
-    [[nodiscard]] PortReason WhyNotOpen(const std::string& name) const;
+    [[nodiscard]] PortReason WhyNotOpen(const std::string& name);
     /// Before each poll of a scan: poll `number` of at most `count`, for a progress display. May be empty.
     std::function<void(int number, int count)> OnScanStep;
     /// Bytes `received` of the `count` of a Dump's two readings, as they arrive, for a progress display; must
@@ -225,9 +225,9 @@ class ucCOMM : private clsPacketCutter::clsISink {
 
     // discovery
     ScanPlan MakeScanPlan(const std::string& pattern, bool noAddress, const std::string& baudRates) const;
-    std::vector<std::string> PortNames() const;
+    std::vector<std::string> PortNames();
     ScanResult ScanPort(const ScanPlan& plan, const std::string& name, int portsBefore);
-    [[nodiscard]] PortReason Told(PortReason reason, const std::string& name) const;
+    [[nodiscard]] PortReason Told(PortReason reason, const std::string& name);
 
     clsIHost& m_host;
     clsISerialControl& m_serial;

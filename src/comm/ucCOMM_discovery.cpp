@@ -43,26 +43,26 @@ ucCOMM::ScanPlan ucCOMM::MakeScanPlan(const std::string& pattern, bool noAddress
 }
 
 // Taken before any port is touched: choosing a port changes which adapter the set enumerates.
-std::vector<std::string> ucCOMM::PortNames() const {
-    std::vector<const clsIMScomm*> adapters{&m_ports.PortInUse()};
+std::vector<std::string> ucCOMM::PortNames() {
+    std::vector<clsIMScomm*> adapters{&m_ports.PortInUse()};
     for (std::size_t i = 0; i < m_ports.AttachCount(); ++i) {
         if (&m_ports.AttachedPort(i) != adapters.front()) adapters.push_back(&m_ports.AttachedPort(i));
     }
     std::vector<std::string> names;
-    for (const clsIMScomm* adapter : adapters) {
+    for (clsIMScomm* adapter : adapters) {
         for (int i = 0; i < adapter->NumberOfCommPorts(); ++i) names.push_back(adapter->EnumCommPort(i));
     }
     return names;
 }
 
-PortReason ucCOMM::Told(PortReason reason, const std::string& name) const {
+PortReason ucCOMM::Told(PortReason reason, const std::string& name) {
     reason.Port = name;
     for (const PortEntry& port : HidPorts())
         if (port.Name == name) reason.Port = port.Alias;
     return reason;
 }
 
-PortReason ucCOMM::WhyNotOpen(const std::string& name) const {
+PortReason ucCOMM::WhyNotOpen(const std::string& name) {
     PortReason reason = PortReasons::NotThere({});
     if (m_ports.CommPort() == name) {
         const bool onHid = m_hid && &m_ports.PortInUse() == &m_hid->Port;

@@ -20,7 +20,7 @@ void clsOrvHIDComm::SetCommPort(const std::string& name) {
 bool clsOrvHIDComm::IsMyCommPort(const std::string& name) const {
     return m_control->IsMyCommPort(modOrvHID::BareName(name));
 }
-std::string clsOrvHIDComm::EnumCommPort(int index) const {
+std::string clsOrvHIDComm::EnumCommPort(int index) {
     return modOrvHID::DisplayName(*m_control, m_control->EnumCommPort(index));
 }
 

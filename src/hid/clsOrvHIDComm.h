@@ -20,8 +20,8 @@ class clsOrvHIDComm final : public clsIMScomm {
     void SetPortOpen(bool value) override;
     void SetRTSEnable(bool value) override;
     [[nodiscard]] bool IsMyCommPort(const std::string& name) const override;
-    [[nodiscard]] std::string EnumCommPort(int index) const override;
-    [[nodiscard]] std::string EnumCommPortEx(int index, int) const override {
+    [[nodiscard]] std::string EnumCommPort(int index) override;
+    [[nodiscard]] std::string EnumCommPortEx(int index, int) override {
         return m_control->EnumCommPortEx(index);
     }
     [[nodiscard]] bool IsPS2Port() const override { return false; }
@@ -38,7 +38,7 @@ class clsOrvHIDComm final : public clsIMScomm {
     void SetEOFEnable(bool value) override { m_control->SetEOFEnable(value); }
     [[nodiscard]] int HandShaking() const override { return m_control->HandShaking(); }
     void SetHandShaking(int value) override { m_control->SetHandShaking(value); }
-    [[nodiscard]] int InBufferCount() const override { return m_control->InBufferCount(); }
+    [[nodiscard]] int InBufferCount() override { return m_control->InBufferCount(); }
     void SetInBufferCount(int value) override { m_control->SetInBufferCount(value); }
     [[nodiscard]] int InBufferSize() const override { return m_control->InBufferSize(); }
     void SetInBufferSize(int value) override { m_control->SetInBufferSize(value); }
@@ -65,7 +65,7 @@ class clsOrvHIDComm final : public clsIMScomm {
     [[nodiscard]] int SThreshold() const override { return m_control->SThreshold(); }
     void SetSThreshold(int value) override { m_control->SetSThreshold(value); }
     [[nodiscard]] int CommEvent() const override { return m_control->CommEvent(); }
-    [[nodiscard]] int NumberOfCommPorts() const override { return m_control->NumberOfCommPorts(); }
+    [[nodiscard]] int NumberOfCommPorts() override { return m_control->NumberOfCommPorts(); }
 
   private:
     [[nodiscard]] TarkaIODirection StoredDirection() const;

@@ -179,7 +179,7 @@ std::int32_t clsCommPorts::CommID() const { return PortInUse().CommID(); }
 std::string clsCommPorts::CommPort() const { return PortInUse().CommPort(); }
 bool clsCommPorts::CTSHolding() const { return PortInUse().CTSHolding(); }
 bool clsCommPorts::DSRHolding() const { return PortInUse().DSRHolding(); }
-int clsCommPorts::InBufferCount() const { return PortInUse().InBufferCount(); }
+int clsCommPorts::InBufferCount() { return PortInUse().InBufferCount(); }
 void clsCommPorts::SetInBufferCount(int value) { PortInUse().SetInBufferCount(value); }
 std::string clsCommPorts::CommInput() { return PortInUse().CommInput(); }
 int clsCommPorts::OutBufferCount() const { return PortInUse().OutBufferCount(); }
@@ -189,9 +189,9 @@ bool clsCommPorts::PortOpen() const { return PortInUse().PortOpen(); }
 void clsCommPorts::SetPortOpen(bool value) { PortInUse().SetPortOpen(value); }
 int clsCommPorts::CommEvent() const { return PortInUse().CommEvent(); }
 bool clsCommPorts::IsMyCommPort(const std::string& name) const { return PortInUse().IsMyCommPort(name); }
-int clsCommPorts::NumberOfCommPorts() const { return PortInUse().NumberOfCommPorts(); }
-std::string clsCommPorts::EnumCommPort(int index) const { return PortInUse().EnumCommPort(index); }
-std::string clsCommPorts::EnumCommPortEx(int index, int extra) const {
+int clsCommPorts::NumberOfCommPorts() { return PortInUse().NumberOfCommPorts(); }
+std::string clsCommPorts::EnumCommPort(int index) { return PortInUse().EnumCommPort(index); }
+std::string clsCommPorts::EnumCommPortEx(int index, int extra) {
     return PortInUse().EnumCommPortEx(index, extra);
 }
 bool clsCommPorts::IsPS2Port() const { return PortInUse().IsPS2Port(); }

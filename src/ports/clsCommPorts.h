@@ -44,7 +44,7 @@ class clsCommPorts final : public clsIMScomm {
     void SetEOFEnable(bool value) override;
     [[nodiscard]] int HandShaking() const override;
     void SetHandShaking(int value) override;
-    [[nodiscard]] int InBufferCount() const override;
+    [[nodiscard]] int InBufferCount() override;
     void SetInBufferCount(int value) override;
     [[nodiscard]] int InBufferSize() const override;
     void SetInBufferSize(int value) override;
@@ -74,9 +74,9 @@ class clsCommPorts final : public clsIMScomm {
     void SetSThreshold(int value) override;
     [[nodiscard]] int CommEvent() const override;
     [[nodiscard]] bool IsMyCommPort(const std::string& name) const override;
-    [[nodiscard]] int NumberOfCommPorts() const override;
-    [[nodiscard]] std::string EnumCommPort(int index) const override;
-    [[nodiscard]] std::string EnumCommPortEx(int index, int extra) const override;
+    [[nodiscard]] int NumberOfCommPorts() override;
+    [[nodiscard]] std::string EnumCommPort(int index) override;
+    [[nodiscard]] std::string EnumCommPortEx(int index, int extra) override;
     [[nodiscard]] bool IsPS2Port() const override;
 
   private:

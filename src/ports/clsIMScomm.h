@@ -43,7 +43,7 @@ class clsIMScomm {
     [[nodiscard]] virtual int HandShaking() const = 0;
     virtual void SetHandShaking(int value) = 0;
     /// Bytes that have arrived and wait to be taken. Writing 0 drops them.
-    [[nodiscard]] virtual int InBufferCount() const = 0;
+    [[nodiscard]] virtual int InBufferCount() = 0;
     virtual void SetInBufferCount(int value) = 0;
     [[nodiscard]] virtual int InBufferSize() const = 0;
     virtual void SetInBufferSize(int value) = 0;
@@ -81,11 +81,11 @@ class clsIMScomm {
 
     /// Whether this implementation serves a port of that name.
     [[nodiscard]] virtual bool IsMyCommPort(const std::string& name) const = 0;
-    [[nodiscard]] virtual int NumberOfCommPorts() const = 0;
+    [[nodiscard]] virtual int NumberOfCommPorts() = 0;
     /// The name of the port at the index, from 0; empty outside the range.
-    [[nodiscard]] virtual std::string EnumCommPort(int index) const = 0;
+    [[nodiscard]] virtual std::string EnumCommPort(int index) = 0;
     /// Extended enumeration; empty where there is none.
-    [[nodiscard]] virtual std::string EnumCommPortEx(int index, int extra) const = 0;
+    [[nodiscard]] virtual std::string EnumCommPortEx(int index, int extra) = 0;
     /// Whether the port is a keyboard wedge rather than a data port.
     [[nodiscard]] virtual bool IsPS2Port() const = 0;
 };

@@ -21,5 +21,6 @@ struct PortEntry {
 class clsIPortDirectory {
   public:
     virtual ~clsIPortDirectory() = default;
-    [[nodiscard]] virtual std::vector<PortEntry> Ports() const = 0;
+    /// Looks anew at what is there, and may give a port its name.
+    [[nodiscard]] virtual std::vector<PortEntry> Ports() = 0;
 };

@@ -56,8 +56,8 @@ class clsISerialControl {
     [[nodiscard]] virtual int OutBufferSize() const = 0;
     virtual void SetOutBufferSize(int value) = 0;
 
-    /// Everything that has arrived, also what the loop has not announced yet. Writing 0 drops it.
-    [[nodiscard]] virtual int InBufferCount() const = 0;
+    /// Takes in what has arrived, also what the loop has not announced yet. Writing 0 drops it.
+    [[nodiscard]] virtual int InBufferCount() = 0;
     virtual void SetInBufferCount(int value) = 0;
     [[nodiscard]] virtual int OutBufferCount() const = 0;
     virtual void SetOutBufferCount(int value) = 0;
@@ -68,9 +68,10 @@ class clsISerialControl {
     /// The cause of the last OnComm: CommEventReceive or CommEventFrameError.
     [[nodiscard]] virtual int CommEvent() const = 0;
 
-    [[nodiscard]] virtual int NumberOfCommPorts() const = 0;
+    /// Looks for the ports anew; EnumCommPort names those that were found.
+    [[nodiscard]] virtual int NumberOfCommPorts() = 0;
     /// "COMn" of the port at the index, from 0; empty outside the range.
-    [[nodiscard]] virtual std::string EnumCommPort(int index) const = 0;
+    [[nodiscard]] virtual std::string EnumCommPort(int index) = 0;
 
     /// Bytes have arrived, or the line reported an error.
     clsEvent<> OnComm;

@@ -45,7 +45,7 @@ class clsMSComm : public clsIMScomm {
     void SetEOFEnable(bool value) override { m_control->SetEOFEnable(value); }
     [[nodiscard]] int HandShaking() const override { return m_control->HandShaking(); }
     void SetHandShaking(int value) override { m_control->SetHandShaking(value); }
-    [[nodiscard]] int InBufferCount() const override { return m_control->InBufferCount(); }
+    [[nodiscard]] int InBufferCount() override { return m_control->InBufferCount(); }
     void SetInBufferCount(int value) override { m_control->SetInBufferCount(value); }
     [[nodiscard]] int InBufferSize() const override { return m_control->InBufferSize(); }
     void SetInBufferSize(int value) override { m_control->SetInBufferSize(value); }
@@ -66,11 +66,9 @@ class clsMSComm : public clsIMScomm {
     /// True for a name that begins with "COM" in any letter case. SetCommPort wants upper case; the two
     /// tests differ on purpose.
     [[nodiscard]] bool IsMyCommPort(const std::string& name) const override;
-    [[nodiscard]] int NumberOfCommPorts() const override { return m_control->NumberOfCommPorts(); }
-    [[nodiscard]] std::string EnumCommPort(int index) const override {
-        return m_control->EnumCommPort(index);
-    }
-    [[nodiscard]] std::string EnumCommPortEx(int, int) const override { return {}; }
+    [[nodiscard]] int NumberOfCommPorts() override { return m_control->NumberOfCommPorts(); }
+    [[nodiscard]] std::string EnumCommPort(int index) override { return m_control->EnumCommPort(index); }
+    [[nodiscard]] std::string EnumCommPortEx(int, int) override { return {}; }
     [[nodiscard]] bool IsPS2Port() const override { return false; }
 
   private:

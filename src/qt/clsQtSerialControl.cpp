@@ -12,7 +12,7 @@
 #include "qt/QtText.h"
 #include "system/PortAccess.h"
 
-clsQtSerialControl::clsQtSerialControl(clsIHost& host, const clsPortList& ports, std::string lockFolder)
+clsQtSerialControl::clsQtSerialControl(clsIHost& host, clsPortList& ports, std::string lockFolder)
     : m_host(host), m_ports(ports), m_line(std::move(lockFolder)) {}
 
 clsQtSerialControl::~clsQtSerialControl() { Close(); }
@@ -96,13 +96,12 @@ bool clsQtSerialControl::DSRHolding() const { return m_line.IsOpen() && m_line.S
 
 std::int32_t clsQtSerialControl::CommID() const { return m_line.Descriptor(); }
 
-void clsQtSerialControl::Store(const char* bytes, std::size_t count) const {
+void clsQtSerialControl::Store(const char* bytes, std::size_t count) {
     m_input.append(bytes, count);
     if (NullDiscard()) std::erase(m_input, '\0');
     if (std::exchange(m_announced, true)) return;
-    auto* self = const_cast<clsQtSerialControl*>(this);  // only to raise its event, from the loop
-    m_host.Post([self, opening = std::weak_ptr<bool>(m_opening)] {
-        if (!opening.expired()) self->Announce();
+    m_host.Post([this, opening = std::weak_ptr<bool>(m_opening)] {
+        if (!opening.expired()) Announce();
     });
 }
 
@@ -115,7 +114,7 @@ void clsQtSerialControl::Announce() {
 // The only place that reads the line: the loop comes here when something has arrived, and whoever asks need
 // not wait for the loop. It takes one piece: a line that floods would keep it for ever. False when the line
 // is lost.
-bool clsQtSerialControl::PullIn() const {
+bool clsQtSerialControl::PullIn() {
     if (!m_line.IsOpen()) return true;
     std::array<char, 4096> bytes{};
     const auto count = m_line.Read(bytes.data(), bytes.size());
@@ -124,7 +123,7 @@ bool clsQtSerialControl::PullIn() const {
 }
 
 // Whoever sees that something is there takes it and asks again; the kernel is asked when nothing is.
-int clsQtSerialControl::InBufferCount() const {
+int clsQtSerialControl::InBufferCount() {
     if (m_input.empty()) PullIn();
     return static_cast<int>(m_input.size());
 }
@@ -201,13 +200,13 @@ bool clsQtSerialControl::FrameErrorsGrew() {
     return m_frameErrors && *m_frameErrors != *before;
 }
 
-int clsQtSerialControl::NumberOfCommPorts() const {
+int clsQtSerialControl::NumberOfCommPorts() {
     m_names.clear();
     for (const PortEntry& port : m_ports.Ports()) m_names.push_back(port.Name);
     return static_cast<int>(m_names.size());
 }
 
-std::string clsQtSerialControl::EnumCommPort(int index) const {
+std::string clsQtSerialControl::EnumCommPort(int index) {
     if (m_names.empty() && NumberOfCommPorts() == 0) return {};
     if (index < 0 || static_cast<std::size_t>(index) >= m_names.size()) return {};
     return m_names[static_cast<std::size_t>(index)];

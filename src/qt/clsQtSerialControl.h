@@ -19,7 +19,7 @@ class QSocketNotifier;
 class clsQtSerialControl final : public clsSerialControlBase {
   public:
     /// Lock files go into `lockFolder`, where other programs on serial lines look for them.
-    clsQtSerialControl(clsIHost& host, const clsPortList& ports, std::string lockFolder = "/var/lock");
+    clsQtSerialControl(clsIHost& host, clsPortList& ports, std::string lockFolder = "/var/lock");
     ~clsQtSerialControl() override;
 
     [[nodiscard]] int CommPort() const override { return m_number; }
@@ -40,7 +40,7 @@ class clsQtSerialControl final : public clsSerialControlBase {
     [[nodiscard]] bool DSRHolding() const override;
     [[nodiscard]] std::int32_t CommID() const override;
 
-    [[nodiscard]] int InBufferCount() const override;
+    [[nodiscard]] int InBufferCount() override;
     void SetInBufferCount(int value) override;
     [[nodiscard]] int OutBufferCount() const override;
     std::string Input() override;
@@ -48,16 +48,16 @@ class clsQtSerialControl final : public clsSerialControlBase {
     void Output(const std::string& bytes) override;
     [[nodiscard]] int CommEvent() const override { return m_commEvent; }
 
-    [[nodiscard]] int NumberOfCommPorts() const override;
-    [[nodiscard]] std::string EnumCommPort(int index) const override;
+    [[nodiscard]] int NumberOfCommPorts() override;
+    [[nodiscard]] std::string EnumCommPort(int index) override;
 
   private:
     void Open();
     void Close();
     void CloseLine();
     bool Apply(const std::string& settings);
-    void Store(const char* bytes, std::size_t count) const;
-    bool PullIn() const;
+    void Store(const char* bytes, std::size_t count);
+    bool PullIn();
     void Announce();
     void SendOn();
     void AwaitRoom(bool value);
@@ -65,17 +65,17 @@ class clsQtSerialControl final : public clsSerialControlBase {
     [[nodiscard]] bool FrameErrorsGrew();
 
     clsIHost& m_host;
-    const clsPortList& m_ports;
-    mutable clsTtyLine m_line;
+    clsPortList& m_ports;
+    clsTtyLine m_line;
     clsConnection m_readable;
     QObject m_notifiers;                // their owner: one may be on its way out when the loop ends
     QSocketNotifier* m_room = nullptr;  // while the line does not take all that is to be sent
     std::string m_unsent;
-    mutable std::string m_input;  // taken from the line, not yet from here
-    mutable std::vector<std::string> m_names;
+    std::string m_input;  // taken from the line, not yet from here
+    std::vector<std::string> m_names;
     int m_number = 1;
     bool m_open = false;
-    mutable bool m_announced = false;  // an event for the stored bytes is on its way
+    bool m_announced = false;  // an event for the stored bytes is on its way
     std::optional<int> m_frameErrors;
     int m_commEvent = 0;
     std::shared_ptr<bool> m_opening;  // lives as long as the line stays open: a posted event looks for it

@@ -19,7 +19,7 @@ QString StoreKey(const std::string& section, const std::string& key) {
 clsQtStore::clsQtStore() : m_settings(StoreFile(), QSettings::IniFormat) {}
 
 std::string clsQtStore::GetSetting(const std::string& section, const std::string& key,
-                                   const std::string& defaultValue) const {
+                                   const std::string& defaultValue) {
     m_settings.sync();
     return QtText::ToBytes(
         m_settings.value(StoreKey(section, key), QtText::ToQString(defaultValue)).toString());

@@ -10,9 +10,9 @@ class clsQtStore final : public clsISettingsStore {
   public:
     clsQtStore();
     [[nodiscard]] std::string GetSetting(const std::string& section, const std::string& key,
-                                         const std::string& defaultValue) const override;
+                                         const std::string& defaultValue) override;
     void SaveSetting(const std::string& section, const std::string& key, const std::string& value) override;
 
   private:
-    mutable QSettings m_settings;
+    QSettings m_settings;
 };

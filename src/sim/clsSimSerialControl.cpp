@@ -50,7 +50,7 @@ bool clsSimSerialControl::Plugged(int number) const {
     return at != m_lines.end() && at->second.Plugged;
 }
 
-std::vector<PortEntry> clsSimSerialControl::Ports() const {
+std::vector<PortEntry> clsSimSerialControl::Ports() {
     std::vector<PortEntry> ports;
     for (const auto& [number, state] : m_lines) {
         if (!state.Plugged) continue;
@@ -66,9 +66,9 @@ std::vector<PortEntry> clsSimSerialControl::Ports() const {
     return ports;
 }
 
-int clsSimSerialControl::NumberOfCommPorts() const { return static_cast<int>(Ports().size()); }
+int clsSimSerialControl::NumberOfCommPorts() { return static_cast<int>(Ports().size()); }
 
-std::string clsSimSerialControl::EnumCommPort(int index) const {
+std::string clsSimSerialControl::EnumCommPort(int index) {
     const std::vector<PortEntry> ports = Ports();
     return index >= 0 && index < static_cast<int>(ports.size()) ? ports[static_cast<std::size_t>(index)].Name
                                                                 : "";

@@ -42,7 +42,7 @@ class clsSimSerialControl final : public clsSerialControlBase, public clsIPortDi
     /// The open line reports a framing error, once.
     void RaiseFrameError() { PostEvent(CommEventFrameError); }
 
-    [[nodiscard]] std::vector<PortEntry> Ports() const override;
+    [[nodiscard]] std::vector<PortEntry> Ports() override;
 
     [[nodiscard]] int CommPort() const override { return m_number; }
     /// Refused for a line that is not there. An open line stays open on its former number.
@@ -62,7 +62,7 @@ class clsSimSerialControl final : public clsSerialControlBase, public clsIPortDi
     [[nodiscard]] bool DSRHolding() const override { return false; }
     [[nodiscard]] std::int32_t CommID() const override { return m_open != 0 ? m_open : -1; }
 
-    [[nodiscard]] int InBufferCount() const override { return static_cast<int>(m_input.size()); }
+    [[nodiscard]] int InBufferCount() override { return static_cast<int>(m_input.size()); }
     void SetInBufferCount(int value) override {
         if (value == 0) m_input.clear();
     }
@@ -74,8 +74,8 @@ class clsSimSerialControl final : public clsSerialControlBase, public clsIPortDi
     void Output(const std::string& bytes) override;
     [[nodiscard]] int CommEvent() const override { return m_commEvent; }
 
-    [[nodiscard]] int NumberOfCommPorts() const override;
-    [[nodiscard]] std::string EnumCommPort(int index) const override;
+    [[nodiscard]] int NumberOfCommPorts() override;
+    [[nodiscard]] std::string EnumCommPort(int index) override;
 
   private:
     struct State {

@@ -15,7 +15,7 @@ constexpr int noticeBuffer = 1024 * 1024;  // bytes of notices while the program
 
 }  // namespace
 
-clsDeviceNotices::clsDeviceNotices(clsIHost& host, const clsIPortDirectory& ports)
+clsDeviceNotices::clsDeviceNotices(clsIHost& host, clsIPortDirectory& ports)
     : m_host(host), m_ports(ports), m_poll(host, pollPeriod, [this] { Compare(); }) {
     // First the monitor, then the list: nothing falls between the two, and what is listed is not told.
     OpenMonitor();
@@ -44,7 +44,7 @@ void clsDeviceNotices::OpenMonitor() {
     m_watch = m_host.WatchDescriptor(udev_monitor_get_fd(m_monitor), [this] { TakeNotices(); });
 }
 
-clsDeviceNotices::Known clsDeviceNotices::Present() const {
+clsDeviceNotices::Known clsDeviceNotices::Present() {
     Known present;
     for (const PortEntry& port : m_ports.Ports()) {
         // A line of the user's own map may have no device now.

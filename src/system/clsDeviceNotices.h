@@ -17,13 +17,13 @@ struct udev_monitor;
 /// Built by main; host and directory outlive it.
 class clsDeviceNotices final : public clsIDeviceNotices {
   public:
-    clsDeviceNotices(clsIHost& host, const clsIPortDirectory& ports);
+    clsDeviceNotices(clsIHost& host, clsIPortDirectory& ports);
     ~clsDeviceNotices() override;
 
   private:
     /// COM names by device number, which is the same through every link to a device file.
     using Known = std::map<dev_t, std::string>;
-    [[nodiscard]] Known Present() const;
+    [[nodiscard]] Known Present();
     void OpenMonitor();
     void TakeNotices();
     void Compare();
@@ -31,7 +31,7 @@ class clsDeviceNotices final : public clsIDeviceNotices {
     void Add(dev_t device, const Known& present);
 
     clsIHost& m_host;
-    const clsIPortDirectory& m_ports;
+    clsIPortDirectory& m_ports;
     udev* m_udev = nullptr;
     udev_monitor* m_monitor = nullptr;
     clsHostTimer m_poll;

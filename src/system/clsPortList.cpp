@@ -115,7 +115,7 @@ PortMap ParsePortMap(const std::vector<std::string>& entries, const char* enviro
 
 clsPortList::clsPortList(clsISettingsStore& store, Roots roots) : m_store(store), m_roots(std::move(roots)) {}
 
-std::vector<PortEntry> clsPortList::Ports() const {
+std::vector<PortEntry> clsPortList::Ports() {
     std::vector<PortEntry> ports;
     for (const auto& [number, entry] : Lines()) {
         PortEntry& port = ports.emplace_back(entry);
@@ -127,7 +127,7 @@ std::vector<PortEntry> clsPortList::Ports() const {
     return ports;
 }
 
-std::string clsPortList::DeviceOf(int number) const {
+std::string clsPortList::DeviceOf(int number) {
     const auto added = m_added.find(number);
     if (added != m_added.end()) return added->second;
     if (!m_map.empty()) {
@@ -157,9 +157,9 @@ std::string clsPortList::AddDevice(const std::string& path) {
     return ComName(number);
 }
 
-clsPortList::Numbered clsPortList::Lines() const { return m_map.empty() ? MachineLines() : MappedLines(); }
+clsPortList::Numbered clsPortList::Lines() { return m_map.empty() ? MachineLines() : MappedLines(); }
 
-clsPortList::Numbered clsPortList::MappedLines() const {
+clsPortList::Numbered clsPortList::MappedLines() {
     const Numbered machine = MachineLines();
     Numbered lines;
     for (const auto& [number, device] : m_map) {
@@ -173,7 +173,7 @@ clsPortList::Numbered clsPortList::MappedLines() const {
     return lines;
 }
 
-clsPortList::Numbered clsPortList::MachineLines() const {
+clsPortList::Numbered clsPortList::MachineLines() {
     Numbered lines;
     std::vector<Node> adapters;
     for (const fs::path& item : FolderEntries(m_roots.Sys + "/class/tty")) {
@@ -203,7 +203,7 @@ clsPortList::Numbered clsPortList::MachineLines() const {
     return lines;
 }
 
-void clsPortList::NumberAdapters(std::vector<Node> adapters, Numbered& lines) const {
+void clsPortList::NumberAdapters(std::vector<Node> adapters, Numbered& lines) {
     if (adapters.empty()) return;
     const std::string before = m_store.GetSetting(storeSection, storeKey, "");
     auto remembered = ParseRemembered(before);

@@ -35,9 +35,9 @@ class clsPortList final : public clsIPortDirectory {
     /// number until the program ends, and is not listed even so.
     std::string AddDevice(const std::string& path);
     /// In the order of their numbers.
-    [[nodiscard]] std::vector<PortEntry> Ports() const override;
+    [[nodiscard]] std::vector<PortEntry> Ports() override;
     /// The device file of line COM`number`; empty when there is no such line.
-    [[nodiscard]] std::string DeviceOf(int number) const;
+    [[nodiscard]] std::string DeviceOf(int number);
 
   private:
     /// A USB adapter's line.
@@ -47,10 +47,10 @@ class clsPortList final : public clsIPortDirectory {
         std::string Path;      // in the system's device tree
     };
     using Numbered = std::map<int, PortEntry>;
-    [[nodiscard]] Numbered Lines() const;
-    [[nodiscard]] Numbered MachineLines() const;
-    [[nodiscard]] Numbered MappedLines() const;
-    void NumberAdapters(std::vector<Node> adapters, Numbered& lines) const;
+    [[nodiscard]] Numbered Lines();
+    [[nodiscard]] Numbered MachineLines();
+    [[nodiscard]] Numbered MappedLines();
+    void NumberAdapters(std::vector<Node> adapters, Numbered& lines);
 
     clsISettingsStore& m_store;
     Roots m_roots;

@@ -59,7 +59,7 @@ class clsScriptedSerial final : public clsSerialControlBase {
     [[nodiscard]] bool CTSHolding() const override { return false; }
     [[nodiscard]] bool DSRHolding() const override { return false; }
     [[nodiscard]] std::int32_t CommID() const override { return -1; }
-    [[nodiscard]] int InBufferCount() const override { return static_cast<int>(m_input.size()); }
+    [[nodiscard]] int InBufferCount() override { return static_cast<int>(m_input.size()); }
     void SetInBufferCount(int) override { m_input.clear(); }
     [[nodiscard]] int OutBufferCount() const override { return 0; }
     void SetOutBufferCount(int) override {}
@@ -69,8 +69,8 @@ class clsScriptedSerial final : public clsSerialControlBase {
         if (OnOutput) OnOutput(bytes);
     }
     [[nodiscard]] int CommEvent() const override { return m_event; }
-    [[nodiscard]] int NumberOfCommPorts() const override { return static_cast<int>(Listed.size()); }
-    [[nodiscard]] std::string EnumCommPort(int index) const override {
+    [[nodiscard]] int NumberOfCommPorts() override { return static_cast<int>(Listed.size()); }
+    [[nodiscard]] std::string EnumCommPort(int index) override {
         return "COM" + std::to_string(Listed.at(static_cast<std::size_t>(index)));
     }
 

@@ -22,7 +22,7 @@ struct clsPortListTest : testing::Test, TempFolder {
                                      folder + "/sys/class/tty/" + tty + "/device");
         Put("dev/" + tty, "");
     }
-    [[nodiscard]] std::string Listed() const {
+    [[nodiscard]] std::string Listed() {
         std::string text;
         for (const PortEntry& port : list.Ports())
             text += port.Name + "=" + fs::path(port.Device).filename().string() + " ";

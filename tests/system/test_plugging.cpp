@@ -23,7 +23,7 @@ namespace {
 struct clsPluggingTest : testing::Test, clsIPortDirectory {
     ~clsPluggingTest() override { g_object_unref(bed); }
     /// ttyUSBn is COM(n+5), whether it is there or not.
-    [[nodiscard]] std::vector<PortEntry> Ports() const override {
+    [[nodiscard]] std::vector<PortEntry> Ports() override {
         std::vector<PortEntry> list(20);
         for (std::size_t number = 0; number < list.size(); ++number) {
             list[number].Name = "COM" + std::to_string(number + 5);
