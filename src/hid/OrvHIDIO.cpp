@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr int readerVendor = 0x2E91;
 constexpr int plainReaderProduct = 0x15;  // a reader without an adapter's command set, whatever its name says
 constexpr int settleTime = 150;           // ms an adapter needs after it was opened
 constexpr int attemptPause = 50;          // ms before each attempt, and after closing
@@ -44,15 +43,15 @@ void OrvHIDIO::ReadProperties(const clsIPropertyBag& bag) {
     const auto number = [&bag](const char* key, std::int32_t value) {
         return modText::ValInteger(bag.ReadProperty(key, std::to_string(value)));
     };
-    m_vendorID = number("DefaultVendorID", 11921);
-    m_productID = number("DefaultProductID", 5);
+    m_vendorID = number("DefaultVendorID", HidReaderVendor);
+    m_productID = number("DefaultProductID", HidReaderProduct);
     m_optional = {};
     if (m_userMode) Probe();
 }
 
 void OrvHIDIO::WriteProperties(clsIPropertyBag& bag) const {
-    bag.WriteProperty("DefaultVendorID", std::to_string(m_vendorID), "11921");
-    bag.WriteProperty("DefaultProductID", std::to_string(m_productID), "5");
+    bag.WriteProperty("DefaultVendorID", std::to_string(m_vendorID), std::to_string(HidReaderVendor));
+    bag.WriteProperty("DefaultProductID", std::to_string(m_productID), std::to_string(HidReaderProduct));
 }
 
 // The reference taken here is only for the look-ups; the operations load the library by its name themselves.
@@ -124,7 +123,7 @@ void OrvHIDIO::OpenPort() {
     m_controlMode = false;
     m_adapterAnswered = false;
     m_openGeneration = m_waits.Cancels();
-    if (DeviceIsUSBID(readerVendor, plainReaderProduct)) {
+    if (DeviceIsUSBID(HidReaderVendor, plainReaderProduct)) {
         m_tarkaCmdSetEnabled = false;
     } else {
         const std::string product = GetDeviceProduct(m_commPort);

@@ -15,22 +15,7 @@
 #include "frame/clsTimeout.h"
 #include "hid/clsIHidApi.h"
 #include "hid/clsILibraryLoader.h"
-
-/// Codes of the library's events.
-enum HidEvent : std::uint32_t {
-    HidEventData = 0,
-    HidEventOverflow = 1,
-    HidEventSent = 2,
-    HidEventOutputFull = 3,
-    HidEventControlData = 4,
-    HidEventControlLast = 7,
-    HidEventDeviceFirst = 8,
-    HidEventDeviceSecond = 9,
-    HidEventArrival = 16,
-    HidEventRemoval = 17,
-    HidEventRemovalOfOpen = 18,
-    HidEventCTS = 35,
-};
+#include "hidlib/orvhidio.h"
 
 /// Where the adapter sends what the reader says: one bit each, 0 or 1.
 struct TarkaIODirection {
@@ -129,7 +114,7 @@ class OrvHIDIO {
     int NumberOfCommPorts();
     std::string EnumCommPort(int index);
     std::string EnumCommPortEx(int index);
-    /// Whether `name` is the prefix and a number 1..256, or the path of a device 2E91:0005.
+    /// Whether `name` is the prefix and a number 1..256, or the path of a device with the readers' ids.
     bool IsMyCommPort(const std::string& name);
     /// Whether the device's rate has to be found out: never. A reader on HID hears at every rate, and an
     /// adapter is told its reader's.
@@ -283,8 +268,8 @@ class OrvHIDIO {
     bool m_eofEnable = false;
     bool m_nullDiscard = false;
     std::string m_parityReplace;
-    std::int32_t m_vendorID = 11921;
-    std::int32_t m_productID = 5;
+    std::int32_t m_vendorID = HidReaderVendor;
+    std::int32_t m_productID = HidReaderProduct;
     int m_commEvent = 0;
 
     std::uint32_t m_session = 0;  // counts every opening and closing: what waited before waits no more

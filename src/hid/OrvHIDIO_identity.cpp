@@ -85,7 +85,8 @@ bool OrvHIDIO::IsMyCommPort(const std::string& name) {
         return modText::IsNumeric(rest) && number >= 1 && number <= 256;
     }
     std::size_t from = 0;
-    for (const char* part : {"\\HID", "VID", "2E91", "PID", "0005"}) {
+    for (const std::string& part :
+         std::array<std::string, 5>{"\\HID", "VID", HexID(HidReaderVendor), "PID", HexID(HidReaderProduct)}) {
         const auto at = upper.find(part, from);
         if (at == std::string::npos) return false;
         from = at + 1;

@@ -14,7 +14,6 @@ constexpr std::size_t controlRoom = 4096;
 constexpr std::size_t mostPairs = 64;
 constexpr std::size_t mostRequests = 16;
 constexpr int anyProduct = -1;
-constexpr std::pair<int, int> knownPair{0x2E91, 0x0005};
 constexpr int firstNumber = 1;  // of the short names
 constexpr int lastNumber = 256;
 
@@ -45,8 +44,8 @@ clsHidSlot::clsHidSlot(orvhid_handle handle, std::shared_ptr<HidShared> shared)
     : m_handle(handle),
       m_shared(std::move(shared)),
       m_thread(std::this_thread::get_id()),
-      m_channels{Channel(/*firstEvent=*/0, dataRoom), Channel(/*firstEvent=*/4, controlRoom)},
-      m_accepted{knownPair} {}
+      m_channels{Channel(HidEventData, dataRoom), Channel(HidEventControlData, controlRoom)},
+      m_accepted{{HidReaderVendor, HidReaderProduct}} {}
 
 bool clsHidSlot::IsOpen() {
     const Guard guard(m_shared->Lock);
@@ -209,7 +208,7 @@ bool clsHidSlot::Write(HidChannel which, std::span<const std::uint8_t> bytes) {
     const NodePtr node = m_node;
     if (node == nullptr || node->Layout.Out(which).Capacity() == 0) return false;
     if (bytes.size() > channel.Out.Room()) {
-        Raise(channel.FirstEvent + refused);
+        Raise(channel.FirstEvent + HidEventOutputFull);
         return false;
     }
     Queue(which, bytes);
@@ -229,7 +228,7 @@ std::optional<std::size_t> clsHidSlot::WritePart(HidChannel which, std::span<con
     Channel& channel = Of(which);
     if (m_node == nullptr || m_node->Layout.Out(which).Capacity() == 0) return {};
     const std::size_t taken = Queue(which, bytes);
-    if (taken < bytes.size()) Raise(channel.FirstEvent + refused);
+    if (taken < bytes.size()) Raise(channel.FirstEvent + HidEventOutputFull);
     return taken;
 }
 

@@ -131,7 +131,7 @@ class clsHidSlot {
     struct Channel {
         explicit Channel(std::uint32_t firstEvent, std::size_t room)
             : FirstEvent(firstEvent), In(room), Out(room) {}
-        std::uint32_t FirstEvent;  // of the four in a row: arrived, overflow, sent, refused
+        std::uint32_t FirstEvent;  // of the four in a row, in the order of the data channel's
         ByteQueue In;
         ByteQueue Out;
         std::size_t InFlight = 0;  // bytes that have left Out and that the device has not taken yet
@@ -144,7 +144,6 @@ class clsHidSlot {
         NodeResult Result = NodeResult::Refused;
         bool Done = false;
     };
-    enum EventOffset : std::uint32_t { arrived = 0, overflow = 1, sent = 2, refused = 3 };
 
     Channel& Of(HidChannel channel) { return m_channels[channel == HidChannel::Data ? 0 : 1]; }
 
@@ -187,5 +186,5 @@ class clsHidSlot {
     std::uint32_t m_lastParam = 0;
 };
 
-/// `\\?\hid#vid_2e91&pid_0005#INSTANCE`
+/// Its name, as orvhidio.h describes names.
 std::string DeviceName(const HidDevice& device);

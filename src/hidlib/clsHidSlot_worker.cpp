@@ -5,10 +5,6 @@
 
 namespace {
 
-constexpr std::uint32_t eventArrival = 16;
-constexpr std::uint32_t eventRemoval = 17;
-constexpr std::uint32_t eventRemovedAndClosed = 18;
-constexpr std::uint32_t eventClearToSend = 35;
 constexpr std::size_t mostDeviceEvents = 64;
 constexpr std::size_t mostNames = 128;
 constexpr int reportsATurn = 64;
@@ -40,14 +36,14 @@ void clsHidSlot::RaiseDevice(std::uint32_t code, const HidDevice& device) {
 void clsHidSlot::DeviceCame(const HidDevice& device) {
     if (!Accepts(device)) return;
     m_devicesChanged = true;
-    RaiseDevice(eventArrival, device);
+    RaiseDevice(HidEventArrival, device);
 }
 
 void clsHidSlot::DeviceWent(const HidDevice& device) {
     if (m_node != nullptr && m_node->Device.Key == device.Key) {
         Detach();
         m_devicesChanged = true;
-        RaiseDevice(eventRemovedAndClosed, device);
+        RaiseDevice(HidEventRemovalOfOpen, device);
         return;
     }
     if (!Accepts(device)) return;
@@ -55,7 +51,7 @@ void clsHidSlot::DeviceWent(const HidDevice& device) {
     if (m_lostKey == device.Key)
         m_lostKey.clear();
     else
-        RaiseDevice(eventRemoval, device);
+        RaiseDevice(HidEventRemoval, device);
 }
 
 void clsHidSlot::Lost(const NodePtr& node) {
@@ -63,7 +59,7 @@ void clsHidSlot::Lost(const NodePtr& node) {
     if (m_node != node) return;
     Detach();
     m_lostKey = node->Device.Key;
-    RaiseDevice(eventRemovedAndClosed, node->Device);
+    RaiseDevice(HidEventRemovalOfOpen, node->Device);
 }
 
 void clsHidSlot::TakeReports(const NodePtr& node, bool broken) {
@@ -84,8 +80,8 @@ void clsHidSlot::Deliver(const NodePtr& node, HidChannel which, std::span<const 
     if (m_node != node) return;
     Channel& channel = Of(which);
     const std::size_t taken = channel.In.Put(bytes);
-    if (taken > 0) Raise(channel.FirstEvent + arrived);
-    if (taken < bytes.size()) Raise(channel.FirstEvent + overflow);
+    if (taken > 0) Raise(channel.FirstEvent + HidEventData);
+    if (taken < bytes.size()) Raise(channel.FirstEvent + HidEventOverflow);
 }
 
 void clsHidSlot::DoRequests(const NodePtr& node) {
@@ -156,7 +152,7 @@ bool clsHidSlot::Finished(const NodePtr& node, NodeResult result) {
     const Guard guard(m_shared->Lock);
     if (m_node != node) return false;
     const bool clearToSend = result != NodeResult::Again;
-    if (std::exchange(m_clearToSend, clearToSend) != clearToSend) Raise(eventClearToSend);
+    if (std::exchange(m_clearToSend, clearToSend) != clearToSend) Raise(HidEventCTS);
     if (!clearToSend) return false;
 
     Channel& channel = Of(node->HeldChannel);
@@ -167,9 +163,9 @@ bool clsHidSlot::Finished(const NodePtr& node, NodeResult result) {
     if (result == NodeResult::Refused) {  // what follows would arrive as half a command
         ++channel.Refusals;
         Discard(node->HeldChannel);
-        Raise(channel.FirstEvent + refused);
+        Raise(channel.FirstEvent + HidEventOutputFull);
     } else if (channel.Out.Count() == 0) {
-        Raise(channel.FirstEvent + sent);
+        Raise(channel.FirstEvent + HidEventSent);
     }
     if (node->HeldChannel == HidChannel::Control && node->Layout.ControlByFeature) {
         node->AskNext = Clock::now();

@@ -17,22 +17,12 @@
  * Waiting  no call waits for a device, except the raw report calls and writes with AsyncIO off (up to the
  *          request time-out), and orvhidDestroy as its entry says. Opening takes as long as the kernel's
  *          open.
- * Names    `\\?\hid#vid_2e91&pid_0005#INSTANCE`, INSTANCE without blank, "(" or "[". It stays the same while
+ * Names    `\\?\hid#vid_VVVV&pid_PPPP#INSTANCE`, INSTANCE without blank, "(" or "[". It stays the same while
  *          the device is plugged in; for a USB device it is the place it is plugged into, otherwise its
  *          device node.
- * Events   codes of the call-back, and what the parameter is:
- *           0  bytes have arrived on the data channel             4  the same on the control channel
- *           1  bytes were dropped, the read queue is full         5
- *           2  the write queue has run empty                      6
- *           3  bytes were not taken: the write queue is full,     7
- *              or the device refused a report
- *          16  a device has arrived                 parameter: its name, through orvhidGetParamString
- *          17  a device that was not open has gone
- *          18  the open device has gone, and was closed
- *          35  orvhidGetCTSHolding has changed
- *          Of 0 to 7 and 35 at most one of each waits at a time, of the others 64 per handle; later ones are
- *          dropped, orvhidCheckDevicesIsChanged still tells. Devices present at orvhidCreate are not
- *          announced.
+ * Events   are codes of HidEvent. Of those of the channels and HidEventCTS at most one of each waits at a
+ * time, of the others 64 per handle; later ones are dropped, orvhidCheckDevicesIsChanged still tells. Devices
+ *          present at orvhidCreate are not announced.
  */
 /* clang-format on */
 #include <stdint.h>
@@ -40,6 +30,26 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+/* The USB ids of the readers that are known from the start. */
+enum HidReaderId { HidReaderVendor = 0x2E91, HidReaderProduct = 0x0005 };
+
+/* What the call-back is told, of the data channel, then of the control channel in the same order. */
+enum HidEvent {
+    HidEventData = 0,     /* bytes have arrived */
+    HidEventOverflow = 1, /* bytes were dropped, the read queue is full */
+    HidEventSent = 2,     /* the write queue has run empty */
+    HidEventOutputFull =
+        3, /* bytes were not taken: the write queue is full, or the device refused a report */
+    HidEventControlData = 4,
+    HidEventControlLast = 7,
+    HidEventDeviceFirst = 8, /* of changes to come; this library has neither */
+    HidEventDeviceSecond = 9,
+    HidEventArrival = 16, /* a device has arrived; orvhidGetParamString has its name, as of the next two */
+    HidEventRemoval = 17, /* a device that was not open has gone */
+    HidEventRemovalOfOpen = 18, /* the open device has gone, and was closed */
+    HidEventCTS = 35            /* orvhidGetCTSHolding has changed */
+};
 
 typedef uint32_t orvhid_handle;
 /* user is the number given at registration. The result is not looked at. Must not throw. */

@@ -3,7 +3,9 @@
 #include <fstream>
 #include <string>
 
+#include "base/modText.h"
 #include "hid/modOrvHID.h"
+#include "hidlib/orvhidio.h"
 #include "system/FolderEntries.h"
 #include "system/ProgramFiles.h"
 
@@ -17,10 +19,11 @@ std::string FolderOf(clsHidReaders::Library library) {
 }  // namespace
 
 bool clsHidReaders::AnyPresent() {
+    const std::string vendor = ":" + modText::Hex(HidReaderVendor, /*digits=*/8) + ":";
     for (const auto& node : FolderEntries("/sys/class/hidraw")) {
         std::ifstream properties(node / "device/uevent");
         for (std::string line; std::getline(properties, line);) {
-            if (line.starts_with("HID_ID=") && line.find(":00002E91:") != std::string::npos) return true;
+            if (line.starts_with("HID_ID=") && line.find(vendor) != std::string::npos) return true;
         }
     }
     return false;

@@ -13,6 +13,7 @@
 #include "base/clsIHost.h"
 #include "hidlib/ReportLayout.h"
 #include "hidlib/clsIHidBackend.h"
+#include "hidlib/orvhidio.h"
 #include "sim/clsSimAdapter.h"
 #include "sim/clsSimReader.h"
 
@@ -20,8 +21,8 @@
 struct BusOptions {
     bool Adapter = true;
     bool Example = false;
-    int Vendor = 0x2E91;
-    int Product = 0x0005;
+    int Vendor = HidReaderVendor;
+    int Product = HidReaderProduct;
     std::string ProductText = "Tarka USB Adapter";
     std::string Maker = "Simulated";
     std::string Serial = "0001";

@@ -12,7 +12,7 @@
  *   reader            a reader directly on HID
  *   tarka             a reader behind a USB adapter
  *   example           the reader holds the example configuration
- *   vid= pid=         2e91 and 5
+ *   vid= pid=         the readers' own
  *   product= maker= serial=
  *   nousb             it has no USB parent: no maker
  *   spare             it is the keyboard among several interfaces
