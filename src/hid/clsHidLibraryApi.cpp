@@ -129,10 +129,6 @@ void clsHidLibraryApi::SetWriteBufferSize(Handle handle, int size) {
     Call(Entry(&OrvHidTable::orvhidSetWriteBufferSize), handle, size);
 }
 
-int clsHidLibraryApi::GetWriteBufferSize(Handle handle) {
-    return Call(Entry(&OrvHidTable::orvhidGetWriteBufferSize), handle);
-}
-
 std::string clsHidLibraryApi::Read(Handle handle, int count) {
     return Bytes(Entry(&OrvHidTable::orvhidRead), handle, count);
 }
@@ -147,10 +143,6 @@ void clsHidLibraryApi::DiscardReadBuffer(Handle handle) {
 
 void clsHidLibraryApi::SetReadBufferSize(Handle handle, int size) {
     Call(Entry(&OrvHidTable::orvhidSetReadBufferSize), handle, size);
-}
-
-int clsHidLibraryApi::GetReadBufferSize(Handle handle) {
-    return Call(Entry(&OrvHidTable::orvhidGetReadBufferSize), handle);
 }
 
 bool clsHidLibraryApi::WriteCtrl(Handle handle, const std::string& bytes) {
@@ -183,14 +175,6 @@ int clsHidLibraryApi::GetScanTiming(Handle handle) {
 
 void clsHidLibraryApi::SetScanTiming(Handle handle, int value) {
     Call(Entry(&OrvHidTable::orvhidSetScanTiming), handle, value);
-}
-
-int clsHidLibraryApi::GetRequestTimeout(Handle handle) {
-    return Call(Entry(&OrvHidTable::orvhidGetRequestTimeout), handle);
-}
-
-void clsHidLibraryApi::SetRequestTimeout(Handle handle, int value) {
-    Call(Entry(&OrvHidTable::orvhidSetRequestTimeout), handle, value);
 }
 
 void clsHidLibraryApi::SetCallBackProc(Handle handle, CallBackProc proc, std::uint32_t userData) {

@@ -19,7 +19,7 @@ std::string Default(const clsILibraryLoader& loader);
 /// The HID library's operations in the shared library beside the program, bound by their names on the first
 /// call. The library is loaded by its full file name, and again when all its references were given back
 /// meanwhile. A library that lacks a required export is not used. Built by main, outlives the control.
-class clsHidLibraryApi final : public clsIHidApi {
+class clsHidLibraryApi : public clsIHidApi {
   public:
     explicit clsHidLibraryApi(clsILibraryLoader& loader) : m_loader(loader) {}
 
@@ -38,12 +38,10 @@ class clsHidLibraryApi final : public clsIHidApi {
     int BytesToWrite(Handle handle) override;
     void DiscardWriteBuffer(Handle handle) override;
     void SetWriteBufferSize(Handle handle, int size) override;
-    int GetWriteBufferSize(Handle handle) override;
     std::string Read(Handle handle, int count) override;
     int BytesToRead(Handle handle) override;
     void DiscardReadBuffer(Handle handle) override;
     void SetReadBufferSize(Handle handle, int size) override;
-    int GetReadBufferSize(Handle handle) override;
     bool WriteCtrl(Handle handle, const std::string& bytes) override;
     int BytesToWriteCtrl(Handle handle) override;
     void DiscardWriteCtrlBuffer(Handle handle) override;
@@ -52,8 +50,6 @@ class clsHidLibraryApi final : public clsIHidApi {
     void DiscardReadCtrlBuffer(Handle handle) override;
     int GetScanTiming(Handle handle) override;
     void SetScanTiming(Handle handle, int value) override;
-    int GetRequestTimeout(Handle handle) override;
-    void SetRequestTimeout(Handle handle, int value) override;
     void SetCallBackProc(Handle handle, CallBackProc proc, std::uint32_t userData) override;
     std::string GetParamString(Handle handle, std::uint32_t param) override;
     std::string GetDevicePrefix(Handle handle) override;

@@ -7,6 +7,7 @@
 
 #include "base/clsIHost.h"
 #include "hid/OrvHIDIO.h"
+#include "support/clsEmptyHidApi.h"
 
 /// A library file in a folder, with counted references and a set of exports.
 struct clsFakeLoader final : clsILibraryLoader {
@@ -35,7 +36,7 @@ struct clsFakeLoader final : clsILibraryLoader {
 };
 
 /// A library with one device, which is given what OnWrite answers to what was written.
-struct clsFakeLibrary final : clsIHidApi {
+struct clsFakeLibrary final : clsEmptyHidApi {
     explicit clsFakeLibrary(clsIHost& host) : m_host(host) {}
 
     std::string Product = "Tarka USB";
