@@ -7,7 +7,7 @@
 namespace {
 
 char Upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+using modText::IsDigit;
 
 int HexDigit(char c) {
     if (IsDigit(c)) return c - '0';

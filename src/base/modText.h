@@ -9,6 +9,7 @@
 /// Texts are bytes, one character per byte (ISO 8859-1). Case rules cover A to Z alone.
 namespace modText {
 
+constexpr bool IsDigit(int code) { return code >= '0' && code <= '9'; }
 std::string UCase(std::string_view text);
 /// Without the blanks (0x20) at both ends.
 std::string Trim(std::string_view text);

@@ -1,6 +1,5 @@
 // zarn74ctl: the command-line twin of the window.
 
-#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <unistd.h>
@@ -15,6 +14,7 @@
 #include "cli/clsCli.h"
 #include "cli/clsITextOutput.h"
 #include "cli/clsQtCliPlatform.h"
+#include "system/StandardStreams.h"
 
 namespace {
 
@@ -49,16 +49,6 @@ class clsDescriptorOutput final : public clsITextOutput {
     bool m_colored = false;
     State m_state = State::Open;
 };
-
-// What is opened later must not take the place of a standard stream that was closed: a reader would be sent
-// what is meant for a person. Writing into the replacement fails.
-void FillStandardStreams() {
-    int fd = 0;
-    do {
-        fd = open("/dev/null", O_RDONLY);
-    } while (fd >= 0 && fd <= STDERR_FILENO);
-    if (fd > STDERR_FILENO) close(fd);
-}
 
 }  // namespace
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/clsPropertyBag.h"
 #include "base/clsScopeGuard.h"
 #include "base/modText.h"
 #include "hid/modOrvHID.h"
@@ -11,15 +12,6 @@ namespace {
 
 constexpr int packetTime = 100;              // ms after which a packet without terminator is cut
 constexpr std::size_t receiveLimit = 65536;  // bytes taken before the loop has its turn again
-
-// The HID control's persistent properties are at their defaults in a program.
-class clsNoProperties final : public clsIPropertyBag {
-  public:
-    [[nodiscard]] std::string ReadProperty(const std::string&, const std::string& value) const override {
-        return value;
-    }
-    void WriteProperty(const std::string&, const std::string&, const std::string&) override {}
-};
 
 }  // namespace
 
@@ -45,7 +37,7 @@ ucCOMM::ucCOMM(clsIHost& host, clsISerialControl& serial, clsISettingsStore& sto
     AttachCommObject(m_msComm, serial, /*inFront=*/false);
     if (devices.Hid != nullptr && devices.Loader != nullptr) {
         m_hid = std::make_unique<HidTransport>(host, m_waits, *devices.Loader, *devices.Hid, live);
-        m_hid->Control.ReadProperties(clsNoProperties());
+        m_hid->Control.ReadProperties(clsPropertyBag());  // all at their defaults in a program
         m_onDevice = m_hid->Control.OnDevice.Connect(
             [this](std::uint32_t event, const std::string& device) { HandleHidDevice(event, device); });
         AttachCommObject(m_hid->Port, m_hid->Control, /*inFront=*/false);
@@ -60,8 +52,6 @@ ucCOMM::ucCOMM(clsIHost& host, clsISerialControl& serial, clsISettingsStore& sto
     m_ports.SetInputLen(0);
     m_ports.SetCommPort("COM1");
 }
-
-ucCOMM::~ucCOMM() { m_waits.Cancel(); }
 
 void ucCOMM::AttachCommObject(clsMSComm& port, clsISerialControl& control, bool inFront) {
     port.Attach(&control, &m_ports.CommPortEvent());

@@ -42,7 +42,6 @@ class ucCOMM : private clsPacketCutter::clsISink {
            const std::string& application, const CommDevices& devices = {}, bool live = true);
     ucCOMM(const ucCOMM&) = delete;
     ucCOMM& operator=(const ucCOMM&) = delete;
-    ~ucCOMM() override;
 
     // -- events, in their declared order --------------------------------------------------------------------
     clsEvent<> OnComm;                                  ///< raw mode: bytes were appended

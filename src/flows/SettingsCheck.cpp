@@ -4,6 +4,7 @@
 
 #include "base/ControlNames.h"
 #include "base/modText.h"
+#include "frame/OrvNetFrame.h"
 #include "settings/CardTypes.h"
 #include "settings/ZarnRegisterMap.h"
 #include "settings/modByte.h"
@@ -125,8 +126,7 @@ std::string OfNumber(std::string_view value, std::span<const ListEntry> entries)
 std::string OfFlag(std::string_view value) { return modText::ToFlag(value) ? "" : noFlagNotice; }
 
 std::string OfText(std::string_view text) {
-    constexpr std::string_view enders("\x00\xFF", 2);
-    if (text.find_first_of(enders) != std::string_view::npos) return endsTextNotice;
+    if (std::any_of(text.begin(), text.end(), OrvNetFrame::EndsRun)) return endsTextNotice;
     return text.size() > ZarnRegisterMap::keyStringSize ? longTextNotice : "";
 }
 

@@ -11,8 +11,6 @@ namespace {
 
 constexpr std::uint64_t most = std::numeric_limits<std::int64_t>::max();
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-
 /// The digits that the text begins with, taken off it; nothing when the number leaves 64 bits. No digit is 0.
 std::optional<std::uint64_t> TakeDigits(std::string_view& text, int base) {
     std::uint64_t value = 0;
@@ -42,7 +40,7 @@ std::optional<clsFixedPoint> clsFixedPoint::FromDecimal(std::string_view text) {
     if (text.empty()) return FromScaled(negative, *whole, 0);
     if (text.front() != '.') return std::nullopt;
     text.remove_prefix(1);
-    if (!std::all_of(text.begin(), text.end(), IsDigit)) return std::nullopt;
+    if (!std::all_of(text.begin(), text.end(), modText::IsDigit)) return std::nullopt;
     const double decimals = modText::RoundHalfEven(modText::Val("." + std::string(text)) * scale);
     return FromScaled(negative, *whole, static_cast<std::uint64_t>(decimals));
 }
@@ -91,7 +89,8 @@ std::optional<char> ValueFormat::FilterKey(std::string_view before, char key, st
     if (numeric) key = modText::UCase(std::string_view(&key, 1)).front();
     if (static_cast<unsigned char>(key) < ' ') return key;
     const bool hexLetter = key >= 'A' && key <= 'F';
-    if (numeric && !IsDigit(key) && !(hexLetter && FMTType == FMTTypes::Hexadecimal)) return std::nullopt;
+    if (numeric && !modText::IsDigit(key) && !(hexLetter && FMTType == FMTTypes::Hexadecimal))
+        return std::nullopt;
     if (ByteLen >= 1 && before.size() + after.size() >= static_cast<std::size_t>(ByteLen))
         return std::nullopt;
     if (numeric && MaxValue > 0) {

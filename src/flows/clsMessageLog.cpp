@@ -2,16 +2,15 @@
 
 #include "base/ControlNames.h"
 #include "base/modText.h"
+#include "frame/OrvNetFrame.h"
 
 namespace {
 
 constexpr int autoEnterTime = 100;  // ms after an Enter until its line ends by itself
 
-constexpr std::uint16_t TAB = 9;
-constexpr std::uint16_t LF = 10;
-constexpr std::uint16_t CR = 13;
-
-bool IsDigit(std::uint16_t keyCode) { return keyCode >= '0' && keyCode <= '9'; }
+using OrvNetFrame::CR;
+using OrvNetFrame::LF;
+using OrvNetFrame::TAB;
 
 LogColor ColorOf(const std::string& text) {
     if (modText::ContainsNoCase(text, " OK")) return LogColor::Blue;
@@ -83,7 +82,7 @@ void clsMessageLog::KeyDown(bool down, std::uint16_t keyCode, std::uint16_t shif
 
 // The scan code of a digit is made from the digit: what the system reports differs from platform to platform.
 std::string clsMessageLog::KeyText(std::uint16_t keyCode, std::uint16_t shift) const {
-    if (IsDigit(keyCode) && m_keyNames != nullptr) {
+    if (modText::IsDigit(keyCode) && m_keyNames != nullptr) {
         const auto digit = static_cast<std::uint16_t>(keyCode - '0');
         const std::uint16_t firstKey = (shift & keyOnKeypad) != 0 ? 96 : 48;
         const std::uint16_t scanCode = digit == 0 ? 11 : static_cast<std::uint16_t>(digit + 1);

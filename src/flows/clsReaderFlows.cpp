@@ -33,7 +33,9 @@ constexpr const char* notReadNotice =
     "The reader was found, but it was not read to its end: the pages show what was there before";
 constexpr const char* savedNG = "Save Device Info To File NG!";
 
-bool EndsCardID(int code) { return code == 9 || code == 10 || code == 13; }
+bool EndsCardID(int code) {
+    return code == OrvNetFrame::TAB || code == OrvNetFrame::LF || code == OrvNetFrame::CR;
+}
 
 void TrimSerials(ZarnInfo& record) {
     for (CardConvertEntry& entry : record.Convert) entry.CardID = modText::Trim(entry.CardID);

@@ -5,6 +5,7 @@
 
 #include "base/modText.h"
 #include "frame/OrvNetFrame.h"
+#include "settings/CardTypes.h"
 #include "settings/modByte.h"
 
 namespace {
@@ -19,9 +20,7 @@ constexpr SpeedCode otherSpeed{0xFF, 19200};
 constexpr std::uint8_t endOfText = 0xFF;
 constexpr std::uint8_t lowTwoBits = 0x03;
 
-// Bytes of a card ID by type, from 1 on.
-constexpr std::array<std::size_t, 5> cardIDBytes{4, 4, 7, 7, 5};
-constexpr std::size_t mostIDBytes = 7;
+constexpr std::size_t mostIDBytes = ZarnRegisterMap::entrySize - 1;  // behind the type
 
 }  // namespace
 
@@ -79,8 +78,8 @@ std::string StoredKeyString(std::string_view text) {
 CardConvertEntry DecodeEntry(const EntryBytes& bytes, const std::string& text) {
     const std::size_t type = bytes.front();
     if (type == static_cast<std::size_t>(cardTypeEmpty)) return {};
-    if (type < 1 || type > cardIDBytes.size()) return {cardTypeOther, {}, text};
-    const std::span<const std::uint8_t> id = std::span(bytes).subspan(1, cardIDBytes[type - 1]);
+    if (type < 1 || type > cardTypes.size()) return {cardTypeOther, {}, text};
+    const std::span<const std::uint8_t> id = std::span(bytes).subspan(1, cardTypes[type - 1].Digits / 2);
     return {static_cast<std::int32_t>(type), modByte::BytesToHexString(id, /*separator=*/""), text};
 }
 

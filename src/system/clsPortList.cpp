@@ -28,7 +28,7 @@ std::optional<int> PortNumber(std::string_view digits, int offset = 0) {
     if (digits.empty() || digits.size() > 3) return {};
     int number = 0;
     for (const char c : digits) {
-        if (c < '0' || c > '9') return {};
+        if (!modText::IsDigit(c)) return {};
         number = number * 10 + (c - '0');
     }
     number += offset;
@@ -55,8 +55,8 @@ std::string Resolved(const fs::path& path) {
 // Keeps what a list of "number=identity" separated by semicolons can hold.
 std::string Plain(std::string text) {
     for (char& c : text) {
-        const bool plain = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-                           c == '.' || c == '-';
+        const bool plain =
+            modText::IsDigit(c) || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '.' || c == '-';
         if (!plain) c = '_';
     }
     return text;

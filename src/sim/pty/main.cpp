@@ -1,6 +1,5 @@
 // zarn74sim: a simulated reader behind a pseudo-terminal.
 
-#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/signalfd.h>
@@ -21,6 +20,7 @@
 #include "sim/pty/clsFrameLog.h"
 #include "sim/pty/clsPtyLine.h"
 #include "sim/pty/clsSimConsole.h"
+#include "system/StandardStreams.h"
 #include "system/clsPollHost.h"
 #include "system/clsSystemFiles.h"
 
@@ -52,13 +52,6 @@ void Complain(const std::string& text) { WriteText(STDERR_FILENO, "zarn74sim: " 
 int Fail(const std::string& text) {
     Complain(text);
     return ExitFailed;
-}
-
-// A stream that the caller has closed must not become the descriptor of something else.
-void FillStandardStreams() {
-    int fd = open("/dev/null", O_RDWR);
-    while (fd >= 0 && fd <= STDERR_FILENO) fd = open("/dev/null", O_RDWR);
-    if (fd >= 0) close(fd);
 }
 
 /// Standard input, cut into lines. Ends with the input.
