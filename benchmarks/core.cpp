@@ -80,11 +80,9 @@ void SettingsText(benchmark::State& state) {
     const ZarnInfo record = FullRecord();
     const auto rows = RowsOfRecord(record);
     for (auto unused : state) {
-        bool lostCR = false;
-        const std::string text = clsSettingsFile::MakeText(record, rows, /*autoRead=*/false, lostCR);
+        const std::string text = clsSettingsFile::MakeText(record, rows, /*autoRead=*/false).Text;
         ZarnInfo again;
-        bool autoRead = false;
-        clsSettingsParser parser(again, autoRead);
+        clsSettingsParser parser(again);
         parser.Feed(text);
         parser.End();
         if (again.Convert[15].OutputText != record.Convert[15].OutputText ||
@@ -103,8 +101,7 @@ void SettingsFileSaved(benchmark::State& state) {
     const auto rows = RowsOfRecord(record);
     const std::string name = "saved-by-the-benchmark.txt";
     for (auto unused : state) {
-        bool lostCR = false;
-        if (!file.SaveInfoFile(name, record, rows, /*autoRead=*/false, lostCR)) {
+        if (!file.SaveInfoFile(name, clsSettingsFile::MakeText(record, rows, /*autoRead=*/false))) {
             state.SkipWithError("it could not be saved here");
             break;
         }

@@ -8,11 +8,10 @@ namespace {
 
 std::string Parsed(const std::string& text, std::size_t step) {
     ZarnInfo record;
-    bool autoRead = false;
-    clsSettingsParser parser(record, autoRead);
+    clsSettingsParser parser(record);
     for (std::size_t at = 0; at < text.size(); at += step) parser.Feed(text.substr(at, step));
     parser.End();
-    return TextOf(record, autoRead);
+    return TextOf(record, parser.Content().AutoRead.value_or(false));
 }
 
 }  // namespace

@@ -34,9 +34,7 @@ struct OverBoth {
             Named[place] = SettingItem(place).Same(One, other);
     }
     static ZarnInfo Over(clsSettingsFile& files, const std::string& name, ZarnInfo record) {
-        bool autoRead = false;
-        bool knownKey = false;
-        static_cast<void>(files.OpenInfoFile(name, record, autoRead, knownKey));
+        static_cast<void>(files.OpenInfoFile(name, record));
         return AsStored(record);
     }
 

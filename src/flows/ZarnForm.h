@@ -16,7 +16,6 @@
 /// record's settings.
 struct ZarnForm {
     static constexpr int none = noEntry;  ///< a list without a selection
-    static constexpr int pageCount = 2;   ///< `SSTab2`: Hex and Dec
     static constexpr int boxCount = 5;    ///< digit boxes `oCardSNLen` of a page
 
     ZarnInfo Record;  ///< the settings, but not the conversion entries: they are the table's rows

@@ -55,24 +55,23 @@ std::string clsConvertTable::RowPrefix() const {
     return modText::UCase(RowFromControls().Text.substr(0, rowOutputAt - 1));
 }
 
-int clsConvertTable::GetSamdIDIndex(bool& fullLength) const {
-    fullLength = CardType != none && OutputID.size() == SerialDigits();
+clsConvertTable::SameID clsConvertTable::GetSamdIDIndex() const {
     const std::string prefix = RowPrefix();
     const auto at = std::find_if(Rows.begin(), Rows.end(), [&prefix](const ConvertRow& row) {
         return modText::UCase(row.Text).starts_with(prefix);
     });
-    return at == Rows.end() ? none : static_cast<int>(at - Rows.begin());
+    return {at == Rows.end() ? none : static_cast<int>(at - Rows.begin()),
+            CardType != none && OutputID.size() == SerialDigits()};
 }
 
 bool clsConvertTable::CheckSamdID(int editing) const {
-    bool fullLength = false;
-    const int first = GetSamdIDIndex(fullLength);
-    if (!fullLength) return false;
-    if (first == none) return true;
+    const SameID first = GetSamdIDIndex();
+    if (!first.FullLength) return false;
+    if (first.Row == none) return true;
     // The row being edited may be the first of several alike: the others conflict with it all the same.
     clsConvertTable others = *this;
     if (editing != none) others.Rows.erase(others.Rows.begin() + editing);
-    return others.GetSamdIDIndex(fullLength) == none;
+    return others.GetSamdIDIndex().Row == none;
 }
 
 bool clsConvertTable::CheckCanAdd() const {

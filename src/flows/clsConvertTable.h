@@ -33,7 +33,6 @@ class clsConvertTable {
   public:
     static constexpr int none = -1;
     static constexpr std::size_t rowLimit = convertCount;
-    static constexpr std::size_t outputLimit = 16;  ///< characters of an output text
 
     std::vector<ConvertRow> Rows;
     int SelectedRow = none;
@@ -45,9 +44,12 @@ class clsConvertTable {
 
     /// Digits that a serial number of the shown card type has; 0 without a type.
     [[nodiscard]] std::size_t SerialDigits() const;
-    /// The first row that begins with the shown type and serial number, letter case ignored, or none.
-    /// `fullLength` tells whether the serial number has all its digits.
-    [[nodiscard]] int GetSamdIDIndex(bool& fullLength) const;
+    /// The first row that begins with the shown type and serial number, letter case ignored.
+    struct SameID {
+        int Row = none;
+        bool FullLength = false;  ///< the serial number has all its digits
+    };
+    [[nodiscard]] SameID GetSamdIDIndex() const;
     /// True when the serial number has all its digits and no row but `editing` (none: no row) is of the same
     /// type and serial number.
     [[nodiscard]] bool CheckSamdID(int editing) const;

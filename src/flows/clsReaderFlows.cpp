@@ -372,18 +372,17 @@ FlowResult clsReaderFlows::CheckFile(const std::string& name, FileRole role) {
 
 bool clsReaderFlows::CheckSettings(const std::string& name, const WriteTexts& texts) {
     ZarnInfo looked;
-    bool autoRead = false;
-    FileContent content;
-    if (!m_files.OpenInfoFile(name, looked, autoRead, content.KnownKey, &content.Findings)) {
+    const auto content = m_files.OpenInfoFile(name, looked);
+    if (!content) {
         m_log.ShowMsg(texts.OpenNG);
         return false;
     }
-    if (!content.KnownKey) {
-        ShowNotices({FormNotice(/*knownKey=*/false)}, content.Findings);
+    if (!content->KnownKey) {
+        ShowNotices({FormNotice(/*knownKey=*/false)}, content->Findings);
         return false;
     }
     if (!texts.KeepPadding) TrimSerials(looked);
-    const auto findings = SettingsCheck::Check(looked, content.Findings);
+    const auto findings = SettingsCheck::Check(looked, content->Findings);
     if (!SettingsCheck::AnyError(findings)) return true;
     ShowNotices({}, findings);
     m_log.ShowMsg(texts.OpenOK);
@@ -400,11 +399,9 @@ FlowResult clsReaderFlows::LayFile(const std::string& name, FileRole role, LaidF
     ShowPicture();
     if (!read) return door.Leave(false);
 
-    bool autoRead = false;  // a setting of the window
-    FileContent content;
     laid.Wanted = laid.Before;
-    if (!m_files.OpenInfoFile(name, laid.Wanted, autoRead, content.KnownKey, &content.Findings) ||
-        !content.KnownKey) {
+    const auto content = m_files.OpenInfoFile(name, laid.Wanted);
+    if (!content || !content->KnownKey) {
         m_log.ShowMsg(texts.OpenNG);  // it was there a moment ago
         return door.Leave(FlowResult::FileBad);
     }
@@ -412,7 +409,7 @@ FlowResult clsReaderFlows::LayFile(const std::string& name, FileRole role, LaidF
     laid.EmptiesTable = HasRows(laid.Before) && !HasRows(laid.Wanted);
     // The reader gives serial numbers without padding: a row that it has already sends nothing.
     if (!texts.KeepPadding) TrimSerials(laid.Wanted);
-    const auto findings = SettingsCheck::Check(laid.Wanted, content.Findings);
+    const auto findings = SettingsCheck::Check(laid.Wanted, content->Findings);
     ShowNotices({}, findings);
     if (!SettingsCheck::AnyError(findings)) return door.Leave(FlowResult::Done);
     if (texts.WriteNG != nullptr) m_log.ShowMsg(texts.WriteNG);  // it was good a moment ago
@@ -457,8 +454,10 @@ bool clsReaderFlows::OpenRecord(const std::string& name, FileContent& content) {
     ZarnForm form;
     const bool controls = m_view.ReadForm(form);
     const bool hadRows = HasRows(m_record);
-    if (!m_files.OpenInfoFile(name, m_record, form.AutoRead, content.KnownKey, &content.Findings))
-        return false;
+    const auto read = m_files.OpenInfoFile(name, m_record);
+    if (!read) return false;
+    content = {*read, {}};
+    form.AutoRead = read->AutoRead.value_or(form.AutoRead);
     if (controls) m_view.ShowForm(form);
     if (const std::string notice = FormNotice(content.KnownKey); !notice.empty())
         content.Notes.push_back(notice);
@@ -469,18 +468,16 @@ bool clsReaderFlows::OpenRecord(const std::string& name, FileContent& content) {
 bool clsReaderFlows::SaveRecord(const std::string& name) {
     ZarnForm form;
     const auto rows = m_view.ReadForm(form) ? form.Table.Rows : RowsOfRecord(m_record);
-    bool lostCR = false;
-    if (!m_files.SaveInfoFile(name, m_record, rows, form.AutoRead, lostCR)) return false;
-    if (lostCR) m_view.ShowNotice(lostCRNotice);
+    const SettingsText text = clsSettingsFile::MakeText(m_record, rows, form.AutoRead);
+    if (!m_files.SaveInfoFile(name, text)) return false;
+    if (text.LostCR) m_view.ShowNotice(lostCRNotice);
     return true;
 }
 
 std::string clsReaderFlows::RecordText() {
-    bool lostCR = false;
-    std::string text =
-        clsSettingsFile::MakeText(m_record, RowsOfRecord(m_record), /*autoRead=*/false, lostCR);
-    if (lostCR) m_view.ShowNotice(lostCRNotice);
-    return text;
+    SettingsText text = clsSettingsFile::MakeText(m_record, RowsOfRecord(m_record), /*autoRead=*/false);
+    if (text.LostCR) m_view.ShowNotice(lostCRNotice);
+    return std::move(text.Text);
 }
 
 FlowResult clsReaderFlows::Open() {
@@ -608,8 +605,7 @@ bool clsReaderFlows::ReadCard(bool reportEmpty) {
     } else {
         m_log.ShowMsg("Error Type");
     }
-    bool fullLength = false;
-    const int row = form.Table.GetSamdIDIndex(fullLength);
+    const int row = form.Table.GetSamdIDIndex().Row;
     if (row != clsConvertTable::none) form.Table.SelectRow(row);
     if (controls) m_view.ShowForm(form);
     return true;

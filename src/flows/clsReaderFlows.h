@@ -151,9 +151,7 @@ class clsReaderFlows {
     struct WriteTexts;
     using Notices = std::vector<std::string>;
     /// What a file held that was laid over the record.
-    struct FileContent {
-        bool KnownKey = false;
-        std::vector<SettingsFinding> Findings;
+    struct FileContent : SettingsContent {
         Notices Notes;
     };
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <optional>
 #include <variant>
 
 #include "base/modText.h"
@@ -67,13 +66,13 @@ class clsTextMaker {
     std::string Text;
 };
 
-std::string RowLine(const ConvertRow& row, bool& lostCR) {
+std::string RowLine(const ConvertRow& row, SettingsText& made) {
     std::string text = row.Text.substr(0, rowOutputAt);
     text.resize(rowOutputAt, ' ');
     text[rowSerialAt - 1] = ',';
     text[rowOutputAt - 1] = ',';
     const std::string output = row.Text.size() > rowOutputAt ? row.Text.substr(rowOutputAt) : std::string();
-    lostCR = lostCR || output.find('\r') != std::string::npos;
+    made.LostCR = made.LostCR || output.find('\r') != std::string::npos;
     return (row.Checked ? "+" : "-") + text + WithoutCR(output);
 }
 
@@ -93,7 +92,7 @@ using Taken = std::optional<std::string>;
 /// Puts one value where its key says. `Index` is the number in the key's parentheses, -1 without any.
 struct ValueTaker {
     ZarnInfo& Record;
-    bool& AutoRead;
+    std::optional<bool>& AutoRead;
     std::string_view Value;
     std::int32_t Index;
 
@@ -158,8 +157,7 @@ std::string AboutOf(std::string name, std::int32_t index) {
 
 // -- reading ------------------------------------------------------------------------------------------------
 
-clsSettingsParser::clsSettingsParser(ZarnInfo& record, bool& autoRead)
-    : m_record(record), m_autoRead(autoRead) {
+clsSettingsParser::clsSettingsParser(ZarnInfo& record) : m_record(record) {
     // Serial number and text of an emptied entry are left as they are.
     for (CardConvertEntry& entry : record.Convert) entry.CardType = cardTypeEmpty;
 }
@@ -217,39 +215,38 @@ void clsSettingsParser::ApplyKey(std::string_view line) {
     SettingsFinding finding;
     finding.Key = line.substr(0, equals);
     finding.Value = line.substr(equals + 1);
-    const auto taken = ValueTaker{m_record, m_autoRead, line.substr(equals + 1), index}.Take(name);
+    const auto taken = ValueTaker{m_record, m_content.AutoRead, line.substr(equals + 1), index}.Take(name);
     if (!taken) {
         finding.Text = SettingsCheck::OfPassedOver(/*knownKey=*/false);
         if (std::find(unread.begin(), unread.end(), name) == unread.end()) Find(finding);
         return;
     }
-    m_knownKey = true;
+    m_content.KnownKey = true;
     finding.Text = taken->value_or(SettingsCheck::OfPassedOver(/*knownKey=*/true));
     if (*taken) finding.About = AboutOf(name, index);
     Find(finding);
 }
 
 void clsSettingsParser::Find(const SettingsFinding& finding) {
+    auto& findings = m_content.Findings;
     if (!finding.About.empty())
-        std::erase_if(m_findings, [&](const auto& former) { return former.About == finding.About; });
-    const auto strays = std::count_if(m_findings.begin(), m_findings.end(),
+        std::erase_if(findings, [&](const auto& former) { return former.About == finding.About; });
+    const auto strays = std::count_if(findings.begin(), findings.end(),
                                       [](const auto& former) { return former.About.empty(); });
     const bool full = finding.About.empty() && strays >= strayLimit;
-    if (!finding.Text.empty() && !full) m_findings.push_back(finding);
+    if (!finding.Text.empty() && !full) findings.push_back(finding);
 }
 
-bool clsSettingsFile::OpenInfoFile(const std::string& name, ZarnInfo& record, bool& autoRead, bool& knownKey,
-                                   std::vector<SettingsFinding>* findings) {
+std::optional<SettingsContent> clsSettingsFile::OpenInfoFile(const std::string& name, ZarnInfo& record) {
     m_mark.clear();
     const auto reader = m_files.OpenFile(name);
-    if (!reader) return false;
+    if (!reader) return std::nullopt;
     ZarnInfo read = record;
-    bool readAutoRead = autoRead;
-    clsSettingsParser parser(read, readAutoRead);
+    clsSettingsParser parser(read);
     std::string chunk(chunkSize, '\0');
     for (bool first = true; !parser.Finished(); first = false) {
         const auto count = reader->Read(chunk.data(), chunk.size());
-        if (!count) return false;
+        if (!count) return std::nullopt;
         if (*count == 0) break;
         const auto bytes = std::string_view(chunk).substr(0, *count);
         if (first) m_mark = MarkOf(bytes);
@@ -257,21 +254,18 @@ bool clsSettingsFile::OpenInfoFile(const std::string& name, ZarnInfo& record, bo
     }
     parser.End();
     record = read;
-    autoRead = readAutoRead;
-    knownKey = parser.KnownKey();
-    if (findings != nullptr) *findings = parser.Findings();
-    return true;
+    return parser.Content();
 }
 
 // -- writing ------------------------------------------------------------------------------------------------
 
-std::string clsSettingsFile::MakeText(const ZarnInfo& record, const std::vector<ConvertRow>& rows,
-                                      bool autoRead, bool& lostCR) {
+SettingsText clsSettingsFile::MakeText(const ZarnInfo& record, const std::vector<ConvertRow>& rows,
+                                       bool autoRead) {
     clsTextMaker out;
+    SettingsText made;
     out.Text = "[General]";
     out.Text += lineEnd;
     out.Line("FileVersion", "1.1");
-    lostCR = false;
     for (const FileItem& item : fileOrder) {
         switch (item.Group) {
             case FileGroup::Setting: out.Setting(RowOf(item.Id), record); break;
@@ -283,18 +277,13 @@ std::string clsSettingsFile::MakeText(const ZarnInfo& record, const std::vector<
                 break;
             case FileGroup::Convert:
                 out.Line("ConvertCount", static_cast<std::int32_t>(rows.size()));
-                for (std::size_t i = 0; i < rows.size(); ++i)
-                    out.Line("Convert", i, RowLine(rows[i], lostCR));
+                for (std::size_t i = 0; i < rows.size(); ++i) out.Line("Convert", i, RowLine(rows[i], made));
                 break;
             case FileGroup::AutoRead: out.Line("AutoRead", FlagWord(autoRead, FlagWords::OneZero)); break;
         }
     }
-    return out.Text;
-}
-
-bool clsSettingsFile::SaveInfoFile(const std::string& name, const ZarnInfo& record,
-                                   const std::vector<ConvertRow>& rows, bool autoRead, bool& lostCR) {
-    return m_files.ReplaceFile(name, MakeText(record, rows, autoRead, lostCR));
+    made.Text = std::move(out.Text);
+    return made;
 }
 
 bool clsSettingsFile::KeepBackup(const std::string& name) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,6 +11,15 @@
 #include "flows/clsConvertTable.h"
 #include "settings/ZarnInfo.h"
 
+/// What a settings file held besides the record's own settings.
+struct SettingsContent {
+    bool KnownKey = false;         ///< any key of a setting was found
+    std::optional<bool> AutoRead;  ///< nothing where the file does not name it
+    /// What is odd with the lines, without those that a later one of the same setting makes up for; of lines
+    /// without a setting the first 100.
+    std::vector<SettingsFinding> Findings;
+};
+
 /// Takes a settings file's bytes piece by piece and applies its lines to a record. Starting one empties the
 /// record's conversion table. A line counts with its first 64 KiB, so that memory stays bounded whatever the
 /// file holds.
@@ -17,18 +27,14 @@ class clsSettingsParser {
   public:
     static constexpr std::size_t lineLimit = 65536;
 
-    /// `record` and `autoRead` outlive the parser; what the file does not name stays as it is in them.
-    clsSettingsParser(ZarnInfo& record, bool& autoRead);
+    /// `record` outlives the parser; what the file does not name stays as it is in it.
+    explicit clsSettingsParser(ZarnInfo& record);
     void Feed(std::string_view bytes);
     /// The end of the file: the last line may lack its line end.
     void End();
     /// Nothing that follows can change anything any more.
     [[nodiscard]] bool Finished() const { return m_section == Section::Behind; }
-    /// Whether any key of a setting was found.
-    [[nodiscard]] bool KnownKey() const { return m_knownKey; }
-    /// What is odd with the lines, without those that a later one of the same setting makes up for; of lines
-    /// without a setting the first 100.
-    [[nodiscard]] const std::vector<SettingsFinding>& Findings() const { return m_findings; }
+    [[nodiscard]] const SettingsContent& Content() const { return m_content; }
 
   private:
     enum class Section { Before, Inside, Behind };
@@ -38,12 +44,16 @@ class clsSettingsParser {
     void Find(const SettingsFinding& finding);
 
     ZarnInfo& m_record;
-    bool& m_autoRead;
+    SettingsContent m_content;
     std::string m_line;
     bool m_afterCR = false;
-    bool m_knownKey = false;
-    std::vector<SettingsFinding> m_findings;
     Section m_section = Section::Before;
+};
+
+/// The text of a settings file.
+struct SettingsText {
+    std::string Text;
+    bool LostCR = false;  ///< a row's output text held a CR, which no line can carry: it is written without
 };
 
 /// The settings file: one section of keys, every line ended by CR LF. Knows nothing of reader and controls.
@@ -51,20 +61,16 @@ class clsSettingsFile {
   public:
     explicit clsSettingsFile(clsIFiles& files) : m_files(files) {}
 
-    /// The file's text. `lostCR` tells that a row's output text held a CR, which no line can carry: the row
-    /// is written without it.
-    static std::string MakeText(const ZarnInfo& record, const std::vector<ConvertRow>& rows, bool autoRead,
-                                bool& lostCR);
+    static SettingsText MakeText(const ZarnInfo& record, const std::vector<ConvertRow>& rows, bool autoRead);
     /// Replaces the file. False, and the file as it was, when it cannot be written.
-    bool SaveInfoFile(const std::string& name, const ZarnInfo& record, const std::vector<ConvertRow>& rows,
-                      bool autoRead, bool& lostCR);
+    bool SaveInfoFile(const std::string& name, const SettingsText& text) {
+        return m_files.ReplaceFile(name, text.Text);
+    }
     /// Whether the file could be replaced, as far as that shows without doing it.
     bool MaySave(const std::string& name) { return m_files.MayReplace(name); }
-    /// Lays the file over the record, whose conversion table is emptied first. False, and nothing changed,
-    /// when the file cannot be opened or read to its end; true whatever it holds. `knownKey` tells whether it
-    /// held any setting, `findings`, if asked for, what is odd with its lines.
-    bool OpenInfoFile(const std::string& name, ZarnInfo& record, bool& autoRead, bool& knownKey,
-                      std::vector<SettingsFinding>* findings = nullptr);
+    /// Lays the file over the record, whose conversion table is emptied first. Nothing, and nothing changed,
+    /// when the file cannot be opened or read to its end.
+    std::optional<SettingsContent> OpenInfoFile(const std::string& name, ZarnInfo& record);
     /// The kind of byte-order mark that the file opened last begins with; empty without one.
     [[nodiscard]] std::string ByteOrderMark() const { return m_mark; }
     /// Keeps the file as it is now under `name` + ".bak". False when it cannot be kept whole; a file that is

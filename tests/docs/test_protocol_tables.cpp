@@ -53,9 +53,8 @@ std::string CodingOf(const SettingRow& row) {
 }
 
 TEST(Protocol, TheTablesOfKeysAndRegistersAreWhatIsWrittenAndReadBack) {
-    bool flag = false;
     std::istringstream text(
-        clsSettingsFile::MakeText(ZarnInfo(), {{"[1K ] 04A1B2C3       1", true}}, /*autoRead=*/false, flag));
+        clsSettingsFile::MakeText(ZarnInfo(), {{"[1K ] 04A1B2C3       1", true}}, /*autoRead=*/false).Text);
     std::vector<std::string> keys;
     std::array<std::string, settingCount> keyOf;  // a setting's key is the first one that changes it
     std::string line;
@@ -67,10 +66,10 @@ TEST(Protocol, TheTablesOfKeysAndRegistersAreWhatIsWrittenAndReadBack) {
         const std::string key = name.substr(0, name.find('('));
         for (const char* value : {"=0", "=1"}) {
             ZarnInfo record;
-            clsSettingsParser parser(record, flag);
+            clsSettingsParser parser(record);
             parser.Feed("[General]\r\n" + name + value + "\r\n");
             parser.End();
-            known = parser.KnownKey();
+            known = parser.Content().KnownKey;
             for (std::size_t i = 0; i < settingCount; ++i) {
                 if (keyOf[i].empty() && !Same(settingTable[i].Id, record, ZarnInfo())) keyOf[i] = key;
             }

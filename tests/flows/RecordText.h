@@ -9,16 +9,14 @@
 /// A fresh record with settings-file lines laid over it, separated by ";".
 inline ZarnInfo RecordOf(std::string_view lines) {
     ZarnInfo record;
-    bool autoRead = false;
-    clsSettingsParser parser(record, autoRead);
+    clsSettingsParser parser(record);
     parser.Feed("[General]\r\n");
     for (const std::string& line : modText::Split(lines, ';')) parser.Feed(line + "\r\n");
     return record;
 }
 /// All settings of a record as text, for comparing and for reading.
 inline std::string TextOf(const ZarnInfo& record, bool autoRead = false) {
-    bool lostCR = false;
-    return clsSettingsFile::MakeText(record, RowsOfRecord(record), autoRead, lostCR);
+    return clsSettingsFile::MakeText(record, RowsOfRecord(record), autoRead).Text;
 }
 /// Every setting other than in a fresh record, and all of them in the lists.
 constexpr const char* unusual =

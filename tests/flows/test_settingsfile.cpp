@@ -11,14 +11,14 @@ namespace {
 struct FileFixture : testing::Test {
     void Open(const std::string& text) {
         disk.Contents["f"] = text;
-        ASSERT_TRUE(file.OpenInfoFile("f", record, autoRead, knownKey));
+        const auto read = file.OpenInfoFile("f", record);
+        ASSERT_TRUE(read);
+        content = *read;
     }
     clsMemoryFiles disk;
     clsSettingsFile file{disk};
     ZarnInfo record;
-    bool autoRead = false;
-    bool knownKey = false;
-    bool lostCR = false;
+    SettingsContent content;
 };
 
 TEST_F(FileFixture, TheShippedDefaultsAreAFreshRecord) {
@@ -36,9 +36,9 @@ TEST_F(FileFixture, KeyStringsAndRowsAreWrittenInTheirForms) {
         EXPECT_NE(text.find(lines), std::string::npos) << text;
     }
     record.Convert[0] = {1, "04A1B2C3", "x\ry"};
-    const auto made = clsSettingsFile::MakeText(record, RowsOfRecord(record), autoRead, lostCR);
-    EXPECT_NE(made.find(",xy\r\nAutoRead"), std::string::npos);
-    EXPECT_TRUE(lostCR);
+    const auto made = clsSettingsFile::MakeText(record, RowsOfRecord(record), /*autoRead=*/false);
+    EXPECT_NE(made.Text.find(",xy\r\nAutoRead"), std::string::npos);
+    EXPECT_TRUE(made.LostCR);
 }
 
 TEST_F(FileFixture, ALineMeansWhatItsRulesSay) {
@@ -64,7 +64,7 @@ TEST_F(FileFixture, ALineMeansWhatItsRulesSay) {
     for (const auto& [lines, expected] : cases) {
         record = ZarnInfo();
         Open("Baudrate=4800\r\n[Before]\r\nBaudrate=4800\r\n [ general ] x\r\n" + std::string(lines));
-        const std::string text = TextOf(record, autoRead);
+        const std::string text = TextOf(record, content.AutoRead.value_or(false));
         EXPECT_NE(text.find("\r\n" + std::string(expected)), std::string::npos) << lines << text;
     }
 }
@@ -74,9 +74,8 @@ TEST_F(FileFixture, AnyOtherFileOnlyEmptiesTheTableAndAMissingOneNothing) {
          {"", "Baudrate=9600\r\n", "[General]\nBaudrate=9600\n", "[General]\r\nnothing=1\r\n",
           "[General]\r\nFileVersion=1.1\r\nConvertCount=4\r\n", "\x7F\x45LF\1\2\r\r\r\n\n"}) {
         record = RecordOf(unusual);
-        knownKey = true;
         Open(text);
-        EXPECT_FALSE(knownKey) << text;
+        EXPECT_FALSE(content.KnownKey) << text;
         EXPECT_EQ(record.Convert[0], (CardConvertEntry{cardTypeEmpty, "04A1B2C3", "1234"}));
         record.Convert = RecordOf(unusual).Convert;
         EXPECT_EQ(TextOf(record), TextOf(RecordOf(unusual))) << text;
@@ -84,8 +83,8 @@ TEST_F(FileFixture, AnyOtherFileOnlyEmptiesTheTableAndAMissingOneNothing) {
     disk.Contents["f"] = "[General]\r\nBaudrate=4800\r\nAutoRead=1\r\n";
     disk.BreakAt = 30;  // behind a whole line
     for (const char* name : {"missing", "f"}) {
-        EXPECT_FALSE(file.OpenInfoFile(name, record, autoRead, knownKey)) << name;
-        EXPECT_EQ(TextOf(record, autoRead), TextOf(RecordOf(unusual))) << name;
+        EXPECT_FALSE(file.OpenInfoFile(name, record)) << name;
+        EXPECT_EQ(TextOf(record), TextOf(RecordOf(unusual))) << name;
     }
     EXPECT_FALSE(file.KeepBackup("f"));
 }
@@ -106,11 +105,11 @@ TEST_F(FileFixture, AByteOrderMarkIsNamed) {
 TEST_F(FileFixture, WhatIsOddIsFoundLineByLineAndWhatIsMadeUpForIsNot) {
     const auto found = [this](const std::string& text) {
         record = ZarnInfo();
-        clsSettingsParser parser(record, autoRead);
+        clsSettingsParser parser(record);
         parser.Feed("[General]\r\n" + text);
         parser.End();
         std::string lines;
-        for (const auto& finding : SettingsCheck::Check(record, parser.Findings()))
+        for (const auto& finding : SettingsCheck::Check(record, parser.Content().Findings))
             lines += (finding.Kind == SettingsFinding::Severity::Error ? "! " : "") +
                      SettingsCheck::Line(finding) + "\n";
         return lines;
@@ -152,7 +151,7 @@ TEST_F(FileFixture, ALineCountsWithItsFirst64KiB) {
     Open("[General]\r\nPrefix=" + std::string(200000, 'x') + "=\r\nBaudrate=9600");
     EXPECT_EQ(record.Prefix.size(), clsSettingsParser::lineLimit - 7);
     EXPECT_EQ(record.Baudrate, 9600);
-    EXPECT_TRUE(knownKey);
+    EXPECT_TRUE(content.KnownKey);
 }
 
 TEST_F(FileFixture, ABackupIsTheWholeFileOrNone) {
