@@ -46,13 +46,6 @@ clsDemoPanel::clsDemoPanel(const std::vector<Connection>& connections, int chose
     setAutoFillBackground(true);
     Color();
 
-    auto* const banner = new QLabel(tr("Simulated reader: nothing here reaches a real one."));
-    banner->setObjectName("labDemo");
-    QFont bold = banner->font();
-    bold.setBold(true);
-    banner->setFont(bold);
-    auto* const type = new QPushButton(tr("Type card ID"));
-    type->setToolTip(tr("The reader types the ID of the card that lies on it, and Enter"));
     m_paced->setToolTip(tr("Bytes take as long as on a real serial line"));
     m_plugged->setChecked(true);
     m_plugged->setToolTip(tr("Pulls the reader's cable out and puts it back"));
@@ -66,6 +59,37 @@ clsDemoPanel::clsDemoPanel(const std::vector<Connection>& connections, int chose
         m_fault->addItem(QtText::ToQString(SimFaultName(fault)));
         m_fault->setItemData(m_fault->count() - 1, QtText::ToQString(SimFaultHelp(fault)), Qt::ToolTipRole);
     }
+
+    m_connection->setObjectName("cboDemoConnection");
+    m_card->setObjectName("cboDemoCard");
+    m_fault->setObjectName("cboDemoFault");
+    m_plugged->setObjectName("chkDemoPlugged");
+    m_paced->setObjectName("chkDemoPaced");
+    for (QComboBox* box : {m_connection, m_card, m_fault}) new clsWheelGuard(*box);
+    connect(m_connection, &QComboBox::currentIndexChanged, this, &clsDemoPanel::ApplyPlug);
+    connect(m_plugged, &QCheckBox::toggled, this, &clsDemoPanel::ApplyPlug);
+    connect(m_card, &QComboBox::currentIndexChanged, this, &clsDemoPanel::ApplyCard);
+    connect(m_fault, &QComboBox::currentIndexChanged, this, &clsDemoPanel::ApplyFault);
+    connect(m_paced, &QCheckBox::toggled, this, &clsDemoPanel::PacedChanged);
+    Arrange();
+    ApplyPlug();
+}
+
+// The controls in two rows, with what is only shown or clicked.
+void clsDemoPanel::Arrange() {
+    auto* const banner = new QLabel(tr("Simulated reader: nothing here reaches a real one."));
+    banner->setObjectName("labDemo");
+    QFont bold = banner->font();
+    bold.setBold(true);
+    banner->setFont(bold);
+    auto* const type = new QPushButton(tr("Type card ID"));
+    type->setObjectName("cmdDemoType");
+    type->setToolTip(tr("The reader types the ID of the card that lies on it, and Enter"));
+    connect(type, &QPushButton::clicked, this, [this] {
+        const int card = m_card->currentIndex() - 1;
+        Reader().TypeText(std::string(card < 0 ? noSerial : cards.at(static_cast<std::size_t>(card)).Serial) +
+                          "\r");
+    });
 
     auto* const grid = new QGridLayout(this);
     grid->setContentsMargins(12, 6, 12, 6);
@@ -81,25 +105,6 @@ clsDemoPanel::clsDemoPanel(const std::vector<Connection>& connections, int chose
     grid->addWidget(m_fault, 1, 5);
     grid->addWidget(type, 1, 6);
     grid->setColumnStretch(8, 1);
-
-    m_connection->setObjectName("cboDemoConnection");
-    m_card->setObjectName("cboDemoCard");
-    m_fault->setObjectName("cboDemoFault");
-    m_plugged->setObjectName("chkDemoPlugged");
-    m_paced->setObjectName("chkDemoPaced");
-    type->setObjectName("cmdDemoType");
-    for (QComboBox* box : {m_connection, m_card, m_fault}) new clsWheelGuard(*box);
-    connect(m_connection, &QComboBox::currentIndexChanged, this, &clsDemoPanel::ApplyPlug);
-    connect(m_plugged, &QCheckBox::toggled, this, &clsDemoPanel::ApplyPlug);
-    connect(m_card, &QComboBox::currentIndexChanged, this, &clsDemoPanel::ApplyCard);
-    connect(m_fault, &QComboBox::currentIndexChanged, this, &clsDemoPanel::ApplyFault);
-    connect(m_paced, &QCheckBox::toggled, this, &clsDemoPanel::PacedChanged);
-    connect(type, &QPushButton::clicked, this, [this] {
-        const int card = m_card->currentIndex() - 1;
-        Reader().TypeText(std::string(card < 0 ? noSerial : cards.at(static_cast<std::size_t>(card)).Serial) +
-                          "\r");
-    });
-    ApplyPlug();
 }
 
 clsIDemoReader& clsDemoPanel::Reader() const {

@@ -35,6 +35,7 @@ class clsDemoPanel : public QFrame {
     void changeEvent(QEvent* event) override;
 
   private:
+    void Arrange();
     void Color();
     void ApplyPlug();
     void ApplyCard();

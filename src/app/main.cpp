@@ -190,6 +190,58 @@ class clsDisplayCheck {
     QtMessageHandler m_former;
 };
 
+/// What the program stands on, with readers or in a demo.
+struct ProgramBase {
+    clsQtHost Host;
+    clsSystemFiles Files;
+    clsKeyState Keys;
+    clsScanNames Names;
+    modKeyboard KeyNames{Keys, Names};
+    modZarn74 Settings;
+
+    [[nodiscard]] WindowParts Parts(ucCOMM& comm, clsISettingsStore& store) {
+        return {Host, comm, Settings, Files, store, KeyNames};
+    }
+};
+
+int RunOnReaders(ProgramBase& base, const WindowOptions& options, const PortMap& map) {
+    clsQtStore store;
+    clsPortList ports(store);
+    ports.SetMap(map);
+    clsQtSerialControl serial(base.Host, ports);
+    clsDeviceNotices notices(base.Host, ports);
+    clsHidReaders readers(clsHidReaders::Library::Real);
+    ucCOMM comm(base.Host, serial, store, applicationName, readers.Devices(&notices));
+    return Open(base.Parts(comm, store), options, nullptr);
+}
+
+int RunDemo(ProgramBase& base, const WindowOptions& options) {
+    clsMemoryStore store;
+    clsSerialDemoReader onSerial(base.Host);
+    if (!options.Image.empty()) {
+        const std::string error = LoadSimImage(base.Files, options.Image, onSerial.Reader());
+        if (!error.empty()) return Say(error + "\n", 1);
+    }
+    clsHidReaders readers(clsHidReaders::Library::Simulated);
+    const clsDemoBus bus(readers.Loader());
+    std::vector<clsDemoPanel::Connection> connections{{QObject::tr("serial line COM1"), &onSerial}};
+    std::optional<clsHidDemoReader> onHid;
+    const bool startsOnHid = options.Demo == WindowOptions::DemoKind::Hid;
+    if (bus.Ready()) {
+        onHid.emplace(bus);
+        if (!options.Image.empty()) onHid->CopyRegisters(onSerial.Reader());
+        connections.push_back({QObject::tr("USB HID"), &*onHid});
+    } else if (startsOnHid) {
+        return Say("the simulated USB bus is missing: " + readers.Loader().ApplicationPath() + "\n", 1);
+    }
+    // The window owns the panel, and is gone before the readers are.
+    auto* const panel = new clsDemoPanel(connections, startsOnHid ? 1 : 0);
+    QObject::connect(panel, &clsDemoPanel::PacedChanged,
+                     [&onSerial](bool paced) { onSerial.SetPaced(paced); });
+    ucCOMM comm(base.Host, onSerial.Serial(), store, applicationName, readers.Devices(&onSerial.Notices()));
+    return Open(base.Parts(comm, store), options, panel);
+}
+
 int Main(int argc, char** argv) {
     WindowOptions options;
     std::vector<std::string> arguments(argv + 1, argv + argc);
@@ -211,49 +263,11 @@ int Main(int argc, char** argv) {
     if (!parsing.Run) return Say(parsing.Text, parsing.Exit);
     if (options.Dark) UseDarkColors();
 
-    clsQtHost host;
-    clsSystemFiles files;
-    const clsKeyState keys;
-    const clsScanNames names;
-    const modKeyboard keyNames(keys, names);
-    modZarn74 settings;
     const PortMap map = ParsePortMap(options.PortMap, std::getenv("ZARN74_PORT_MAP"));
     if (!map.Error.empty()) return Say(map.Error + "\n", exitUsage);
-    using Kind = WindowOptions::DemoKind;
-    if (options.Demo == Kind::None) {
-        clsQtStore store;
-        clsPortList ports(store);
-        ports.SetMap(map);
-        clsQtSerialControl serial(host, ports);
-        clsDeviceNotices notices(host, ports);
-        clsHidReaders readers(clsHidReaders::Library::Real);
-        ucCOMM comm(host, serial, store, applicationName, readers.Devices(&notices));
-        return Open({host, comm, settings, files, store, keyNames}, options, nullptr);
-    }
-
-    clsMemoryStore store;
-    clsSerialDemoReader onSerial(host);
-    if (!options.Image.empty()) {
-        const std::string error = LoadSimImage(files, options.Image, onSerial.Reader());
-        if (!error.empty()) return Say(error + "\n", 1);
-    }
-    clsHidReaders readers(clsHidReaders::Library::Simulated);
-    const clsDemoBus bus(readers.Loader());
-    std::vector<clsDemoPanel::Connection> connections{{QObject::tr("serial line COM1"), &onSerial}};
-    std::optional<clsHidDemoReader> onHid;
-    if (bus.Ready()) {
-        onHid.emplace(bus);
-        if (!options.Image.empty()) onHid->CopyRegisters(onSerial.Reader());
-        connections.push_back({QObject::tr("USB HID"), &*onHid});
-    } else if (options.Demo == Kind::Hid) {
-        return Say("the simulated USB bus is missing: " + readers.Loader().ApplicationPath() + "\n", 1);
-    }
-    // The window owns the panel, and is gone before the readers are.
-    auto* const panel = new clsDemoPanel(connections, options.Demo == Kind::Hid ? 1 : 0);
-    QObject::connect(panel, &clsDemoPanel::PacedChanged,
-                     [&onSerial](bool paced) { onSerial.SetPaced(paced); });
-    ucCOMM comm(host, onSerial.Serial(), store, applicationName, readers.Devices(&onSerial.Notices()));
-    return Open({host, comm, settings, files, store, keyNames}, options, panel);
+    ProgramBase base;
+    return options.Demo == WindowOptions::DemoKind::None ? RunOnReaders(base, options, map)
+                                                         : RunDemo(base, options);
 }
 
 }  // namespace

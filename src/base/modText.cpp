@@ -29,20 +29,37 @@ std::size_t CountDigits(std::string_view text, std::size_t from) {
 // Digits that a double cannot hold are not added up, only counted, so that no run of them leaves its range.
 constexpr int digitsThatMatter = 20;
 
+// A number whose "&H" ends before `at`, as a 32-bit literal: FFFFFFFF is -1. More than eight significant
+// digits do not fit one.
+ParsedNumber ParseHexNumber(std::string_view text, std::size_t at) {
+    std::size_t end = at;
+    while (end < text.size() && HexDigit(text[end]) >= 0) ++end;
+    if (end == at) return {};
+    auto digits = text.substr(at, end - at);
+    while (digits.size() > 1 && digits.front() == '0') digits.remove_prefix(1);
+    if (digits.size() > 8) return {std::numeric_limits<double>::infinity(), end};
+    return {static_cast<double>(static_cast<std::int32_t>(modText::HexValue(digits))), end};
+}
+
+// The exponent that stands at `end`, which is then behind it; 0 when there is none.
+std::int64_t TakeExponent(std::string_view text, std::size_t& end) {
+    if (end >= text.size() || (Upper(text[end]) != 'E' && Upper(text[end]) != 'D')) return 0;
+    std::size_t mark = end + 1;
+    const bool negative = mark < text.size() && text[mark] == '-';
+    if (mark < text.size() && (text[mark] == '-' || text[mark] == '+')) ++mark;
+    const std::size_t digits = CountDigits(text, mark);
+    if (digits == 0) return 0;
+    end = mark + digits;
+    std::int64_t exponent = 0;
+    for (; mark < end; ++mark) exponent = std::min<std::int64_t>(exponent * 10 + (text[mark] - '0'), 100000);
+    return negative ? -exponent : exponent;
+}
+
 ParsedNumber ParseNumber(std::string_view text) {
     std::size_t at = 0;
     while (at < text.size() && text[at] == ' ') ++at;
-    if (at + 1 < text.size() && text[at] == '&' && Upper(text[at + 1]) == 'H') {
-        std::size_t end = at + 2;
-        while (end < text.size() && HexDigit(text[end]) >= 0) ++end;
-        if (end == at + 2) return {};
-        const auto bits = modText::HexValue(text.substr(at + 2, end - at - 2));
-        // As a 32-bit literal: FFFFFFFF is -1. More than eight significant digits do not fit one.
-        auto digits = text.substr(at + 2, end - at - 2);
-        while (digits.size() > 1 && digits.front() == '0') digits.remove_prefix(1);
-        if (digits.size() > 8) return {std::numeric_limits<double>::infinity(), end};
-        return {static_cast<double>(static_cast<std::int32_t>(bits)), end};
-    }
+    if (at + 1 < text.size() && text[at] == '&' && Upper(text[at + 1]) == 'H')
+        return ParseHexNumber(text, at + 2);
     const bool negative = at < text.size() && text[at] == '-';
     if (at < text.size() && (text[at] == '-' || text[at] == '+')) ++at;
     const std::size_t whole = CountDigits(text, at);
@@ -69,21 +86,7 @@ ParsedNumber ParseNumber(std::string_view text) {
         if (counts && mantissa != 0) ++used;
         if (counts == behindPoint) scale += behindPoint ? -1 : 1;
     }
-    std::int64_t exponent = 0;
-    if (end < text.size() && (Upper(text[end]) == 'E' || Upper(text[end]) == 'D')) {
-        std::size_t mark = end + 1;
-        const bool negativeExponent = mark < text.size() && text[mark] == '-';
-        if (mark < text.size() && (text[mark] == '-' || text[mark] == '+')) ++mark;
-        const std::size_t digits = CountDigits(text, mark);
-        if (digits > 0) {
-            for (std::size_t i = mark; i < mark + digits; ++i) {
-                exponent = std::min<std::int64_t>(exponent * 10 + (text[i] - '0'), 100000);
-            }
-            if (negativeExponent) exponent = -exponent;
-            end = mark + digits;
-        }
-    }
-    exponent += scale;
+    const std::int64_t exponent = TakeExponent(text, end) + scale;
     // Division by an exact power of ten keeps short decimals (1.01) the nearest double.
     const double value = mantissa == 0  ? 0
                          : exponent < 0 ? mantissa / std::pow(10.0, static_cast<double>(-exponent))

@@ -45,19 +45,82 @@ bool AddField(std::uint64_t& bits, const Globals& globals) {
 
 std::size_t BytesOf(std::uint64_t bits) { return static_cast<std::size_t>((bits + 7) / 8); }
 
+/// What the items say, one after the other.
+class clsDescriptorReader {
+  public:
+    /// One short item with the value in its `length` bytes. False when no descriptor goes on like that.
+    bool Take(std::uint8_t item, std::uint32_t value, std::size_t length);
+    [[nodiscard]] ReportDescriptor Result() const;
+
+  private:
+    std::map<std::uint8_t, Bits> m_bits;
+    std::vector<Globals> m_pushed;
+    Globals m_globals;
+    std::uint32_t m_usage = 0;  // the first one since the last main item
+    bool m_haveUsage = false;
+    bool m_usesIds = false;
+    bool m_keyboard = false;
+    bool m_vendor = false;
+    std::size_t m_depth = 0;
+};
+
+bool clsDescriptorReader::Take(std::uint8_t item, std::uint32_t value, std::size_t length) {
+    bool sound = true;
+    switch (item) {
+        case itemUsagePage: m_globals.UsagePage = value; break;
+        case itemReportSize: m_globals.ReportSize = value; break;
+        case itemReportCount: m_globals.ReportCount = value; break;
+        case itemReportId:
+            sound = value > 0 && value <= 255;
+            m_globals.ReportId = static_cast<std::uint8_t>(value);
+            m_usesIds = true;
+            break;
+        case itemPush:
+            sound = m_pushed.size() < deepestPush;
+            m_pushed.push_back(m_globals);
+            break;
+        case itemPop:
+            if (m_pushed.empty()) return false;
+            m_globals = m_pushed.back();
+            m_pushed.pop_back();
+            break;
+        case itemUsage:
+            if (!m_haveUsage) m_usage = length == 4 ? value : m_globals.UsagePage << 16 | (value & 0xFFFF);
+            m_haveUsage = true;
+            break;
+        case itemInput: sound = AddField(m_bits[m_globals.ReportId].Input, m_globals); break;
+        case itemOutput: sound = AddField(m_bits[m_globals.ReportId].Output, m_globals); break;
+        case itemFeature: sound = AddField(m_bits[m_globals.ReportId].Feature, m_globals); break;
+        case itemCollection:
+            if (m_depth++ == 0) {
+                m_keyboard = m_keyboard || m_usage == keyboardUsage || m_usage == keypadUsage;
+                m_vendor = m_vendor || m_usage >> 16 >= firstVendorPage;
+            }
+            break;
+        case itemEndCollection: sound = m_depth-- > 0; break;
+        default: break;
+    }
+    const bool isMain = (item & 0x0C) == 0;
+    if (isMain) {
+        m_usage = 0;
+        m_haveUsage = false;
+    }
+    return sound;
+}
+
+ReportDescriptor clsDescriptorReader::Result() const {
+    ReportDescriptor result;
+    result.UsesIds = m_usesIds;
+    for (const auto& [id, sum] : m_bits)
+        result.Reports[id] = {BytesOf(sum.Input), BytesOf(sum.Output), BytesOf(sum.Feature)};
+    result.Keyboard = m_keyboard && !m_vendor;
+    return result;
+}
+
 }  // namespace
 
 std::optional<ReportDescriptor> ParseReportDescriptor(std::span<const std::uint8_t> bytes) {
-    ReportDescriptor result;
-    std::map<std::uint8_t, Bits> bits;
-    std::vector<Globals> pushed;
-    Globals globals;
-    std::uint32_t usage = 0;  // the first one since the last main item
-    bool haveUsage = false;
-    bool keyboard = false;
-    bool vendor = false;
-    std::size_t depth = 0;
-
+    clsDescriptorReader reader;
     while (!bytes.empty()) {
         const std::uint8_t prefix = bytes[0];
         if (prefix == longItem) {
@@ -70,54 +133,7 @@ std::optional<ReportDescriptor> ParseReportDescriptor(std::span<const std::uint8
         std::uint32_t value = 0;
         for (std::size_t i = length; i > 0; --i) value = value << 8 | bytes[i];
         bytes = bytes.subspan(1 + length);
-
-        const std::uint8_t item = prefix & 0xFC;
-        bool fits = true;
-        switch (item) {
-            case itemUsagePage: globals.UsagePage = value; break;
-            case itemReportSize: globals.ReportSize = value; break;
-            case itemReportCount: globals.ReportCount = value; break;
-            case itemReportId:
-                if (value == 0 || value > 255) return {};
-                globals.ReportId = static_cast<std::uint8_t>(value);
-                result.UsesIds = true;
-                break;
-            case itemPush:
-                if (pushed.size() == deepestPush) return {};
-                pushed.push_back(globals);
-                break;
-            case itemPop:
-                if (pushed.empty()) return {};
-                globals = pushed.back();
-                pushed.pop_back();
-                break;
-            case itemUsage:
-                if (!haveUsage) usage = length == 4 ? value : globals.UsagePage << 16 | (value & 0xFFFF);
-                haveUsage = true;
-                break;
-            case itemInput: fits = AddField(bits[globals.ReportId].Input, globals); break;
-            case itemOutput: fits = AddField(bits[globals.ReportId].Output, globals); break;
-            case itemFeature: fits = AddField(bits[globals.ReportId].Feature, globals); break;
-            case itemCollection:
-                if (depth++ == 0) {
-                    keyboard = keyboard || usage == keyboardUsage || usage == keypadUsage;
-                    vendor = vendor || usage >> 16 >= firstVendorPage;
-                }
-                break;
-            case itemEndCollection:
-                if (depth-- == 0) return {};
-                break;
-            default: break;
-        }
-        if (!fits) return {};
-        const bool isMain = (item & 0x0C) == 0;
-        if (isMain) {
-            usage = 0;
-            haveUsage = false;
-        }
+        if (!reader.Take(prefix & 0xFC, value, length)) return {};
     }
-    for (const auto& [id, sum] : bits)
-        result.Reports[id] = {BytesOf(sum.Input), BytesOf(sum.Output), BytesOf(sum.Feature)};
-    result.Keyboard = keyboard && !vendor;
-    return result;
+    return reader.Result();
 }

@@ -82,16 +82,56 @@ std::optional<std::string> ReadUsb(fs::path directory, PortEntry& entry) {
     return {};
 }
 
-// Adapters that were seen before, the longest known first.
-std::vector<std::pair<int, std::string>> ParseRemembered(const std::string& text) {
-    std::vector<std::pair<int, std::string>> remembered;
-    for (const std::string& piece : modText::Split(text, ';')) {
-        const auto equals = piece.find('=');
-        const auto number = PortNumber(std::string_view(piece).substr(0, std::min(equals, piece.size())));
-        if (number && equals != std::string::npos) remembered.emplace_back(*number, piece.substr(equals + 1));
+bool Taken(const std::map<int, PortEntry>& lines, int number) { return lines.count(number) != 0; }
+
+// The numbers of the adapters that were seen before, the longest known first.
+class clsAdapterNumbers {
+  public:
+    explicit clsAdapterNumbers(const std::string& text) {
+        for (const std::string& piece : modText::Split(text, ';')) {
+            const auto equals = piece.find('=');
+            const auto number = PortNumber(std::string_view(piece).substr(0, std::min(equals, piece.size())));
+            if (number && equals != std::string::npos)
+                m_known.emplace_back(*number, piece.substr(equals + 1));
+        }
     }
-    return remembered;
-}
+    [[nodiscard]] std::string Text() const {
+        std::string text;
+        for (const auto& [number, identity] : m_known)
+            text += (text.empty() ? "" : ";") + std::to_string(number) + "=" + identity;
+        return text;
+    }
+    [[nodiscard]] bool Has(int number) const {
+        return std::any_of(m_known.begin(), m_known.end(),
+                           [&](const auto& adapter) { return adapter.first == number; });
+    }
+    // An adapter whose number a built-in line has taken since moves on.
+    void Forget(const std::map<int, PortEntry>& lines) {
+        std::erase_if(m_known, [&](const auto& adapter) { return Taken(lines, adapter.first); });
+    }
+    // The adapter's number, a free one for a new adapter. When every number is remembered, the longest known
+    // adapter that is not present gives its own up; 0 where all are.
+    int NumberOf(const std::string& identity, const std::map<int, PortEntry>& lines,
+                 const std::set<std::string>& present) {
+        for (const auto& [number, known] : m_known)
+            if (known == identity) return number;
+        int number = firstAdapter;
+        while (number <= lastNumber && (Taken(lines, number) || Has(number))) ++number;
+        if (number > lastNumber) {
+            const auto gone = std::find_if(m_known.begin(), m_known.end(), [&](const auto& adapter) {
+                return present.count(adapter.second) == 0;
+            });
+            if (gone == m_known.end()) return 0;
+            number = gone->first;
+            m_known.erase(gone);
+        }
+        m_known.emplace_back(number, identity);
+        return number;
+    }
+
+  private:
+    std::vector<std::pair<int, std::string>> m_known;
+};
 
 }  // namespace
 
@@ -145,14 +185,9 @@ std::string clsPortList::AddDevice(const std::string& path) {
     for (const auto& [number, entry] : lines) {
         if (Resolved(entry.Device) == resolved) return ComName(number);
     }
-    const auto remembered = ParseRemembered(m_store.GetSetting(storeSection, storeKey, ""));
+    const clsAdapterNumbers remembered(m_store.GetSetting(storeSection, storeKey, ""));
     int number = firstAdapter;
-    const auto taken = [&](int candidate) {
-        return lines.count(candidate) != 0 || m_added.count(candidate) != 0 ||
-               std::any_of(remembered.begin(), remembered.end(),
-                           [&](const auto& adapter) { return adapter.first == candidate; });
-    };
-    while (taken(number)) ++number;
+    while (Taken(lines, number) || m_added.count(number) != 0 || remembered.Has(number)) ++number;
     m_added[number] = path;
     return ComName(number);
 }
@@ -203,51 +238,27 @@ clsPortList::Numbered clsPortList::MachineLines() {
     return lines;
 }
 
+// Adapters of one make may share a serial number: the later ones go by the order of their sockets.
+std::set<std::string> clsPortList::TellApart(std::vector<Node>& adapters) {
+    std::sort(adapters.begin(), adapters.end(), [](const Node& a, const Node& b) { return a.Path < b.Path; });
+    std::set<std::string> identities;
+    for (Node& node : adapters) {
+        const std::string shared = node.Identity;
+        for (int i = 2; !identities.insert(node.Identity).second; ++i)
+            node.Identity = shared + ":" + std::to_string(i);
+    }
+    return identities;
+}
+
 void clsPortList::NumberAdapters(std::vector<Node> adapters, Numbered& lines) {
     if (adapters.empty()) return;
     const std::string before = m_store.GetSetting(storeSection, storeKey, "");
-    auto remembered = ParseRemembered(before);
-    const auto numberOf = [&](const std::string& identity) {
-        const auto at = std::find_if(remembered.begin(), remembered.end(),
-                                     [&](const auto& adapter) { return adapter.second == identity; });
-        return at == remembered.end() ? 0 : at->first;
-    };
-    std::sort(adapters.begin(), adapters.end(), [](const Node& a, const Node& b) { return a.Path < b.Path; });
-    // Adapters of one make may share a serial number: the later ones go by the order of their sockets.
-    std::set<std::string> present;
-    for (Node& node : adapters) {
-        std::string identity = node.Identity;
-        for (int i = 2; !present.insert(identity).second; ++i)
-            identity = node.Identity + ":" + std::to_string(i);
-        node.Identity = identity;
-    }
-    // An adapter whose number a built-in line has taken since moves on.
-    std::erase_if(remembered, [&](const auto& adapter) { return lines.count(adapter.first) != 0; });
+    clsAdapterNumbers numbers(before);
+    const auto present = TellApart(adapters);
+    numbers.Forget(lines);
     for (const Node& node : adapters) {
-        int number = numberOf(node.Identity);
-        if (number == 0) {
-            const auto taken = [&](int candidate) {
-                return lines.count(candidate) != 0 ||
-                       std::any_of(remembered.begin(), remembered.end(),
-                                   [&](const auto& adapter) { return adapter.first == candidate; });
-            };
-            number = firstAdapter;
-            while (number <= lastNumber && taken(number)) ++number;
-            if (number > lastNumber) {
-                // Every number is remembered: the longest known adapter that is not here gives its own up.
-                const auto gone =
-                    std::find_if(remembered.begin(), remembered.end(),
-                                 [&](const auto& adapter) { return present.count(adapter.second) == 0; });
-                if (gone == remembered.end()) continue;
-                number = gone->first;
-                remembered.erase(gone);
-            }
-            remembered.emplace_back(number, node.Identity);
-        }
-        lines[number] = node.Entry;
+        const int number = numbers.NumberOf(node.Identity, lines, present);
+        if (number != 0) lines[number] = node.Entry;
     }
-    std::string after;
-    for (const auto& [number, identity] : remembered)
-        after += (after.empty() ? "" : ";") + std::to_string(number) + "=" + identity;
-    if (after != before) m_store.SaveSetting(storeSection, storeKey, after);
+    if (numbers.Text() != before) m_store.SaveSetting(storeSection, storeKey, numbers.Text());
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -50,6 +51,7 @@ class clsPortList final : public clsIPortDirectory {
     [[nodiscard]] Numbered Lines();
     [[nodiscard]] Numbered MachineLines();
     [[nodiscard]] Numbered MappedLines();
+    static std::set<std::string> TellApart(std::vector<Node>& adapters);
     void NumberAdapters(std::vector<Node> adapters, Numbered& lines);
 
     clsISettingsStore& m_store;
