@@ -5,12 +5,10 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
-#include <QPushButton>
 #include <QTabBar>
 #include <QTabWidget>
 #include <optional>
 
-#include "qt/QtText.h"
 #include "widgets/TextBoxEx.h"
 #include "widgets/ucTextScroll.h"
 #include "window/clsLogView.h"

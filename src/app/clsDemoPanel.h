@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QFrame>
-#include <string>
 #include <vector>
 
 #include "app/clsDemoReader.h"

@@ -2,7 +2,6 @@
 
 #include <QApplication>
 #include <QIcon>
-#include <QPixmap>
 #include <QStringList>
 #include <QStyleFactory>
 #include <QTabWidget>

@@ -1,7 +1,5 @@
 // The comm control's search for a reader.
 
-#include <algorithm>
-
 #include "base/clsScopeGuard.h"
 #include "base/modText.h"
 #include "comm/ucCOMM.h"

@@ -1,7 +1,5 @@
 // The comm control's news of ports that come and go.
 
-#include <algorithm>
-
 #include "base/modText.h"
 #include "comm/ucCOMM.h"
 

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "base/modText.h"
-
 namespace {
 
 constexpr std::int32_t delimiterNone = 3;

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <deque>
 #include <span>
-#include <vector>
 
 /// A bounded queue of bytes. Not locked: its owner is.
 class ByteQueue {

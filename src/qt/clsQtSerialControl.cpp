@@ -3,13 +3,11 @@
 #include <sys/ioctl.h>
 
 #include <QSocketNotifier>
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <utility>
 
 #include "ports/LineSettings.h"
-#include "qt/QtText.h"
 #include "system/PortAccess.h"
 
 clsQtSerialControl::clsQtSerialControl(clsIHost& host, clsPortList& ports, std::string lockFolder)

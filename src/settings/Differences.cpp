@@ -1,7 +1,6 @@
 #include "settings/Differences.h"
 
 #include <algorithm>
-#include <array>
 #include <string_view>
 
 #include "base/ControlNames.h"

@@ -1,7 +1,5 @@
 #include "settings/modByte.h"
 
-#include <algorithm>
-
 #include "base/modText.h"
 
 namespace modByte {

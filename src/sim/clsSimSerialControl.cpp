@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "base/clsScopeGuard.h"
 #include "ports/LineSettings.h"
 
 namespace {

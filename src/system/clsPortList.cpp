@@ -1,7 +1,6 @@
 #include "system/clsPortList.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <optional>

@@ -7,8 +7,6 @@
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
-#include <cstring>
-#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
