@@ -89,7 +89,7 @@ struct Program {
         : Comm(host, serial, store, "benchmark"),
           Window({host, Comm, Settings, Files, store, KeyNames}, {"", "", DefaultFile},
                  /*bench=*/true) {
-        Window.OnMessageBox = [](const QString& text) { std::fprintf(stderr, "%s\n", qPrintable(text)); };
+        Window.MessageBoxDoor = [](const QString& text) { std::fprintf(stderr, "%s\n", qPrintable(text)); };
         Window.show();
     }
     [[nodiscard]] QPushButton& Button(const char* name) const {

@@ -9,7 +9,7 @@ void TestOneInput(FuzzInput input) {
     clsVirtualHost host;
     clsFakeLoader loader;
     clsFakeLibrary library(host);
-    library.OnWrite = [&](bool control, const std::string&) {
+    library.AnswerWrite = [&](bool control, const std::string&) {
         for (int pieces = input.Byte() % 4; pieces > 0; --pieces) {
             const int ms = input.Byte();
             library.Arrive(control, input.Piece(), ms);

@@ -39,7 +39,7 @@ void CheckRegister(FuzzInput input) {
     comm.SetMSCommMode(false);
     comm.SetPortOpen(true);
     std::string wire;
-    serial.OnOutput = [&](const std::string&) {
+    serial.AnswerOutput = [&](const std::string&) {
         for (int pieces = input.Byte() % 4; pieces > 0; --pieces) {
             const int ms = input.Byte() * 4;
             const std::string piece = input.Piece();

@@ -108,7 +108,7 @@ bool TurnToPage(QWidget& window, const QString& caption) {
 
 /// Scans and reads the demo's reader, tells what was asked for, and gives the program's exit status.
 int Tell(frmMain& window, const WindowOptions& options) {
-    window.OnMessageBox = [](const QString& text) { Say(text.toStdString() + "\n", 1); };
+    window.MessageBoxDoor = [](const QString& text) { Say(text.toStdString() + "\n", 1); };
     bool done = window.Flows().AutoScan() == FlowResult::Done;
     if (!options.File.empty()) window.OpenFile(options.File);
     const QString description = DescribeWindow(window);

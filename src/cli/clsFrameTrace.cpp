@@ -9,9 +9,9 @@ constexpr int quietTime = 100;              // ms
 constexpr std::size_t recordLimit = 65536;  // bytes; a stream without end is shown in pieces
 }  // namespace
 
-clsFrameTrace::clsFrameTrace(clsIHost& host, ucCOMM& comm, std::function<void(const FrameRecord&)> onRecord)
+clsFrameTrace::clsFrameTrace(clsIHost& host, ucCOMM& comm, std::function<void(const FrameRecord&)> take)
     : m_host(host),
-      m_onRecord(std::move(onRecord)),
+      m_take(std::move(take)),
       m_quiet(host, quietTime, [this] { Flush(); }),
       m_lastTick(host.TickCount()) {
     m_onData = comm.OnMonitorData.Connect(
@@ -28,7 +28,7 @@ std::int64_t clsFrameTrace::Now() {
 void clsFrameTrace::Take(const std::string& bytes, bool received) {
     if (!received) {
         Flush();
-        m_onRecord({Now(), received, bytes});
+        m_take({Now(), received, bytes});
         return;
     }
     for (const char byte : bytes) {
@@ -43,5 +43,5 @@ void clsFrameTrace::Take(const std::string& bytes, bool received) {
 
 void clsFrameTrace::Flush() {
     m_quiet.SetEnabled(false);
-    if (!m_pending.Bytes.empty()) m_onRecord(std::exchange(m_pending, {}));
+    if (!m_pending.Bytes.empty()) m_take(std::exchange(m_pending, {}));
 }

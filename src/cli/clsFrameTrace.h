@@ -19,7 +19,7 @@ struct FrameRecord {
 /// is no frame, until the line was quiet for 100 ms or the program sends. Owned by the run of a command.
 class clsFrameTrace {
   public:
-    clsFrameTrace(clsIHost& host, ucCOMM& comm, std::function<void(const FrameRecord&)> onRecord);
+    clsFrameTrace(clsIHost& host, ucCOMM& comm, std::function<void(const FrameRecord&)> take);
     clsFrameTrace(const clsFrameTrace&) = delete;
     clsFrameTrace& operator=(const clsFrameTrace&) = delete;
     ~clsFrameTrace() { Flush(); }
@@ -30,7 +30,7 @@ class clsFrameTrace {
     [[nodiscard]] std::int64_t Now();
 
     clsIHost& m_host;
-    std::function<void(const FrameRecord&)> m_onRecord;
+    std::function<void(const FrameRecord&)> m_take;
     clsHostTimer m_quiet;
     std::uint32_t m_lastTick;
     std::int64_t m_now = 0;  // us, from ticks that wrap

@@ -12,8 +12,8 @@
 #include "base/clsWait.h"
 #include "system/ProgramFiles.h"
 
-clsQtCliPlatform::clsQtCliPlatform(int& argc, char** argv, std::function<void()> onStop)
-    : m_argc(argc), m_argv(argv), m_onStop(std::move(onStop)) {}
+clsQtCliPlatform::clsQtCliPlatform(int& argc, char** argv, std::function<void()> stop)
+    : m_argc(argc), m_argv(argv), m_stop(std::move(stop)) {}
 
 clsIHost& clsQtCliPlatform::Host() {
     if (!m_host) {
@@ -39,7 +39,7 @@ void clsQtCliPlatform::WatchOutput() {
 
 void clsQtCliPlatform::Stop() {
     m_stopped = true;
-    m_onStop();
+    m_stop();
 }
 
 std::optional<std::string> clsQtCliPlatform::ReadInput(std::size_t limit, std::string& error) {

@@ -15,11 +15,11 @@
 #include "system/clsStopSignals.h"
 #include "system/clsSystemFiles.h"
 
-/// The real machine. Ctrl-C, SIGTERM and a standard output that nobody reads any more call `onStop` from the
+/// The real machine. Ctrl-C, SIGTERM and a standard output that nobody reads any more call `stop` from the
 /// host's loop. Built by main.
 class clsQtCliPlatform final : public clsICliPlatform {
   public:
-    clsQtCliPlatform(int& argc, char** argv, std::function<void()> onStop);
+    clsQtCliPlatform(int& argc, char** argv, std::function<void()> stop);
 
     clsIHost& Host() override;
     clsISerialControl& Serial() override;
@@ -39,7 +39,7 @@ class clsQtCliPlatform final : public clsICliPlatform {
 
     int& m_argc;
     char** m_argv;
-    std::function<void()> m_onStop;
+    std::function<void()> m_stop;
     bool m_stopped = false;
     clsSystemFiles m_files;
     std::optional<QCoreApplication> m_application;

@@ -169,9 +169,9 @@ void ucCOMM::Receive() {
         std::size_t taken = 0;
         if (m_dump.Active && !m_dump.Done()) {
             taken = m_dump.Take(bytes, m_host.TickCount());
-            if (OnImageProgress)
-                OnImageProgress(static_cast<int>(m_imageRead + m_dump.Bytes.size()),
-                                static_cast<int>(2 * m_dump.Wanted));
+            if (ShowImageProgress)
+                ShowImageProgress(static_cast<int>(m_imageRead + m_dump.Bytes.size()),
+                                  static_cast<int>(2 * m_dump.Wanted));
         } else if (!m_due.None()) {
             taken = m_due.TakeImageBytes(m_host.TickCount(), bytes.size());
         }

@@ -147,10 +147,10 @@ class ucCOMM : private clsPacketCutter::clsISink {
     /// Why the port of that name could not be opened just now.
     [[nodiscard]] PortReason WhyNotOpen(const std::string& name);
     /// Before each poll of a scan: poll `number` of at most `count`, for a progress display. May be empty.
-    std::function<void(int number, int count)> OnScanStep;
+    std::function<void(int number, int count)> ShowScanStep;
     /// Bytes `received` of the `count` of a Dump's two readings, as they arrive, for a progress display; must
     /// not run the event loop. May be empty.
-    std::function<void(int received, int count)> OnImageProgress;
+    std::function<void(int received, int count)> ShowImageProgress;
 
   protected:
     // No public setter; a build or a test that needs one derives.

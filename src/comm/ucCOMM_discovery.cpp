@@ -119,7 +119,7 @@ ucCOMM::ScanResult ucCOMM::ScanPort(const ScanPlan& plan, const std::string& nam
     int polls = portsBefore * rates;
     for (const std::int32_t rate : plan.Rates) {
         if (Cancelled(plan.Generation) || !PortOpen()) break;
-        if (OnScanStep) OnScanStep(++polls, plan.Ports * rates);
+        if (ShowScanStep) ShowScanStep(++polls, plan.Ports * rates);
         SetBaudRate(rate);
         OnScan.Raise("Scan " + name + (bauds ? ", BaudRate=" + std::to_string(rate) : ""));
         if (Cancelled(plan.Generation)) break;  // the poll would know nothing of it

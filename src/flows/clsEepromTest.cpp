@@ -61,6 +61,6 @@ clsEepromTest::Pass clsEepromTest::RunPass(std::uint8_t pattern,
 
 bool clsEepromTest::Step() {
     ++m_step;
-    if (OnStep) OnStep(m_step, stepCount);
+    if (ShowStep) ShowStep(m_step, stepCount);
     return m_comm.CancelGeneration() == m_generation;
 }

@@ -18,7 +18,7 @@ class clsEepromTest {
     /// written: true ends the test there, and it then counts as passed.
     Result Run(const std::function<bool()>& cancelRequested);
     /// Step `number` of `count`, for a progress display. May be empty.
-    std::function<void(int number, int count)> OnStep;
+    std::function<void(int number, int count)> ShowStep;
 
   private:
     enum class Pass { Done, Failed, Cancelled };

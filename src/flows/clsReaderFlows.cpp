@@ -126,10 +126,10 @@ clsReaderFlows::clsReaderFlows(clsIHost& host, ucCOMM& comm, modZarn74& settings
     m_comm.SetMSCommMode(false);
     m_comm.SetOrvNetTimeout(500);
     const auto step = [this](int number, int count) { m_view.ShowProgress(number, count); };
-    m_settings.OnStep = step;
-    m_test.OnStep = step;
-    m_comm.OnScanStep = step;
-    m_comm.OnImageProgress = [this](int received, int count) { m_view.ShowImageProgress(received, count); };
+    m_settings.ShowStep = step;
+    m_test.ShowStep = step;
+    m_comm.ShowScanStep = step;
+    m_comm.ShowImageProgress = [this](int received, int count) { m_view.ShowImageProgress(received, count); };
     m_connections[0] = comm.OnError.Connect([this](const std::string& message) { m_log.ShowMsg(message); });
     m_connections[1] = comm.OnScan.Connect([this](const std::string& message) { m_log.ShowMsg(message); });
     m_connections[2] =
@@ -141,9 +141,9 @@ clsReaderFlows::clsReaderFlows(clsIHost& host, ucCOMM& comm, modZarn74& settings
 
 clsReaderFlows::~clsReaderFlows() {
     m_settings.Attach(m_comm, /*log=*/nullptr);
-    m_settings.OnStep = {};
-    m_comm.OnScanStep = {};
-    m_comm.OnImageProgress = {};
+    m_settings.ShowStep = {};
+    m_comm.ShowScanStep = {};
+    m_comm.ShowImageProgress = {};
 }
 
 // -- finding and asking a reader ----------------------------------------------------------------------------

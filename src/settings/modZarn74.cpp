@@ -10,7 +10,7 @@
 
 namespace {
 
-// For OnStep: every step counts, and within the last two each filter and each entry.
+// For ShowStep: every step counts, and within the last two each filter and each entry.
 // The setting without a step of its own is read and written at the end of the filters'.
 constexpr int writeStepCount = static_cast<int>(settingCount) - 1 + 1 + cardFilterCount + 1 + convertCount;
 constexpr int readStepCount = 2 + writeStepCount;  // version and product name
@@ -212,7 +212,7 @@ void modZarn74::BeginFlow(int stepCount) {
 bool modZarn74::NextStep() {
     if (Cancelled()) return false;
     ++m_stepNumber;
-    if (OnStep) OnStep(m_stepNumber, m_stepCount);
+    if (ShowStep) ShowStep(m_stepNumber, m_stepCount);
     return !Cancelled();
 }
 

@@ -81,7 +81,7 @@ class modZarn74 {
     /// Step `number` (1 and up) of `count` of the read-all or write-all under way begins; `count` stays the
     /// same throughout and includes the read that a write makes first. For a progress display; must not run
     /// the event loop. May be empty.
-    std::function<void(int number, int count)> OnStep;
+    std::function<void(int number, int count)> ShowStep;
 
   private:
     bool Get(Setting setting, ZarnInfo& info);

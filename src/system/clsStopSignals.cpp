@@ -29,10 +29,10 @@ extern "C" void HandleStop(int) {
 
 }  // namespace
 
-clsStopSignals::clsStopSignals(clsIHost& host, std::function<void()> onStop) {
+clsStopSignals::clsStopSignals(clsIHost& host, std::function<void()> stop) {
     stops = 0;
     if (pipe2(wakePipe.data(), O_CLOEXEC | O_NONBLOCK) != 0) return;
-    m_watch = host.WatchDescriptor(wakePipe[0], [run = std::move(onStop)] {
+    m_watch = host.WatchDescriptor(wakePipe[0], [run = std::move(stop)] {
         char byte = 0;
         if (read(wakePipe[0], &byte, 1) == 1) run();
     });

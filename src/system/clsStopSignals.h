@@ -9,7 +9,7 @@
 /// time; the former rules are back when it is gone.
 class clsStopSignals {
   public:
-    clsStopSignals(clsIHost& host, std::function<void()> onStop);
+    clsStopSignals(clsIHost& host, std::function<void()> stop);
     clsStopSignals(const clsStopSignals&) = delete;
     clsStopSignals& operator=(const clsStopSignals&) = delete;
     ~clsStopSignals();

@@ -88,13 +88,13 @@ std::unique_ptr<Ui::frmMain> MakeControls(frmMain& window) {
 // -- life ---------------------------------------------------------------------------------------------------
 
 frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
-    : OnMessageBox([this](const QString& text) {
+    : MessageBoxDoor([this](const QString& text) {
           QMessageBox(QMessageBox::Warning, windowTitle(), text, QMessageBox::Ok, this).exec();
       }),
-      OnQuestion([this](const QString& text) {
+      QuestionDoor([this](const QString& text) {
           return QMessageBox::question(this, windowTitle(), text) == QMessageBox::Yes;
       }),
-      OnFileDialog([this](const QString& suggested, bool save, const QString& filter) {
+      FileDialogDoor([this](const QString& suggested, bool save, const QString& filter) {
           return ChooseFile(suggested, save, filter);
       }),
       m_parts(parts),
@@ -507,7 +507,7 @@ void frmMain::ShowFile() {
 void frmMain::SaveDefault() {
     const std::string& file = m_files.UserDefaults;
     const QString name = QFile::decodeName(file.c_str());
-    if (QFileInfo::exists(name) && !OnQuestion(tr("Replace %1 by what the pages show?").arg(Short(name))))
+    if (QFileInfo::exists(name) && !QuestionDoor(tr("Replace %1 by what the pages show?").arg(Short(name))))
         return;
     Run(tr("Saving the defaults"), Pages::Open, [this, &file, &name] {
         const FlowResult result = m_flows.SaveAs(file);
@@ -537,7 +537,7 @@ void frmMain::ShowOptions() {
 
 void frmMain::SaveLog() {
     if (m_flows.FlowRunning()) return;  // it would stand still while the dialog asks
-    const QString path = OnFileDialog({}, /*save=*/true, DialogFilter(clsReaderFlows::fileFilter));
+    const QString path = FileDialogDoor({}, /*save=*/true, DialogFilter(clsReaderFlows::fileFilter));
     if (path.isEmpty()) return;
     const std::string text = m_ui->txtView->LogText().toUtf8().toStdString();
     const bool saved = m_parts.Files.ReplaceFile(QFile::encodeName(path).toStdString(), text);
@@ -694,7 +694,7 @@ void frmMain::ShowTest(const std::string& caption, TestIndicator indicator) {
     }
 }
 
-void frmMain::ShowMessageBox(const std::string& text) { OnMessageBox(QtText::ToQString(text)); }
+void frmMain::ShowMessageBox(const std::string& text) { MessageBoxDoor(QtText::ToQString(text)); }
 
 void frmMain::ShowNotice(const std::string& text) {
     QStringList lines = QtText::ToQString(text).split('\n');
@@ -732,7 +732,7 @@ void frmMain::ColorCheckBoxes() {
 
 bool frmMain::GetFileName(std::string& name, bool save, const std::string& filter) {
     const QString suggested = save ? QFile::decodeName(name.c_str()) : m_opened;
-    const QString path = OnFileDialog(suggested, save, DialogFilter(QtText::ToQString(filter)));
+    const QString path = FileDialogDoor(suggested, save, DialogFilter(QtText::ToQString(filter)));
     name = QFile::encodeName(path).toStdString();
     m_opening = name;
     return !name.empty();

@@ -71,9 +71,9 @@ class frmMain : public QMainWindow, public clsIMainView {
 
     /// Doors for a test: a box with the text, a question that is answered with yes or no, and the choice of a
     /// file (empty: none), from a suggested name.
-    std::function<void(const QString& text)> OnMessageBox;
-    std::function<bool(const QString& text)> OnQuestion;
-    std::function<QString(const QString& suggested, bool save, const QString& filter)> OnFileDialog;
+    std::function<void(const QString& text)> MessageBoxDoor;
+    std::function<bool(const QString& text)> QuestionDoor;
+    std::function<QString(const QString& suggested, bool save, const QString& filter)> FileDialogDoor;
 
     // clsIMainView
     bool ReadForm(ZarnForm& form) override;

@@ -48,7 +48,7 @@ Outcome Read(const Row& row, int reads) {
     const auto outOfHundred = [&random](unsigned share) { return random() % 100 < share; };
     Outcome outcome;
     std::int64_t last = 0;  // when the last reply comes
-    serial.OnOutput = [&](const std::string& frame) {
+    serial.AnswerOutput = [&](const std::string& frame) {
         ++outcome.Frames;
         serial.Sent.clear();
         if (outOfHundred(row.Lost)) return;

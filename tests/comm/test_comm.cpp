@@ -36,7 +36,7 @@ struct CommFixture : testing::Test {
     CommFixture() {
         comm.SetMSCommMode(false);
         comm.SetPortOpen(true);
-        serial.OnOutput = [this](const std::string& frame) {
+        serial.AnswerOutput = [this](const std::string& frame) {
             if (Answers.empty()) return;
             const std::string answer = Answers.front();
             Answers.erase(Answers.begin());
@@ -422,12 +422,12 @@ TEST_F(Registers, AnImageIsReadTwiceAsRawBytes) {
     serial.Buffer("left over");
     Answers = {"\x02\r\t\xFF"s, "\x02\r\t\xFFrest"s};
     std::string progress;
-    comm.OnImageProgress = [&](int bytes, int of) {
+    comm.ShowImageProgress = [&](int bytes, int of) {
         progress += std::to_string(bytes) + "/" + std::to_string(of) + " ";
     };
     EXPECT_TRUE(comm.Dump(image));
     EXPECT_EQ(progress, "4/8 8/8 ");
-    comm.OnImageProgress = {};
+    comm.ShowImageProgress = {};
     EXPECT_EQ(image, (Image{2, 13, 9, 255}));
     EXPECT_EQ(serial.Sent, (Texts{"\2Y\r", "\2Y\r"}));
     EXPECT_EQ(Told(), "r|e|s|t|");  // bytes beyond the image go on to the cutter
@@ -477,7 +477,7 @@ TEST_F(Registers, AnImageThatDoesNotComeWholeIsNone) {
 struct Discovery : CommFixture {
     Discovery() {
         comm.SetPortOpen(false);
-        serial.OnOutput = [this](const std::string& frame) {
+        serial.AnswerOutput = [this](const std::string& frame) {
             if (frame == "\2D\r" && comm.CommPort() + "@" + comm.Settings() == Where) Reply(Product, 5);
         };
     }
@@ -508,7 +508,7 @@ TEST_F(Discovery, OnHidASilentReaderIsPolledOnceAndACancelledOpeningIsTheLast) {
     clsFakeLibrary library(host);
     library.Id = {0x2E91, 0x15};  // without an adapter
     int polls = 0;
-    library.OnWrite = [&polls](bool, const std::string&) { ++polls; };
+    library.AnswerWrite = [&polls](bool, const std::string&) { ++polls; };
     ucCOMM onHid(host, serial, store, "zarn74", {&loader, &library, nullptr});
     EXPECT_FALSE(onHid.AutoScanPort("Zarn*", /*noAddress=*/true, "2400,9600,14400", "HID1"));
     EXPECT_EQ(polls, 1);

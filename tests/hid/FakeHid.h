@@ -35,14 +35,14 @@ struct clsFakeLoader final : clsILibraryLoader {
     void FreeLibrary(Handle) override { --References; }
 };
 
-/// A library with one device, which is given what OnWrite answers to what was written.
+/// A library with one device, which is given what AnswerWrite answers to what was written.
 struct clsFakeLibrary final : clsEmptyHidApi {
     explicit clsFakeLibrary(clsIHost& host) : m_host(host) {}
 
     std::string Product = "Tarka USB";
     std::pair<int, int> Id{0x2E91, 5};
     int Descriptor = 0;
-    std::function<void(bool control, const std::string& bytes)> OnWrite;
+    std::function<void(bool control, const std::string& bytes)> AnswerWrite;
     std::string Taken;  // since the last writing
     std::string Flood;  // what every reading brings on the data channel; empty is no flood
 
@@ -87,7 +87,7 @@ struct clsFakeLibrary final : clsEmptyHidApi {
   private:
     bool Written(bool control, const std::string& bytes) {
         Taken.clear();
-        OnWrite(control, bytes);
+        AnswerWrite(control, bytes);
         return true;
     }
     std::string Take(std::string& from, int count) {

@@ -19,7 +19,7 @@ const std::string discard = "\xCB\0"s;
 /// A control with the library probed, and the port over it.
 struct Control : testing::Test {
     Control() {
-        library.OnWrite = [this](bool control, const std::string& bytes) {
+        library.AnswerWrite = [this](bool control, const std::string& bytes) {
             (control ? sentCtrl : sentData).push_back(bytes);
             std::string back = control ? always : onData;
             if (control && !answers.empty()) {

@@ -286,7 +286,7 @@ TEST_F(Flows, ProgressCountsUpToAFixedNumberOfStepsWhateverAnswers) {
         Reopen();
         reader.AddFault({SimFault::NoAnswer, silent});
         std::pair<int, int> progress;
-        module.OnStep = [&](int number, int count) {
+        module.ShowStep = [&](int number, int count) {
             EXPECT_GT(number, progress.first);
             progress = {number, count};
         };
@@ -304,7 +304,7 @@ TEST_F(Flows, ACancelAtTheBeginningOfAStepLetsNothingOfItOut) {
          {std::pair(Flow::SlowRead, 1), {Flow::SlowRead, 46}, {Flow::WriteAll, 18}}) {
         Reopen();
         std::string sent;
-        module.OnStep = [&, last = step](int number, int) {
+        module.ShowStep = [&, last = step](int number, int) {
             if (number != last) return;
             comm.CancelCommand();
             sent = Sent;

@@ -14,9 +14,9 @@ class clsScriptedSerial final : public clsSerialControlBase {
   public:
     explicit clsScriptedSerial(clsIHost& host) : m_host(host) {}
 
-    std::string Calls;                                       ///< writes of properties, as "Name=value;"
-    std::vector<std::string> Sent;                           ///< one entry for each Output
-    std::function<void(const std::string& bytes)> OnOutput;  ///< the script's answer
+    std::string Calls;                                           ///< writes of properties, as "Name=value;"
+    std::vector<std::string> Sent;                               ///< one entry for each Output
+    std::function<void(const std::string& bytes)> AnswerOutput;  ///< the script's answer
     std::vector<int> Listed{1};
     int Refused = 0;
 
@@ -66,7 +66,7 @@ class clsScriptedSerial final : public clsSerialControlBase {
     std::string Input() override { return std::exchange(m_input, {}); }
     void Output(const std::string& bytes) override {
         Sent.push_back(bytes);
-        if (OnOutput) OnOutput(bytes);
+        if (AnswerOutput) AnswerOutput(bytes);
     }
     [[nodiscard]] int CommEvent() const override { return m_event; }
     [[nodiscard]] int NumberOfCommPorts() override { return static_cast<int>(Listed.size()); }

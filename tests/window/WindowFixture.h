@@ -35,13 +35,13 @@ struct clsWindowTest : testing::Test, ReaderWorld {
         window.reset();
         window = std::make_unique<frmMain>(WindowParts{host, comm, module, disk, store, keyNames},
                                            WindowFiles{"start", "start", "Default.ini", userDefaults}, bench);
-        window->OnMessageBox = [this](const QString& text) { boxes += text.toStdString(); };
-        window->OnFileDialog = [this](const QString& name, bool, const QString& filter) {
+        window->MessageBoxDoor = [this](const QString& text) { boxes += text.toStdString(); };
+        window->FileDialogDoor = [this](const QString& name, bool, const QString& filter) {
             suggested = name;
             filters += filter.toStdString();
             return chosenFile;
         };
-        window->OnQuestion = [this](const QString& text) {
+        window->QuestionDoor = [this](const QString& text) {
             boxes += text.toStdString();
             return false;
         };
