@@ -17,7 +17,7 @@ struct WindowOptions {
     int Height = 0;
     bool Describe = false;  ///< print what every control holds
     bool Dark = false;      ///< dark colours whatever the desktop says
-    bool Bench = false;     ///< the test word was somewhere in it
+    bool Bench = false;     ///< the word that shows the test of the reader's memory was among them
     /// The program looks at the demo's reader, tells and ends.
     [[nodiscard]] bool Batch() const { return Describe || !Screenshot.empty(); }
 };

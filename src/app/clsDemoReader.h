@@ -15,7 +15,7 @@ class clsIDemoReader {
     virtual void PlaceCard(const std::optional<SimCard>& card) = 0;
     virtual void TypeText(const std::string& bytes) = 0;
     virtual void SetPlugged(bool value) = 0;
-    /// One fault at a time; nothing ends it. A rule that was read from a text, see ParseSimFault.
+    /// One fault at a time, which takes the place of the former one; without any, none. See ParseSimFault.
     virtual void SetFault(const std::optional<SimFaultRule>& fault) = 0;
 };
 

@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <exception>
 
-/// The exit status of `program`, which main is. What it throws ends it: that is said in one line behind its
-/// name, and the status is 1.
+/// Runs `program`, the whole of a main, and gives its exit status. What it throws is said in one line behind
+/// the program's name, and the status is 1.
 template <class Program>
 int RunProgram(const char* name, Program program) noexcept {
     try {

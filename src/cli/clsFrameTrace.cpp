@@ -5,7 +5,7 @@
 #include "frame/OrvNetFrame.h"
 
 namespace {
-constexpr int quietTime = 100;              // ms
+constexpr int quietTime = 100;              // ms, after which the comm control cuts a packet as well
 constexpr std::size_t recordLimit = 65536;  // bytes; a stream without end is shown in pieces
 }  // namespace
 

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int packetTime = 100;              // ms after which a packet without terminator is cut
+constexpr int packetTime = 100;  // ms after which a packet without terminator is cut; given with the protocol
 constexpr std::size_t receiveLimit = 65536;  // bytes taken before the loop has its turn again
 
 }  // namespace

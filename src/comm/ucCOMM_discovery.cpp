@@ -6,7 +6,8 @@
 
 namespace {
 
-constexpr std::int32_t scanTimeout = 500;  // ms for each poll
+constexpr std::int32_t scanTimeout =
+    500;  // ms for each poll, whatever the time-out of commands; given with the protocol
 
 // The remembered rate first, then the list's others. Kept on purpose: the remembered rate is cut out of the
 // list as text, wherever an entry begins with it.

@@ -7,14 +7,16 @@
 #include "comm/ucCOMM.h"
 
 namespace {
-constexpr std::int32_t chunkTime = 500;      // ms that each chunk gives the reply
-constexpr std::int32_t longestGap = 10;      // ms; a longer rest of the gap is not waited for, on purpose
-constexpr std::int32_t dumpTimeout = 10000;  // ms until a dump's first byte
-constexpr std::int32_t dumpReport = 127;     // ms; OnDumpWait is raised when more than this has passed
+// Given with the protocol, all of them.
+constexpr std::int32_t chunkTime = 500;       // ms that each chunk gives the reply
+constexpr std::int32_t longestGap = 10;       // ms; a longer rest of the gap is not waited for, on purpose
+constexpr std::int32_t dumpTimeout = 10000;   // ms until a dump's first byte
+constexpr std::int32_t dumpReport = 127;      // ms; OnDumpWait is raised when more than this has passed
+constexpr std::int32_t fastestTimeout = 150;  // ms; up to this a time-out is refused
 }  // namespace
 
 void ucCOMM::SetOrvNetTimeout(std::int32_t value) {
-    if (value > 150) m_orvNetTimeout = value;
+    if (value > fastestTimeout) m_orvNetTimeout = value;
 }
 
 void ucCOMM::CancelCommand() { m_waits.Cancel(); }

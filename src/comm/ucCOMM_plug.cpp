@@ -5,8 +5,8 @@
 
 namespace {
 
-// ms after the open line's own report within which the removal notice for it comes: where ports are looked
-// for once a second it takes the longest
+// ms after the open line's own report within which the removal notice for it comes: our choice, well above
+// the second that it takes where ports are looked for once in each
 constexpr std::uint32_t noticeTime = 5000;
 
 bool IsSerialPort(int type, const std::string& name) {

@@ -5,6 +5,7 @@
 
 namespace {
 
+// Given with the protocol, all three.
 constexpr int attempts = 3;
 constexpr int retryPause = 50;           // ms between two attempts
 constexpr std::uint8_t codeRetried = 7;  // the one refusal that is worth a second try

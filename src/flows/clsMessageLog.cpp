@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr int autoEnterTime = 100;  // ms after an Enter until its line ends by itself
+constexpr int autoEnterTime = 100;  // ms after an Enter until its line ends by itself; given with the log
 
 using OrvNetFrame::CR;
 using OrvNetFrame::LF;

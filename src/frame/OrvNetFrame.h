@@ -12,7 +12,7 @@ constexpr char CR = 0x0D;
 constexpr char TAB = 0x09;
 constexpr char LF = 0x0A;
 
-/// Behind such a byte nothing of a run of registers is read or written, where a run stops at its end.
+/// Whether a byte ends the text that a run of registers holds: what is behind it need not be read or written.
 constexpr bool EndsRun(std::uint8_t value) { return value == 0x00 || value == 0xFF; }
 
 /// The byte sum of the first `count` characters; all of them when count is below 1 or above the length.

@@ -10,8 +10,10 @@
 /// frames owns it, tells it what came, and says what time it is, in ms of a counter that may wrap.
 class clsDueReplies {
   public:
-    static constexpr std::uint32_t longest = 2000;  ///< ms after its frame that a reply may come
-    static constexpr std::uint32_t pause = 500;     ///< ms that may pass within an image
+    /// ms after its frame that a reply may come: our choice, longer than any delay of the tests (1500).
+    static constexpr std::uint32_t longest = 2000;
+    /// ms that may pass within an image: what each chunk gives a reply, too.
+    static constexpr std::uint32_t pause = 500;
 
     void FrameSent(std::uint32_t now);
     void PacketCame(std::uint32_t now);

@@ -5,7 +5,7 @@
 #include <limits>
 
 namespace {
-constexpr std::int32_t yieldDue = 200;
+constexpr std::int32_t yieldDue = 200;  // ms, given with this timer's rules
 constexpr std::int32_t longest = std::numeric_limits<std::int32_t>::max();
 }  // namespace
 

@@ -12,6 +12,7 @@
 
 namespace {
 
+// The figures of opening and closing are given with the adapter.
 constexpr int plainReaderProduct = 0x15;  // a reader without an adapter's command set, whatever its name says
 constexpr int settleTime = 150;           // ms an adapter needs after it was opened
 constexpr int attemptPause = 50;          // ms before each attempt, and after closing

@@ -14,6 +14,7 @@ constexpr char nak = 0x15;
 constexpr char codeNotSupported = 4;
 constexpr std::size_t headerSize = 2;  // status or code, then the number of bytes that follow
 constexpr std::size_t mostData = 255;
+// These three are given with the adapter.
 constexpr std::int32_t firstByteTime = 1000;  // ms
 constexpr std::int32_t pieceTime = 150;       // ms between the pieces of an answer
 constexpr std::int32_t dumpPieceTime = 250;   // ms; an image comes in many pieces

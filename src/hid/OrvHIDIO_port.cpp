@@ -6,7 +6,7 @@
 
 namespace {
 constexpr int baudAttempts = 3;
-constexpr int baudPause = 50;  // ms between two attempts
+constexpr int baudPause = 50;  // ms between two attempts; both are given with the adapter
 }  // namespace
 
 // Every member that needs the library makes the handle first; without one it gives its empty value.

@@ -3,7 +3,7 @@
 #include "hid/modOrvHID.h"
 
 namespace {
-constexpr int restorePause = 50;  // ms before the one retry
+constexpr int restorePause = 50;  // ms before the one retry; given with the adapter
 }
 
 void clsOrvHIDComm::Attach(OrvHIDIO& control, clsMSCommEvent& sink) {

@@ -6,7 +6,7 @@
 class OrvHIDIO;
 
 /// The names of HID devices as a person sees them, and the way of a library call-back to its control. The
-/// format and the table are the program's only state at module level.
+/// format and the table of controls stand at module level: a call-back brings nothing but a number.
 namespace modOrvHID {
 
 /// The text that follows a device's name, with "{Name}" for its product; empty shows the bare name. Shared by

@@ -12,7 +12,7 @@ namespace {
 
 using Clock = clsHidSlot::Clock;
 
-// How often the devices are listed where nobody tells of changes.
+// How often the devices are listed where nobody tells of changes: as often as serial ports.
 constexpr std::chrono::milliseconds listPeriod{1000};
 
 int PollTimeout(Clock::time_point next) {

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int pollPeriod = 1000;           // ms
+constexpr int pollPeriod = 1000;           // ms, our choice
 constexpr int noticeBuffer = 1024 * 1024;  // bytes of notices while the program does other work
 
 }  // namespace

@@ -4,9 +4,9 @@
 
 #include "base/clsIFiles.h"
 
-/// The system's files, for the programs and for the simulated reader's memory; the one part of this folder
-/// that needs no Qt. Built by main. Never waits on what is no regular file (a pipe, a device), and follows
-/// symbolic links to the file that they mean, also when it replaces that file.
+/// The system's files, for the programs and for the simulated reader's memory. Built by main. Never waits on
+/// what is no regular file (a pipe, a device), and follows symbolic links to the file that they mean, also
+/// when it replaces that file.
 class clsSystemFiles final : public clsIFiles {
   public:
     /// What a file that replaces another survives: the end of the program at any point, or besides the end of

@@ -79,7 +79,7 @@ class clsBusDevice {
 
     /// The host's end of a new opening, -1 when descriptors have run out.
     int Open();
-    /// Nobody else gets one while somebody keeps it; null when somebody does.
+    /// Held by one opening at a time; null while another one keeps it.
     std::shared_ptr<void> Lock();
     NodeResult Request(clsIHidNode::Ask ask, std::vector<std::uint8_t>& report);
     void SendReport(const std::vector<std::uint8_t>& report);
