@@ -39,13 +39,12 @@ QTextCharFormat Format(LogColor color) {
 
 /// The character that a key press carries for the log, 0 for none.
 quint16 CharacterOf(const QKeyEvent& event) {
-    constexpr char16_t lastByte = 0xFF;
     if (event.modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) return 0;
     if (event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter) return '\r';
     if (event.key() == Qt::Key_Delete || event.key() == Qt::Key_Backtab) return 0;
     if (event.key() == Qt::Key_Tab && (event.modifiers() & Qt::ShiftModifier)) return 0;
     const QString text = event.text();
-    return text.size() == 1 && text.front().unicode() <= lastByte ? text.front().unicode() : 0;
+    return text.size() == 1 && text.front().unicode() <= QtText::lastByte ? text.front().unicode() : 0;
 }
 
 }  // namespace

@@ -15,12 +15,10 @@
 
 namespace {
 
-constexpr char16_t lastByte = 0xFF;
-
 /// What a text is to the format: a character that no byte holds counts twice.
 std::string Counted(const QString& text) {
     std::string bytes;
-    for (const QChar c : text) bytes += c.unicode() <= lastByte ? std::string(1, c.toLatin1()) : "??";
+    for (const QChar c : text) bytes += c.unicode() <= QtText::lastByte ? std::string(1, c.toLatin1()) : "??";
     return bytes;
 }
 
@@ -90,7 +88,7 @@ void clsTextFMT::Enter(const QString& text) {
     const int to = selected ? m_edit->selectionEnd() : from;
     std::string typed;
     for (const QChar c : text) {
-        if (c.unicode() <= lastByte) typed += c.toLatin1();
+        if (c.unicode() <= QtText::lastByte) typed += c.toLatin1();
     }
     const std::string entered = m_format.FilterText(Counted(now.left(from)), typed, Counted(now.mid(to)));
     if (!entered.empty()) m_edit->insert(QtText::ToQString(entered));
