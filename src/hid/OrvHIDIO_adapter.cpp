@@ -1,7 +1,5 @@
 // The commands of the Tarka USB adapter.
 
-#include <algorithm>
-
 #include "hid/OrvHIDIO.h"
 
 namespace {

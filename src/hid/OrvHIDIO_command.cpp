@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "base/clsScopeGuard.h"
-#include "base/modText.h"
 #include "frame/OrvNetFrame.h"
 #include "hid/OrvHIDIO.h"
 

@@ -1,5 +1,7 @@
 // Which devices the HID control talks to, and what they say of themselves.
 
+#include <array>
+
 #include "base/modText.h"
 #include "hid/OrvHIDIO.h"
 
