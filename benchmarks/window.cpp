@@ -87,7 +87,7 @@ int Log(int lines, int pause) {
 struct Program {
     Program(clsQtHost& host, clsISerialControl& serial, clsISettingsStore& store)
         : Comm(host, serial, store, "benchmark"),
-          Window({host, Comm, Settings, Files, store, KeyNames}, {"", "", DefaultFile},
+          Window({host, Comm, Settings, Files, store, KeyNames}, {"", "", DefaultFile, ""},
                  /*bench=*/true) {
         Window.MessageBoxDoor = [](const QString& text) { std::fprintf(stderr, "%s\n", qPrintable(text)); };
         Window.show();
