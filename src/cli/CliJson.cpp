@@ -1,6 +1,5 @@
 #include "cli/CliJson.h"
 
-#include <array>
 #include <nlohmann/json.hpp>
 
 #include "base/modText.h"

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
-#include <optional>
 
 #include "base/modText.h"
 
@@ -55,6 +54,32 @@ void AddNumber(CLI::App& app, const std::string& name, int& value, int lowest, i
            },
            help)
         ->type_name(name.starts_with('-') ? "N" : "");
+}
+
+void AddGlobalOptions(CLI::App& app, CliOptions& options) {
+    app.set_version_flag("--version", "zarn74ctl " ZARN74_VERSION, "Print the version and exit");
+    app.add_option(
+           "--port", options.Port,
+           "Port of the reader: a name that the command ports lists, or a device\nfile; else it is searched")
+        ->type_name("NAME")
+        ->check(NotEmpty);
+    AddNumber(app, "--baud", options.Baud, 1, highestRate, "Open the port at this rate, without a search");
+    app.add_option("--port-map", options.PortMap,
+                   "Give a device file a COM name; then only such ports exist. May be given\n"
+                   "several times; else the environment's ZARN74_PORT_MAP counts")
+        ->type_name("COMn=PATH")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    auto* const quick = app.add_flag_callback(
+        "--quick", [] {}, "Read the memory in one piece where that works (default)");
+    app.add_flag("--slow", options.Slow, "Read register by register")->excludes(quick);
+    app.add_flag("--json", options.Json, "Print one JSON object, also on failure");
+    app.add_flag("--quiet", options.Quiet, "Show only failures of the message log");
+    app.add_flag("--trace", options.Trace, "Print every frame to standard error, one JSON object a line");
+    app.footer(
+        "Exit status: 0 done, 1 failed, 2 wrong usage, 3 no reader,\n"
+        "4 settings differ or were not kept, 130 interrupted.\n"
+        "Results go to standard output, the message log to standard error.");
 }
 
 void AddWriteFlags(CLI::App& command, CliOptions& options) {
@@ -170,26 +195,7 @@ const char* CommandName(CliCommand command) {
 
 CliParsing ParseArguments(const std::vector<std::string>& arguments, CliOptions& options) {
     CLI::App app("Configures a Zarn74 card reader.", "zarn74ctl");
-    app.set_version_flag("--version", "zarn74ctl " ZARN74_VERSION, "Print the version and exit");
-    app.add_option(
-           "--port", options.Port,
-           "Port of the reader: a name that the command ports lists, or a device\nfile; else it is searched")
-        ->type_name("NAME")
-        ->check(NotEmpty);
-    AddNumber(app, "--baud", options.Baud, 1, highestRate, "Open the port at this rate, without a search");
-    app.add_option("--port-map", options.PortMap,
-                   "Give a device file a COM name; then only such ports exist. May be given\n"
-                   "several times; else the environment's ZARN74_PORT_MAP counts")
-        ->type_name("COMn=PATH")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    bool quick = false;
-    auto* quickFlag =
-        app.add_flag("--quick", quick, "Read the memory in one piece where that works (default)");
-    app.add_flag("--slow", options.Slow, "Read register by register")->excludes(quickFlag);
-    app.add_flag("--json", options.Json, "Print one JSON object, also on failure");
-    app.add_flag("--quiet", options.Quiet, "Show only failures of the message log");
-    app.add_flag("--trace", options.Trace, "Print every frame to standard error, one JSON object a line");
+    AddGlobalOptions(app, options);
     AddCommands(app, options);
     CLI::App* const demo = app.add_subcommand("demo", "Run the command that follows on a simulated reader");
     demo->fallthrough();
@@ -198,9 +204,6 @@ CliParsing ParseArguments(const std::vector<std::string>& arguments, CliOptions&
         ->check(NotEmpty);
     demo->add_flag("--hid", options.Hid, "The reader hangs on USB HID, behind an adapter");
     AddCommands(*demo, options);
-    app.footer(
-        "Exit status: 0 done, 1 failed, 2 wrong usage, 3 no reader, 4 differs or not kept,\n130 interrupted. "
-        "Results go to standard output, the message log to standard error.");
 
     CliParsing parsing;
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());

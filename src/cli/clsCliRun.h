@@ -1,6 +1,5 @@
 #pragma once
 
-#include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>

@@ -9,10 +9,10 @@ namespace {
 
 constexpr const char* readerPattern = "Zarn*";
 constexpr const char* scanRates = "2400,4800,9600,14400,19200";
-constexpr int autoReadTime = 100;               // ms after what the reader typed until its card is read
-constexpr std::uint32_t lateAnswerTime = 500;   // ms after a flow that was broken off; its answer still comes
+constexpr int autoReadTime = 100;              // ms after what the reader typed until its card is read; given
+constexpr std::uint32_t lateAnswerTime = 500;  // ms after a flow that was broken off; a command's time-out
 constexpr std::uint32_t lateAnswerQuiet = 100;  // ms without a byte after which that answer is over
-constexpr int cardPause = 50;                   // ms until a reader that has seen no card yet is asked again
+constexpr int cardPause = 50;  // ms until a reader that has seen no card is asked again; given
 
 constexpr const char* testCancelCaption = "Cancel";
 
