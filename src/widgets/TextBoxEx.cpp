@@ -97,6 +97,7 @@ std::string TypedText(const QKeyEvent& event) {
 
 TextBoxEx::TextBoxEx(QWidget* parent) : QTextEdit(parent) {
     setAcceptRichText(false);
+    setUndoRedoEnabled(false);
     setTabChangesFocus(true);
     setLineWrapMode(QTextEdit::NoWrap);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -122,7 +123,6 @@ void TextBoxEx::SetMaxLength(int value) {
 void TextBoxEx::SetText(const std::string& value) {
     selectAll();
     Insert(value);
-    document()->clearUndoRedoStacks();
 }
 
 void TextBoxEx::SetSelStart(int value) {
@@ -207,7 +207,7 @@ void TextBoxEx::OnChange() {
     const auto caret =
         ControlText::CaretAfterRebuild(view, static_cast<std::size_t>(textCursor().position()));
     QTextCursor cursor(document());
-    cursor.joinPreviousEditBlock();  // what was repaired is undone together with what made it necessary
+    cursor.beginEditBlock();
     cursor.select(QTextCursor::Document);
     cursor.removeSelectedText();
     InsertAt(cursor, settled.Text);
@@ -220,6 +220,10 @@ bool TextBoxEx::event(QEvent* event) {
         const auto& key = static_cast<const QKeyEvent&>(*event);
         if (ControlCharacter(key) || EditKeyOf(key) != EditKey::None || !TypedText(key).empty()) {
             event->accept();
+            return true;
+        }
+        if (key.matches(QKeySequence::Undo) || key.matches(QKeySequence::Redo)) {
+            event->ignore();  // on some desktops the editor would take it
             return true;
         }
     }
@@ -256,13 +260,7 @@ void TextBoxEx::keyPressEvent(QKeyEvent* event) {
         case EditKey::Copy: copy(); return;
         case EditKey::Cut: cut(); return;
         case EditKey::Paste: paste(); return;
-        case EditKey::Editor: {
-            QTextCursor block(document());
-            block.beginEditBlock();
-            const clsScopeGuard leave([&block] { block.endEditBlock(); });
-            QTextEdit::keyPressEvent(event);
-            return;
-        }
+        case EditKey::Editor: QTextEdit::keyPressEvent(event); return;
         case EditKey::None: break;
     }
     const std::string typed = TypedText(*event);
@@ -285,7 +283,9 @@ void TextBoxEx::contextMenuEvent(QContextMenuEvent* event) {
         {"edit-cut", "\tShift+Del"}, {"edit-copy", "\tCtrl+Ins"}, {"edit-paste", "\tShift+Ins"}};
     for (QAction* const action : menu->actions()) {
         action->setText(action->text().section(u'\t', 0, 0) + keys.value(action->objectName()));
+        if (action->objectName() == "edit-undo" || action->objectName() == "edit-redo") delete action;
     }
+    menu->insertActions(menu->actions().value(0), actions());
     menu->popup(event->globalPos());
 }
 

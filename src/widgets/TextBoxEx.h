@@ -9,7 +9,8 @@
 
 /// An edit box of one line for a text that may hold the control characters 0..31, shown by name in blue: Ctrl
 /// and a letter, Enter and Esc insert them, so the box takes these keys from every shortcut. Its colours are
-/// its own on every theme. Positions and lengths of the selection count characters as shown, names
+/// its own on every theme. It undoes nothing itself; actions that are added to it head its menu, in the place
+/// of undo and redo. Positions and lengths of the selection count characters as shown, names
 /// included. Put into a window by its form; it calls nobody but Qt.
 class TextBoxEx : public QTextEdit {
     Q_OBJECT

@@ -28,6 +28,11 @@ bool IsTyping(const QKeyEvent& event) {
     return modifiers != Qt::ControlModifier && !event.text().isEmpty() && event.text().front().isPrint();
 }
 
+/// The keys of undo and redo that lead past a line edit on some desktops.
+bool Undoes(const QKeyEvent& key) {
+    return key.key() == Qt::Key_Backspace && (key.modifiers() & ~Qt::ShiftModifier) == Qt::AltModifier;
+}
+
 }  // namespace
 
 void clsTextFMT::SetFMTTextBox(QWidget* control) {
@@ -108,8 +113,16 @@ void clsTextFMT::ShowMenu(const QPoint& position) {
 // Every way in which a user brings characters into a line edit passes here.
 bool clsTextFMT::eventFilter(QObject* watched, QEvent* event) {
     switch (event->type()) {
+        case QEvent::ShortcutOverride:
+            if (!Undoes(static_cast<const QKeyEvent&>(*event))) return false;
+            event->accept();
+            return true;
         case QEvent::KeyPress: {
             const auto& key = static_cast<const QKeyEvent&>(*event);
+            if (Undoes(key)) {
+                key.modifiers() & Qt::ShiftModifier ? m_edit->redo() : m_edit->undo();
+                return true;
+            }
             if (key.matches(QKeySequence::Paste)) {
                 Enter(QGuiApplication::clipboard()->text());
                 return true;

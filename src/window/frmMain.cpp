@@ -26,6 +26,7 @@
 #include "widgets/clsInputGuard.h"
 #include "window/HelpDialogs.h"
 #include "window/clsActions.h"
+#include "window/clsFormHistory.h"
 
 namespace {
 
@@ -116,6 +117,7 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
     m_actions = new clsActions(*this, bench);
     ConnectActions();
     ConnectEdits();
+    MakeHistory();
     ColorNotice();
     ColorCheckBoxes();
     m_ui->fraNotice->hide();
@@ -124,6 +126,7 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
     ShowForm(ZarnForm());
     m_flows.OpenStartupFile(files.StartupToRead);
     m_flows.ClearMsg(/*keepSelections=*/true);
+    m_history->Clear();
     m_ui->chkQuickMode->setChecked(true);
     m_ui->chkQuickMode->setVisible(bench);
     m_ui->cmdTest->setVisible(bench);
@@ -223,7 +226,11 @@ void frmMain::MakeReaderPanel() {
 void frmMain::ConnectButtons() {
     const auto flow = [this](QPushButton* button, const QString& what, Pages pages,
                              const std::function<FlowResult()>& run) {
-        connect(button, &QPushButton::clicked, this, [this, what, pages, run] { Run(what, pages, run); });
+        const auto named = [this, run, name = button->text().remove('&')] {
+            m_history->NameFlow(name);
+            return run();
+        };
+        connect(button, &QPushButton::clicked, this, [this, what, pages, named] { Run(what, pages, named); });
     };
     flow(m_ui->cmdAutoScan, tr("Looking for a reader"), Pages::Closed, [this] {
         m_searching = true;
@@ -300,6 +307,16 @@ void frmMain::ConnectActions() {
     connect(&(*m_actions)[Command::FullScreen], &QAction::toggled, this, [this](bool on) {
         setWindowState(on ? windowState() | Qt::WindowFullScreen : windowState() & ~Qt::WindowFullScreen);
     });
+}
+
+void frmMain::MakeHistory() {
+    QAction& undo = (*m_actions)[Command::Undo];
+    QAction& redo = (*m_actions)[Command::Redo];
+    m_history = std::make_unique<clsFormHistory>(*this, undo, redo);
+    connect(this, &frmMain::FormChanged, m_history.get(), &clsFormHistory::Record);
+    connect(m_history.get(), &clsFormHistory::Shown, this, &frmMain::BringInSight);
+    for (TextBoxEx* box : {m_ui->txtPrefix, m_ui->txtPostfix, m_ui->txtOnRemove})
+        box->addActions({&undo, &redo});
 }
 
 void frmMain::RestoreLayout() {
@@ -440,6 +457,8 @@ QString frmMain::Running() const { return m_running.isEmpty() ? tr("Reading the 
 
 // What is entered while such a flow runs would be gone at its end.
 FlowResult frmMain::RunOverPages(const std::function<FlowResult()>& flow) {
+    m_history->BeginFlow(m_running);
+    const clsScopeGuard recorded([this] { m_history->EndFlow(); });
     FlowResult result{};
     QListWidget& list = *m_ui->lstTable;
     const int row = list.currentRow();
@@ -463,8 +482,10 @@ FlowResult frmMain::RunOverPages(const std::function<FlowResult()>& flow) {
 }
 
 FlowResult frmMain::Opened(FlowResult result) {
+    const QFileInfo file(QFile::decodeName(m_opening.c_str()));
+    m_history->NameFlow(tr("Open %1").arg(file.fileName()));
     if (result != FlowResult::Done) return result;
-    m_opened = QFileInfo(QFile::decodeName(m_opening.c_str())).absoluteFilePath();
+    m_opened = file.absoluteFilePath();
     AddRecent(m_opened);
     ShowFile();
     return result;
@@ -638,6 +659,7 @@ void frmMain::EnableButtons(const ButtonStates& states) {
     m_recentMenu->setEnabled(states.Idle && !m_recent.isEmpty());
     (*m_actions)[Command::SaveDefault].setEnabled(states.Idle && !m_files.UserDefaults.empty());
     (*m_actions)[Command::Options].setEnabled(states.Idle);
+    m_history->SetIdle(states.Idle);
     m_cancel->setVisible(states.Cancel);
     if (m_focusBack != nullptr && m_focusBack->isEnabled()) {
         if (m_ui->txtView->hasFocus()) m_focusBack->setFocus();

@@ -17,12 +17,14 @@ namespace Ui {
 class frmMain;
 }
 class clsActions;
+class clsFormHistory;
 class QComboBox;
 class QKeyEvent;
 class QLabel;
 class QMenu;
 class QProgressBar;
 class QPushButton;
+class SettingItem;
 class TextBoxEx;
 class ucTextScroll;
 
@@ -115,6 +117,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     void MakeReaderPanel();
     void ConnectButtons();
     void ConnectActions();
+    void MakeHistory();
     void RestoreLayout();
     void SaveLayout();
     void Divide();
@@ -129,6 +132,8 @@ class frmMain : public QMainWindow, public clsIMainView {
     void ConnectEdits();
     [[nodiscard]] QWidget& Control(Setting setting) const;
     [[nodiscard]] ucTextScroll& DigitBox(int box) const;
+    [[nodiscard]] QWidget& Control(const SettingItem& item) const;
+    void BringInSight(const std::vector<SettingItem>& items);
     void ShowSetting(const SettingRow& row, const ZarnForm& form);
     void ShowFirmware(const FirmwareRules& rules);
     void ShowFilters(const Filters& filters, int page);
@@ -176,6 +181,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     clsTextFMT m_fmtOutputID;
     clsTextFMT m_fmtOutputString;
 
+    std::unique_ptr<clsFormHistory> m_history;
     int m_suppress = 0;  // above 0 while controls are filled: their handlers do nothing
     FirmwareRules m_firmware;
     Filters m_filters{};         // of both pages

@@ -7,6 +7,7 @@
 
 #include "base/clsScopeGuard.h"
 #include "qt/QtText.h"
+#include "settings/Differences.h"
 #include "ui_frmMain.h"
 #include "widgets/clsWheelGuard.h"
 #include "window/frmMain.h"
@@ -198,6 +199,32 @@ QWidget& frmMain::Control(Setting setting) const {
         case Setting::IDWithoutLeadingZeros: break;
     }
     return *m_ui->chkWithoutLeadingZeros;
+}
+
+/// The table's, for each of its entries.
+QWidget& frmMain::Control(const SettingItem& item) const {
+    switch (item.Kind()) {
+        case ItemKind::Setting: return Control(item.Id());
+        case ItemKind::Filter: return DigitBox(item.Index() % ZarnForm::boxCount);
+        case ItemKind::Entry: break;
+    }
+    return *m_ui->lstTable;
+}
+
+/// Turns to the page of the first one, unless one of them stands on the page that is seen.
+void frmMain::BringInSight(const std::vector<SettingItem>& items) {
+    QTabWidget& tabs = *m_ui->SSTab1;
+    const auto stands = [this](const QWidget& page) {
+        return [this, &page](const SettingItem& item) { return page.isAncestorOf(&Control(item)); };
+    };
+    if (std::none_of(items.begin(), items.end(), stands(*tabs.currentWidget()))) {
+        // Not into a box of the other page: in one for key strings the next Ctrl+Z would be a character.
+        if (tabs.currentWidget()->isAncestorOf(focusWidget())) tabs.tabBar()->setFocus();
+        for (int page = 0; page < tabs.count(); ++page)
+            if (stands(*tabs.widget(page))(items.front())) tabs.setCurrentIndex(page);
+    }
+    auto* const text = qobject_cast<TextBoxEx*>(&Control(items.front()));
+    if (text != nullptr && items.size() == 1) text->moveCursor(QTextCursor::End);
 }
 
 // Each control tells of an edit; what fills them tells once.

@@ -99,9 +99,6 @@ TEST(TextBoxEx, AKeyMeetsNamesAsAWholeAndNeverOverfillsTheBox) {
         Input::Press(box, row.keys);
         EXPECT_EQ(box.Seen(), row.after);
         EXPECT_EQ(box.SelStart(), row.caret) << row.after;
-        if (QString(row.keys).contains(' ')) continue;
-        box.undo();
-        EXPECT_EQ(box.Text(), row.text) << row.after;
     }
 }
 
