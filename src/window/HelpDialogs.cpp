@@ -38,8 +38,7 @@ void Show(QWidget& parent, const char* name, const QString& title, QSize size, B
 }
 
 QWidget* KeyTable(QWidget& parent, const clsActions& actions) {
-    auto lines = actions.KeyLines();
-    lines.push_back({QObject::tr("F10"), QObject::tr("Open the menu")});
+    const auto lines = actions.KeyLines();
     auto* const table = new QTableWidget(static_cast<int>(lines.size()), 2, &parent);
     table->setObjectName("tblKeys");
     table->setHorizontalHeaderLabels({QObject::tr("Key"), QObject::tr("What it does")});
@@ -55,6 +54,7 @@ QWidget* KeyTable(QWidget& parent, const clsActions& actions) {
         ++row;
     }
     table->resizeColumnsToContents();
+    table->verticalHeader()->setDefaultSectionSize(table->fontMetrics().height() * 3 / 2);
     table->horizontalHeader()->setStretchLastSection(true);
     table->setCurrentCell(0, 0);
     return table;
@@ -65,7 +65,7 @@ QWidget* KeyTable(QWidget& parent, const clsActions& actions) {
 namespace HelpDialogs {
 
 void ShowKeys(QWidget& parent, const clsActions& actions) {
-    Show(parent, "dlgKeys", QObject::tr("Keys"), QSize(460, 480),
+    Show(parent, "dlgKeys", QObject::tr("Keys"), QSize(480, 460),
          [&](QWidget& dialog) { return KeyTable(dialog, actions); });
 }
 

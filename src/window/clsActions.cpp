@@ -1,10 +1,12 @@
 #include "window/clsActions.h"
 
 #include <QAbstractButton>
+#include <QCollator>
 #include <QEvent>
 #include <QMenu>
 #include <QMenuBar>
 #include <QShortcut>
+#include <algorithm>
 
 namespace {
 
@@ -105,5 +107,10 @@ std::vector<clsActions::KeyLine> clsActions::KeyLines() const {
             keys += key.toString(QKeySequence::NativeText);
         lines.push_back({keys.join(tr(" or ")), tr(row.Text).remove('&').remove("...")});
     }
+    lines.push_back({tr("F10"), tr("Open the menu")});
+    QCollator byNumber;  // F2 before F10
+    byNumber.setNumericMode(true);
+    std::stable_sort(lines.begin(), lines.end(),
+                     [&](const auto& a, const auto& b) { return byNumber(a.Keys, b.Keys); });
     return lines;
 }

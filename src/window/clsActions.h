@@ -63,6 +63,7 @@ class clsActions : public QObject {
         QString Keys;
         QString What;
     };
+    /// Sorted by keys, that of the menu bar among them.
     [[nodiscard]] std::vector<KeyLine> KeyLines() const;
 
   protected:
