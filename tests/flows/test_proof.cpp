@@ -123,7 +123,7 @@ TEST_F(Proof, AWriteThatWasConfirmedAndDroppedIsNamedSettingBySetting) {
         rule.Count = 0;
     }
     // what was never to be written, and is not as it was
-    reader.Registers[FirstRegister(SettingItem(Setting::Language))] = 9;
+    reader.Registers.at(0xD2) = 9;  // the language
     ZarnInfo after;
     flows.ReadInto(after, modZarn74::Lines::Silent);
     EXPECT_EQ(NotKept(Changes(wanted, wanted, &after)).front(), "Language");
