@@ -70,7 +70,9 @@ class clsTextScrollAccessible final : public QAccessibleWidget {
     [[nodiscard]] QString text(QAccessible::Text kind) const override {
         // The description too: it is what screen readers here get to hear of a change.
         if (kind == QAccessible::Value || kind == QAccessible::Description) {
-            return static_cast<const ucTextScroll*>(widget())->Spoken();
+            const QString more = kind == QAccessible::Value ? QString() : widget()->accessibleDescription();
+            const QString run = static_cast<const ucTextScroll*>(widget())->Spoken();
+            return more.isEmpty() ? run : run + '\n' + more;
         }
         return QAccessibleWidget::text(kind);
     }

@@ -118,6 +118,7 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
     ConnectActions();
     ConnectEdits();
     MakeHistory();
+    MakeComparison();
     ColorNotice();
     ColorCheckBoxes();
     m_ui->fraNotice->hide();
@@ -190,6 +191,8 @@ void frmMain::MakeStatusBar() {
     m_cancel = new QPushButton(tr("Cancel"), this);
     m_cancel->setObjectName("cmdCancel");
     m_cancel->setToolTip(tr("End what is running at once (F7)"));
+    m_statusChanges = new QLabel(this);
+    m_statusChanges->setObjectName("labStatusChanges");
     m_statusPort = new clsElidedLabel(this);
     m_statusPort->setObjectName("labStatusPort");
     m_statusSpeed = new QLabel(this);
@@ -201,7 +204,8 @@ void frmMain::MakeStatusBar() {
     bar.addWidget(m_statusState, /*stretch=*/1);
     bar.addWidget(m_progress);
     bar.addWidget(m_cancel);
-    for (QLabel* label : {m_statusPort, m_statusSpeed, m_statusFile}) bar.addPermanentWidget(label);
+    for (QLabel* label : {m_statusChanges, m_statusPort, m_statusSpeed, m_statusFile})
+        bar.addPermanentWidget(label);
 
     ShowFile();
     m_progressTimer.setSingleShot(true);

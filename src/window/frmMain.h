@@ -18,6 +18,7 @@ class frmMain;
 }
 class clsActions;
 class clsFormHistory;
+class clsComparison;
 class QComboBox;
 class QKeyEvent;
 class QLabel;
@@ -118,6 +119,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     void ConnectButtons();
     void ConnectActions();
     void MakeHistory();
+    void MakeComparison();
     void RestoreLayout();
     void SaveLayout();
     void Divide();
@@ -170,10 +172,12 @@ class frmMain : public QMainWindow, public clsIMainView {
     QLabel* m_statusPort = nullptr;  // these before m_ui, which may send events
     QLabel* m_statusSpeed = nullptr;
     QLabel* m_statusState = nullptr;
+    QLabel* m_statusChanges = nullptr;
     QLabel* m_statusFile = nullptr;
     QProgressBar* m_progress = nullptr;
     QPushButton* m_cancel = nullptr;
     clsActions* m_actions = nullptr;
+    clsComparison* m_comparison = nullptr;
     std::unique_ptr<Ui::frmMain> m_ui;
     clsMessageLog m_log;
     clsSettingsFile m_settingsFile;

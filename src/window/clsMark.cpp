@@ -1,0 +1,128 @@
+#include "window/clsMark.h"
+
+#include <QBoxLayout>
+#include <QHelpEvent>
+#include <QPainter>
+#include <QTextDocument>
+#include <QToolTip>
+
+namespace {
+
+QStyleOptionViewItem BehindMark(const QStyleOptionViewItem& option) {
+    QStyleOptionViewItem behind = option;
+    behind.rect.setLeft(option.rect.left() + MarkPainter::Room(option.fontMetrics));
+    return behind;
+}
+
+}  // namespace
+
+int MarkPainter::Room(const QFontMetrics& metrics) { return metrics.height() * 7 / 8; }
+
+void MarkPainter::Paint(QPainter& painter, const QRect& area, Sight sight, const QFontMetrics& metrics,
+                        const QColor& color) {
+    if (sight != Sight::Differs && sight != Sight::Written) return;
+    const qreal half = metrics.height() / 4.0;
+    const QPointF middle(area.left() + half + 1, QRectF(area).center().y());
+    const QPointF corners[] = {middle - QPointF(half, 0), middle - QPointF(0, half),
+                               middle + QPointF(half, 0), middle + QPointF(0, half)};
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(color, metrics.height() / 12.0, Qt::SolidLine, Qt::RoundCap, Qt::MiterJoin));
+    painter.setBrush(sight == Sight::Differs ? QBrush(color) : QBrush(Qt::NoBrush));
+    painter.drawPolygon(corners, std::size(corners));
+    painter.restore();
+}
+
+// -- beside a caption ---------------------------------------------------------------------------------------
+
+clsMark::clsMark(QWidget& control, QWidget& caption)
+    : QWidget(&caption), m_control(&control), m_caption(&caption) {
+    Begin();
+    QMargins margins = caption.contentsMargins();
+    margins.setLeft(margins.left() + sizeHint().width());
+    caption.setContentsMargins(margins);
+    caption.installEventFilter(this);
+    LieOnCaption();
+    show();
+}
+
+clsMark::clsMark(QWidget& checkBox) : m_control(&checkBox) {
+    Begin();
+    auto* const both = new QWidget(checkBox.parentWidget());
+    delete both->parentWidget()->layout()->replaceWidget(&checkBox, both);
+    auto* const row = new QHBoxLayout(both);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(0);
+    row->addWidget(this);
+    row->addWidget(&checkBox, /*stretch=*/1);
+    both->setVisible(!checkBox.isHidden());
+}
+
+void clsMark::Begin() {
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Preferred);
+    setObjectName("mrk_" + m_control->objectName());
+    m_control->installEventFilter(this);
+}
+
+QSize clsMark::sizeHint() const { return {MarkPainter::Room(fontMetrics()), fontMetrics().height()}; }
+
+void clsMark::LieOnCaption() { setGeometry(0, 0, sizeHint().width(), m_caption->height()); }
+
+void clsMark::Show(Sight sight, const QString& told) {
+    if (sight != m_sight) update();
+    m_sight = sight;
+    if (m_control == nullptr || (told.isEmpty() && m_told.isEmpty())) return;
+    m_told = told;
+    const QString tip = m_control->toolTip();
+    const QString description = told.isEmpty() || tip.isEmpty() ? told : tip + '\n' + told;
+    if (description != m_control->accessibleDescription()) m_control->setAccessibleDescription(description);
+}
+
+// A key string may look like markup, so the text is told to be plain.
+bool clsMark::Tip(QEvent& event, QWidget& asked) const {
+    if (event.type() != QEvent::ToolTip || m_told.isEmpty() || m_control == nullptr) return false;
+    const QString own = m_control->toolTip();
+    QToolTip::showText(static_cast<QHelpEvent&>(event).globalPos(),
+                       Qt::convertFromPlainText(own.isEmpty() ? m_told : own + '\n' + m_told), &asked);
+    return true;
+}
+
+bool clsMark::event(QEvent* event) { return Tip(*event, *this) || QWidget::event(event); }
+
+bool clsMark::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == m_caption && event->type() == QEvent::Resize) LieOnCaption();
+    const bool comesOrGoes = event->type() == QEvent::ShowToParent || event->type() == QEvent::HideToParent;
+    if (m_caption == nullptr && comesOrGoes) parentWidget()->setVisible(!m_control->isHidden());
+    return Tip(*event, static_cast<QWidget&>(*watched));
+}
+
+void clsMark::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    MarkPainter::Paint(painter, rect(), m_sight, fontMetrics(),
+                       palette().color(QPalette::Active, QPalette::WindowText));
+}
+
+// -- in a list ----------------------------------------------------------------------------------------------
+
+void clsMarkDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                            const QModelIndex& index) const {
+    QStyleOptionViewItem whole = option;
+    initStyleOption(&whole, index);
+    const QStyle& style = *option.widget->style();
+    style.drawPrimitive(QStyle::PE_PanelItemViewItem, &whole, painter, option.widget);
+    QStyledItemDelegate::paint(painter, BehindMark(option), index);
+    const bool selected = (option.state & QStyle::State_Selected) != 0;
+    const auto group = (option.state & QStyle::State_Active) != 0 ? QPalette::Active : QPalette::Inactive;
+    MarkPainter::Paint(*painter, option.rect, static_cast<Sight>(index.data(SightRole).toInt()),
+                       option.fontMetrics,
+                       option.palette.color(group, selected ? QPalette::HighlightedText : QPalette::Text));
+}
+
+QSize clsMarkDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const {
+    return QStyledItemDelegate::sizeHint(option, index) + QSize(MarkPainter::Room(option.fontMetrics), 0);
+}
+
+bool clsMarkDelegate::editorEvent(QEvent* event, QAbstractItemModel* model,
+                                  const QStyleOptionViewItem& option, const QModelIndex& index) {
+    return QStyledItemDelegate::editorEvent(event, model, BehindMark(option), index);
+}
