@@ -83,6 +83,31 @@ bool ZarnForm::SaveZarn74(ZarnInfo& record) const {
     return complete;
 }
 
+std::vector<SettingItem> ZarnForm::Take(const std::vector<SettingItem>& items, const ZarnInfo& record) {
+    std::vector<SettingItem> lacking;
+    auto& rows = Table.Rows;
+    bool rowsTaken = false;
+    for (const SettingItem& item : items) {
+        if (item.Kind() == ItemKind::Entry) {
+            const auto at = static_cast<std::size_t>(item.Index());
+            const CardConvertEntry& entry = record.Convert.at(at);
+            if (rows.size() <= at) rows.resize(at + 1);
+            rows[at] = entry.CardType == cardTypeEmpty ? ConvertRow() : RowOfEntry(entry);
+            rowsTaken = true;
+        } else if (item.Kind() == ItemKind::Filter) {
+            item.Copy(record, Record);
+        } else if (const auto* const list = std::get_if<NumberField>(&RowOf(item.Id()).Field)) {
+            if (!SelectCombo(item.Id(), record.*list->Member)) lacking.push_back(item);
+        } else {
+            item.Copy(record, Record);
+        }
+    }
+    if (!rowsTaken) return lacking;
+    std::erase_if(rows, [](const ConvertRow& row) { return row.Text.empty(); });
+    Table.SelectedRow = clsConvertTable::none;
+    return lacking;
+}
+
 int ZarnForm::PageOfNumericSys() const { return SelectedEntry(Setting::CardIDNumericSystem); }
 
 std::string ZarnForm::FilterBoxText(int index) {

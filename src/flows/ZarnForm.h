@@ -5,10 +5,11 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "flows/FirmwareRules.h"
 #include "flows/clsConvertTable.h"
-#include "settings/SettingTable.h"
+#include "settings/Differences.h"
 
 /// What the window's setting controls hold, as plain data, and the transfer between them and a record. The
 /// window copies it from and to its widgets; it is never kept. A new one is what a fresh window shows: a new
@@ -46,6 +47,10 @@ struct ZarnForm {
     /// Controls to record. False when a list has no selection; that field then keeps its value, all others
     /// are taken over.
     bool SaveZarn74(ZarnInfo& record) const;
+
+    /// Takes some of a record's settings over into the controls; gives those back whose value is not in the
+    /// list. A table row that is unused in the record goes, and the rows behind it move up.
+    std::vector<SettingItem> Take(const std::vector<SettingItem>& items, const ZarnInfo& record);
 
     /// The page that belongs to the selection of `cboCardNumericSys`; none without a selection.
     [[nodiscard]] int PageOfNumericSys() const;

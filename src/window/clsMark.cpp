@@ -8,9 +8,13 @@
 
 namespace {
 
-QStyleOptionViewItem BehindMark(const QStyleOptionViewItem& option) {
+int RoomOf(const QStyleOptionViewItem& option, const QModelIndex& index) {
+    return index.column() == 0 ? MarkPainter::Room(option.fontMetrics) : 0;
+}
+
+QStyleOptionViewItem BehindMark(const QStyleOptionViewItem& option, const QModelIndex& index) {
     QStyleOptionViewItem behind = option;
-    behind.rect.setLeft(option.rect.left() + MarkPainter::Room(option.fontMetrics));
+    behind.rect.setLeft(option.rect.left() + RoomOf(option, index));
     return behind;
 }
 
@@ -110,7 +114,7 @@ void clsMarkDelegate::paint(QPainter* painter, const QStyleOptionViewItem& optio
     initStyleOption(&whole, index);
     const QStyle& style = *option.widget->style();
     style.drawPrimitive(QStyle::PE_PanelItemViewItem, &whole, painter, option.widget);
-    QStyledItemDelegate::paint(painter, BehindMark(option), index);
+    QStyledItemDelegate::paint(painter, BehindMark(option, index), index);
     const bool selected = (option.state & QStyle::State_Selected) != 0;
     const auto group = (option.state & QStyle::State_Active) != 0 ? QPalette::Active : QPalette::Inactive;
     MarkPainter::Paint(*painter, option.rect, static_cast<Sight>(index.data(SightRole).toInt()),
@@ -119,10 +123,10 @@ void clsMarkDelegate::paint(QPainter* painter, const QStyleOptionViewItem& optio
 }
 
 QSize clsMarkDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const {
-    return QStyledItemDelegate::sizeHint(option, index) + QSize(MarkPainter::Room(option.fontMetrics), 0);
+    return QStyledItemDelegate::sizeHint(option, index) + QSize(RoomOf(option, index), 0);
 }
 
 bool clsMarkDelegate::editorEvent(QEvent* event, QAbstractItemModel* model,
                                   const QStyleOptionViewItem& option, const QModelIndex& index) {
-    return QStyledItemDelegate::editorEvent(event, model, BehindMark(option), index);
+    return QStyledItemDelegate::editorEvent(event, model, BehindMark(option, index), index);
 }

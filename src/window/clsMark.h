@@ -50,7 +50,7 @@ class clsMark : public QWidget {
     QString m_told;
 };
 
-/// Draws the rows of a list with their marks, in a room of their own in front of all else.
+/// Draws the rows of a list with their marks, in a room of their own in front of the first column.
 class clsMarkDelegate : public QStyledItemDelegate {
     Q_OBJECT
 

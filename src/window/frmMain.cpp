@@ -26,6 +26,7 @@
 #include "widgets/clsInputGuard.h"
 #include "window/HelpDialogs.h"
 #include "window/clsActions.h"
+#include "window/clsChangesDock.h"
 #include "window/clsFormHistory.h"
 
 namespace {
@@ -43,6 +44,8 @@ constexpr int stepBytes = 16;     // that travel for a step, about, beside those
 
 constexpr auto storeSection = "Window";
 constexpr auto storeGeometry = "Geometry";
+constexpr auto storeDocks = "Docks";
+constexpr auto storeReadBack = "ReadBack";
 constexpr auto storeSplitter = "Splitter";
 constexpr auto storeFolder = "Folder";
 constexpr auto storeRecent = "RecentFiles";
@@ -306,8 +309,12 @@ void frmMain::ConnectActions() {
     does(Command::Keys, [this] { HelpDialogs::ShowKeys(*this, *m_actions); });
     does(Command::Guide, [this] { HelpDialogs::ShowGuide(*this); });
     does(Command::About, [this] { HelpDialogs::ShowAbout(*this, windowTitle()); });
-    connect(&(*m_actions)[Command::ReadBack], &QAction::toggled, this,
-            [this](bool on) { m_flows.SetReadBack(on); });
+    QAction& readBack = (*m_actions)[Command::ReadBack];
+    connect(&readBack, &QAction::toggled, this, [this](bool on) {
+        m_flows.SetReadBack(on);
+        m_parts.Store.SaveSetting(storeSection, storeReadBack, on ? "1" : "0");
+    });
+    readBack.setChecked(m_parts.Store.GetSetting(storeSection, storeReadBack, "0") == "1");
     connect(&(*m_actions)[Command::FullScreen], &QAction::toggled, this, [this](bool on) {
         setWindowState(on ? windowState() | Qt::WindowFullScreen : windowState() & ~Qt::WindowFullScreen);
     });
@@ -340,6 +347,7 @@ void frmMain::RestoreLayout() {
     }
     m_divided = m_ui->splMain->restoreState(stored(storeSplitter));
     m_firstSize = size();
+    restoreState(stored(storeDocks));
 }
 
 void frmMain::showEvent(QShowEvent* event) {
@@ -377,6 +385,7 @@ void frmMain::SaveLayout() {
         m_parts.Store.SaveSetting(storeSection, key, value.toBase64().toStdString());
     };
     store(storeGeometry, saveGeometry());
+    store(storeDocks, saveState());
     store(storeSplitter, m_ui->splMain->saveState());
     store(storeFolder, m_folder.toUtf8());
     store(storeRecent, m_recent.join('\n').toUtf8());
@@ -444,8 +453,8 @@ bool frmMain::eventFilter(QObject* watched, QEvent* event) {
 
 // -- slots --------------------------------------------------------------------------------------------------
 
-void frmMain::Run(const QString& what, Pages pages, const std::function<FlowResult()>& flow) {
-    if (m_flows.FlowRunning() || !m_running.isEmpty()) return;
+FlowResult frmMain::Run(const QString& what, Pages pages, const std::function<FlowResult()>& flow) {
+    if (m_flows.FlowRunning() || !m_running.isEmpty()) return FlowResult::Refused;
     m_saveFailed = false;
     m_running = what;
     const clsScopeGuard ended([this] {
@@ -455,6 +464,7 @@ void frmMain::Run(const QString& what, Pages pages, const std::function<FlowResu
     m_ui->fraNotice->hide();
     const FlowResult result = pages == Pages::Closed ? RunOverPages(flow) : flow();
     if (result == FlowResult::Done && !m_closeRefused.isEmpty()) m_closeRefused = tr("Close again to leave");
+    return result;
 }
 
 QString frmMain::Running() const { return m_running.isEmpty() ? tr("Reading the card") : m_running; }
@@ -664,6 +674,7 @@ void frmMain::EnableButtons(const ButtonStates& states) {
     (*m_actions)[Command::SaveDefault].setEnabled(states.Idle && !m_files.UserDefaults.empty());
     (*m_actions)[Command::Options].setEnabled(states.Idle);
     m_history->SetIdle(states.Idle);
+    m_changes->SetTaking(states.Idle);
     m_cancel->setVisible(states.Cancel);
     if (m_focusBack != nullptr && m_focusBack->isEnabled()) {
         if (m_ui->txtView->hasFocus()) m_focusBack->setFocus();

@@ -11,14 +11,15 @@
 #include "base/clsISettingsStore.h"
 
 #include "flows/clsReaderFlows.h"
+#include "window/clsMarks.h"
 #include "window/clsTextFMT.h"
 
 namespace Ui {
 class frmMain;
 }
 class clsActions;
+class clsChangesDock;
 class clsFormHistory;
-class clsComparison;
 class QComboBox;
 class QKeyEvent;
 class QLabel;
@@ -120,6 +121,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     void ConnectActions();
     void MakeHistory();
     void MakeComparison();
+    void MakeChangesDock();
     void RestoreLayout();
     void SaveLayout();
     void Divide();
@@ -146,9 +148,15 @@ class frmMain : public QMainWindow, public clsIMainView {
     void EditTable(const std::function<void(clsConvertTable&)>& edit);
     void UpdateTableButtons();
 
+    // differences from the reader
+    void OpenChanges();
+    void GoTo(const SettingItem& item);
+    void TakeReaders(const std::vector<SettingItem>& items);
+    void CheckAgainstFile();
+
     // slots
     enum class Pages { Open, Closed };
-    void Run(const QString& what, Pages pages, const std::function<FlowResult()>& flow);
+    FlowResult Run(const QString& what, Pages pages, const std::function<FlowResult()>& flow);
     FlowResult RunOverPages(const std::function<FlowResult()>& flow);
     FlowResult Opened(FlowResult result);
     void SaveLog();
@@ -178,6 +186,8 @@ class frmMain : public QMainWindow, public clsIMainView {
     QPushButton* m_cancel = nullptr;
     clsActions* m_actions = nullptr;
     clsComparison* m_comparison = nullptr;
+    clsChangesDock* m_changes = nullptr;
+    SettingControls m_controls;
     std::unique_ptr<Ui::frmMain> m_ui;
     clsMessageLog m_log;
     clsSettingsFile m_settingsFile;

@@ -1,10 +1,16 @@
 // What the window shows of the differences between its controls and the reader.
 
+#include <QFile>
 #include <QLabel>
+#include <QListWidget>
+#include <QScrollArea>
+#include <QStyle>
+#include <QTabBar>
 
 #include "ui_frmMain.h"
+#include "window/clsActions.h"
+#include "window/clsChangesDock.h"
 #include "window/clsComparison.h"
-#include "window/clsMarks.h"
 #include "window/frmMain.h"
 
 void frmMain::MakeComparison() {
@@ -13,17 +19,109 @@ void frmMain::MakeComparison() {
     connect(this, &frmMain::FormChanged, m_comparison, &clsComparison::Outdate);
     connect(this, &frmMain::PictureChanged, m_comparison, &clsComparison::Outdate);
 
-    SettingControls controls;
     for (const SettingRow& row : settingTable)
-        controls.Settings.at(static_cast<std::size_t>(row.Id)) = &Control(row.Id);
+        m_controls.Settings.at(static_cast<std::size_t>(row.Id)) = &Control(row.Id);
     for (int box = 0; box < ZarnForm::boxCount; ++box)
-        controls.DigitBoxes.at(static_cast<std::size_t>(box)) = &DigitBox(box);
-    controls.DigitPages = m_ui->SSTab2;
-    controls.Table = m_ui->lstTable;
-    new clsMarks(*m_comparison, controls, *this);
+        m_controls.DigitBoxes.at(static_cast<std::size_t>(box)) = &DigitBox(box);
+    m_controls.DigitPages = m_ui->SSTab2;
+    m_controls.Table = m_ui->lstTable;
+    new clsMarks(*m_comparison, m_controls, *this);
 
     connect(m_comparison, &clsComparison::Changed, this, [this] {
         m_statusChanges->setText(m_comparison->Summary());
         m_statusChanges->setVisible(!m_statusChanges->text().isEmpty());
     });
+    MakeChangesDock();
+}
+
+// -- the list of changes ------------------------------------------------------------------------------------
+
+void frmMain::MakeChangesDock() {
+    m_changes = new clsChangesDock(*m_comparison, this);
+    addDockWidget(Qt::RightDockWidgetArea, m_changes);
+    m_changes->hide();
+    QAction& action = (*m_actions)[Command::Changes];
+    connect(m_changes->toggleViewAction(), &QAction::toggled, &action, &QAction::setChecked);
+    connect(&action, &QAction::triggered, this, [this](bool open) {
+        if (open) {
+            OpenChanges();
+        } else {
+            m_changes->close();
+        }
+    });
+    connect(m_changes, &clsChangesDock::GoTo, this, &frmMain::GoTo);
+    connect(m_changes, &clsChangesDock::TakeReaders, this, &frmMain::TakeReaders);
+    connect(&(*m_actions)[Command::Check], &QAction::triggered, this, &frmMain::CheckAgainstFile);
+}
+
+/// Beside the pages, below them, or over them, as there is room: the window is not to grow over the screen's
+/// edge.
+void frmMain::OpenChanges() {
+    const QSize room = size() - minimumSizeHint();
+    const QSize needed = m_changes->minimumSizeHint() +
+                         QSize(1, 1) * style()->pixelMetric(QStyle::PM_DockWidgetSeparatorExtent);
+    const auto area = dockWidgetArea(m_changes);
+    const bool below = area == Qt::BottomDockWidgetArea || area == Qt::TopDockWidgetArea;
+    const bool fitsBelow = needed.height() <= room.height();
+    const bool fitsBeside = needed.width() <= room.width();
+    if (m_changes->isHidden() && !m_changes->isFloating() && !(below ? fitsBelow : fitsBeside)) {
+        if (fitsBelow || fitsBeside) {
+            addDockWidget(fitsBeside ? Qt::RightDockWidgetArea : Qt::BottomDockWidgetArea, m_changes);
+        } else {
+            m_changes->setFloating(true);
+            m_changes->resize(m_changes->sizeHint().boundedTo(size()));
+            m_changes->move(geometry().bottomRight() - m_changes->rect().bottomRight());
+        }
+    }
+    m_changes->show();
+    m_changes->raise();
+    m_changes->activateWindow();
+    m_changes->FocusList();
+}
+
+/// To the control that the setting stands in.
+void frmMain::GoTo(const SettingItem& item) {
+    QWidget& control = m_controls.Of(item);
+    for (int page = 0; page < m_ui->SSTab1->count(); ++page)
+        if (m_ui->SSTab1->widget(page)->isAncestorOf(&control)) m_ui->SSTab1->setCurrentIndex(page);
+    if (item.Kind() == ItemKind::Filter) m_ui->SSTab2->setCurrentIndex(item.Index() / ZarnForm::boxCount);
+    if (item.Kind() == ItemKind::Entry && item.Index() < m_ui->lstTable->count() && !m_pagesClosed)
+        m_ui->lstTable->setCurrentRow(item.Index());
+    activateWindow();  // the list may float
+    control.setFocus(Qt::OtherFocusReason);
+    findChild<QScrollArea*>("scrSettings")->ensureWidgetVisible(&control);
+}
+
+void frmMain::TakeReaders(const std::vector<SettingItem>& items) {
+    if (items.empty() || m_flows.FlowRunning() || !m_flows.Picture().Known()) return;
+    ZarnForm form;
+    ReadForm(form);
+    QStringList lacking;
+    for (const SettingItem& item : form.Take(items, m_flows.Picture().Held()))
+        lacking += QString::fromStdString(item.Name());
+    ShowForm(form);
+    if (!lacking.isEmpty())
+        Note(tr("The lists here do not have the reader's value of: %1").arg(lacking.join(", ")));
+}
+
+void frmMain::CheckAgainstFile() {
+    std::string name;
+    if (!(*m_actions)[Command::Check].isEnabled() ||
+        !GetFileName(name, /*save=*/false, clsReaderFlows::fileFilter))
+        return;
+    LaidFile laid;
+    const FlowResult result = Run(tr("Checking against a file"), Pages::Open,
+                                  [&] { return m_flows.LayFile(name, FileRole::Compare, laid); });
+    switch (result) {
+        case FlowResult::Done:
+            m_changes->ShowFile(QFile::decodeName(name.c_str()), laid);
+            OpenChanges();
+            break;
+        case FlowResult::FileBad: break;  // the flow said what is wrong
+        case FlowResult::Refused: Note(tr("Something else is running: the file was not compared")); break;
+        case FlowResult::Failed:
+        case FlowResult::Cancelled:
+            Note(tr("The reader was not read to its end: the file was not compared"));
+            break;
+    }
 }

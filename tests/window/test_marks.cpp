@@ -1,11 +1,14 @@
 // What the window says of the differences between its controls and the reader.
 
 #include <QAccessible>
+#include <QClipboard>
+#include <QDockWidget>
 #include <QHelpEvent>
 #include <QTextDocumentFragment>
 #include <QToolTip>
 
 #include "WindowFixture.h"
+#include "window/clsDifferenceList.h"
 #include "window/clsMark.h"
 
 namespace {
@@ -28,6 +31,14 @@ struct clsMarksTest : clsWindowTest {
         return QtText::ToBytes(marks.join(' ')) + ": " + Shown("labStatusChanges");
     }
     [[nodiscard]] QAction& Action(const char* name) const { return *window->findChild<QAction*>(name); }
+    [[nodiscard]] clsDifferenceList& Changes() const { return Find<clsDifferenceList>("lstChanges"); }
+    /// The rows of the list of changes, copied with its key.
+    [[nodiscard]] std::string Listed() const {
+        QCoreApplication::processEvents();
+        QApplication::clipboard()->clear();
+        QTest::keyClick(&Changes(), Qt::Key_C, Qt::ControlModifier);
+        return QApplication::clipboard()->text().toStdString();
+    }
     static std::string Described(QWidget& control) {
         return QAccessible::queryAccessibleInterface(&control)->text(QAccessible::Description).toStdString();
     }
@@ -115,6 +126,96 @@ TEST_F(clsMarksTest, WhatNobodyKnowsOfTheReaderBearsNoMark) {
         reader.ClearFaults();
         comm.SetPortOpen(false);
     }
+}
+
+TEST_F(clsMarksTest, TheListOfChangesLeadsToTheirControlsAndBack) {
+    StartOnReader();
+    QTest::keyClick(window.get(), Qt::Key_F9);
+    EXPECT_TRUE(Changes().isVisible() && Changes().hasFocus());
+    EXPECT_EQ(Listed(), "");
+    EXPECT_EQ(Shown("labChanges"), "The pages show what the reader held when it was read (14:03).");
+    Select("cboLanguage", "Spanish");
+    Find<TextBoxEx>("txtPostfix").SetText("");
+    Find<QTabBar>("SSTab2").setCurrentIndex(1);
+    Find<ucTextScroll>("oCardSNLen4").SetSelLength(1);
+    TurnTo(TablePage);
+    auto& list = Find<QListWidget>("lstTable");
+    list.item(1)->setCheckState(Qt::Unchecked);  // no matter of the reader's
+    list.setCurrentRow(0);
+    Click("cmdRemove");
+    const std::string rows = Listed();
+    EXPECT_EQ(rows.substr(0, 102),
+              "Language\tGermany\tSpanish\nPostfix\t<TAB><ESC><CR><LF>\t(empty)\n"
+              "Dec digits of EM125K\tdigits 5 to 14 of 14\t");
+    EXPECT_EQ(std::count(rows.begin(), rows.end(), '\n'), 8);
+
+    const struct {
+        int Row;
+        int Page;
+        const char* Focus;
+    } places[] = {{0, GeneralPage, "cboLanguage"},
+                  {1, KeyPage, "txtPostfix"},
+                  {2, CardPage, "oCardSNLen4"},
+                  {5, TablePage, "lstTable"}};
+    for (const auto& place : places) {
+        Find<QTabBar>("SSTab2").setCurrentIndex(0);
+        Changes().setFocus();
+        Changes().setCurrentIndex(Changes().model()->index(place.Row, 0));
+        QTest::keyClick(&Changes(), Qt::Key_Return);
+        EXPECT_EQ(Find<QTabWidget>("SSTab1").currentIndex(), place.Page);
+        EXPECT_EQ(window->focusWidget()->objectName(), place.Focus);
+        EXPECT_EQ(Find<QTabBar>("SSTab2").currentIndex(), place.Page == CardPage ? 1 : 0);
+    }
+    EXPECT_EQ(list.currentRow(), 2);
+    EXPECT_EQ(Listed().substr(0, 11), "Table row 3") << "the selected one alone";
+
+    Changes().selectAll();
+    Sent.clear();
+    Click("cmdTakeReaders");
+    EXPECT_EQ(Marks() + Listed() + Sent, ": ");
+    Find<QAbstractButton>("chkAllChanges").click();
+    EXPECT_EQ(Changes().model()->rowCount(), static_cast<int>(itemCount));
+    Click("cmdApply");
+    serial.Unplug(1);
+    host.Run(100);
+    EXPECT_EQ(Listed().substr(0, 26), "Language\tnot read\tGermany\n");
+    EXPECT_FALSE(Enabled("cmdTakeReaders"));
+    window->close();
+    Start();
+    EXPECT_TRUE(Changes().isVisible() && Action("actChanges").isChecked());
+    QTest::keyClick(window.get(), Qt::Key_F9);
+    window->close();
+    Start();
+    EXPECT_FALSE(Changes().isVisible() || Action("actChanges").isChecked());
+}
+
+TEST_F(clsMarksTest, AFileIsHeldAgainstTheReaderAndNothingIsWritten) {
+    StartOnReader();
+    disk.Contents["a/my.txt"] = "[General]\r\nLanguage=1\r\n" + disk.Contents["start"];
+    Find<TextBoxEx>("txtPrefix").SetText("mine");
+    const auto check = [this] {
+        Sent.clear();
+        Action("actCheck").trigger();
+        EXPECT_EQ(Sent.find_first_of("C"), std::string::npos);
+        return Shown("labChanges") + " " + Shown("labNotice");
+    };
+    EXPECT_EQ(check(), " ") << "no file chosen";
+    chosenFile = "a/none.txt";
+    check();
+    EXPECT_EQ(LastLine(), "Open Device Info From File NG!");
+    chosenFile = "a/my.txt";
+    reader.AddFault({SimFault::NoAnswer, 'V'});
+    EXPECT_EQ(check(), " The reader was not read to its end: the file was not compared");
+    EXPECT_FALSE(Changes().isVisible());
+    reader.ClearFaults();
+    EXPECT_EQ(check().substr(0, 53), "my.txt: the reader, read 14:03, differs in 6 of 43 se");
+    EXPECT_EQ(Listed().substr(0, 24), "Language\tGermany\tFrance\n");
+    EXPECT_TRUE(Find<QWidget>("cmdTakeReaders").isHidden());
+    disk.Contents["a/my.txt"] = TextOf(window->Flows().Record());
+    EXPECT_EQ(check().substr(0, 49), "my.txt: the reader holds this file (read 14:03). ");
+    EXPECT_EQ(Find<TextBoxEx>("txtPrefix").Text(), "mine");
+    Click("cmdBackToChanges");
+    EXPECT_EQ(Listed(), "Prefix\t<STX>ID=\tmine\n");
 }
 
 }  // namespace
