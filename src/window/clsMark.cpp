@@ -1,6 +1,6 @@
 #include "window/clsMark.h"
 
-#include <QBoxLayout>
+#include <QGridLayout>
 #include <QHelpEvent>
 #include <QPainter>
 #include <QTextDocument>
@@ -19,6 +19,8 @@ QStyleOptionViewItem BehindMark(const QStyleOptionViewItem& option, const QModel
 }
 
 }  // namespace
+
+int MarkPainter::Width(const QFontMetrics& metrics) { return metrics.height() / 2 + 2; }
 
 int MarkPainter::Room(const QFontMetrics& metrics) { return metrics.height() * 7 / 8; }
 
@@ -40,37 +42,41 @@ void MarkPainter::Paint(QPainter& painter, const QRect& area, Sight sight, const
 // -- beside a caption ---------------------------------------------------------------------------------------
 
 clsMark::clsMark(QWidget& control, QWidget& caption)
-    : QWidget(&caption), m_control(&control), m_caption(&caption) {
-    Begin();
+    : QWidget(caption.parentWidget()), m_control(&control), m_caption(&caption) {
+    setObjectName("mrk_" + control.objectName());
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Preferred);
+    control.installEventFilter(this);
+    if (&caption != &control) caption.installEventFilter(this);
+    if (StandInGrid()) return;
+    setParent(&caption);
     QMargins margins = caption.contentsMargins();
-    margins.setLeft(margins.left() + sizeHint().width());
+    margins.setLeft(margins.left() + MarkPainter::Room(caption.fontMetrics()));
     caption.setContentsMargins(margins);
-    caption.installEventFilter(this);
     LieOnCaption();
     show();
 }
 
-clsMark::clsMark(QWidget& checkBox) : m_control(&checkBox) {
-    Begin();
-    auto* const both = new QWidget(checkBox.parentWidget());
-    delete both->parentWidget()->layout()->replaceWidget(&checkBox, both);
-    auto* const row = new QHBoxLayout(both);
-    row->setContentsMargins(0, 0, 0, 0);
-    row->setSpacing(0);
-    row->addWidget(this);
-    row->addWidget(&checkBox, /*stretch=*/1);
-    both->setVisible(!checkBox.isHidden());
+bool clsMark::StandInGrid() {
+    for (QGridLayout* const grid : parentWidget()->findChildren<QGridLayout*>()) {
+        const int at = grid->indexOf(m_caption);
+        if (at < 0) continue;
+        int row = 0;
+        int column = 0;
+        int rows = 0;
+        int columns = 0;
+        grid->getItemPosition(at, &row, &column, &rows, &columns);
+        if (column == 0 || grid->itemAtPosition(row, column - 1) != nullptr) return false;
+        grid->addWidget(this, row, column - 1);
+        return true;
+    }
+    return false;
 }
 
-void clsMark::Begin() {
-    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Preferred);
-    setObjectName("mrk_" + m_control->objectName());
-    m_control->installEventFilter(this);
+QSize clsMark::sizeHint() const { return {MarkPainter::Width(fontMetrics()), fontMetrics().height()}; }
+
+void clsMark::LieOnCaption() {
+    if (parentWidget() == m_caption) setGeometry(0, 0, sizeHint().width(), m_caption->height());
 }
-
-QSize clsMark::sizeHint() const { return {MarkPainter::Room(fontMetrics()), fontMetrics().height()}; }
-
-void clsMark::LieOnCaption() { setGeometry(0, 0, sizeHint().width(), m_caption->height()); }
 
 void clsMark::Show(Sight sight, const QString& told) {
     if (sight != m_sight) update();
@@ -96,7 +102,7 @@ bool clsMark::event(QEvent* event) { return Tip(*event, *this) || QWidget::event
 bool clsMark::eventFilter(QObject* watched, QEvent* event) {
     if (watched == m_caption && event->type() == QEvent::Resize) LieOnCaption();
     const bool comesOrGoes = event->type() == QEvent::ShowToParent || event->type() == QEvent::HideToParent;
-    if (m_caption == nullptr && comesOrGoes) parentWidget()->setVisible(!m_control->isHidden());
+    if (watched == m_control && comesOrGoes) setVisible(!m_control->isHidden());
     return Tip(*event, static_cast<QWidget&>(*watched));
 }
 

@@ -9,6 +9,8 @@
 /// The sign for how a setting stands: filled, it differs from the reader; hollow, it was written and not read
 /// back; none for all else.
 namespace MarkPainter {
+/// A mark's own width, in pixels.
+int Width(const QFontMetrics& metrics);
 /// The room that a mark takes in front of what it belongs to, in pixels.
 int Room(const QFontMetrics& metrics);
 /// Draws it at the left of `area`.
@@ -18,15 +20,14 @@ void Paint(QPainter& painter, const QRect& area, Sight sight, const QFontMetrics
 
 /// The mark beside a control's caption. Its room is there from the start, so that nothing moves when it comes
 /// and goes. What it says is also the control's: in the tip behind its own, and in the description that
-/// screen readers get to hear. A child of its caption, or of what takes a check box's place in its layout.
+/// screen readers get to hear.
 class clsMark : public QWidget {
     Q_OBJECT
 
   public:
-    /// Beside `caption`, a label.
+    /// `caption` is the control's label, or the control itself. Where it stands in a grid, the column before
+    /// it is the mark's; a label elsewhere makes room in itself.
     clsMark(QWidget& control, QWidget& caption);
-    /// Beside a check box, which has its caption in itself; it stands in a layout.
-    explicit clsMark(QWidget& checkBox);
 
     void Show(Sight sight, const QString& told);
     [[nodiscard]] Sight Shown() const { return m_sight; }
@@ -40,7 +41,7 @@ class clsMark : public QWidget {
     void paintEvent(QPaintEvent* event) override;
 
   private:
-    void Begin();
+    bool StandInGrid();
     bool Tip(QEvent& event, QWidget& asked) const;
     void LieOnCaption();
 

@@ -21,7 +21,7 @@ QLabel& CaptionOf(const QWidget& control, const QWidget& window) {
 }
 
 clsMark* MarkFor(QWidget& control, const QWidget& window) {
-    if (qobject_cast<QCheckBox*>(&control) != nullptr) return new clsMark(control);
+    if (qobject_cast<QCheckBox*>(&control) != nullptr) return new clsMark(control, control);
     return new clsMark(control, CaptionOf(control, window));
 }
 
