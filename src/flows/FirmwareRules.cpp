@@ -27,3 +27,17 @@ FirmwareRules FirmwareRules::For(std::string_view version, std::string_view seri
     rules.NoneDelimiter = v >= (serial == "FWQ-K3861" ? 1.01005 : 1.01007);
     return rules;
 }
+
+std::string_view FirmwareRules::Lacks(const SettingItem& item, const ZarnInfo& record) const {
+    const auto unless = [](bool offered, std::string_view needs) { return offered ? "" : needs; };
+    if (item.Kind() != ItemKind::Setting) return {};
+    switch (item.Id()) {
+        case Setting::IDWithoutLeadingZeros: return unless(WithoutLeadingZeros, withoutLeadingZerosNeeds);
+        case Setting::TagFrequency: return unless(TagFrequency, tagFrequencyNeeds);
+        case Setting::UsbInterface: return unless(UsbInterface, usbInterfaceNeeds);
+        case Setting::BuzzerEnabled: return unless(Buzzer, usbInterfaceNeeds);
+        case Setting::Delimiter:
+            return unless(NoneDelimiter || record.Delimiter != delimiterNone, noneDelimiterNeeds);
+        default: return {};
+    }
+}

@@ -4,8 +4,6 @@
 
 namespace {
 
-constexpr std::int32_t delimiterNone = 3;
-
 const NumberField& ListOf(Setting list) { return std::get<NumberField>(RowOf(list).Field); }
 
 }  // namespace

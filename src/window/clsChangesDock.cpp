@@ -109,7 +109,7 @@ DifferenceRow clsChangesDock::RowOf(const SettingItem& item) const {
     if (sight == Sight::Unknown) {
         inReader = tr("not read");
     } else if (m_comparison.Picture().IsWritten(item)) {
-        inReader = tr("%1 (written, not read back)").arg(inReader);
+        inReader = tr("written: %1").arg(inReader);
     }
     return {item, sight, inReader, m_comparison.InControls(item), {}, m_comparison.Told(item)};
 }

@@ -148,7 +148,13 @@ void clsDifferenceList::Copy() const {
 }
 
 void clsDifferenceList::keyPressEvent(QKeyEvent* event) {
-    if (!event->matches(QKeySequence::Copy)) return QTreeView::keyPressEvent(event);
-    Copy();
-    event->accept();
+    const QModelIndex setting = currentIndex().siblingAtColumn(clsDifferenceModel::SettingColumn);
+    if (event->matches(QKeySequence::Copy)) {
+        Copy();
+    } else if (event->key() == Qt::Key_Space && setting.isValid() && m_model.RowAt(setting).HasTick) {
+        const auto ticked = m_model.RowAt(setting).Ticked ? Qt::Unchecked : Qt::Checked;
+        m_model.setData(setting, ticked, Qt::CheckStateRole);
+    } else {
+        QTreeView::keyPressEvent(event);
+    }
 }

@@ -52,7 +52,8 @@ class clsDifferenceModel : public QAbstractTableModel {
     std::vector<DifferenceRow> m_rows;
 };
 
-/// The view of them: whole rows, Ctrl+C copies those selected, or all, with tabs between the columns.
+/// The view of them, a row at a time: the blank ticks one, Ctrl+C copies those selected, or all, with tabs
+/// between the columns.
 class clsDifferenceList : public QTreeView {
     Q_OBJECT
 

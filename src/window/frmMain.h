@@ -153,6 +153,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     void GoTo(const SettingItem& item);
     void TakeReaders(const std::vector<SettingItem>& items);
     void CheckAgainstFile();
+    void Review();
 
     // slots
     enum class Pages { Open, Closed };

@@ -11,6 +11,7 @@
 #include "window/clsActions.h"
 #include "window/clsChangesDock.h"
 #include "window/clsComparison.h"
+#include "window/clsReviewDialog.h"
 #include "window/frmMain.h"
 
 void frmMain::MakeComparison() {
@@ -52,6 +53,7 @@ void frmMain::MakeChangesDock() {
     connect(m_changes, &clsChangesDock::GoTo, this, &frmMain::GoTo);
     connect(m_changes, &clsChangesDock::TakeReaders, this, &frmMain::TakeReaders);
     connect(&(*m_actions)[Command::Check], &QAction::triggered, this, &frmMain::CheckAgainstFile);
+    connect(&(*m_actions)[Command::Review], &QAction::triggered, this, &frmMain::Review);
 }
 
 /// Beside the pages, below them, or over them, as there is room: the window is not to grow over the screen's
@@ -124,4 +126,15 @@ void frmMain::CheckAgainstFile() {
             Note(tr("The reader was not read to its end: the file was not compared"));
             break;
     }
+}
+
+void frmMain::Review() {
+    if (m_flows.FlowRunning() || !m_running.isEmpty()) return;
+    auto* const dialog = new clsReviewDialog(
+        {m_flows, [this](const QString& what, const auto& flow) { return Run(what, Pages::Open, flow); },
+         [this](ZarnForm& form) { ReadForm(form); }},
+        this);
+    connect(this, &frmMain::PictureChanged, dialog, &clsReviewDialog::CheckPicture);
+    dialog->open();
+    dialog->Begin();
 }

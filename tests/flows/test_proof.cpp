@@ -1,35 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <variant>
-
 #include "FlowWorld.h"
 #include "RecordText.h"
 #include "flows/FileDifferences.h"
 
 namespace {
-
-/// A record of which no setting is that of `record`, and every one is in the lists.
-ZarnInfo AllOther(const ZarnInfo& record) {
-    ZarnInfo other = record;
-    for (const SettingRow& row : settingTable) {
-        if (const auto* const text = std::get_if<TextField>(&row.Field)) {
-            other.*text->Member = "1" + record.*text->Member;
-        } else if (const auto* const flag = std::get_if<FlagField>(&row.Field)) {
-            other.*flag->Member = !(record.*flag->Member);
-        } else {
-            const auto& list = std::get<NumberField>(row.Field);
-            const bool first = list.Entries[0].Value == record.*list.Member;
-            other.*list.Member = list.Entries[first ? 1 : 0].Value;
-        }
-    }
-    for (CardFilterRange& filter : other.CardFilter) filter = {filter.Start == 1 ? 2 : 1, 3};
-    for (std::size_t i = 0; i < other.Convert.size(); ++i)
-        other.Convert[i] = {record.Convert[i].CardType == 1 ? 2 : 1, "A1B2C3" + std::to_string(10 + i),
-                            "row " + std::to_string(i)};
-    return other;
-}
-
-int FirstRegister(const SettingItem& item) { return std::stoi(item.Registers()); }
 
 struct Proof : testing::Test, FlowWorld {
     Proof() { flows.Read(); }

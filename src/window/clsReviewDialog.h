@@ -1,0 +1,63 @@
+#pragma once
+
+#include <QDialog>
+#include <functional>
+#include <vector>
+
+#include "flows/clsReaderFlows.h"
+
+class QLabel;
+class QPushButton;
+class clsDifferenceList;
+
+/// Reads the reader, lets a person tick what is to be written of that in which the pages differ from it,
+/// writes that, reads it back and says what was kept. The window's record and controls stay as they are. It
+/// deletes itself once it is closed. While a flow of its own runs, which turns the loop, it does not close:
+/// the flow is cancelled, and what became of it is said.
+class clsReviewDialog : public QDialog {
+    Q_OBJECT
+
+  public:
+    struct Parts {
+        clsReaderFlows& Flows;
+        /// Runs a flow so that the window shows it; Refused when another one runs.
+        std::function<FlowResult(const QString& what, const std::function<FlowResult()>& flow)> Run;
+        std::function<void(ZarnForm& form)> ReadForm;
+    };
+
+    clsReviewDialog(Parts parts, QWidget* parent);
+
+    /// Reads, once it is shown. Comes back when it is known what differs, or that nobody will know.
+    void Begin();
+    /// The reader may have gone while the choice was made.
+    void CheckPicture();
+
+    void reject() override;
+
+  protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
+  private:
+    enum class State { Reading, Choosing, Writing, ReadingBack, Ended };
+
+    [[nodiscard]] bool Running() const;
+    void Enter(State state, const QString& sentence);
+    void End(const QString& sentence) { Enter(State::Ended, sentence); }
+    void ShowChoice();
+    void ShowChosen();
+    void Write();
+    void ShowWritten(const ZarnInfo* after);
+    void NotWritten(FlowResult result);
+    [[nodiscard]] std::size_t CountTicked() const;
+    [[nodiscard]] QString Proven(const std::vector<SettingChange>& changes) const;
+
+    const Parts m_parts;
+    State m_state = State::Reading;
+    ZarnInfo m_read;
+    ZarnInfo m_wanted;  // what the pages would make of it
+    ZarnInfo m_chosen;  // that, of what was ticked
+    QLabel* m_sentence = nullptr;
+    clsDifferenceList* m_list = nullptr;
+    QPushButton* m_write = nullptr;
+    QPushButton* m_cancel = nullptr;
+};
