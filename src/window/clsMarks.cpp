@@ -31,16 +31,6 @@ void SetData(QListWidgetItem& item, int role, const QVariant& value) {
 
 }  // namespace
 
-QWidget& SettingControls::Of(const SettingItem& item) const {
-    switch (item.Kind()) {
-        case ItemKind::Setting: return *Settings.at(static_cast<std::size_t>(item.Id()));
-        case ItemKind::Filter:
-            return *DigitBoxes.at(static_cast<std::size_t>(item.Index() % ZarnForm::boxCount));
-        case ItemKind::Entry: break;
-    }
-    return *Table;
-}
-
 clsMarks::clsMarks(const clsComparison& comparison, const SettingControls& controls, QWidget& window)
     : QObject(&window), m_comparison(comparison), m_controls(controls) {
     for (std::size_t i = 0; i < m_settings.size(); ++i)

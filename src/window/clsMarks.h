@@ -16,8 +16,6 @@ struct SettingControls {
     std::array<QWidget*, ZarnForm::boxCount> DigitBoxes{};  ///< of the page shown
     QTabBar* DigitPages = nullptr;                          ///< Hex and Dec
     QListWidget* Table = nullptr;                           ///< a row each
-
-    [[nodiscard]] QWidget& Of(const SettingItem& item) const;
 };
 
 /// Marks every control that differs from what the reader was last seen to hold, the rows of the table too.

@@ -11,7 +11,6 @@
 #include "base/clsISettingsStore.h"
 
 #include "flows/clsReaderFlows.h"
-#include "window/clsMarks.h"
 #include "window/clsTextFMT.h"
 
 namespace Ui {
@@ -19,6 +18,7 @@ class frmMain;
 }
 class clsActions;
 class clsChangesDock;
+class clsComparison;
 class clsFormHistory;
 class QComboBox;
 class QKeyEvent;
@@ -188,7 +188,6 @@ class frmMain : public QMainWindow, public clsIMainView {
     clsActions* m_actions = nullptr;
     clsComparison* m_comparison = nullptr;
     clsChangesDock* m_changes = nullptr;
-    SettingControls m_controls;
     std::unique_ptr<Ui::frmMain> m_ui;
     clsMessageLog m_log;
     clsSettingsFile m_settingsFile;

@@ -11,6 +11,7 @@
 #include "window/clsActions.h"
 #include "window/clsChangesDock.h"
 #include "window/clsComparison.h"
+#include "window/clsMarks.h"
 #include "window/clsReviewDialog.h"
 #include "window/frmMain.h"
 
@@ -20,13 +21,14 @@ void frmMain::MakeComparison() {
     connect(this, &frmMain::FormChanged, m_comparison, &clsComparison::Outdate);
     connect(this, &frmMain::PictureChanged, m_comparison, &clsComparison::Outdate);
 
+    SettingControls controls;
     for (const SettingRow& row : settingTable)
-        m_controls.Settings.at(static_cast<std::size_t>(row.Id)) = &Control(row.Id);
+        controls.Settings.at(static_cast<std::size_t>(row.Id)) = &Control(row.Id);
     for (int box = 0; box < ZarnForm::boxCount; ++box)
-        m_controls.DigitBoxes.at(static_cast<std::size_t>(box)) = &DigitBox(box);
-    m_controls.DigitPages = m_ui->SSTab2;
-    m_controls.Table = m_ui->lstTable;
-    new clsMarks(*m_comparison, m_controls, *this);
+        controls.DigitBoxes.at(static_cast<std::size_t>(box)) = &DigitBox(box);
+    controls.DigitPages = m_ui->SSTab2;
+    controls.Table = m_ui->lstTable;
+    new clsMarks(*m_comparison, controls, *this);
 
     connect(m_comparison, &clsComparison::Changed, this, [this] {
         m_statusChanges->setText(m_comparison->Summary());
@@ -83,7 +85,7 @@ void frmMain::OpenChanges() {
 
 /// To the control that the setting stands in.
 void frmMain::GoTo(const SettingItem& item) {
-    QWidget& control = m_controls.Of(item);
+    QWidget& control = Control(item);
     for (int page = 0; page < m_ui->SSTab1->count(); ++page)
         if (m_ui->SSTab1->widget(page)->isAncestorOf(&control)) m_ui->SSTab1->setCurrentIndex(page);
     if (item.Kind() == ItemKind::Filter) m_ui->SSTab2->setCurrentIndex(item.Index() / ZarnForm::boxCount);

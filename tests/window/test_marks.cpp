@@ -173,6 +173,9 @@ TEST_F(clsMarksTest, TheListOfChangesLeadsToTheirControlsAndBack) {
     Sent.clear();
     Click("cmdTakeReaders");
     EXPECT_EQ(Marks() + Listed() + Sent, ": ");
+    Action("actUndo").trigger();
+    EXPECT_EQ(Listed(), rows) << "that was one step";
+    Action("actRedo").trigger();
     Find<QAbstractButton>("chkAllChanges").click();
     EXPECT_EQ(Changes().model()->rowCount(), static_cast<int>(itemCount));
     Click("cmdApply");
@@ -216,6 +219,20 @@ TEST_F(clsMarksTest, AFileIsHeldAgainstTheReaderAndNothingIsWritten) {
     EXPECT_EQ(Find<TextBoxEx>("txtPrefix").Text(), "mine");
     Click("cmdBackToChanges");
     EXPECT_EQ(Listed(), "Prefix\t<STX>ID=\tmine\n");
+}
+
+TEST_F(clsMarksTest, ReadBackIsRememberedAndShowsWhatWasNotKept) {
+    StartOnReader();
+    Action("actReadBack").trigger();
+    window->close();
+    StartOnReader();
+    EXPECT_TRUE(Action("actReadBack").isChecked());
+    reader.AddFault({SimFault::DroppedWrite, 'C', 210});
+    Select("cboLanguage", "Spanish");
+    Select("cboBaudRate", "4800");
+    Click("cmdApply");
+    EXPECT_EQ(Marks(), "cboLanguage!: 1 change not written");
+    EXPECT_EQ(LastLine() + "; " + Shown("labNotice"), "Write OK; The reader did not keep: Language");
 }
 
 }  // namespace
