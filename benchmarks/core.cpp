@@ -9,6 +9,7 @@
 #include "FullImage.h"
 #include "base/clsMemoryStore.h"
 #include "comm/ucCOMM.h"
+#include "flows/RecordText.h"
 #include "flows/clsConvertTable.h"
 #include "flows/clsSettingsFile.h"
 #include "settings/modZarn74.h"
@@ -109,6 +110,18 @@ void SettingsFileSaved(benchmark::State& state) {
     std::remove(name.c_str());
 }
 BENCHMARK(SettingsFileSaved)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void AllDifferences(benchmark::State& state) {
+    const ZarnInfo record = FullRecord();
+    const ZarnInfo other = AllOther(record);
+    for (auto unused : state) {
+        if (Differences(record, other).size() != itemCount) {
+            state.SkipWithError("not everything differs");
+            break;
+        }
+    }
+}
+BENCHMARK(AllDifferences)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 

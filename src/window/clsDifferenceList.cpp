@@ -29,8 +29,11 @@ void clsDifferenceModel::SetRows(std::vector<DifferenceRow> rows) {
         std::equal(rows.begin(), rows.end(), m_rows.begin(), m_rows.end(),
                    [](const DifferenceRow& a, const DifferenceRow& b) { return a.Item == b.Item; });
     if (same) {
-        m_rows = std::move(rows);
-        if (!m_rows.empty()) emit dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1));
+        rows.swap(m_rows);
+        for (int row = 0; row < rowCount(); ++row) {
+            const auto at = static_cast<std::size_t>(row);
+            if (m_rows[at] != rows[at]) emit dataChanged(index(row, 0), index(row, columnCount() - 1));
+        }
         return;
     }
     beginResetModel();

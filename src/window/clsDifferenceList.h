@@ -16,6 +16,7 @@ struct DifferenceRow {
     QString Told;          ///< for screen readers, with the setting's name
     bool HasTick = false;  ///< may be ticked
     bool Ticked = false;
+    bool operator==(const DifferenceRow&) const = default;
 };
 
 /// Those rows for a view. Where the items stay the same, so do selection and current row.

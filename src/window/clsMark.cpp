@@ -116,6 +116,7 @@ void clsMark::paintEvent(QPaintEvent*) {
 
 void clsMarkDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
                             const QModelIndex& index) const {
+    if (index.column() != 0) return QStyledItemDelegate::paint(painter, option, index);
     QStyleOptionViewItem whole = option;
     initStyleOption(&whole, index);
     const QStyle& style = *option.widget->style();

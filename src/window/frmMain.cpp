@@ -44,6 +44,7 @@ constexpr int stepBytes = 16;     // that travel for a step, about, beside those
 
 constexpr auto storeSection = "Window";
 constexpr auto storeGeometry = "Geometry";
+constexpr auto storeChanges = "Changes";
 constexpr auto storeDocks = "Docks";
 constexpr auto storeReadBack = "ReadBack";
 constexpr auto storeSplitter = "Splitter";
@@ -348,6 +349,7 @@ void frmMain::RestoreLayout() {
     m_divided = m_ui->splMain->restoreState(stored(storeSplitter));
     m_firstSize = size();
     restoreState(stored(storeDocks));
+    if (m_parts.Store.GetSetting(storeSection, storeChanges, "0") == "1") Changes();
 }
 
 void frmMain::showEvent(QShowEvent* event) {
@@ -385,7 +387,10 @@ void frmMain::SaveLayout() {
         m_parts.Store.SaveSetting(storeSection, key, value.toBase64().toStdString());
     };
     store(storeGeometry, saveGeometry());
-    store(storeDocks, saveState());
+    if (m_changes != nullptr) {
+        store(storeDocks, saveState());
+        m_parts.Store.SaveSetting(storeSection, storeChanges, m_changes->isHidden() ? "0" : "1");
+    }
     store(storeSplitter, m_ui->splMain->saveState());
     store(storeFolder, m_folder.toUtf8());
     store(storeRecent, m_recent.join('\n').toUtf8());
@@ -674,7 +679,7 @@ void frmMain::EnableButtons(const ButtonStates& states) {
     (*m_actions)[Command::SaveDefault].setEnabled(states.Idle && !m_files.UserDefaults.empty());
     (*m_actions)[Command::Options].setEnabled(states.Idle);
     m_history->SetIdle(states.Idle);
-    m_changes->SetTaking(states.Idle);
+    if (m_changes != nullptr) m_changes->SetTaking(states.Idle);
     m_cancel->setVisible(states.Cancel);
     if (m_focusBack != nullptr && m_focusBack->isEnabled()) {
         if (m_ui->txtView->hasFocus()) m_focusBack->setFocus();

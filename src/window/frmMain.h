@@ -121,7 +121,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     void ConnectActions();
     void MakeHistory();
     void MakeComparison();
-    void MakeChangesDock();
+    void ConnectChanges();
     void RestoreLayout();
     void SaveLayout();
     void Divide();
@@ -149,6 +149,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     void UpdateTableButtons();
 
     // differences from the reader
+    clsChangesDock& Changes();
     void OpenChanges();
     void GoTo(const SettingItem& item);
     void TakeReaders(const std::vector<SettingItem>& items);
@@ -187,7 +188,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     QPushButton* m_cancel = nullptr;
     clsActions* m_actions = nullptr;
     clsComparison* m_comparison = nullptr;
-    clsChangesDock* m_changes = nullptr;
+    clsChangesDock* m_changes = nullptr;  // once it is wanted
     std::unique_ptr<Ui::frmMain> m_ui;
     clsMessageLog m_log;
     clsSettingsFile m_settingsFile;

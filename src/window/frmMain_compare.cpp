@@ -34,33 +34,42 @@ void frmMain::MakeComparison() {
         m_statusChanges->setText(m_comparison->Summary());
         m_statusChanges->setVisible(!m_statusChanges->text().isEmpty());
     });
-    MakeChangesDock();
+    ConnectChanges();
 }
 
 // -- the list of changes ------------------------------------------------------------------------------------
 
-void frmMain::MakeChangesDock() {
-    m_changes = new clsChangesDock(*m_comparison, this);
-    addDockWidget(Qt::RightDockWidgetArea, m_changes);
-    m_changes->hide();
+void frmMain::ConnectChanges() {
     QAction& action = (*m_actions)[Command::Changes];
-    connect(m_changes->toggleViewAction(), &QAction::toggled, &action, &QAction::setChecked);
     connect(&action, &QAction::triggered, this, [this](bool open) {
         if (open) {
             OpenChanges();
         } else {
-            m_changes->close();
+            Changes().close();
         }
     });
-    connect(m_changes, &clsChangesDock::GoTo, this, &frmMain::GoTo);
-    connect(m_changes, &clsChangesDock::TakeReaders, this, &frmMain::TakeReaders);
     connect(&(*m_actions)[Command::Check], &QAction::triggered, this, &frmMain::CheckAgainstFile);
     connect(&(*m_actions)[Command::Review], &QAction::triggered, this, &frmMain::Review);
+}
+
+/// Made when it is first wanted: the window is to open as fast as without it.
+clsChangesDock& frmMain::Changes() {
+    if (m_changes != nullptr) return *m_changes;
+    m_changes = new clsChangesDock(*m_comparison, this);
+    connect(m_changes->toggleViewAction(), &QAction::toggled, &(*m_actions)[Command::Changes],
+            &QAction::setChecked);
+    connect(m_changes, &clsChangesDock::GoTo, this, &frmMain::GoTo);
+    connect(m_changes, &clsChangesDock::TakeReaders, this, &frmMain::TakeReaders);
+    m_changes->SetTaking(!m_flows.FlowRunning());
+    m_changes->hide();
+    if (!restoreDockWidget(m_changes)) addDockWidget(Qt::RightDockWidgetArea, m_changes);
+    return *m_changes;
 }
 
 /// Beside the pages, below them, or over them, as there is room: the window is not to grow over the screen's
 /// edge.
 void frmMain::OpenChanges() {
+    Changes();
     const QSize room = size() - minimumSizeHint();
     const QSize needed = m_changes->minimumSizeHint() +
                          QSize(1, 1) * style()->pixelMetric(QStyle::PM_DockWidgetSeparatorExtent);
@@ -118,7 +127,7 @@ void frmMain::CheckAgainstFile() {
                                   [&] { return m_flows.LayFile(name, FileRole::Compare, laid); });
     switch (result) {
         case FlowResult::Done:
-            m_changes->ShowFile(QFile::decodeName(name.c_str()), laid);
+            Changes().ShowFile(QFile::decodeName(name.c_str()), laid);
             OpenChanges();
             break;
         case FlowResult::FileBad: break;  // the flow said what is wrong
