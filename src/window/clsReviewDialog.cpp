@@ -65,7 +65,6 @@ clsReviewDialog::clsReviewDialog(Parts parts, QWidget* parent) : QDialog(parent)
     m_list->setAccessibleName(tr("Settings to write"));
     m_list->setItemDelegate(new clsMarkDelegate(m_list));
     m_list->Model().SetTitles({tr("Setting"), tr("In the reader"), tr("Here"), tr("Result")});
-    m_list->header()->setSectionResizeMode(QHeaderView::Stretch);
     m_list->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
     m_write = new QPushButton(tr("&Write"), this);
     m_write->setObjectName("cmdReviewWrite");
@@ -83,6 +82,8 @@ clsReviewDialog::clsReviewDialog(Parts parts, QWidget* parent) : QDialog(parent)
     column->addLayout(row);
     const QSize usual(fontMetrics().averageCharWidth() * usualWidth, fontMetrics().height() * usualHeight);
     resize(usual.boundedTo(screen()->availableSize() * 9 / 10));
+    for (const int values : {clsDifferenceModel::ReaderColumn, clsDifferenceModel::WantedColumn})
+        m_list->header()->resizeSection(values, width() / 5);
 
     connect(&m_list->Model(), &clsDifferenceModel::Ticked, this, &clsReviewDialog::ShowChosen);
     connect(m_write, &QPushButton::clicked, this, &clsReviewDialog::Write);

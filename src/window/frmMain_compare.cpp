@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QLabel>
+#include <QLayout>
 #include <QListWidget>
 #include <QScrollArea>
 #include <QStyle>
@@ -66,30 +67,25 @@ clsChangesDock& frmMain::Changes() {
     return *m_changes;
 }
 
-/// Beside the pages, below them, or over them, as there is room: the window is not to grow over the screen's
-/// edge.
+/// Beside the pages, or over the log where a part of them would be out of sight then.
 void frmMain::OpenChanges() {
-    Changes();
-    const QSize room = size() - minimumSizeHint();
-    const QSize needed = m_changes->minimumSizeHint() +
-                         QSize(1, 1) * style()->pixelMetric(QStyle::PM_DockWidgetSeparatorExtent);
-    const auto area = dockWidgetArea(m_changes);
-    const bool below = area == Qt::BottomDockWidgetArea || area == Qt::TopDockWidgetArea;
-    const bool fitsBelow = needed.height() <= room.height();
-    const bool fitsBeside = needed.width() <= room.width();
-    if (m_changes->isHidden() && !m_changes->isFloating() && !(below ? fitsBelow : fitsBeside)) {
-        if (fitsBelow || fitsBeside) {
-            addDockWidget(fitsBeside ? Qt::RightDockWidgetArea : Qt::BottomDockWidgetArea, m_changes);
-        } else {
-            m_changes->setFloating(true);
-            m_changes->resize(m_changes->sizeHint().boundedTo(size()));
-            m_changes->move(geometry().bottomRight() - m_changes->rect().bottomRight());
-        }
+    clsChangesDock& changes = Changes();
+    const auto area = dockWidgetArea(&changes);
+    const bool beside = area == Qt::LeftDockWidgetArea || area == Qt::RightDockWidgetArea;
+    const int separator = style()->pixelMetric(QStyle::PM_DockWidgetSeparatorExtent);
+    const int room = width() - separator - m_ui->pnlSettings->minimumSizeHint().width();
+    if (changes.isHidden() && !changes.isFloating() && beside && room < changes.sizeHint().width() * 3 / 4) {
+        changes.setFloating(true);
+        changes.resize(changes.sizeHint().boundedTo(size()));
+        changes.move(geometry().bottomRight() - changes.rect().bottomRight());
     }
-    m_changes->show();
-    m_changes->raise();
-    m_changes->activateWindow();
-    m_changes->FocusList();
+    changes.show();
+    layout()->activate();
+    if (!changes.isFloating() && beside && changes.width() > room)
+        resizeDocks({&changes}, {room}, Qt::Horizontal);
+    changes.raise();
+    changes.activateWindow();
+    changes.FocusList();
 }
 
 /// To the control that the setting stands in.

@@ -131,7 +131,9 @@ TEST_F(clsMarksTest, WhatNobodyKnowsOfTheReaderBearsNoMark) {
 TEST_F(clsMarksTest, TheListOfChangesLeadsToTheirControlsAndBack) {
     StartOnReader();
     QTest::keyClick(window.get(), Qt::Key_F9);
-    EXPECT_TRUE(Changes().isVisible() && Changes().hasFocus());
+    EXPECT_TRUE(Changes().isVisible());
+    EXPECT_EQ(Changes().window()->focusWidget(), &Changes());
+    EXPECT_TRUE(Find<QDockWidget>("dockChanges").isFloating()) << "no room beside the pages here";
     EXPECT_EQ(Listed(), "");
     EXPECT_EQ(Shown("labChanges"), "The pages show what the reader held when it was read (14:03).");
     Select("cboLanguage", "Spanish");
@@ -184,6 +186,7 @@ TEST_F(clsMarksTest, TheListOfChangesLeadsToTheirControlsAndBack) {
     EXPECT_EQ(Listed().substr(0, 26), "Language\tnot read\tGermany\n");
     EXPECT_FALSE(Enabled("cmdTakeReaders"));
     const auto area = [this] { return window->dockWidgetArea(&Find<QDockWidget>("dockChanges")); };
+    Find<QDockWidget>("dockChanges").setFloating(false);
     window->addDockWidget(Qt::LeftDockWidgetArea, &Find<QDockWidget>("dockChanges"));
     window->close();
     Start();
