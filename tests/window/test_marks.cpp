@@ -4,6 +4,7 @@
 #include <QClipboard>
 #include <QDockWidget>
 #include <QHelpEvent>
+#include <QSignalSpy>
 #include <QTextDocumentFragment>
 #include <QToolTip>
 
@@ -89,7 +90,9 @@ TEST_F(clsMarksTest, EachControlBearsTheMarkOfWhatWasSeenOfItsSetting) {
     list.setCurrentRow(0);
     Find<QLineEdit>("txtOutputString").setText("other");
     Click("cmdEditOutput");
+    const QSignalSpy edits(window.get(), &frmMain::FormChanged);
     EXPECT_EQ(Marks(), "lstTable! row1!: 2 changes not written");
+    EXPECT_EQ(edits.count(), 0) << "a mark is no edit";
     EXPECT_TRUE(Described(list).ends_with("[EM ] 2B008E41F6 \xE2\x86\x92 Night shift gate"))
         << Described(list);
     EXPECT_EQ(list.item(0)->data(Qt::AccessibleDescriptionRole).toString().toStdString().substr(0, 43),
