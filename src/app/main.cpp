@@ -64,9 +64,10 @@ bool HasDisplay(const std::vector<std::string>& arguments) {
            });
 }
 
+// The toolkit decodes every size at once, before the window is shown; the large ones are the desktop entry's.
 QIcon ProgramIcon() {
     QIcon icon;
-    for (const int size : {16, 24, 32, 48, 64, 128, 256})
+    for (const int size : {16, 24, 32, 48, 64})
         icon.addFile(QString(":/icon/zarn74-%1.png").arg(size), QSize(size, size));
     return icon;
 }
