@@ -12,7 +12,7 @@
 
 namespace {
 constexpr int margin = 6;      // pixels
-constexpr int listWidth = 40;  // characters, at least
+constexpr int listWidth = 46;  // characters, at least
 }  // namespace
 
 clsChangesDock::clsChangesDock(const clsComparison& comparison, QWidget* parent)
@@ -141,7 +141,7 @@ void clsChangesDock::ShowRows() {
         header.setStretchLastSection(false);
         header.setSectionResizeMode(QHeaderView::Stretch);
         header.setSectionResizeMode(0, QHeaderView::Interactive);
-        header.resizeSection(0, m_list->width() * 2 / 5);
+        header.resizeSection(0, m_list->minimumWidth() * 2 / 5);
     }
     m_sentence->setText(Sentence(differences));
     m_sentence->setToolTip(m_file ? m_file->Name : QString());

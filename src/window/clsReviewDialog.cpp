@@ -232,10 +232,16 @@ void clsReviewDialog::NotWritten(FlowResult result) {
         if (row.Ticked) row.Note = row.Told = tr("not known");
         row.HasTick = false;
     }
-    m_list->SetRows(std::move(rows));
+    ShowOutcome(std::move(rows));
     End(result == FlowResult::Cancelled
             ? tr("Cancelled while writing: what the reader holds now is not known. Read it.")
             : tr("The writing broke off: what the reader holds now is not known. Read it."));
+}
+
+/// What the reader held is what it held before.
+void clsReviewDialog::ShowOutcome(std::vector<DifferenceRow> rows) {
+    m_list->Model().SetTitles({tr("Setting"), tr("Before"), tr("Here"), tr("Result")});
+    m_list->SetRows(std::move(rows));
 }
 
 /// Each row with what became of it; those too that nobody wanted to change and that have.
@@ -268,7 +274,7 @@ void clsReviewDialog::ShowWritten(const ZarnInfo* after) {
     const auto failed = std::find_if(
         rows.begin(), rows.end(), [](const DifferenceRow& shown) { return shown.Stands == Sight::Differs; });
     const int first = failed == rows.end() ? 0 : static_cast<int>(failed - rows.begin());
-    m_list->SetRows(std::move(rows));
+    ShowOutcome(std::move(rows));
     m_list->setCurrentIndex(m_list->Model().index(first, 0));
 }
 

@@ -9,6 +9,7 @@
 class QLabel;
 class QPushButton;
 class clsDifferenceList;
+struct DifferenceRow;
 
 /// Reads the reader, lets a person tick what is to be written of that in which the pages differ from it,
 /// writes that, reads it back and says what was kept. The window's record and controls stay as they are. It
@@ -48,6 +49,7 @@ class clsReviewDialog : public QDialog {
     void Write();
     void ShowWritten(const ZarnInfo* after);
     void NotWritten(FlowResult result);
+    void ShowOutcome(std::vector<DifferenceRow> rows);
     [[nodiscard]] std::size_t CountTicked() const;
     [[nodiscard]] QString Proven(const std::vector<SettingChange>& changes) const;
 

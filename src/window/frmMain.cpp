@@ -403,7 +403,10 @@ void frmMain::OpenFile(const std::string& name) {
     });
 }
 
-void frmMain::InsertPanel(QWidget* panel) { m_ui->layTop->addWidget(panel); }
+void frmMain::InsertPanel(QWidget* panel) {
+    m_ui->layTop->addWidget(panel);
+    ColorCheckBoxes();
+}
 
 void frmMain::CloseSoon() {
     m_closeSoon = true;
