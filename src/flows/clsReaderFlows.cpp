@@ -31,6 +31,7 @@ constexpr const char* firmwareNotice =
     "before";
 constexpr const char* notReadNotice =
     "The reader was found, but it was not read to its end: the pages show what was there before";
+constexpr const char* notProvenNotice = "Written, not proven: the reader could not be read back";
 constexpr const char* savedNG = "Save Device Info To File NG!";
 
 bool EndsCardID(int code) {
@@ -127,6 +128,9 @@ clsReaderFlows::clsReaderFlows(clsIHost& host, ucCOMM& comm, modZarn74& settings
     m_comm.SetOrvNetTimeout(500);
     const auto step = [this](int number, int count) { m_view.ShowProgress(number, count); };
     m_settings.ShowStep = step;
+    m_settings.TellRead = [this](const ZarnInfo& record) {
+        if (m_comm.PortOpen()) m_picture.Read(record, m_host.TimeOfDay());
+    };
     m_test.ShowStep = step;
     m_comm.ShowScanStep = step;
     m_comm.ShowImageProgress = [this](int received, int count) { m_view.ShowImageProgress(received, count); };
@@ -142,6 +146,7 @@ clsReaderFlows::clsReaderFlows(clsIHost& host, ucCOMM& comm, modZarn74& settings
 clsReaderFlows::~clsReaderFlows() {
     m_settings.Attach(m_comm, /*log=*/nullptr);
     m_settings.ShowStep = {};
+    m_settings.TellRead = {};
     m_comm.ShowScanStep = {};
     m_comm.ShowImageProgress = {};
 }
@@ -256,7 +261,6 @@ bool clsReaderFlows::ReadRecord(ZarnInfo& record, modZarn74::Lines lines) {
     // Waits at every register. The record is only used by flows, and m_running refuses them.
     const bool read = !Cancelled() && m_settings.GetZarnInfo(record, m_quickRead, lines);
     if (told) m_log.ShowMsg(read ? "Get Device Information OK" : "Get Device Information NG");
-    if (read) m_picture.Read(record, m_host.TimeOfDay());
     return read;
 }
 
@@ -282,9 +286,15 @@ FlowResult clsReaderFlows::ReadInto(ZarnInfo& record, modZarn74::Lines lines) {
     return door.Leave(read);
 }
 
-// What a write that was broken off left in the reader nobody knows.
+// A write sees for itself what it compares with; without that it leaves nothing as it was seen before.
+bool clsReaderFlows::WriteRecord(ZarnInfo& record) {
+    m_picture.Forget();
+    return Wrote(!Cancelled() && m_settings.SetZarnInfo(record, m_onlyChanged), record);
+}
+
+// What a write that was broken off left in the reader nobody knows, nor what one holds that is gone.
 bool clsReaderFlows::Wrote(bool written, const ZarnInfo& record) {
-    if (written) {
+    if (written && m_comm.PortOpen()) {
         m_picture.Written(record);
     } else {
         m_picture.Forget();
@@ -296,7 +306,8 @@ bool clsReaderFlows::Wrote(bool written, const ZarnInfo& record) {
 void clsReaderFlows::ReadBack() {
     ZarnInfo after;
     const ZarnInfo wanted = m_record;
-    if (!m_readBack || !ReadRecord(after, modZarn74::Lines::Silent)) return;
+    if (!m_readBack) return;
+    if (!ReadRecord(after, modZarn74::Lines::Silent)) return m_view.ShowNotice(notProvenNotice);
     std::string names;
     for (const SettingDifference& found : Differences(wanted, after))
         names += (names.empty() ? "" : ", ") + found.Item.Name();
@@ -310,8 +321,7 @@ FlowResult clsReaderFlows::Apply() {
     // The digit boxes keep what a file gave them, also what the reader cannot be given.
     const bool writable = SayErrors(m_record, m_notRead.empty() ? Notices() : Notices{m_notRead});
     // Waits at every register, as ReadRecord does; what the user types meanwhile is shown over at the end.
-    const bool wrote =
-        complete && writable && Wrote(m_settings.SetZarnInfo(m_record, m_onlyChanged), m_record);
+    const bool wrote = complete && writable && WriteRecord(m_record);
     const bool written = wrote && ShowZarn74();
     m_log.ShowMsg(written ? WriteTexts::File.WriteOK : WriteTexts::File.WriteNG);
     if (wrote) ReadBack();
@@ -353,8 +363,7 @@ FlowResult clsReaderFlows::Initialize(const std::string& name) {
     m_log.ShowMsg(WriteTexts::Default.OpenOK);
     ShowZarn74();
     const bool error = SettingsCheck::AnyError(findings);
-    const bool written =
-        !error && Wrote(!Cancelled() && m_settings.SetZarnInfo(m_record, m_onlyChanged), m_record);
+    const bool written = !error && WriteRecord(m_record);
     m_log.ShowMsg(written ? WriteTexts::Default.WriteOK : WriteTexts::Default.WriteNG);
     if (written) ReadBack();
     ShowPicture();
@@ -420,8 +429,7 @@ FlowResult clsReaderFlows::WriteLaid(LaidFile& laid, FileRole role) {
     clsDoor door(*this, FlowKind::Reader);
     if (!door.Entered()) return FlowResult::Refused;
     if (laid.EmptiesTable) ShowNotices({tableEmptiedNotice});
-    const bool written =
-        Wrote(!Cancelled() && m_settings.SetZarnInfo(laid.Wanted, m_onlyChanged), laid.Wanted);
+    const bool written = WriteRecord(laid.Wanted);
     m_log.ShowMsg(written ? TextsOf(role).WriteOK : TextsOf(role).WriteNG);
     ShowPicture();
     return door.Leave(written);

@@ -164,6 +164,7 @@ class clsReaderFlows {
     std::optional<FirmwareAnswer> AskFirmware();
     bool ReadRecord(ZarnInfo& record, modZarn74::Lines lines);
     bool ReadReader();
+    bool WriteRecord(ZarnInfo& record);
     bool Wrote(bool written, const ZarnInfo& record);
     void ReadBack();
     void ShowPicture();

@@ -316,6 +316,7 @@ bool modZarn74::ReadAll(ZarnInfo& info, bool quick) {
                      [&] { return GetIDWithoutLeadingZeros(info); }) &&
                  EntryStep("GetCardInfo",
                            [&](int i) { return GetCardInfo(i, info.Convert[static_cast<std::size_t>(i)]); });
+    if (info.Valid && TellRead) TellRead(info);
     return info.Valid;
 }
 

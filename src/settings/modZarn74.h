@@ -82,6 +82,9 @@ class modZarn74 {
     /// same throughout and includes the read that a write makes first. For a progress display; must not run
     /// the event loop. May be empty.
     std::function<void(int number, int count)> ShowStep;
+    /// Everything was read, also by the read that a write makes first. Must not run the event loop. May be
+    /// empty.
+    std::function<void(const ZarnInfo& info)> TellRead;
 
   private:
     bool Get(Setting setting, ZarnInfo& info);

@@ -173,6 +173,7 @@ TEST_F(Proof, OnlyWhatWasSeenIsSaidOfTheReader) {
     edit("not proven");
     flows.Apply();
     EXPECT_EQ(sights(), "0 1");
+    EXPECT_EQ(view.Notices.back(), "Written, not proven: the reader could not be read back");
     flows.SetReadBack(false);
 
     const std::function<void()> forgets[] = {[&] {
@@ -197,6 +198,33 @@ TEST_F(Proof, OnlyWhatWasSeenIsSaidOfTheReader) {
         EXPECT_TRUE(flows.Picture().Known());
         forget();
         EXPECT_EQ(sights(), "unknown");
+    }
+}
+
+// A pulled cable may be told in the same turn of the loop as the last answer.
+TEST_F(Proof, AReaderThatGoesWithItsLastAnswerIsNotShown) {
+    const std::pair<char, FlowResult (clsReaderFlows::*)()> rows[] = {{'V', &clsReaderFlows::Read},
+                                                                      {'C', &clsReaderFlows::Apply}};
+    for (const auto& [command, flow] : rows) {
+        const clsConnection last = comm.OnMonitorData.Connect([&](const std::string&, bool received) {
+            if (received && Sent.ends_with(command)) serial.OnLost.Raise();
+        });
+        comm.SetPortOpen(true);
+        (flows.*flow)();
+        EXPECT_FALSE(flows.Picture().Known()) << command;
+    }
+}
+
+TEST_F(Proof, WhatAReaderHeldIsSeenAnewBeforeItIsWritten) {
+    const SettingItem language(Setting::Language);
+    const auto sight = [&] { return flows.Picture().Of(language, AsStored(flows.Record())); };
+    for (const bool onlyChanged : {true, false}) {
+        EXPECT_EQ(sight(), Sight::Same);
+        flows.SetOnlyChanged(onlyChanged);
+        reader.Registers[210] = 7;  // by another program, say
+        flows.Apply();
+        EXPECT_EQ(sight(), Sight::Written);
+        flows.Read();
     }
 }
 
