@@ -13,6 +13,7 @@ class clsCliFiles final : public clsIFiles {
 
     explicit clsCliFiles(clsIFiles& files) : m_files(files) {}
     void SetInput(const std::string& text) { m_input = text; }
+    [[nodiscard]] bool HasInput() const { return m_input.has_value(); }
 
     [[nodiscard]] std::unique_ptr<clsIFileReader> OpenFile(const std::string& name) override;
     bool ReplaceFile(const std::string& name, const std::string& content) override {

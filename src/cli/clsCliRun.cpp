@@ -341,8 +341,9 @@ CliResult clsCliRun::Read() {
     return result;
 }
 
-// Standard input, for the file that stands for it. False when it cannot be had.
+// Standard input, for the files that stand for it; it is there once. False when it cannot be had.
 bool clsCliRun::TakeInput() {
+    if (m_files.HasInput()) return true;
     std::string error;
     const auto input = m_platform.ReadInput(inputLimit, error);
     if (input) m_files.SetInput(*input);

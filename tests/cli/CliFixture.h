@@ -53,6 +53,7 @@ struct clsCliWorld : testing::Test, clsICliPlatform {
         out.Text.clear();
         err.Text.clear();
         sent.clear();
+        inputTaken = 0;
         std::vector<std::string> words;
         std::istringstream stream(line);
         for (std::string word; std::getline(stream, word, ' ');) words.push_back(word);
@@ -72,6 +73,7 @@ struct clsCliWorld : testing::Test, clsICliPlatform {
     }
     std::string AddDevice(const std::string& path) override { return path == "/dev/reader" ? "COM1" : ""; }
     std::optional<std::string> ReadInput(std::size_t limit, std::string& error) override {
+        if (inputTaken++ > 0) return "";
         if (input.size() > limit) error = "there is no end to it";
         return error.empty() ? std::optional(input) : std::nullopt;
     }
@@ -102,8 +104,9 @@ struct clsCliWorld : testing::Test, clsICliPlatform {
     clsMemoryOutput out;
     clsMemoryOutput err;
     clsCli cli{*this, out, err};
-    std::string input;  ///< standard input
-    std::string sent;   ///< command letters that the reader received
+    std::string input;  ///< standard input, there once in a run
+    int inputTaken = 0;
+    std::string sent;  ///< command letters that the reader received
     clsConnection onFrame;
 };
 using clsCliTest = clsCliWorld<clsVirtualHost>;

@@ -168,6 +168,7 @@ TEST_F(clsCliTest, ALineStandsForStandardInputAndOutput) {
     EXPECT_EQ(Run("write -"), 0);
     EXPECT_EQ(Sent('C'), 1);
     EXPECT_EQ(Run("demo default -"), 0);
+    EXPECT_EQ(Run("diff - -"), 0);
     EXPECT_EQ(Run("dump -o -"), 0);
     EXPECT_EQ(out.Text, std::string(reader.Registers.begin(), reader.Registers.end()));
     EXPECT_EQ(files.Contents.size(), 0U);
