@@ -410,7 +410,9 @@ void frmMain::InsertPanel(QWidget* panel) {
 
 void frmMain::CloseSoon() {
     m_closeSoon = true;
-    if (QWidget* dialog = QApplication::activeModalWidget()) dialog->close();
+    // A dialog may ask in another one; what does not close is not asked for ever.
+    while (QWidget* const dialog = QApplication::activeModalWidget())
+        if (!dialog->close()) break;
     close();
 }
 
@@ -435,6 +437,9 @@ void frmMain::closeEvent(QCloseEvent* event) {
 
 void frmMain::changeEvent(QEvent* event) {
     QMainWindow::changeEvent(event);
+    // The desktop changes it too, and so does the geometry of last time.
+    if (event->type() == QEvent::WindowStateChange && m_actions != nullptr)
+        (*m_actions)[Command::FullScreen].setChecked(isFullScreen());
     if (event->type() != QEvent::PaletteChange || m_statusFile == nullptr) return;
     ColorNotice();
     ColorCheckBoxes();

@@ -4,6 +4,7 @@
 #include <QMenuBar>
 #include <QTableWidget>
 #include <QTextBrowser>
+#include <QTimer>
 #include <set>
 
 #include "WindowFixture.h"
@@ -120,6 +121,29 @@ TEST_F(clsMenuTest, DefaultRestoresWhatWasSavedAsMine) {
     Select("cboLanguage", "Japan");
     Do("actDefault");
     EXPECT_EQ(Shown("cboLanguage"), "Germany");
+}
+
+TEST_F(clsMenuTest, FullScreenIsTickedWhoeverMadeItSo) {
+    Start();
+    const auto& full = Find<QAction>("actFullScreen");
+    window->setWindowState(Qt::WindowFullScreen);  // as the desktop does
+    EXPECT_TRUE(full.isChecked());
+    window->close();
+    Start();
+    EXPECT_EQ(Find<QAction>("actFullScreen").isChecked(), window->isFullScreen()) << "as it was left";
+    Do("actFullScreen");
+    EXPECT_FALSE(window->isFullScreen());
+}
+
+TEST_F(clsMenuTest, ASignalEndsADialogAboveADialogToo) {
+    Start();
+    QDialog outer(window.get());
+    QDialog inner(&outer);
+    QTimer::singleShot(0, &outer, [&] { inner.exec(); });
+    QTimer::singleShot(50, &outer, [&] { window->CloseSoon(); });
+    QTimer::singleShot(3000, &outer, [&] { outer.accept(); });
+    EXPECT_EQ(outer.exec(), QDialog::Rejected);
+    EXPECT_FALSE(window->isVisible());
 }
 
 }  // namespace
