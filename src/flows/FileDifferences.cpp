@@ -26,12 +26,18 @@ ZarnInfo OtherRecord() {
     return record;
 }
 
-// A file over two records of which no setting is alike: what comes out alike is the file's.
+// A file over two records of which no setting is alike: what it changes in either is named in it. One that
+// it names only in part (a filter's length) comes out in both as the rest of it was.
 struct OverBoth {
     OverBoth(clsSettingsFile& files, const std::string& name) : One(Over(files, name, ZarnInfo())) {
-        const ZarnInfo other = Over(files, name, OtherRecord());
-        for (std::size_t place = 0; place < itemCount; ++place)
-            Named[place] = SettingItem(place).Same(One, other);
+        Other = Over(files, name, OtherRecord());
+        const ZarnInfo one = AsStored(ZarnInfo());
+        const ZarnInfo other = AsStored(OtherRecord());
+        for (std::size_t place = 0; place < itemCount; ++place) {
+            const SettingItem item(place);
+            // The table is always the file's.
+            Named[place] = item.Kind() == ItemKind::Entry || !item.Same(One, one) || !item.Same(Other, other);
+        }
     }
     static ZarnInfo Over(clsSettingsFile& files, const std::string& name, ZarnInfo record) {
         static_cast<void>(files.OpenInfoFile(name, record));
@@ -39,6 +45,7 @@ struct OverBoth {
     }
 
     ZarnInfo One;
+    ZarnInfo Other;
     std::array<bool, itemCount> Named{};
 };
 
@@ -51,11 +58,13 @@ std::vector<SettingDifference> FileDifferences(clsSettingsFile& files, const std
     std::vector<SettingDifference> differences;
     for (std::size_t place = 0; place < itemCount; ++place) {
         const SettingItem item(place);
-        const bool same = first.Named[place] == second.Named[place] &&
-                          (!first.Named[place] || item.Same(first.One, second.One));
-        if (same) continue;
-        differences.push_back({item, first.Named[place] ? item.Value(first.One) : notInFile,
-                               second.Named[place] ? item.Value(second.One) : notInFile});
+        const bool alike = item.Same(first.One, second.One);
+        if (first.Named[place] == second.Named[place] && alike && item.Same(first.Other, second.Other))
+            continue;
+        const auto value = [&](const OverBoth& file) {
+            return file.Named[place] ? item.Value(alike ? file.Other : file.One) : std::string(notInFile);
+        };
+        differences.push_back({item, value(first), value(second)});
     }
     return differences;
 }

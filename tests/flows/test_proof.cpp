@@ -239,6 +239,25 @@ TEST_F(Proof, TwoFilesDifferAlsoInWhatOnlyOneOfThemNames) {
     EXPECT_EQ(found[0].Item.Name() + ": " + found[0].A + " | " + found[0].B,
               "Baud rate: 9600 | (not in the file)");
     EXPECT_EQ(found[1].A + " | " + found[1].B, "(not in the file) | digits 1 to 3 of 8");
+    for (int i = 1; i <= 10; ++i) {
+        const std::string key = "(" + std::to_string(i) + ")=";
+        for (const char* half : {"Filter_Start", "Filter_Length"}) {
+            disk.Contents["one"] = "[General]\r\n" + (half + key) + "2\r\n";
+            disk.Contents["two"] = "[General]\r\n" + (half + key) + "3\r\n";
+            EXPECT_EQ(FileDifferences(files, "one", "two").size(), 1U) << half << key;
+        }
+    }
+    disk.Contents["one"] = "[General]\r\nFilter_Start(1)=1\r\nFilter_Length(1)=3\r\n";
+    disk.Contents["two"] = "[General]\r\nFilter_Length(1)=3\r\n";
+    const auto part = FileDifferences(files, "one", "two");
+    ASSERT_EQ(part.size(), 1U) << "only one of them says where they begin";
+    EXPECT_NE(part[0].A, part[0].B);
+    for (const auto& row : settingTable) {
+        disk.Contents["one"] = "[General]\r\n" + std::string(row.Key) + "=1\r\n";
+        const auto alone = FileDifferences(files, "one", "defaults");
+        ASSERT_EQ(alone.size(), 1U) << row.Key;
+        EXPECT_EQ(alone[0].B, "(not in the file)");
+    }
 }
 
 }  // namespace
