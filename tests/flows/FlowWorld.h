@@ -39,7 +39,7 @@ struct clsFormView final : clsIMainView {
     }
     void ShowForm(const ZarnForm& form) override { Form = form; }
     void ShowPanel(const InfoPanel& panel) override { Panel = panel; }
-    void ShowPicture(const clsReaderPicture&) override {}
+    void ShowPicture(const clsReaderPicture& picture) override { Picture = picture; }
     void EnableButtons(const ButtonStates& states) override { Buttons = states; }
     void ShowProgress(int number, int count) override {
         Progress = {number, count};
@@ -58,6 +58,7 @@ struct clsFormView final : clsIMainView {
     bool Controls = true;
     ZarnForm Form;
     InfoPanel Panel;
+    clsReaderPicture Picture;
     ButtonStates Buttons;
     std::pair<int, int> Progress;
     int Steps = 0;

@@ -78,6 +78,8 @@ TEST_F(clsMenuTest, TheKeysShownAreTheKeysThatThereAre) {
     for (int row = 0; row < table.rowCount(); ++row)
         keys[table.item(row, 1)->text()] = table.item(row, 0)->text();
     EXPECT_EQ(keys["Read"], "F5");
+    QTest::keyClick(window.get(), Qt::Key_F10);
+    EXPECT_EQ(window->menuBar()->activeAction(), window->menuBar()->actions().front());
     EXPECT_EQ(keys["Open"], "F3 or Ctrl+O");
     EXPECT_EQ(keys["Review and write"], "Shift+F8");
     QTest::keyClick(window.get(), Qt::Key_F1);
@@ -105,6 +107,9 @@ TEST_F(clsMenuTest, TheFilesUsedLastAreKeptTheNewestFirst) {
     Select("cboLanguage", "Japan");
     Find<QMenu>("mnuRecent").actions().at(1)->trigger();
     EXPECT_EQ(Shown("cboLanguage"), "Germany");
+    for (const char name : std::string("efghijkl"))
+        window->OpenFile(disk.Contents.insert_or_assign({name}, disk.Contents["/b"]).first->first);
+    EXPECT_EQ(Find<QMenu>("mnuRecent").actions().size(), 9);
 }
 
 TEST_F(clsMenuTest, DefaultRestoresWhatWasSavedAsMine) {
@@ -121,6 +126,11 @@ TEST_F(clsMenuTest, DefaultRestoresWhatWasSavedAsMine) {
     Select("cboLanguage", "Japan");
     Do("actDefault");
     EXPECT_EQ(Shown("cboLanguage"), "Germany");
+    userDefaults = QCoreApplication::applicationFilePath().toStdString();  // one that is there
+    Start();
+    Do("actSaveDefault");
+    EXPECT_TRUE(boxes.starts_with("Replace ")) << boxes;
+    EXPECT_FALSE(disk.Contents.contains(userDefaults)) << "nobody said yes";
 }
 
 TEST_F(clsMenuTest, FullScreenIsTickedWhoeverMadeItSo) {

@@ -4,6 +4,7 @@
 #include <random>
 
 #include "WindowFixture.h"
+#include "window/clsFormHistory.h"
 
 namespace {
 
@@ -137,6 +138,14 @@ TEST_F(clsUndoTest, KeysUndoWhereTheUserIsAndTurnToWhatChanges) {
     EXPECT_EQ(menu.actions()[0], window->findChild<QAction*>("actUndo"));
     EXPECT_EQ(menu.findChild<QAction*>("edit-undo"), nullptr);
     menu.close();
+}
+
+TEST_F(clsUndoTest, SoManyStepsAreKept) {
+    Start();
+    for (int i = 0; i <= clsFormHistory::stepLimit; ++i) Do("chkBuzzerEnabled");
+    int undone = 0;
+    for (; Step()[0] == '&'; ++undone) Do("actUndo");
+    EXPECT_EQ(undone, clsFormHistory::stepLimit);
 }
 
 TEST_F(clsUndoTest, AnEntryThatIsNotOfferedAnyMoreIsNotShown) {
