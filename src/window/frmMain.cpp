@@ -247,8 +247,8 @@ void frmMain::ConnectButtons() {
         if (result == FlowResult::Failed && !m_parts.Comm.PortOpen()) TellReasons();
         return result;
     });
-    flow(m_ui->cmdShowZarn74, tr("Reading"), Pages::Closed, [this] { return m_flows.Read(); });
-    flow(m_ui->cmdApply, tr("Writing"), Pages::Closed, [this] { return m_flows.Apply(); });
+    flow(m_ui->cmdShowZarn74, tr("Reading"), Pages::Closed, std::bind_front(&clsReaderFlows::Read, &m_flows));
+    flow(m_ui->cmdApply, tr("Writing"), Pages::Closed, std::bind_front(&clsReaderFlows::Apply, &m_flows));
     flow(m_ui->cmdInitialize, tr("Writing the defaults"), Pages::Closed,
          [this] { return m_flows.Initialize(m_defaults); });
     flow(m_ui->cmdOpen, tr("Opening a file"), Pages::Closed, [this] { return Opened(m_flows.Open()); });
