@@ -203,15 +203,17 @@ TEST_F(Proof, OnlyWhatWasSeenIsSaidOfTheReader) {
 
 // A pulled cable may be told in the same turn of the loop as the last answer.
 TEST_F(Proof, AReaderThatGoesWithItsLastAnswerIsNotShown) {
-    const std::pair<char, FlowResult (clsReaderFlows::*)()> rows[] = {{'V', &clsReaderFlows::Read},
-                                                                      {'C', &clsReaderFlows::Apply}};
-    for (const auto& [command, flow] : rows) {
+    const struct {
+        char Command;
+        FlowResult (clsReaderFlows::*Flow)();
+    } rows[] = {{'V', &clsReaderFlows::Read}, {'C', &clsReaderFlows::Apply}};
+    for (const auto& row : rows) {
         const clsConnection last = comm.OnMonitorData.Connect([&](const std::string&, bool received) {
-            if (received && Sent.ends_with(command)) serial.OnLost.Raise();
+            if (received && Sent.ends_with(row.Command)) serial.OnLost.Raise();
         });
         comm.SetPortOpen(true);
-        (flows.*flow)();
-        EXPECT_FALSE(flows.Picture().Known()) << command;
+        (flows.*row.Flow)();
+        EXPECT_FALSE(flows.Picture().Known()) << row.Command;
     }
 }
 
