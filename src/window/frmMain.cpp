@@ -234,11 +234,8 @@ void frmMain::MakeReaderPanel() {
 void frmMain::ConnectButtons() {
     const auto flow = [this](QPushButton* button, const QString& what, Pages pages,
                              const std::function<FlowResult()>& run) {
-        const auto named = [this, run, name = button->text().remove('&')] {
-            m_history->NameFlow(name);
-            return run();
-        };
-        connect(button, &QPushButton::clicked, this, [this, what, pages, named] { Run(what, pages, named); });
+        connect(button, &QPushButton::clicked, this,
+                [this, what, pages, run, step = button->text().remove('&')] { Run(what, pages, run, step); });
     };
     flow(m_ui->cmdAutoScan, tr("Looking for a reader"), Pages::Closed, [this] {
         m_searching = true;
@@ -466,7 +463,9 @@ bool frmMain::eventFilter(QObject* watched, QEvent* event) {
 
 // -- slots --------------------------------------------------------------------------------------------------
 
-FlowResult frmMain::Run(const QString& what, Pages pages, const std::function<FlowResult()>& flow) {
+// `step` is what Undo calls what the flow does to the pages.
+FlowResult frmMain::Run(const QString& what, Pages pages, const std::function<FlowResult()>& flow,
+                        const QString& step) {
     if (m_flows.FlowRunning() || !m_running.isEmpty()) return FlowResult::Refused;
     m_saveFailed = false;
     m_running = what;
@@ -475,7 +474,7 @@ FlowResult frmMain::Run(const QString& what, Pages pages, const std::function<Fl
         ShowState();
     });
     m_ui->fraNotice->hide();
-    const FlowResult result = pages == Pages::Closed ? RunOverPages(flow) : flow();
+    const FlowResult result = pages == Pages::Closed ? RunOverPages(flow, step) : flow();
     if (result == FlowResult::Done && !m_closeRefused.isEmpty()) m_closeRefused = tr("Close again to leave");
     return result;
 }
@@ -483,8 +482,8 @@ FlowResult frmMain::Run(const QString& what, Pages pages, const std::function<Fl
 QString frmMain::Running() const { return m_running.isEmpty() ? tr("Reading the card") : m_running; }
 
 // What is entered while such a flow runs would be gone at its end.
-FlowResult frmMain::RunOverPages(const std::function<FlowResult()>& flow) {
-    m_history->BeginFlow(m_running);
+FlowResult frmMain::RunOverPages(const std::function<FlowResult()>& flow, const QString& step) {
+    m_history->BeginFlow(step);
     const clsScopeGuard recorded([this] { m_history->EndFlow(); });
     FlowResult result{};
     QListWidget& list = *m_ui->lstTable;

@@ -158,8 +158,9 @@ class frmMain : public QMainWindow, public clsIMainView {
 
     // slots
     enum class Pages { Open, Closed };
-    FlowResult Run(const QString& what, Pages pages, const std::function<FlowResult()>& flow);
-    FlowResult RunOverPages(const std::function<FlowResult()>& flow);
+    FlowResult Run(const QString& what, Pages pages, const std::function<FlowResult()>& flow,
+                   const QString& step = {});
+    FlowResult RunOverPages(const std::function<FlowResult()>& flow, const QString& step);
     FlowResult Opened(FlowResult result);
     void SaveLog();
     void SaveDefault();
