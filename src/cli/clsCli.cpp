@@ -43,6 +43,10 @@ void clsCli::Stop() {
     if (m_run != nullptr) m_run->Stop();
 }
 
+void clsCli::OutputClosed() {
+    if (m_run != nullptr && m_run->NeedsOutput()) m_run->Stop();
+}
+
 int clsCli::Run(const std::vector<std::string>& arguments) {
     CliOptions options;
     CliParsing parsing = ParseArguments(arguments, options);
@@ -94,7 +98,10 @@ int clsCli::Run(const std::vector<std::string>& arguments) {
     } else if (!streamed) {
         m_out.Write(Dump(Report(options, result, port, baud, reasons, log)));
     }
-    return WhetherWritten(result.Exit);
+    // What became of the reader counts, whoever looked.
+    const bool writes = options.Command == CliCommand::Write || options.Command == CliCommand::Default;
+    const bool closed = m_out.CurrentState() == clsITextOutput::State::Closed;
+    return writes && closed ? result.Exit : WhetherWritten(result.Exit);
 }
 
 // What was shown to nobody was not done.

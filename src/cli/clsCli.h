@@ -21,6 +21,9 @@ class clsCli {
     int Run(const std::vector<std::string>& arguments);
     /// Ctrl-C: the wait in progress ends, and the command with it. From a handler of the host.
     void Stop();
+    /// Nobody reads the output any more: stops the command, but not one that has begun to write into a
+    /// reader.
+    void OutputClosed();
 
   private:
     int WhetherWritten(int exit);

@@ -385,6 +385,7 @@ CliResult clsCliRun::Write() {
     if (result.Exit != ExitDone) return result;
     const auto changes = Changes(laid.Before, laid.Wanted);
     result.Json = {{"changes", CliJson::Changes(changes)}};
+    m_writing = !m_options.DryRun;
     ShowNow(ChangeText(changes));
     if (m_options.DryRun) {
         result.Text = "nothing was written\n";

@@ -36,6 +36,8 @@ class clsCliRun {
 
     CliResult Execute();
     void Stop();
+    /// False from the first byte that is about to change a reader.
+    [[nodiscard]] bool NeedsOutput() const { return !m_writing; }
     /// The port that was opened and its rate; empty and 0 when none was. A port without a rate has 0.
     [[nodiscard]] const std::string& Port() const { return m_port; }
     [[nodiscard]] int Baud() const { return m_baud; }
@@ -100,7 +102,9 @@ class clsCliRun {
     int m_baud = 0;
     std::vector<PortReason> m_reasons;
     bool m_lossTold = false;
-    bool m_wrote = false;    // into the reader
+    bool m_wrote = false;  // into the reader
+    bool m_writing =
+        false;  // what is shown by now is not all, but the reader is not left half-written for that
     bool m_proving = false;  // all was written, and is being read back
 
     SearchStore m_store;

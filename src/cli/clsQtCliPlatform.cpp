@@ -12,8 +12,9 @@
 #include "base/clsWait.h"
 #include "system/ProgramFiles.h"
 
-clsQtCliPlatform::clsQtCliPlatform(int& argc, char** argv, std::function<void()> stop)
-    : m_argc(argc), m_argv(argv), m_stop(std::move(stop)) {}
+clsQtCliPlatform::clsQtCliPlatform(int& argc, char** argv, std::function<void()> stop,
+                                   std::function<void()> outputClosed)
+    : m_argc(argc), m_argv(argv), m_stop(std::move(stop)), m_outputClosed(std::move(outputClosed)) {}
 
 clsIHost& clsQtCliPlatform::Host() {
     if (!m_host) {
@@ -33,7 +34,8 @@ void clsQtCliPlatform::WatchOutput() {
     if ((fcntl(STDOUT_FILENO, F_GETFL) & O_ACCMODE) != O_WRONLY) return;
     m_outputWatch = m_host->WatchDescriptor(STDOUT_FILENO, [this] {
         m_outputWatch.Disconnect();
-        Stop();
+        m_stopped = true;
+        m_outputClosed();
     });
 }
 

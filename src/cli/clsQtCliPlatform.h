@@ -19,7 +19,8 @@
 /// host's loop. Built by main.
 class clsQtCliPlatform final : public clsICliPlatform {
   public:
-    clsQtCliPlatform(int& argc, char** argv, std::function<void()> stop);
+    /// `stop` is Ctrl-C; both are called from the host's loop.
+    clsQtCliPlatform(int& argc, char** argv, std::function<void()> stop, std::function<void()> outputClosed);
 
     clsIHost& Host() override;
     clsISerialControl& Serial() override;
@@ -40,7 +41,8 @@ class clsQtCliPlatform final : public clsICliPlatform {
     int& m_argc;
     char** m_argv;
     std::function<void()> m_stop;
-    bool m_stopped = false;
+    std::function<void()> m_outputClosed;
+    bool m_stopped = false;  // by either
     clsSystemFiles m_files;
     std::optional<QCoreApplication> m_application;
     std::optional<clsQtHost> m_host;

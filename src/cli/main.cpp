@@ -62,7 +62,8 @@ int main(int argc, char** argv) {
         clsDescriptorOutput out(STDOUT_FILENO);
         clsDescriptorOutput err(STDERR_FILENO);
         clsCli* running = nullptr;
-        clsQtCliPlatform platform(argc, argv, [&running] { running->Stop(); });
+        clsQtCliPlatform platform(
+            argc, argv, [&running] { running->Stop(); }, [&running] { running->OutputClosed(); });
         clsCli cli(platform, out, err);
         running = &cli;
         return cli.Run(arguments);

@@ -274,6 +274,21 @@ TEST_F(clsCliTest, WhatWasWrittenIsReadBackAndWhatWasNotKeptIsNamed) {
     EXPECT_EQ(Said(), "interrupted; written, not proven");
 }
 
+TEST_F(clsCliTest, AWriteThatHasBegunIsNotLeftHalfDoneBecauseNobodyReadsTheOutput) {
+    files.Contents["file"] = "[General]\r\nLanguage=3\r\n";
+    for (const char command : {'V', 'C'}) {  // of the reading before it, of the write
+        LoadExampleConfiguration(reader);
+        const clsConnection closes = reader.OnFrame.Connect([&](const std::string&, bool received) {
+            if (!received || sent.back() != command) return;
+            out.Now = clsITextOutput::State::Closed;
+            host.Post([this] { cli.OutputClosed(); });
+        });
+        EXPECT_EQ(Run("write file"), command == 'C' ? 0 : 130);
+        EXPECT_EQ(reader.Registers[0xD2], command == 'C' ? 3 : 2);
+        out.Now = clsITextOutput::State::Open;
+    }
+}
+
 TEST_F(clsCliTest, TwoFilesAreComparedWithoutAReader) {
     files.Contents["a"] = "[General]\r\nLanguage=3\r\n";
     files.Contents["b"] = "[General]\r\nLanguage=1\r\n";
