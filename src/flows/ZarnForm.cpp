@@ -86,18 +86,18 @@ std::vector<SettingItem> ZarnForm::Take(const std::vector<SettingItem>& items, c
     auto& rows = Table.Rows;
     bool rowsTaken = false;
     for (const SettingItem& item : items) {
+        const bool setting = item.Kind() == ItemKind::Setting;
+        const auto* const list = setting ? std::get_if<NumberField>(&RowOf(item.Id()).Field) : nullptr;
         if (item.Kind() == ItemKind::Entry) {
             const auto at = static_cast<std::size_t>(item.Index());
             const CardConvertEntry& entry = record.Convert.at(at);
             if (rows.size() <= at) rows.resize(at + 1);
             rows[at] = entry.CardType == cardTypeEmpty ? ConvertRow() : RowOfEntry(entry);
             rowsTaken = true;
-        } else if (item.Kind() == ItemKind::Filter) {
+        } else if (list == nullptr) {
             item.Copy(record, Record);
-        } else if (const auto* const list = std::get_if<NumberField>(&RowOf(item.Id()).Field)) {
-            if (!SelectCombo(item.Id(), record.*list->Member)) lacking.push_back(item);
-        } else {
-            item.Copy(record, Record);
+        } else if (!SelectCombo(item.Id(), record.*list->Member)) {
+            lacking.push_back(item);
         }
     }
     if (!rowsTaken) return lacking;

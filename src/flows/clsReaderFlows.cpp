@@ -429,8 +429,9 @@ FlowResult clsReaderFlows::WriteLaid(LaidFile& laid, FileRole role) {
     clsDoor door(*this, FlowKind::Reader);
     if (!door.Entered()) return FlowResult::Refused;
     if (laid.EmptiesTable) ShowNotices({tableEmptiedNotice});
+    const WriteTexts& texts = role == FileRole::Defaults ? WriteTexts::Default : WriteTexts::File;
     const bool written = WriteRecord(laid.Wanted);
-    m_log.ShowMsg(written ? TextsOf(role).WriteOK : TextsOf(role).WriteNG);
+    m_log.ShowMsg(written ? texts.WriteOK : texts.WriteNG);
     ShowPicture();
     return door.Leave(written);
 }
