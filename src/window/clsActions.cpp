@@ -108,7 +108,7 @@ std::vector<clsActions::KeyLine> clsActions::KeyLines() const {
         lines.push_back({keys.join(tr(" or ")), tr(row.Text).remove('&').remove("...")});
     }
     lines.push_back({tr("F10"), tr("Open the menu")});
-    QCollator byNumber;  // F2 before F10
+    QCollator byNumber{QLocale(QLocale::English)};  // F2 before F10, which the locale C does not know
     byNumber.setNumericMode(true);
     std::stable_sort(lines.begin(), lines.end(),
                      [&](const auto& a, const auto& b) { return byNumber(a.Keys, b.Keys); });
