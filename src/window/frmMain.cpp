@@ -50,7 +50,8 @@ constexpr auto storeReadBack = "ReadBack";
 constexpr auto storeSplitter = "Splitter";
 constexpr auto storeFolder = "Folder";
 constexpr auto storeRecent = "RecentFiles";
-constexpr int recentFiles = 9;  // one digit each
+constexpr int recentFiles = 9;      // one digit each
+constexpr QChar betweenFiles(0x0);  // all else may stand in a name
 
 /// The title with the version in the form "V1.2R3".
 QString TitleText() {
@@ -64,9 +65,11 @@ QString FirstFile(const QMimeData* data) {
     return QFileInfo(path).isFile() ? path : QString();
 }
 
-/// The file's name with the folder that it stands in, as the user calls that.
+/// The file's name with the folder that it stands in, as the user calls that, on one line.
 QString Short(const QString& file) {
-    const QString path = QFileInfo(file).absoluteFilePath();
+    QString path = QFileInfo(file).absoluteFilePath();
+    for (QChar& c : path)
+        if (c.category() == QChar::Other_Control) c = ' ';
     const QString home = QDir::homePath() + '/';
     return path.startsWith(home) ? "~/" + path.mid(home.size()) : path;
 }
@@ -334,7 +337,8 @@ void frmMain::RestoreLayout() {
             QByteArray::fromStdString(m_parts.Store.GetSetting(storeSection, key, {})));
     };
     m_folder = QString::fromUtf8(stored(storeFolder));
-    m_recent = QString::fromUtf8(stored(storeRecent)).split('\n', Qt::SkipEmptyParts);
+    m_recent =
+        QString::fromUtf8(stored(storeRecent)).split(betweenFiles, Qt::SkipEmptyParts).mid(0, recentFiles);
     ShowRecent();
     m_ui->splMain->setStretchFactor(0, 0);
     m_ui->splMain->setStretchFactor(1, 1);
@@ -390,7 +394,7 @@ void frmMain::SaveLayout() {
     }
     store(storeSplitter, m_ui->splMain->saveState());
     store(storeFolder, m_folder.toUtf8());
-    store(storeRecent, m_recent.join('\n').toUtf8());
+    store(storeRecent, m_recent.join(betweenFiles).toUtf8());
 }
 
 void frmMain::OpenFile(const std::string& name) {

@@ -96,7 +96,7 @@ TEST_F(clsMenuTest, TheKeysShownAreTheKeysThatThereAre) {
 
 TEST_F(clsMenuTest, TheFilesUsedLastAreKeptTheNewestFirst) {
     Start();
-    for (const char* name : {"/a", "/b", "/c", "/a"}) {
+    for (const char* name : {"/a", "/b", "/c\n%1", "/a"}) {
         disk.Contents[name] = "[General]\r\nLanguage=2\r\n";
         window->OpenFile(name);
     }
@@ -107,12 +107,17 @@ TEST_F(clsMenuTest, TheFilesUsedLastAreKeptTheNewestFirst) {
     Start();
     QStringList names;
     for (const QAction* action : Find<QMenu>("mnuRecent").actions()) names += action->text();
-    EXPECT_EQ(names.join(' '), "&1 /d&&e &2 /a &3 /c &4 /b");
+    EXPECT_EQ(names.join(' '), "&1 /d&&e &2 /a &3 /c %1 &4 /b");
     Select("cboLanguage", "Japan");
     Find<QMenu>("mnuRecent").actions().at(1)->trigger();
     EXPECT_EQ(Shown("cboLanguage"), "Germany");
     for (const char name : std::string("efghijkl"))
         window->OpenFile(disk.Contents.insert_or_assign({name}, disk.Contents["/b"]).first->first);
+    EXPECT_EQ(Find<QMenu>("mnuRecent").actions().size(), 9);
+    window->close();
+    store.SaveSetting("Window", "RecentFiles",
+                      QByteArray(99, 'x').replace('x', QByteArray("x\0", 2)).toBase64().toStdString());
+    Start();
     EXPECT_EQ(Find<QMenu>("mnuRecent").actions().size(), 9);
 }
 
