@@ -79,6 +79,11 @@ void ucCOMM::SetPortOpen(bool value) {
     if (onHid && m_ports.PortOpen()) m_adapterName = m_hid->Control.GetHIDVersion();
 }
 
+std::string ucCOMM::AdapterSerial() {
+    if (m_adapterName.empty()) return {};
+    return m_hid->Control.GetDeviceSerialNumber(modOrvHID::BareName(m_ports.CommPort()));
+}
+
 // The next reader on the same cable is another one: it is asked afresh for its name.
 void ucCOMM::ClosePort() {
     m_ports.SetPortOpen(false);

@@ -75,6 +75,9 @@ class ucCOMM : private clsPacketCutter::clsISink {
     /// The name of the USB adapter behind the open port, asked once when it opened; empty where there is
     /// none.
     [[nodiscard]] const std::string& AdapterName() const { return m_adapterName; }
+    /// The serial number of that adapter, as its device tells it without a command; empty where there is
+    /// none.
+    [[nodiscard]] std::string AdapterSerial();
 
     // -- the command engine ---------------------------------------------------------------------------------
     static std::uint8_t CalcChkSum(const std::string& text, std::int32_t count) {

@@ -33,7 +33,7 @@ clsEepromTest::Result clsEepromTest::Run(const std::function<bool()>& cancelRequ
 // A cancelled command fails by itself. One that comes between two commands is noticed before the next one.
 clsEepromTest::Pass clsEepromTest::RunPass(std::uint8_t pattern,
                                            const std::function<bool()>& cancelRequested) {
-    std::array<std::uint8_t, registerCount> expected{};
+    Image expected{};
     expected.fill(pattern);
     for (int first = 0; first < registerCount; first += blockSize) {
         if (!Step()) return Pass::Failed;
@@ -50,10 +50,11 @@ clsEepromTest::Pass clsEepromTest::RunPass(std::uint8_t pattern,
         }
     }
     if (!Step()) return Pass::Failed;
-    std::array<std::uint8_t, registerCount> found{};
+    Image found{};
     const bool read = m_comm.Dump(found);  // waits like the writes
     m_log.ShowMsg(read ? "Read EEPROM OK" : "Read EEPROM NG");
     if (!read) return Pass::Failed;
+    if (TellImage) TellImage(found);
     const bool equal = found == expected;
     m_log.ShowMsg(equal ? "Check EEPROM OK" : "Check EEPROM NG");
     return equal ? Pass::Done : Pass::Failed;

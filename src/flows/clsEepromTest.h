@@ -1,10 +1,12 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 
 #include "base/clsIMessageSink.h"
 #include "comm/ucCOMM.h"
+#include "settings/ZarnRegisterMap.h"
 
 /// The test of the reader's settings memory: fills all of it with two patterns and reads it back. Destroys
 /// every setting of the reader. Owned and run by the flows, which keep everything else away while it runs.
@@ -19,6 +21,9 @@ class clsEepromTest {
     Result Run(const std::function<bool()>& cancelRequested);
     /// Step `number` of `count`, for a progress display. May be empty.
     std::function<void(int number, int count)> ShowStep;
+    using Image = std::array<std::uint8_t, registerCount>;
+    /// What was read behind a pattern. Must not run the event loop. May be empty.
+    std::function<void(const Image& image)> TellImage;
 
   private:
     enum class Pass { Done, Failed, Cancelled };

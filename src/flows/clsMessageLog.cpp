@@ -38,7 +38,9 @@ void clsMessageLog::ShowMsg(const std::string& text) {
     // either.
     if (m_lineOpen || !m_lineEmpty) EndLine();
     m_lineOpen = false;
-    m_view.AppendLine(TimeText(m_host.TimeOfDay()) + " - ", text, ColorOf(text));
+    const std::string time = TimeText(m_host.TimeOfDay()) + " - ";
+    m_view.AppendLine(time, text, ColorOf(text));
+    if (TellLine) TellLine(time + text);
 }
 
 void clsMessageLog::ShowChar(const std::string& text, LogColor color) {

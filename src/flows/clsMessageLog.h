@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "base/clsHostTimer.h"
@@ -49,6 +50,8 @@ class clsMessageLog final : public clsIMessageSink {
     clsMessageLog(clsIHost& host, clsILogView& view, const modKeyboard* keyNames = nullptr);
 
     void ShowMsg(const std::string& text) override;
+    /// Each message as its whole line, "hh:nn:ss - text". Must not run the event loop. May be empty.
+    std::function<void(const std::string& line)> TellLine;
     /// Appends to the last line, without time and line end.
     void ShowChar(const std::string& text, LogColor color);
     /// Echoes one byte that the reader typed.

@@ -47,6 +47,8 @@ bool HasRows(const ZarnInfo& record) {
                        [](const CardConvertEntry& entry) { return entry.CardType != cardTypeEmpty; });
 }
 
+std::string TextOf(const modZarn74::Image& image) { return {image.begin(), image.end()}; }
+
 }  // namespace
 
 /// What a flow that writes says of its file and its end.
@@ -86,12 +88,17 @@ class clsReaderFlows::clsDoor {
     clsDoor& operator=(const clsDoor&) = delete;
     ~clsDoor() {
         if (!m_entered) return;
+        // A file that cannot be used is no look at the reader.
+        if (m_recording && m_result == FlowResult::FileBad) m_flows.m_recorder.Drop();
+        if (m_recording) m_flows.m_recorder.Close();
         m_flows.m_running = false;
         m_flows.m_busy = false;
         m_flows.m_cancelRequested = false;
         m_flows.m_view.ShowProgress(/*number=*/0, /*count=*/0);
         m_flows.ButtonsEnable(true);
     }
+    /// The flow is an event of the history, or part of the one that is open.
+    void Record(HistoryAction action) { m_recording = m_flows.BeginEvent(action); }
     /// False while another flow runs: then there is nothing to be done.
     [[nodiscard]] bool Entered() const { return m_entered; }
     FlowResult Leave(bool done) {
@@ -104,13 +111,22 @@ class clsReaderFlows::clsDoor {
             m_flows.m_mutedSince = m_flows.m_host.TickCount();
             m_flows.m_mutedTime = brokenOff ? lateAnswerTime : 0;
         }
+        m_result = result;
+        if (m_kind != FlowKind::File) m_flows.m_recorder.SetEnd(EndOf(result));
         return result;
     }
 
   private:
+    static HistoryOutcome EndOf(FlowResult result) {
+        if (result == FlowResult::Done) return HistoryOutcome::Done;
+        return result == FlowResult::Cancelled ? HistoryOutcome::Cancelled : HistoryOutcome::Failed;
+    }
+
     clsReaderFlows& m_flows;
     FlowKind m_kind;
     bool m_entered = false;
+    bool m_recording = false;
+    FlowResult m_result = FlowResult::Refused;
 };
 
 clsReaderFlows::clsReaderFlows(clsIHost& host, ucCOMM& comm, modZarn74& settings, clsMessageLog& log,
@@ -122,15 +138,25 @@ clsReaderFlows::clsReaderFlows(clsIHost& host, ucCOMM& comm, modZarn74& settings
       m_files(files),
       m_view(view),
       m_test(comm, log),
-      m_timerAutoRead(host, autoReadTime, [this] { TimerAutoRead(); }) {
+      m_timerAutoRead(host, autoReadTime, [this] { TimerAutoRead(); }),
+      m_recorder(host, [](const ZarnInfo& record) {
+          return clsSettingsFile::MakeText(record, RowsOfRecord(record), /*autoRead=*/false).Text;
+      }) {
     m_settings.Attach(comm, &log);
     m_comm.SetMSCommMode(false);
     m_comm.SetOrvNetTimeout(500);
     const auto step = [this](int number, int count) { m_view.ShowProgress(number, count); };
     m_settings.ShowStep = step;
-    m_settings.TellRead = [this](const ZarnInfo& record) {
+    m_settings.TellRead = [this](const ZarnInfo& record, const modZarn74::Image* image) {
         if (m_comm.PortOpen()) m_picture.Read(record, m_host.TimeOfDay());
+        m_recorder.AddReading(record, image == nullptr ? std::string() : TextOf(*image));
     };
+    m_settings.TellWrite = [this] { m_recorder.BeginWriting(); };
+    m_test.TellImage = [this](const modZarn74::Image& image) {
+        m_recorder.EndWriting();
+        m_recorder.AddImage(TextOf(image));
+    };
+    m_log.TellLine = [this](const std::string& line) { m_recorder.AddLine(line); };
     m_test.ShowStep = step;
     m_comm.ShowScanStep = step;
     m_comm.ShowImageProgress = [this](int received, int count) { m_view.ShowImageProgress(received, count); };
@@ -147,6 +173,8 @@ clsReaderFlows::~clsReaderFlows() {
     m_settings.Attach(m_comm, /*log=*/nullptr);
     m_settings.ShowStep = {};
     m_settings.TellRead = {};
+    m_settings.TellWrite = {};
+    m_log.TellLine = {};
     m_comm.ShowScanStep = {};
     m_comm.ShowImageProgress = {};
 }
@@ -183,6 +211,7 @@ FlowResult clsReaderFlows::AutoScan() {
     m_record.FirmwareSN.clear();
     const bool found = FindReader({});
     if (found) {
+        door.Record(HistoryAction::Read);
         ShowInfo();
     } else if (!Cancelled()) {
         m_view.ShowMessageBox("Missing Device");  // runs the loop, with m_running still true
@@ -257,6 +286,7 @@ void clsReaderFlows::ShowNotices(Notices notices, const std::vector<SettingsFind
 
 bool clsReaderFlows::ReadRecord(ZarnInfo& record, modZarn74::Lines lines) {
     const bool told = lines == modZarn74::Lines::Written;
+    m_recorder.BeginProof();  // when something was written before
     if (told) m_log.ShowMsg("Begin Get Device Information...");
     // Waits at every register. The record is only used by flows, and m_running refuses them.
     const bool read = !Cancelled() && m_settings.GetZarnInfo(record, m_quickRead, lines);
@@ -275,12 +305,14 @@ bool clsReaderFlows::ReadReader() {
 FlowResult clsReaderFlows::Read() {
     clsDoor door(*this, FlowKind::Reader);
     if (!door.Entered()) return FlowResult::Refused;
+    door.Record(HistoryAction::Read);
     return door.Leave(ReadReader());
 }
 
 FlowResult clsReaderFlows::ReadInto(ZarnInfo& record, modZarn74::Lines lines) {
     clsDoor door(*this, FlowKind::Reader);
     if (!door.Entered()) return FlowResult::Refused;
+    door.Record(HistoryAction::Read);
     const bool read = ReadRecord(record, lines);
     ShowPicture();
     return door.Leave(read);
@@ -294,6 +326,7 @@ bool clsReaderFlows::WriteRecord(ZarnInfo& record) {
 
 // What a write that was broken off left in the reader nobody knows, nor what one holds that is gone.
 bool clsReaderFlows::Wrote(bool written, const ZarnInfo& record) {
+    if (written) m_recorder.EndWriting();
     if (written && m_comm.PortOpen()) {
         m_picture.Written(record);
     } else {
@@ -317,7 +350,9 @@ void clsReaderFlows::ReadBack() {
 FlowResult clsReaderFlows::Apply() {
     clsDoor door(*this, FlowKind::Reader);
     if (!door.Entered()) return FlowResult::Refused;
+    door.Record(HistoryAction::Write);
     const bool complete = SaveZarn74();
+    m_recorder.SetWanted(m_record);
     // The digit boxes keep what a file gave them, also what the reader cannot be given.
     const bool writable = SayErrors(m_record, m_notRead.empty() ? Notices() : Notices{m_notRead});
     // Waits at every register, as ReadRecord does; what the user types meanwhile is shown over at the end.
@@ -342,6 +377,8 @@ bool clsReaderFlows::SayErrors(const ZarnInfo& record, const Notices& notices) {
 FlowResult clsReaderFlows::WriteDifferences(const ZarnInfo& wanted, const ZarnInfo& picture) {
     clsDoor door(*this, FlowKind::Reader);
     if (!door.Entered()) return FlowResult::Refused;
+    door.Record(HistoryAction::Write);
+    m_recorder.SetWanted(wanted);
     const bool written =
         SayErrors(wanted, {}) && !Cancelled() && Wrote(m_settings.SetDifferences(wanted, picture), wanted);
     m_log.ShowMsg(written ? WriteTexts::File.WriteOK : WriteTexts::File.WriteNG);
@@ -352,11 +389,14 @@ FlowResult clsReaderFlows::WriteDifferences(const ZarnInfo& wanted, const ZarnIn
 FlowResult clsReaderFlows::Initialize(const std::string& name) {
     clsDoor door(*this, FlowKind::Reader);
     if (!door.Entered()) return FlowResult::Refused;
+    door.Record(HistoryAction::Default);
     FileContent content;
     if (!OpenRecord(name, content)) {
         m_log.ShowMsg(WriteTexts::Default.OpenNG);
         return door.Leave(FlowResult::FileBad);
     }
+    RecordProfile(name);
+    m_recorder.SetWanted(m_record);
     const auto findings = SettingsCheck::Check(m_record, content.Findings);
     if (!m_notRead.empty()) content.Notes.push_back(m_notRead);
     ShowNotices(content.Notes, findings);
@@ -404,6 +444,8 @@ FlowResult clsReaderFlows::LayFile(const std::string& name, FileRole role, LaidF
     if (!door.Entered()) return FlowResult::Refused;
     const WriteTexts& texts = TextsOf(role);
     if (!CheckSettings(name, texts)) return door.Leave(FlowResult::FileBad);
+    door.Record(HistoryAction::Check);
+    RecordProfile(name);
     const bool read = ReadRecord(laid.Before, modZarn74::Lines::Written);
     ShowPicture();
     if (!read) return door.Leave(false);
@@ -420,6 +462,7 @@ FlowResult clsReaderFlows::LayFile(const std::string& name, FileRole role, LaidF
     if (!texts.KeepPadding) TrimSerials(laid.Wanted);
     const auto findings = SettingsCheck::Check(laid.Wanted, content->Findings);
     ShowNotices({}, findings);
+    m_recorder.SetWanted(laid.Wanted);
     if (!SettingsCheck::AnyError(findings)) return door.Leave(FlowResult::Done);
     if (texts.WriteNG != nullptr) m_log.ShowMsg(texts.WriteNG);  // it was good a moment ago
     return door.Leave(FlowResult::FileBad);
@@ -428,6 +471,8 @@ FlowResult clsReaderFlows::LayFile(const std::string& name, FileRole role, LaidF
 FlowResult clsReaderFlows::WriteLaid(LaidFile& laid, FileRole role) {
     clsDoor door(*this, FlowKind::Reader);
     if (!door.Entered()) return FlowResult::Refused;
+    door.Record(role == FileRole::Defaults ? HistoryAction::Default : HistoryAction::Write);
+    m_recorder.SetWanted(laid.Wanted);
     if (laid.EmptiesTable) ShowNotices({tableEmptiedNotice});
     const WriteTexts& texts = role == FileRole::Defaults ? WriteTexts::Default : WriteTexts::File;
     const bool written = WriteRecord(laid.Wanted);
@@ -440,14 +485,79 @@ FlowResult clsReaderFlows::TestEeprom() {
     if (m_busy) Cancel();
     clsDoor door(*this, FlowKind::Test);
     if (!door.Entered()) return FlowResult::Refused;
+    door.Record(HistoryAction::Test);
     m_picture.Forget();
     ShowPicture();
+    if (m_comm.PortOpen()) m_recorder.BeginWriting();
     m_view.ShowTest(testCancelCaption, TestIndicator::Grey);
     const auto result = m_test.Run([this] { return m_cancelRequested; });
     const bool passed = result == clsEepromTest::Result::Passed;
     const auto light = passed && !m_cancelRequested ? TestIndicator::Green : TestIndicator::Red;
     m_view.ShowTest(testCaption, result == clsEepromTest::Result::NotOpen ? TestIndicator::Grey : light);
     return door.Leave(passed);
+}
+
+// -- registers ----------------------------------------------------------------------------------------------
+
+FlowResult clsReaderFlows::Dump(modZarn74::Image& image) {
+    clsDoor door(*this, FlowKind::Reader);
+    if (!door.Entered()) return FlowResult::Refused;
+    door.Record(HistoryAction::Read);
+    m_log.ShowMsg("Dump...");
+    const bool read = m_comm.Dump(image);  // waits, as ReadRecord does
+    m_log.ShowMsg(read ? "Dump OK" : "Dump NG");
+    if (read) m_recorder.AddImage(TextOf(image));
+    return door.Leave(read);
+}
+
+FlowResult clsReaderFlows::SetRegister(int number, std::uint8_t wanted,
+                                       const std::function<void(std::uint8_t)>& differs) {
+    clsDoor door(*this, FlowKind::Reader);
+    if (!door.Entered()) return FlowResult::Refused;
+    door.Record(HistoryAction::Set);
+    m_picture.Forget();
+    ShowPicture();
+    m_recorder.SetRegister(number, wanted, std::nullopt);
+    m_recorder.BeginWriting();
+    m_log.ShowMsg("SetRegister...");
+    bool done = m_comm.SetRegister(number, wanted) && !Cancelled();  // waits, as ReadRecord does
+    if (done) {
+        m_recorder.EndWriting();
+        m_recorder.BeginProof();
+        std::uint8_t found = 0;
+        done = m_comm.GetRegister(number, found);
+        if (done) m_recorder.SetRegister(number, wanted, found);
+        if (done && found != wanted) {
+            differs(found);
+            done = false;
+        }
+    }
+    m_log.ShowMsg(done ? "SetRegister OK" : "SetRegister NG");
+    return door.Leave(done);
+}
+
+// -- the history --------------------------------------------------------------------------------------------
+
+void clsReaderFlows::KeepHistory(clsIHistory* history) {
+    m_recorder.SetHistory(history);
+    if (history != nullptr)
+        history->ShowNotice = [this](const std::string& text) { m_view.ShowNotice(text); };
+}
+
+bool clsReaderFlows::BeginEvent(HistoryAction action) {
+    if (!m_comm.PortOpen()) return false;
+    const std::string& port = m_comm.CommPort();
+    const int baud = m_comm.CommPort_IsBaudrateSupported(port) ? m_comm.BaudRate() : 0;
+    return m_recorder.Open(action, {port, m_comm.AdapterName(), m_comm.AdapterSerial(), baud});
+}
+
+void clsReaderFlows::EndEvent(bool cancelled) {
+    if (cancelled) m_recorder.SetEnd(HistoryOutcome::Cancelled);
+    m_recorder.Close();
+}
+
+void clsReaderFlows::RecordProfile(const std::string& name) {
+    if (m_recorder.IsOpen()) m_recorder.UseProfile(name, m_files.Content(name).value_or(""));
 }
 
 // -- files --------------------------------------------------------------------------------------------------

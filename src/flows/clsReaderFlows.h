@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,6 +16,7 @@
 #include "flows/clsReaderPicture.h"
 #include "flows/clsSettingsFile.h"
 #include "frame/ReaderAnswers.h"
+#include "history/clsHistoryRecorder.h"
 #include "settings/modZarn74.h"
 
 /// How a flow ended.
@@ -91,6 +93,11 @@ class clsReaderFlows {
     FlowResult Read();
     /// `cmdTest`. While the test runs it cancels it instead, and is Refused.
     FlowResult TestEeprom();
+    /// All 512 registers.
+    FlowResult Dump(modZarn74::Image& image);
+    /// Writes one register, 0..511, and reads it back: a reader's "accepted" is not taken at its word.
+    /// Failed, and `differs` told what stands there, when that is something else.
+    FlowResult SetRegister(int number, std::uint8_t wanted, const std::function<void(std::uint8_t)>& differs);
     /// `cmdCancel`: the wait of the running flow ends at once, and the flow with it.
     void Cancel() { m_comm.CancelCommand(); }
     /// The record to a file, said in the log.
@@ -100,6 +107,16 @@ class clsReaderFlows {
 
     /// The record as the text of a settings file.
     std::string RecordText();
+
+    // -- the history ----------------------------------------------------------------------------------------
+    /// Each look at the reader and each change to it becomes an event there. Null, as at start: nothing is
+    /// kept. Outlives the flows.
+    void KeepHistory(clsIHistory* history);
+    /// What follows on the open port is one event, up to EndEvent. False, and nothing done, without a history
+    /// or when one is open already; a flow by itself is an event of its own.
+    bool BeginEvent(HistoryAction action);
+    /// `cancelled`: also when the last flow came to its end.
+    void EndEvent(bool cancelled);
 
     // -- on records of the caller: the flows' own record and the controls stay as they are -----------------
     /// Reads everything into `record`, with the messages of Read or without a line.
@@ -177,6 +194,7 @@ class clsReaderFlows {
     bool TakeControls();
     bool SaveRecord(const std::string& name);
     void ShowCommPortInfo();
+    void RecordProfile(const std::string& name);
     bool ShowZarn74();
     bool SaveZarn74();
     void TimerAutoRead();
@@ -193,6 +211,7 @@ class clsReaderFlows {
     clsIMainView& m_view;
     clsEepromTest m_test;
     clsHostTimer m_timerAutoRead;
+    clsHistoryRecorder m_recorder;
 
     ZarnInfo m_record;
     InfoPanel m_panel;

@@ -19,6 +19,7 @@ constexpr std::string_view filterLengthKey = "FILTER_LENGTH";
 constexpr std::string_view convertKey = "CONVERT";
 constexpr std::string_view autoReadKey = "AUTOREAD";
 constexpr std::size_t chunkSize = 65536;
+constexpr std::size_t contentLimit = 1048576;  // bytes; a settings file has about 2000
 constexpr std::string_view hexEnd = "HEX";
 constexpr std::array<std::string_view, 2> unread{"FILEVERSION", "CONVERTCOUNT"};  // written, not read back
 constexpr std::ptrdiff_t strayLimit = 100;    // lines without a setting that are told
@@ -255,6 +256,11 @@ std::optional<SettingsContent> clsSettingsFile::OpenInfoFile(const std::string& 
     parser.End();
     record = read;
     return parser.Content();
+}
+
+std::optional<std::string> clsSettingsFile::Content(const std::string& name) {
+    const auto reader = m_files.OpenFile(name);
+    return reader ? reader->ReadUpTo(contentLimit) : std::nullopt;
 }
 
 // -- writing ------------------------------------------------------------------------------------------------

@@ -71,6 +71,8 @@ class clsSettingsFile {
     /// Lays the file over the record, whose conversion table is emptied first. Nothing, and nothing changed,
     /// when the file cannot be opened or read to its end.
     std::optional<SettingsContent> OpenInfoFile(const std::string& name, ZarnInfo& record);
+    /// The file as it is, its first MiB; nothing when it cannot be read.
+    std::optional<std::string> Content(const std::string& name);
     /// The kind of byte-order mark that the file opened last begins with; empty without one.
     [[nodiscard]] std::string ByteOrderMark() const { return m_mark; }
     /// Keeps the file as it is now under `name` + ".bak". False when it cannot be kept whole; a file that is

@@ -316,7 +316,7 @@ bool modZarn74::ReadAll(ZarnInfo& info, bool quick) {
                      [&] { return GetIDWithoutLeadingZeros(info); }) &&
                  EntryStep("GetCardInfo",
                            [&](int i) { return GetCardInfo(i, info.Convert[static_cast<std::size_t>(i)]); });
-    if (info.Valid && TellRead) TellRead(info);
+    if (info.Valid && TellRead) TellRead(info, m_imageLoaded ? &m_image : nullptr);
     return info.Valid;
 }
 
@@ -344,6 +344,7 @@ bool modZarn74::SetDifferences(const ZarnInfo& info, const ZarnInfo& picture) {
 // Writes what differs from `current`, everything without one; nothing when the read of it was cancelled,
 // since then the first step does not begin.
 bool modZarn74::WriteAll(ZarnInfo& info, const ZarnInfo* current, LastFlag last) {
+    if (TellWrite && !Cancelled()) TellWrite();
     m_halfSteps = 1;
     for (const SettingRow& row : settingTable) {
         if (row.Step.empty()) continue;

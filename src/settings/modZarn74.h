@@ -82,9 +82,13 @@ class modZarn74 {
     /// same throughout and includes the read that a write makes first. For a progress display; must not run
     /// the event loop. May be empty.
     std::function<void(int number, int count)> ShowStep;
-    /// Everything was read, also by the read that a write makes first. Must not run the event loop. May be
-    /// empty.
-    std::function<void(const ZarnInfo& info)> TellRead;
+    using Image = std::array<std::uint8_t, registerCount>;
+    /// Everything was read, also by the read that a write makes first; out of `image`, or null. Must not run
+    /// the event loop. May be empty.
+    std::function<void(const ZarnInfo& info, const Image* image)> TellRead;
+    /// A write of settings begins: the next command may change the reader. Must not run the event loop. May
+    /// be empty.
+    std::function<void()> TellWrite;
 
   private:
     bool Get(Setting setting, ZarnInfo& info);
@@ -119,7 +123,7 @@ class modZarn74 {
 
     ucCOMM* m_comm = nullptr;
     clsIMessageSink* m_log = nullptr;
-    std::array<std::uint8_t, registerCount> m_image{};
+    Image m_image{};
     bool m_quickRequested = false;   // for the time of one read-all
     bool m_imageLoaded = false;      // in the read-all under way
     bool m_logSilent = false;        // in a read that writes no lines

@@ -7,6 +7,7 @@
 #include "flows/clsReaderFlows.h"
 #include "support/SimWorld.h"
 #include "support/clsMemoryFiles.h"
+#include "support/clsMemoryHistory.h"
 
 /// A log view that keeps what it is given: {b:..} is blue, {r:..} red.
 struct clsRecordingLogView final : clsILogView {
@@ -87,7 +88,10 @@ struct ReaderWorld : SimWorld {
 
 /// The flows over all that.
 struct FlowWorld : ReaderWorld {
-    FlowWorld() { flows.ButtonsEnable(true); }
+    FlowWorld() {
+        flows.KeepHistory(&history);
+        flows.ButtonsEnable(true);
+    }
     /// The log's last message.
     [[nodiscard]] std::string Last() const { return logView.Messages.empty() ? "" : logView.Messages.back(); }
     [[nodiscard]] long Logged(const std::string& message) const {
@@ -101,6 +105,7 @@ struct FlowWorld : ReaderWorld {
         return result == FlowResult::Done ? flows.WriteLaid(laid, role) : result;
     }
 
+    clsMemoryHistory history;
     clsRecordingLogView logView;
     clsMessageLog log{host, logView};
     clsSettingsFile files{disk};

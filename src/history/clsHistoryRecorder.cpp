@@ -1,0 +1,153 @@
+#include "history/clsHistoryRecorder.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/modText.h"
+
+namespace {
+
+constexpr std::size_t nameLimit = 255;  // bytes; what a file system takes
+
+// A file's name is the system's bytes, mostly UTF-8 already.
+std::string WithoutFolder(const std::string& path) {
+    return path.substr(path.rfind('/') + 1).substr(0, nameLimit);
+}
+
+bool Fails(const std::string& line) {
+    return modText::ContainsNoCase(line, " NG") && !modText::ContainsNoCase(line, " OK");
+}
+
+}  // namespace
+
+bool clsHistoryRecorder::Open(HistoryAction action, const HistoryPort& port) {
+    if (m_history == nullptr || m_event) return false;
+    Reset();
+    m_event = m_history->NewEvent(action);
+    m_start = m_host.TickCount();
+    m_event->Port = modText::ToUtf8(port.Port);
+    m_event->Adapter = modText::ToUtf8(port.Adapter);
+    m_event->AdapterSerial = modText::ToUtf8(port.AdapterSerial);
+    m_event->Baud = port.Baud;
+    return true;
+}
+
+void clsHistoryRecorder::Reset() {
+    m_event.reset();
+    m_before.reset();
+    m_after.reset();
+    m_wanted.reset();
+    m_failure.clear();
+    m_kept = false;
+    m_written = false;
+    m_proving = false;
+    m_end = HistoryOutcome::Done;
+}
+
+void clsHistoryRecorder::SetAction(HistoryAction action) {
+    if (m_event) m_event->Action = action;
+}
+
+void clsHistoryRecorder::UseProfile(const std::string& name, const std::string& content) {
+    if (!m_event) return;
+    m_event->Profile = WithoutFolder(name);
+    m_event->ProfileDigest = m_history->Digest(content);
+}
+
+void clsHistoryRecorder::AddLine(const std::string& line) {
+    if (!m_event) return;
+    m_event->Lines += modText::ToUtf8(line) + "\n";
+    constexpr std::size_t timeLength = std::string_view("hh:nn:ss - ").size();
+    if (Fails(line)) m_failure = modText::ToUtf8(line.substr(timeLength));
+}
+
+HistorySide& clsHistoryRecorder::Side() { return m_written ? m_event->After : m_event->Before; }
+
+void clsHistoryRecorder::AddReading(const ZarnInfo& record, const std::string& image) {
+    if (!m_event) return;
+    (m_written ? m_after : m_before) = record;
+    Side() = {m_textOf(record), image};
+    m_event->Product = modText::ToUtf8(record.ProductName);
+    m_event->Firmware = modText::ToUtf8(record.Version);
+    m_event->FirmwareSerial = modText::ToUtf8(record.FirmwareSN);
+}
+
+void clsHistoryRecorder::AddImage(const std::string& image) {
+    if (m_event) Side().Image = image;
+}
+
+void clsHistoryRecorder::SetWanted(const ZarnInfo& record) {
+    if (m_event) m_wanted = record;
+}
+
+void clsHistoryRecorder::SetRegister(int number, int wanted, std::optional<int> found) {
+    if (!m_event) return;
+    HistoryChange change{"Register", std::to_string(number), {}, std::to_string(wanted), {}, std::nullopt};
+    if (found) {
+        change.After = std::to_string(*found);
+        change.Kept = *found == wanted;
+    }
+    m_event->Changes = {change};
+}
+
+void clsHistoryRecorder::BeginWriting() {
+    if (!m_event || m_kept) return;
+    Compare();
+    m_kept = true;
+    m_history->Keep(*m_event);
+}
+
+void clsHistoryRecorder::EndWriting() { m_written = m_event.has_value(); }
+
+// Only against what was read: without that nobody knows what has changed.
+void clsHistoryRecorder::Compare() {
+    if (m_wanted && m_before) {
+        m_event->Changes.clear();
+        for (SettingChange& change : Changes(*m_before, *m_wanted, m_after ? &*m_after : nullptr))
+            m_event->Changes.push_back({change.Item.Key(), change.Item.Registers(), std::move(change.Before),
+                                        std::move(change.Wanted), std::move(change.After), change.Kept});
+    }
+    m_event->ChangeCount = static_cast<int>(m_event->Changes.size());
+}
+
+HistoryOutcome clsHistoryRecorder::OutcomeNow() const {
+    const auto& changes = m_event->Changes;
+    if (!m_kept) {
+        const bool differs = m_end == HistoryOutcome::Done && m_wanted && !changes.empty();
+        return differs ? HistoryOutcome::Differs : m_end;
+    }
+    const bool lost =
+        std::any_of(changes.begin(), changes.end(), [](const auto& change) { return change.Kept == false; });
+    if (lost) return HistoryOutcome::Differs;
+    const bool seen = m_after || std::any_of(changes.begin(), changes.end(),
+                                             [](const auto& change) { return change.Kept.has_value(); });
+    return m_proving && !seen ? HistoryOutcome::NotProven : m_end;
+}
+
+void clsHistoryRecorder::Close() {
+    if (!m_event) return;
+    Compare();
+    HistoryEvent& event = *m_event;
+    event.Outcome = OutcomeNow();
+    if (event.Outcome != HistoryOutcome::Done) event.Reason = m_failure;
+    for (const HistoryChange& change : event.Changes) {
+        if (change.Kept != false) continue;
+        const bool first = !event.Reason.starts_with("not kept: ");
+        event.Reason = (first ? "not kept: " : event.Reason + ", ") + change.Setting;
+    }
+    // What was read without writing is how the reader was left, whatever was compared with it.
+    if (!m_kept) std::swap(event.Before, event.After);
+    event.Ended = event.Begun + (m_host.TickCount() - m_start);
+    if (m_kept) ++event.Revision;
+    event.Edited = event.Ended;
+    m_history->Keep(event);
+    Reset();
+}
+
+void clsHistoryRecorder::Drop() {
+    if (m_kept) {
+        m_end = HistoryOutcome::Failed;
+        Close();
+    }
+    Reset();
+}

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "base/clsIHost.h"
+#include "history/clsIHistory.h"
+#include "settings/Differences.h"
+#include "settings/ZarnInfo.h"
+
+/// Where the reader is reached.
+struct HistoryPort {
+    std::string Port;  ///< bytes, like all texts of the core
+    std::string Adapter;
+    std::string AdapterSerial;
+    int Baud = 0;
+};
+
+/// Makes events of what the flows tell, one at a time, and says when they are kept: as begun before the first
+/// byte that changes the reader, and when they have ended. Owned and called by the flows. Without a history,
+/// and while no event is open, every call does nothing.
+class clsHistoryRecorder {
+  public:
+    /// `textOf` makes a settings file's text.
+    clsHistoryRecorder(clsIHost& host, std::function<std::string(const ZarnInfo&)> textOf)
+        : m_host(host), m_textOf(std::move(textOf)) {}
+    /// Null: nothing is recorded. It outlives the recorder.
+    void SetHistory(clsIHistory* history) { m_history = history; }
+
+    /// False, and nothing done, when there is no history or an event is open already: the caller's work is
+    /// part of that.
+    bool Open(HistoryAction action, const HistoryPort& port);
+    [[nodiscard]] bool IsOpen() const { return m_event.has_value(); }
+    /// The work's kind shows only on the way.
+    void SetAction(HistoryAction action);
+    /// Of the settings file that the work is done with, name and content.
+    void UseProfile(const std::string& name, const std::string& content);
+    /// A line of the message log.
+    void AddLine(const std::string& line);
+    /// Everything was read; `image` is the memory that it was taken from, 512 bytes, or empty.
+    void AddReading(const ZarnInfo& record, const std::string& image);
+    void AddImage(const std::string& image);
+    /// What the reader is to hold, for comparing or for writing.
+    void SetWanted(const ZarnInfo& record);
+    /// A register that is set by its number; `found` is what was read back.
+    void SetRegister(int number, int wanted, std::optional<int> found);
+    /// The next byte may change the reader.
+    void BeginWriting();
+    /// All was written: what is read from now on is what there is behind it.
+    void EndWriting();
+    /// What was written is about to be read back.
+    void BeginProof() { m_proving = m_written; }
+    /// How the part of the work that has just ended came out, without what was read.
+    void SetEnd(HistoryOutcome outcome) { m_end = outcome; }
+    /// The event has ended, and is kept.
+    void Close();
+    /// There was nothing to record after all. One that is kept as begun has failed.
+    void Drop();
+
+  private:
+    [[nodiscard]] HistoryOutcome OutcomeNow() const;
+    void Compare();
+    HistorySide& Side();
+    void Reset();
+
+    clsIHost& m_host;
+    std::function<std::string(const ZarnInfo&)> m_textOf;
+    clsIHistory* m_history = nullptr;
+    std::optional<HistoryEvent> m_event;
+    std::uint32_t m_start = 0;
+    std::optional<ZarnInfo> m_before;
+    std::optional<ZarnInfo> m_after;
+    std::optional<ZarnInfo> m_wanted;
+    std::string m_failure;   // the last failing line
+    bool m_kept = false;     // as begun
+    bool m_written = false;  // all of it
+    bool m_proving = false;
+    HistoryOutcome m_end = HistoryOutcome::Done;
+};
