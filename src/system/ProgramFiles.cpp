@@ -25,6 +25,13 @@ std::string ProgramFile() {
     return program;
 }
 
+static std::string FolderOf(const char* variable, const char* insideHome) {
+    const char* named = std::getenv(variable);
+    if (named != nullptr && named[0] == '/') return std::string(named) + "/zarn74";
+    const char* home = std::getenv("HOME");
+    return (home == nullptr ? std::string() : std::string(home)) + insideHome + "/zarn74";
+}
+
 std::string ProgramFolder() {
     const std::string program = ProgramFile();
     if (program.empty()) return ".";
@@ -32,12 +39,8 @@ std::string ProgramFolder() {
     return slash == 0 ? "/." : program.substr(0, slash);
 }
 
-std::string UserFolder() {
-    const char* configuration = std::getenv("XDG_CONFIG_HOME");
-    if (configuration != nullptr && configuration[0] == '/') return std::string(configuration) + "/zarn74";
-    const char* home = std::getenv("HOME");
-    return (home == nullptr ? std::string() : std::string(home)) + "/.config/zarn74";
-}
+std::string UserFolder() { return FolderOf("XDG_CONFIG_HOME", "/.config"); }
+std::string HistoryFile() { return FolderOf("XDG_DATA_HOME", "/.local/share") + "/history.db"; }
 
 std::string DefaultFile() {
     const std::string program = ProgramFolder();

@@ -11,6 +11,8 @@ std::string ProgramFile();
 std::string ProgramFolder();
 /// The user's folder, "zarn74" inside the configuration folder. It may not exist yet.
 std::string UserFolder();
+/// The history's file, in the folder "zarn74" inside the user's data folder. Neither may exist yet.
+std::string HistoryFile();
 /// "Default.ini" in the user's folder, else in the program's, else the installation's: the system's own
 /// (etc/zarn74), else that of the installed data (share/zarn74). The user's when it is nowhere.
 std::string DefaultFile();

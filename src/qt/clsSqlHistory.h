@@ -1,0 +1,100 @@
+#pragma once
+
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QString>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <string>
+
+#include "base/clsHostTimer.h"
+#include "base/clsIHost.h"
+#include "history/clsIHistory.h"
+#include "system/ProgramRun.h"
+
+/// Where a history is kept.
+struct HistoryPlace {
+    std::string File;
+    bool Own =
+        true;  ///< the user's own file: its folder is closed to others, and it is a history whatever it holds
+    int Days = 1000;  ///< what is older is deleted when something new is kept; 0: nothing is
+};
+
+/// The history in an SQLite file that several programs use at once. Built by main behind the application
+/// object and the host; opens the file when it is first needed. Each call is one transaction, brought safely
+/// to the disk. Where another program has the file for itself, rows wait in memory and are tried again from
+/// the host's loop, which may be any wait of the program; that handler writes rows and calls ShowNotice,
+/// nothing else.
+class clsSqlHistory final : public clsIHistory {
+  public:
+    static constexpr int schema = 1;  ///< what this program writes; older files are carried forward
+
+    /// `program` is the name that events get.
+    clsSqlHistory(clsIHost& host, HistoryPlace place, const char* program);
+    clsSqlHistory(const clsSqlHistory&) = delete;
+    clsSqlHistory& operator=(const clsSqlHistory&) = delete;
+    /// What still waits is tried once more.
+    ~clsSqlHistory() override;
+
+    [[nodiscard]] HistoryEvent NewEvent(HistoryAction action) override;
+    void Keep(const HistoryEvent& event) override;
+    [[nodiscard]] bool Settled() const override { return m_waiting.empty() || m_stuck; }
+    [[nodiscard]] std::string Digest(const std::string& bytes) const override;
+    [[nodiscard]] Events List(const HistoryFilter& filter) override;
+    [[nodiscard]] Events Find(const std::string& idBegins) override;
+    Count SetLabel(const std::string& id, const std::string& label) override;
+    Count Prune(std::int64_t before) override;
+
+  private:
+    /// What keeps something from being done.
+    struct Fault {
+        enum class Type { None, Busy, Damaged, Other };
+        Type Kind = Type::None;
+        QString Text;
+        explicit operator bool() const { return Kind != Type::None; }
+    };
+    enum class Locks { WaitFor, Report };
+    using Work = std::function<Fault()>;
+
+    static Fault FaultOf(const QSqlError& error);
+    static Fault Run(QSqlQuery& query);
+    [[nodiscard]] QSqlQuery Prepared(const QString& sql) const;
+    [[nodiscard]] Fault Run(const QString& sql) const;
+    Fault Number(const QString& sql, std::int64_t& number) const;
+
+    Fault Try(const Work& work);
+    Fault Open();
+    Fault OpenFile();
+    Fault CarryForward();
+    void Close();
+    Fault SetAside();
+    Fault Write(Locks locks, const Work& work);
+    Fault WriteEvent(const HistoryEvent& event) const;
+    Fault DeleteOld(const HistoryEvent& newest) const;
+    Fault Delete(const QString& which, const std::vector<QVariant>& values, int& count) const;
+    void WriteWaiting(Locks locks);
+    Fault Select(const HistoryFilter& filter, std::vector<HistoryEvent>& events) const;
+    Fault LoadDetails(HistoryEvent& event) const;
+    [[nodiscard]] HistoryOutcome OutcomeOfRow(const QSqlQuery& query) const;
+    [[nodiscard]] bool Exists() const;
+    void Tell(const QString& why);
+    template <class Type>
+    static HistoryAnswer<Type> AnswerOf(const Fault& fault, Type value);
+
+    clsIHost& m_host;
+    HistoryPlace m_place;
+    std::string m_program;
+    std::string m_machine;
+    const ProgramRun m_run;
+    QString m_connection;  // its name among Qt's
+    QSqlDatabase m_database;
+    bool m_open = false;
+    std::deque<HistoryEvent> m_waiting;
+    bool m_stuck = false;   // what waits is tried again with the next event only
+    bool m_locked = false;  // at the last try, and since then
+    std::uint32_t m_lockedSince = 0;
+    bool m_told = false;
+    clsHostTimer m_again;
+};
