@@ -27,15 +27,27 @@ _zarn74() {
 
 _zarn74ctl() {
     local word=$2 before=$3 command='' demo='' i
-    local commands='ports scan info read write default check diff dump get set test-eeprom monitor'
+    local commands='ports scan info read write default check diff dump get set test-eeprom monitor history'
+    local verbs='show settings image diff label prune' verb=''
     for ((i = 1; i < COMP_CWORD; i++)); do
         case ${COMP_WORDS[i]} in
         demo) demo=demo ;;
-        *) [[ " $commands " != *" ${COMP_WORDS[i]} "* ]] || command=${COMP_WORDS[i]} ;;
+        *)
+            if [[ $command == history ]]; then
+                [[ " $verbs " != *" ${COMP_WORDS[i]} "* ]] || verb=${COMP_WORDS[i]}
+            elif [[ " $commands " == *" ${COMP_WORDS[i]} "* ]]; then
+                command=${COMP_WORDS[i]}
+            fi
+            ;;
         esac
     done
     case $before in
-    --image | -o) _zarn74_files "$word" && return ;;
+    --image | -o | --history) _zarn74_files "$word" && return ;;
+    --action) _zarn74_offer "read write set default test restore check station" "$word" && return ;;
+    --outcome)
+        _zarn74_offer "done differs not-proven failed cancelled interrupted begun begun-there" "$word"
+        return
+        ;;
     --baud) _zarn74_offer "2400 4800 9600 14400 19200" "$word" && return ;;
     --port-map) _zarn74_offer "$(for n in {1..9}; do echo "COM$n="; done)" "$word" && return ;;
     --port)
@@ -48,12 +60,20 @@ _zarn74ctl() {
     esac
     case $word in
     -*)
-        local options="--port --baud --port-map --quick --slow --json --quiet --trace --help --version"
+        local options="--port --baud --port-map --quick --slow --json --quiet --trace --no-history --history --help
+            --version"
         [[ -z $demo ]] || options+=" --image --hid"
         case $command in
         read | dump) options+=" -o" ;;
         write | default) options+=" --all --dry-run --no-verify" ;;
         test-eeprom) options+=" --yes" ;;
+        history)
+            case $verb in
+            settings | image) options+=" --before -o" ;;
+            prune) options+=" --before --yes" ;;
+            '') options+=" --since --until --label --action --outcome --limit --csv" ;;
+            esac
+            ;;
         esac
         _zarn74_offer "$options" "$word"
         ;;
@@ -61,6 +81,7 @@ _zarn74ctl() {
         case $command in
         '') _zarn74_offer "$commands ${demo:-demo}" "$word" ;;
         write | default | check | diff) _zarn74_files "$word" ;;
+        history) if [[ -z $verb ]]; then _zarn74_offer "$verbs" "$word"; else _zarn74_files "$word"; fi ;;
         esac
         ;;
     esac

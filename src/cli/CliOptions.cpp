@@ -3,22 +3,28 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <iterator>
+#include <optional>
+#include <string_view>
+#include <utility>
 
 #include "base/modText.h"
+#include "cli/CliTime.h"
 
 namespace {
 
 constexpr int highestRegister = 511;
 constexpr int highestValue = 255;
 constexpr int highestRate = 4'000'000;
+constexpr int highestLimit = 1'000'000'000;
 
 struct CommandRow {
     CliCommand Command;
     const char* Name;
     const char* Help;
 };
-constexpr std::array<CommandRow, 13> commands{{
+constexpr std::array<CommandRow, 14> commands{{
     {CliCommand::Ports, "ports", "List the ports: name, device file, description"},
     {CliCommand::Scan, "scan", "Find the reader, the port where it was last first, and say what was found"},
     {CliCommand::Info, "info", "Product, firmware version, firmware serial number, port"},
@@ -33,10 +39,21 @@ constexpr std::array<CommandRow, 13> commands{{
     {CliCommand::Set, "set", "Write one register and read it back"},
     {CliCommand::TestEeprom, "test-eeprom", "Test the reader's memory; destroys all settings"},
     {CliCommand::Monitor, "monitor", "Show what the reader types and every frame until interrupted"},
+    {CliCommand::History, "history",
+     "List what was done with readers, the newest first, and what is kept of it"},
 }};
 
 // An empty text (of a shell variable that is not set) is not the same as none.
 std::string NotEmpty(const std::string& text) { return text.empty() ? "must not be empty" : ""; }
+
+// An event's id, as far as it was typed.
+std::string IdOf(const std::string& text) {
+    std::string id = text;
+    for (char& c : id) c = c >= 'A' && c <= 'F' ? static_cast<char>(c - 'A' + 'a') : c;
+    if (id.empty() || id.find_first_not_of("0123456789abcdef-") != std::string::npos)
+        throw CLI::ValidationError("ID", "'" + text + "' is no event's id");
+    return id;
+}
 
 // The option or argument takes a number from 0 to `highest`.
 void AddNumber(CLI::App& app, const std::string& name, int& value, int lowest, int highest,
@@ -76,6 +93,11 @@ void AddGlobalOptions(CLI::App& app, CliOptions& options) {
     app.add_flag("--json", options.Json, "Print one JSON object, also on failure");
     app.add_flag("--quiet", options.Quiet, "Show only failures of the message log");
     app.add_flag("--trace", options.Trace, "Print every frame to standard error, one JSON object a line");
+    auto* const none = app.add_flag("--no-history", options.NoHistory, "Keep nothing in the history");
+    app.add_option("--history", options.HistoryFile, "Use this history; else the user's, and none for demo")
+        ->type_name("FILE")
+        ->check(NotEmpty)
+        ->excludes(none);
     app.footer(
         "Exit status: 0 done, 1 failed, 2 wrong usage, 3 no reader,\n"
         "4 settings differ or were not kept, 130 interrupted.\n"
@@ -87,6 +109,99 @@ void AddWriteFlags(CLI::App& command, CliOptions& options) {
     auto* const dry =
         command.add_flag("--dry-run", options.DryRun, "Show what would be written; write nothing");
     command.add_flag("--no-verify", options.NoVerify, "Do not read back what was written")->excludes(dry);
+}
+
+// The option takes a local date, or a date and a time; `take` is given the span that this names.
+void AddTime(CLI::App& app, const char* name, std::function<void(const TimeSpan&)> take, const char* help) {
+    app.add_option_function<std::string>(
+           name,
+           [name, take = std::move(take)](const std::string& text) {
+               const auto span = CliTime::SpanOf(text);
+               if (!span)
+                   throw CLI::ValidationError(name,
+                                              "'" + text + "' is no date as 2026-03-31 or 2026-03-31T14:05");
+               take(*span);
+           },
+           help)
+        ->type_name("DATE");
+}
+
+// The option takes one of the words that `find` knows.
+template <class Kind>
+void AddWord(CLI::App& app, const char* name, std::optional<Kind>& value,
+             std::optional<Kind> (*find)(std::string_view), const char* help) {
+    app.add_option_function<std::string>(
+           name,
+           [name, find, &value](const std::string& text) {
+               value = find(text);
+               if (!value) throw CLI::ValidationError(name, "'" + text + "' is not known");
+           },
+           help)
+        ->type_name("WORD");
+}
+
+struct VerbRow {
+    HistoryVerb Verb;
+    const char* Name;
+    const char* Help;
+};
+constexpr std::array<VerbRow, 6> verbs{{
+    {HistoryVerb::Show, "show", "All that is kept of one event but the settings"},
+    {HistoryVerb::Settings, "settings", "What the reader held, as a settings file"},
+    {HistoryVerb::Image, "image", "The 512 bytes of the reader's memory"},
+    {HistoryVerb::Diff, "diff", "In what two events differ, or an event and a file; with one, its two sides"},
+    {HistoryVerb::Label, "label", "Give the event's unit a name"},
+    {HistoryVerb::Prune, "prune", "Delete what is older"},
+}};
+
+void AddHistory(CLI::App& app, CliOptions& options) {
+    HistoryFilter& filter = options.Filter;
+    AddTime(
+        app, "--since", [&filter](const TimeSpan& span) { filter.Since = span.Begin; },
+        "Begun then or later");
+    AddTime(
+        app, "--until", [&filter](const TimeSpan& span) { filter.Until = span.End; }, "Begun then or before");
+    app.add_option("--label", filter.Label, "The label has this in it")->type_name("TEXT")->check(NotEmpty);
+    AddWord<HistoryAction>(app, "--action", filter.Action, ActionOf,
+                           "read, write, set, default, test, restore, check or station");
+    AddWord<HistoryOutcome>(
+        app, "--outcome", filter.Outcome, OutcomeOf,
+        "done, differs, not-proven, failed, cancelled, interrupted, begun or\nbegun-there");
+    AddNumber(app, "--limit", filter.Limit, 1, highestLimit, "No more than this many");
+    app.add_flag("--csv", options.Csv, "As comma-separated values");
+    app.require_subcommand(0, 1);
+    for (const VerbRow& row : verbs) {
+        CLI::App* verb = app.add_subcommand(row.Name, row.Help);
+        verb->fallthrough();
+        verb->callback([&options, &row] { options.Verb = row.Verb; });
+        if (row.Verb == HistoryVerb::Prune) {
+            AddTime(
+                *verb, "--before", [&options](const TimeSpan& span) { options.PruneTime = span.Begin; },
+                "What began before");
+            verb->get_option("--before")->required();
+            verb->add_flag("--yes", options.Yes, "Yes, delete it");
+            continue;
+        }
+        verb->add_option_function<std::string>(
+                "ID", [&options](const std::string& text) { options.Id = IdOf(text); },
+                "The event's id, or what it begins with")
+            ->required()
+            ->type_name("");
+        if (row.Verb == HistoryVerb::Settings || row.Verb == HistoryVerb::Image) {
+            verb->add_flag("--before", options.BeforeSide, "What it held before, not behind");
+            auto* const file = verb->add_option("-o", options.File, "Save to FILE; - prints");
+            file->type_name("FILE")->check(NotEmpty);
+            if (row.Verb == HistoryVerb::Image) file->required();
+        }
+        if (row.Verb == HistoryVerb::Diff)
+            verb->add_option("OTHER", options.Other, "A settings file, or the id of another event")
+                ->type_name("")
+                ->check(NotEmpty);
+        if (row.Verb == HistoryVerb::Label)
+            verb->add_option("TEXT", options.Label, "The name; empty takes it away")
+                ->required()
+                ->type_name("");
+    }
 }
 
 void AddCommands(CLI::App& app, CliOptions& options) {
@@ -114,6 +229,7 @@ void AddCommands(CLI::App& app, CliOptions& options) {
             case CliCommand::TestEeprom:
                 command->add_flag("--yes", options.Yes, "Yes, destroy all settings of the reader");
                 break;
+            case CliCommand::History: AddHistory(*command, options); break;
             default: break;
         }
         for (CLI::Option* option : command->get_options()) {
@@ -214,6 +330,10 @@ CliParsing ParseArguments(const std::vector<std::string>& arguments, CliOptions&
         if (options.Command == CliCommand::TestEeprom && !options.Yes)
             throw CLI::ValidationError("test-eeprom",
                                        "destroys all settings of the reader; --yes confirms that");
+        if (options.Verb == HistoryVerb::Prune && !options.Yes)
+            throw CLI::ValidationError("prune", "deletes for good; --yes confirms that");
+        if (options.Command == CliCommand::History && options.NoHistory)
+            throw CLI::ValidationError("--no-history", "leaves no history to ask");
         parsing.Run = true;
     } catch (const CLI::CallForHelp&) {
         parsing.Text = HelpText(app);

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
+
+#include "history/clsIHistory.h"
 
 /// Exit codes of the program.
 enum ExitCode : int {
@@ -27,8 +30,12 @@ enum class CliCommand {
     Get,
     Set,
     TestEeprom,
-    Monitor
+    Monitor,
+    History
 };
+
+/// What is asked of the history.
+enum class HistoryVerb { List, Show, Settings, Image, Diff, Label, Prune };
 
 /// The command's name as it is typed.
 const char* CommandName(CliCommand command);
@@ -54,6 +61,16 @@ struct CliOptions {
     bool Yes = false;       ///< destroying the settings is allowed
     int Register = 0;       ///< 0..511
     int Value = 0;          ///< 0..255
+
+    bool NoHistory = false;   ///< nothing is kept
+    std::string HistoryFile;  ///< empty: the user's own
+    HistoryVerb Verb = HistoryVerb::List;
+    HistoryFilter Filter;
+    bool Csv = false;
+    std::string Id;           ///< the beginning of an event's id, in lower case
+    bool BeforeSide = false;  ///< what the reader held before, not behind
+    std::string Label;
+    std::int64_t PruneTime = 0;  ///< ms since 1970, UTC
 };
 
 /// The outcome of reading the arguments: run the command, or say `Text` and end with `Exit`.

@@ -6,6 +6,7 @@
 #include "base/modText.h"
 #include "cli/CliJson.h"
 #include "cli/CliOptions.h"
+#include "cli/clsCliHistory.h"
 #include "cli/clsCliLog.h"
 #include "cli/clsCliRun.h"
 #include "cli/clsDemoPlatform.h"
@@ -61,6 +62,10 @@ int clsCli::Run(const std::vector<std::string>& arguments) {
     int baud = 0;
     std::vector<PortReason> reasons;
     const auto run = [&](clsICliPlatform& platform) {
+        if (options.Command == CliCommand::History) {
+            result = clsCliHistory(options, platform, log).Execute();
+            return;
+        }
         clsCliRun command(options, platform, m_out, m_err, log);
         m_run = &command;
         const clsScopeGuard leave([this] { m_run = nullptr; });

@@ -22,6 +22,7 @@ class clsTextReader final : public clsIFileReader {
 }  // namespace
 
 std::unique_ptr<clsIFileReader> clsCliFiles::OpenFile(const std::string& name) {
-    if (name == standard && m_input) return std::make_unique<clsTextReader>(*m_input);
+    if (const auto text = m_texts.find(name); text != m_texts.end())
+        return std::make_unique<clsTextReader>(text->second);
     return m_files.OpenFile(name);
 }

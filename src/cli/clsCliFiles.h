@@ -1,19 +1,22 @@
 #pragma once
 
+#include <map>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "base/clsIFiles.h"
 
-/// The machine's files, and under the name "-" what came in on standard input. Owned by the run of a command.
+/// The machine's files, and texts that stand for files: under the name "-" what came in on standard input.
+/// Owned by the run of a command.
 class clsCliFiles final : public clsIFiles {
   public:
     static constexpr const char* standard = "-";  ///< standard input, or standard output
 
     explicit clsCliFiles(clsIFiles& files) : m_files(files) {}
-    void SetInput(const std::string& text) { m_input = text; }
-    [[nodiscard]] bool HasInput() const { return m_input.has_value(); }
+    void SetInput(const std::string& text) { SetText(standard, text); }
+    [[nodiscard]] bool HasInput() const { return m_texts.contains(standard); }
+    /// From now on the file of that name is this.
+    void SetText(const std::string& name, const std::string& text) { m_texts[name] = text; }
 
     [[nodiscard]] std::unique_ptr<clsIFileReader> OpenFile(const std::string& name) override;
     bool ReplaceFile(const std::string& name, const std::string& content) override {
@@ -24,5 +27,5 @@ class clsCliFiles final : public clsIFiles {
 
   private:
     clsIFiles& m_files;
-    std::optional<std::string> m_input;
+    std::map<std::string, std::string> m_texts;
 };

@@ -18,6 +18,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr int lossNewsTime = 1000;           // ms
+constexpr int historyTime = 2000;            // ms; after 1000 a person is told
 constexpr char writeCommand = 'C';           // the letter of the frames that change a reader
 constexpr std::size_t inputLimit = 1048576;  // bytes; a settings file has about 2000
 
@@ -30,19 +31,6 @@ std::string HexTable(const std::array<std::uint8_t, registerCount>& image) {
         table += "\n";
     }
     return table;
-}
-
-// A line for each change, and one that counts them.
-std::string ChangeText(const std::vector<SettingChange>& changes) {
-    std::string text;
-    for (const SettingChange& change : changes) {
-        text += change.Item.Name() + " (" + change.Item.Registers() + "): " + change.Before + " -> " +
-                change.Wanted +
-                (TakesEffectAtNextStart(change.Item) ? " (takes effect at the next start)" : "") + "\n";
-    }
-    const std::string of = " of " + std::to_string(itemCount) + " settings ";
-    return text + (changes.empty() ? "none" : std::to_string(changes.size())) + of +
-           (changes.size() == 1 ? "differs" : "differ") + "\n";
 }
 
 // Decimal and hexadecimal.
@@ -80,6 +68,21 @@ bool Writes(CliCommand command) {
     }
 }
 
+// What the history calls it; nothing for what neither looks at a reader's settings nor changes them.
+std::optional<HistoryAction> ActionOf(const CliOptions& options) {
+    switch (options.Command) {
+        case CliCommand::Read:
+        case CliCommand::Dump: return HistoryAction::Read;
+        case CliCommand::Write: return options.DryRun ? HistoryAction::Check : HistoryAction::Write;
+        case CliCommand::Default: return options.DryRun ? HistoryAction::Check : HistoryAction::Default;
+        case CliCommand::Check:
+        case CliCommand::Diff: return HistoryAction::Check;
+        case CliCommand::Set: return HistoryAction::Set;
+        case CliCommand::TestEeprom: return HistoryAction::Test;
+        default: return std::nullopt;
+    }
+}
+
 // Whether ports may come and go before the command ends.
 bool TakesTime(CliCommand command) {
     switch (command) {
@@ -95,6 +98,18 @@ bool TakesTime(CliCommand command) {
 }
 
 }  // namespace
+
+std::string ChangeText(const std::vector<SettingChange>& changes) {
+    std::string text;
+    for (const SettingChange& change : changes) {
+        text += change.Item.Name() + " (" + change.Item.Registers() + "): " + change.Before + " -> " +
+                change.Wanted +
+                (TakesEffectAtNextStart(change.Item) ? " (takes effect at the next start)" : "") + "\n";
+    }
+    const std::string of = " of " + std::to_string(itemCount) + " settings ";
+    return text + (changes.empty() ? "none" : std::to_string(changes.size())) + of +
+           (changes.size() == 1 ? "differs" : "differ") + "\n";
+}
 
 clsCliRun::clsCliRun(const CliOptions& options, clsICliPlatform& platform, clsITextOutput& out,
                      clsITextOutput& err, clsCliLog& log)
@@ -112,6 +127,7 @@ clsCliRun::clsCliRun(const CliOptions& options, clsICliPlatform& platform, clsIT
       m_flows(platform.Host(), m_comm, m_settings, m_messages, m_settingsFile, log) {
     m_flows.SetQuickRead(!options.Slow);
     m_flows.SetOnlyChanged(!options.All);
+    KeepHistory();
     m_onPort = m_comm.OnPort.Connect([this](std::string&, const std::string& name) {
         if (name == modOrvHID::BareName(m_port)) m_lossTold = true;
     });
@@ -129,6 +145,14 @@ clsCliRun::~clsCliRun() {
     m_comm.SetPortOpen(false);
 }
 
+// A file that was named holds whatever the user's switch says.
+void clsCliRun::KeepHistory() {
+    if (m_options.NoHistory || !ActionOf(m_options)) return;
+    const bool off = m_store.GetSetting("History", "Keep", "1") == "0";
+    if (!off || !m_options.HistoryFile.empty()) m_history = m_platform.History(m_options.HistoryFile);
+    m_flows.KeepHistory(m_history);
+}
+
 void clsCliRun::Stop() {
     m_stopped = true;
     m_comm.CancelCommand();
@@ -136,6 +160,7 @@ void clsCliRun::Stop() {
 
 CliResult clsCliRun::Execute() {
     CliResult result = ExecuteCommand();
+    m_flows.EndEvent(/*cancelled=*/result.Exit == ExitInterrupted);
     if (!m_port.empty() && !m_stopped && !m_comm.PortOpen()) AwaitLossNews();
     if (result.Exit == ExitInterrupted && Writes(m_options.Command)) {
         m_log.Say(m_proving ? "interrupted; written, not proven"
@@ -143,6 +168,9 @@ CliResult clsCliRun::Execute() {
                             : "interrupted; nothing was written");
     }
     m_comm.AwaitReplies();  // a second Ctrl-C ends it
+    // Another program may have the history for itself.
+    if (m_history != nullptr)
+        clsWait(m_platform.Host(), historyTime).Until([this] { return m_history->Settled(); });
     return result;
 }
 
@@ -166,6 +194,7 @@ CliResult clsCliRun::ExecuteCommand() {
         case CliCommand::Set: return Set();
         case CliCommand::TestEeprom: return TestEeprom();
         case CliCommand::Monitor: return Monitor();
+        case CliCommand::History:  // asks no reader: clsCliHistory
         case CliCommand::None: break;
     }
     return {};
@@ -199,8 +228,16 @@ std::string clsCliRun::PortName() {
     return name;
 }
 
-// Finds the reader, or opens the port that was named. The port is open when it is ExitDone.
+// Finds the reader, or opens the port that was named. The port is open when it is ExitDone, and the command
+// is one event of the history from there on.
 int clsCliRun::Connect() {
+    const int exit = Reach();
+    const auto action = ActionOf(m_options);
+    if (exit == ExitDone && action) m_flows.BeginEvent(*action);
+    return exit;
+}
+
+int clsCliRun::Reach() {
     std::string name;
     const std::string typed = modText::FromUtf8(m_options.Port);
     if (!typed.empty()) {
@@ -456,9 +493,8 @@ CliResult clsCliRun::Dump() {
     if (!file.empty() && !m_files.MayReplace(file)) return failed();
     result.Exit = Connect();
     if (result.Exit != ExitDone) return result;
-    std::array<std::uint8_t, registerCount> image{};
-    m_messages.ShowMsg("Dump...");
-    result.Exit = ExitOf(Logged("Dump", m_comm.Dump(image)));
+    modZarn74::Image image{};
+    result.Exit = ExitOf(m_flows.Dump(image));
     if (result.Exit != ExitDone) return result;
     const std::string bytes(image.begin(), image.end());
     if (m_options.File.empty()) {
@@ -489,25 +525,17 @@ CliResult clsCliRun::Get() {
     return result.Exit == ExitDone ? RegisterResult(value) : result;
 }
 
-// A reader's "accepted" is taken at its word nowhere: what stands in the register is what is shown.
 CliResult clsCliRun::Set() {
     CliResult result;
     result.Exit = Connect();
     if (result.Exit != ExitDone) return result;
     const auto wanted = static_cast<std::uint8_t>(m_options.Value);
-    std::uint8_t value = 0;
-    m_messages.ShowMsg("SetRegister...");
-    bool done = m_comm.SetRegister(m_options.Register, wanted) && !m_stopped;
-    if (done) {
-        done = m_comm.GetRegister(m_options.Register, value);
-        if (done && value != wanted) {
-            m_log.Say("register " + BothWays(m_options.Register, 3) + " reads " + BothWays(value, 2) +
-                      " after " + BothWays(wanted, 2) + " was written");
-            done = false;
-        }
-    }
-    result.Exit = ExitOf(Logged("SetRegister", done));
-    return result.Exit == ExitDone ? RegisterResult(value) : result;
+    const auto differs = [&](std::uint8_t found) {
+        m_log.Say("register " + BothWays(m_options.Register, 3) + " reads " + BothWays(found, 2) + " after " +
+                  BothWays(wanted, 2) + " was written");
+    };
+    result.Exit = ExitOf(m_flows.SetRegister(m_options.Register, wanted, differs));
+    return result.Exit == ExitDone ? RegisterResult(wanted) : result;
 }
 
 CliResult clsCliRun::TestEeprom() {

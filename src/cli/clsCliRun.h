@@ -24,6 +24,9 @@ struct CliResult {
     nlohmann::ordered_json Json;
 };
 
+/// A line for each change, and one that counts them.
+std::string ChangeText(const std::vector<SettingChange>& changes);
+
 /// One run of one command: the comm control and the flows on a machine's parts. Owned by clsCli while the
 /// command runs. Stop may be called from any handler inside it.
 class clsCliRun {
@@ -75,6 +78,8 @@ class clsCliRun {
     CliResult Monitor();
 
     int Connect();
+    int Reach();
+    void KeepHistory();
     bool TakeInput();
     int CheckFile(const std::string& file, FileRole role);
     int LayFile(const std::string& file, FileRole role, LaidFile& laid);
@@ -109,6 +114,7 @@ class clsCliRun {
 
     SearchStore m_store;
     clsCliFiles m_files;
+    clsIHistory* m_history = nullptr;
     ucCOMM m_comm;
     modZarn74 m_settings;
     clsMessageLog m_messages;

@@ -33,6 +33,9 @@ class clsDemoPlatform final : public clsICliPlatform {
     std::optional<std::string> ReadInput(std::size_t limit, std::string& error) override {
         return m_real.ReadInput(limit, error);
     }
+    clsIHistory* History(const std::string& file) override {
+        return file.empty() ? nullptr : m_real.History(file);
+    }
     std::string DefaultFile() override { return m_real.DefaultFile(); }
 
   private:

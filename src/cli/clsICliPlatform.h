@@ -9,6 +9,7 @@
 #include "base/clsIHost.h"
 #include "base/clsISettingsStore.h"
 #include "comm/CommDevices.h"
+#include "history/clsIHistory.h"
 #include "ports/clsIPortDirectory.h"
 #include "ports/clsISerialControl.h"
 
@@ -34,6 +35,8 @@ class clsICliPlatform {
     /// All of standard input, of which there may be `limit` bytes. Nothing when it cannot be had, with the
     /// reason in `error`, or without one after Ctrl-C. Runs the host's loop until its end.
     virtual std::optional<std::string> ReadInput(std::size_t limit, std::string& error) = 0;
+    /// The history in that file, the user's own when the name is empty. Null where none is kept.
+    virtual clsIHistory* History(const std::string& file) = 0;
     /// The file of defaults: where it is, or where it should be.
     virtual std::string DefaultFile() = 0;
 };

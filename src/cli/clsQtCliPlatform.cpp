@@ -10,7 +10,10 @@
 #include <utility>
 
 #include "base/clsWait.h"
+#include "base/modText.h"
 #include "system/ProgramFiles.h"
+
+static constexpr int mostDays = 100'000;
 
 clsQtCliPlatform::clsQtCliPlatform(int& argc, char** argv, std::function<void()> stop,
                                    std::function<void()> outputClosed)
@@ -97,6 +100,14 @@ std::string clsQtCliPlatform::AddDevice(const std::string& path) {
     if (!bare || access(path.c_str(), F_OK) == 0) return PortList().AddDevice(path);
     const std::string device = "/dev/" + path;
     return access(device.c_str(), F_OK) == 0 ? PortList().AddDevice(device) : std::string();
+}
+
+clsIHistory* clsQtCliPlatform::History(const std::string& file) {
+    HistoryPlace place{file.empty() ? ProgramFiles::HistoryFile() : file, /*Own=*/file.empty()};
+    const auto days = modText::WholeNumber(Store().GetSetting("History", "Days", ""), mostDays);
+    place.Days = days.value_or(place.Days);
+    if (!m_history) m_history.emplace(Host(), std::move(place), "zarn74ctl");
+    return &*m_history;
 }
 
 std::string clsQtCliPlatform::DefaultFile() { return ProgramFiles::DefaultFile(); }

@@ -9,6 +9,7 @@
 #include "qt/clsQtHost.h"
 #include "qt/clsQtSerialControl.h"
 #include "qt/clsQtStore.h"
+#include "qt/clsSqlHistory.h"
 #include "system/clsDeviceNotices.h"
 #include "system/clsHidReaders.h"
 #include "system/clsPortList.h"
@@ -31,6 +32,7 @@ class clsQtCliPlatform final : public clsICliPlatform {
     std::string SetPortMap(const std::vector<std::string>& entries) override;
     std::string AddDevice(const std::string& path) override;
     std::optional<std::string> ReadInput(std::size_t limit, std::string& error) override;
+    clsIHistory* History(const std::string& file) override;
     std::string DefaultFile() override;
 
   private:
@@ -53,4 +55,5 @@ class clsQtCliPlatform final : public clsICliPlatform {
     std::optional<clsHidReaders> m_readers;
     std::optional<clsDeviceNotices> m_notices;
     clsConnection m_outputWatch;
+    std::optional<clsSqlHistory> m_history;
 };

@@ -170,6 +170,7 @@ clsReaderFlows::clsReaderFlows(clsIHost& host, ucCOMM& comm, modZarn74& settings
 }
 
 clsReaderFlows::~clsReaderFlows() {
+    KeepHistory(nullptr);
     m_settings.Attach(m_comm, /*log=*/nullptr);
     m_settings.ShowStep = {};
     m_settings.TellRead = {};
@@ -539,6 +540,8 @@ FlowResult clsReaderFlows::SetRegister(int number, std::uint8_t wanted,
 // -- the history --------------------------------------------------------------------------------------------
 
 void clsReaderFlows::KeepHistory(clsIHistory* history) {
+    if (m_history != nullptr) m_history->ShowNotice = {};
+    m_history = history;
     m_recorder.SetHistory(history);
     if (history != nullptr)
         history->ShowNotice = [this](const std::string& text) { m_view.ShowNotice(text); };

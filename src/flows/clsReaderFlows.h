@@ -212,6 +212,7 @@ class clsReaderFlows {
     clsEepromTest m_test;
     clsHostTimer m_timerAutoRead;
     clsHistoryRecorder m_recorder;
+    clsIHistory* m_history = nullptr;
 
     ZarnInfo m_record;
     InfoPanel m_panel;

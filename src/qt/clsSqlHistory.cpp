@@ -78,7 +78,6 @@ clsSqlHistory::clsSqlHistory(clsIHost& host, HistoryPlace place, const char* pro
       m_place(std::move(place)),
       m_program(program),
       m_machine(QSysInfo::machineHostName().toStdString()),
-      m_run(ProgramRun::Current()),
       m_connection(QUuid::createUuid().toString()),
       m_again(host, againTime, [this] { WriteWaiting(Locks::Report); }) {}
 
@@ -90,6 +89,7 @@ clsSqlHistory::~clsSqlHistory() {
 // -- events -------------------------------------------------------------------------------------------------
 
 HistoryEvent clsSqlHistory::NewEvent(HistoryAction action) {
+    if (m_run.Process == 0) m_run = ProgramRun::Current();
     HistoryEvent event;
     event.Id = QUuid::createUuid().toString(QUuid::WithoutBraces).toStdString();
     event.Begun = QDateTime::currentMSecsSinceEpoch();

@@ -87,7 +87,7 @@ class clsSqlHistory final : public clsIHistory {
     HistoryPlace m_place;
     std::string m_program;
     std::string m_machine;
-    const ProgramRun m_run;
+    ProgramRun m_run;      // of this program, once it has begun an event
     QString m_connection;  // its name among Qt's
     QSqlDatabase m_database;
     bool m_open = false;

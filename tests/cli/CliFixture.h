@@ -13,6 +13,7 @@
 #include "sim/clsSimReader.h"
 #include "sim/clsSimSerialControl.h"
 #include "support/clsMemoryFiles.h"
+#include "support/clsMemoryHistory.h"
 #include "support/clsVirtualHost.h"
 
 using Texts = std::vector<std::string>;
@@ -77,6 +78,7 @@ struct clsCliWorld : testing::Test, clsICliPlatform {
         if (input.size() > limit) error = "there is no end to it";
         return error.empty() ? std::optional(input) : std::nullopt;
     }
+    clsIHistory* History(const std::string& file) override { return file == "none" ? nullptr : &history; }
     std::string DefaultFile() override { return "Default.ini"; }
 
     [[nodiscard]] long Sent(char command) const { return std::count(sent.begin(), sent.end(), command); }
@@ -101,6 +103,7 @@ struct clsCliWorld : testing::Test, clsICliPlatform {
     clsSimSerialControl serial{host};
     clsMemoryStore store;
     clsMemoryFiles files;
+    clsMemoryHistory history;
     clsMemoryOutput out;
     clsMemoryOutput err;
     clsCli cli{*this, out, err};

@@ -74,6 +74,13 @@ TEST_F(clsCliTest, EveryRunPrintsOneObjectOfTheSchema) {
         {"--port COM2 read", 3, "read", R"(/reasons/0/obstacle = "silent")"},
         {"ports", 0, "ports", R"(/result/2/reason/what = "in use by another program")"},
         {"nonsense", 2, nullptr, "/command = null"},
+        {"history", 0, "history", R"(/result/events/0/action = "test")"},
+        {"history show 6", 0, "history", R"(/result/event/changes/0/wanted = "Spanish")"},
+        {"history settings 6 --before", 0, "history", "/result/Language = 3"},
+        {"history image 2 -o image", 0, "history", "/result/registers/210 = 2"},
+        {"history diff 6", 4, "history", R"(/result/changes/0/setting = "Language")"},
+        {"history label 6 Unit", 0, "history", "/result/changed = 1"},
+        {"history prune --before 2026-01-01 --yes", 0, "history", "/result/changed = 0"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(Run(std::string("--json ") + row.line), row.exit) << row.line;

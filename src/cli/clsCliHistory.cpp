@@ -1,0 +1,340 @@
+#include "cli/clsCliHistory.h"
+
+#include <algorithm>
+#include <array>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <utility>
+
+#include "base/clsWait.h"
+#include "base/modText.h"
+#include "cli/CliJson.h"
+#include "cli/CliTime.h"
+#include "flows/FileDifferences.h"
+#include "flows/clsSettingsFile.h"
+#include "settings/ZarnRegisterMap.h"
+#include "settings/modByte.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr int lockTime = 2000;  // ms that another program may have the history for itself
+constexpr int askAgain = 20;    // ms
+constexpr std::size_t shortLength = 8;
+// Names that no file of the system has.
+constexpr const char* firstText = "\n1";
+constexpr const char* secondText = "\n2";
+
+std::string ShortId(const HistoryEvent& event) { return event.Id.substr(0, shortLength); }
+
+// Whatever a label or a file's name holds, it does not command a terminal.
+std::string OneLine(std::string utf8) {
+    for (char& c : utf8) c = (c >= 0 && c < ' ') || c == '\x7F' ? ' ' : c;
+    return utf8;
+}
+
+// As wide as it shows, for what is not written in wide characters.
+std::size_t Width(const std::string& utf8) {
+    return static_cast<std::size_t>(
+        std::count_if(utf8.begin(), utf8.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
+std::string Table(const std::vector<std::array<std::string, 8>>& rows) {
+    std::array<std::size_t, 8> widths{};
+    for (const auto& row : rows) {
+        for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], Width(row[i]));
+    }
+    std::string table;
+    for (const auto& row : rows) {
+        std::string line;
+        for (std::size_t i = 0; i < row.size(); ++i)
+            line += row[i] + std::string(widths[i] - Width(row[i]) + 2, ' ');
+        table += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
+    }
+    return table;
+}
+
+std::string ChangeCountText(const HistoryEvent& event) {
+    return std::to_string(event.ChangeCount) + (event.ChangeCount == 1 ? " change" : " changes");
+}
+
+Json TextOrNull(const std::string& utf8) { return utf8.empty() ? Json() : Json(utf8); }
+
+/// What is known of an event in one line; the keys of JSON, and the columns of a table.
+Json Summary(const HistoryEvent& event) {
+    return {{"id", event.Id},
+            {"revision", event.Revision},
+            {"begun", CliTime::Utc(event.Begun)},
+            {"ended", event.Ended == 0 ? Json() : Json(CliTime::Utc(event.Ended))},
+            {"action", WordOf(event.Action)},
+            {"outcome", WordOf(event.Outcome)},
+            {"reason", TextOrNull(event.Reason)},
+            {"label", TextOrNull(event.Label)},
+            {"port", TextOrNull(event.Port)},
+            {"adapter", TextOrNull(event.Adapter)},
+            {"adapterSerial", TextOrNull(event.AdapterSerial)},
+            {"baud", event.Baud == 0 ? Json() : Json(event.Baud)},
+            {"product", TextOrNull(event.Product)},
+            {"version", TextOrNull(event.Firmware)},
+            {"firmwareSerial", TextOrNull(event.FirmwareSerial)},
+            {"profile", TextOrNull(event.Profile)},
+            {"profileSha256", TextOrNull(event.ProfileDigest)},
+            {"changeCount", event.ChangeCount},
+            {"host", event.Host},
+            {"user", event.User},
+            {"program", event.Program},
+            {"programVersion", event.Version}};
+}
+
+// As RFC 4180 has it.
+std::string CsvField(const std::string& text) {
+    if (text.find_first_of("\",\r\n") == std::string::npos) return text;
+    std::string quoted = "\"";
+    for (const char c : text) quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
+    return quoted + "\"";
+}
+
+std::string Csv(const std::vector<HistoryEvent>& events) {
+    std::string text;
+    const Json columns = Summary(HistoryEvent());
+    for (const auto& column : columns.items()) text += (text.empty() ? "" : ",") + column.key();
+    text += "\r\n";
+    for (const HistoryEvent& event : events) {
+        std::string line;
+        const Json summary = Summary(event);
+        for (const auto& [key, value] : summary.items()) {
+            const std::string field = value.is_string() ? value.get<std::string>() : value.dump();
+            line += (key == "id" ? "" : ",") + (value.is_null() ? std::string() : CsvField(field));
+        }
+        text += line + "\r\n";
+    }
+    return text;
+}
+
+std::string LineOf(const char* name, const std::string& value) {
+    return value.empty() ? std::string() : std::string(name) + ": " + OneLine(value) + "\n";
+}
+
+std::string SideText(const HistorySide& side) {
+    if (side.Empty()) return "not read";
+    return std::string(side.Settings.empty() ? "" : "settings") +
+           (side.Settings.empty() || side.Image.empty() ? "" : ", ") + (side.Image.empty() ? "" : "image");
+}
+
+Json SideJson(const HistorySide& side) {
+    return {{"settings", side.Settings.empty() ? Json() : CliJson::Text(side.Settings)},
+            {"image", side.Image.empty() ? Json() : Json(modByte::StringToHexString(side.Image, ""))}};
+}
+
+Json ChangesJson(const std::vector<HistoryChange>& changes) {
+    Json json = Json::array();
+    for (const HistoryChange& change : changes)
+        json.push_back({{"setting", change.Setting},
+                        {"registers", change.Registers},
+                        {"before", change.Before},
+                        {"wanted", change.Wanted},
+                        {"after", change.Kept ? Json(change.After) : Json()},
+                        {"kept", change.Kept ? Json(*change.Kept) : Json()}});
+    return json;
+}
+
+// How the reader was left, or what was last known of it.
+const std::string& LastSettings(const HistoryEvent& event) {
+    return event.After.Settings.empty() ? event.Before.Settings : event.After.Settings;
+}
+
+}  // namespace
+
+clsCliHistory::clsCliHistory(const CliOptions& options, clsICliPlatform& platform, clsCliLog& log)
+    : m_options(options),
+      m_platform(platform),
+      m_log(log),
+      m_files(platform.Files()),
+      m_history(platform.History(options.HistoryFile)) {
+    if (m_history != nullptr) m_history->ShowNotice = [&log](const std::string& text) { log.Say(text); };
+}
+
+clsCliHistory::~clsCliHistory() {
+    if (m_history != nullptr) m_history->ShowNotice = {};
+}
+
+// What is still locked then failed.
+template <class Ask>
+auto clsCliHistory::Patiently(Ask ask) -> decltype(ask()) {
+    auto answer = ask();
+    using State = decltype(answer.Result);
+    clsWait wait(m_platform.Host(), lockTime);
+    wait.SetLongestTurn(askAgain);
+    wait.Until([&] {
+        if (answer.Result == State::Busy && wait.Waited() > 0) answer = ask();
+        return answer.Result != State::Busy;
+    });
+    if (answer.Result != State::Done) {
+        const bool busy = answer.Result == State::Busy;
+        m_log.Say("the history cannot be used: " + (busy
+                                                        ? std::string("another program keeps its file locked")
+                                                        : modText::FromUtf8(answer.Error)));
+    }
+    return answer;
+}
+
+CliResult clsCliHistory::Execute() {
+    if (m_history == nullptr) {
+        m_log.Say("a simulated reader has no history unless --history names a file");
+        return {};
+    }
+    if (m_options.Verb == HistoryVerb::List) return List();
+    if (m_options.Verb == HistoryVerb::Prune) return Prune();
+    const auto event = Find(m_options.Id);
+    if (!event) return {};
+    switch (m_options.Verb) {
+        case HistoryVerb::Show: return Show(*event);
+        case HistoryVerb::Settings: return Settings(*event);
+        case HistoryVerb::Image: return Image(*event);
+        case HistoryVerb::Diff: return Diff(*event);
+        case HistoryVerb::Label: return Label(*event);
+        case HistoryVerb::List:
+        case HistoryVerb::Prune: break;
+    }
+    return {};
+}
+
+std::optional<HistoryEvent> clsCliHistory::Find(const std::string& idBegins) {
+    const auto found = Patiently([&] { return m_history->Find(idBegins); });
+    if (found.Result != clsIHistory::Events::State::Done) return std::nullopt;
+    if (found.Value.size() == 1) return found.Value.front();
+    std::string text = idBegins + (found.Value.empty() ? ": there is no such event" : " may be any of");
+    for (const HistoryEvent& event : found.Value) text += " " + event.Id;
+    m_log.Say(text);
+    return std::nullopt;
+}
+
+CliResult clsCliHistory::List() {
+    const auto found = Patiently([&] { return m_history->List(m_options.Filter); });
+    if (found.Result != clsIHistory::Events::State::Done) return {};
+    CliResult result{ExitDone, {}, {{"events", Json::array()}}};
+    std::vector<std::array<std::string, 8>> rows;
+    for (const HistoryEvent& event : found.Value) {
+        result.Json["events"].push_back(Summary(event));
+        rows.push_back({ShortId(event), CliTime::Local(event.Begun), WordOf(event.Action),
+                        WordOf(event.Outcome), OneLine(event.Label), event.Port, OneLine(event.Firmware),
+                        ChangeCountText(event)});
+    }
+    result.Text = m_options.Csv ? Csv(found.Value) : Table(rows);
+    return result;
+}
+
+CliResult clsCliHistory::Show(const HistoryEvent& event) const {
+    CliResult result{ExitDone, {}, {{"event", Summary(event)}}};
+    Json& json = result.Json["event"];
+    json["before"] = SideJson(event.Before);
+    json["after"] = SideJson(event.After);
+    json["changes"] = ChangesJson(event.Changes);
+    json["lines"] = modText::Split(event.Lines, '\n');
+    const std::string program =
+        event.Program + " " + event.Version + " of " + event.User + " on " + event.Host;
+    std::string port = event.Port + (event.Baud == 0 ? "" : ", " + std::to_string(event.Baud) + " baud");
+    if (!event.Adapter.empty()) port += " with " + event.Adapter + " " + event.AdapterSerial;
+    result.Text = LineOf("Event", event.Id) + LineOf("Begun", CliTime::Local(event.Begun)) +
+                  LineOf("Ended", event.Ended == 0 ? "" : CliTime::Local(event.Ended)) +
+                  LineOf("Action", WordOf(event.Action)) + LineOf("Outcome", WordOf(event.Outcome)) +
+                  LineOf("Reason", event.Reason) + LineOf("Label", event.Label) + LineOf("Port", port) +
+                  LineOf("Product Name", event.Product) + LineOf("Firmware Version", event.Firmware) +
+                  LineOf("Firmware Serial Number", event.FirmwareSerial) + LineOf("File", event.Profile) +
+                  LineOf("SHA-256 of the file", event.ProfileDigest) + LineOf("By", program) +
+                  LineOf("Before", SideText(event.Before)) + LineOf("After", SideText(event.After));
+    for (const HistoryChange& change : event.Changes) {
+        std::string text = change.Before + " -> " + change.Wanted;
+        if (change.Kept == false) text += ", there was " + change.After;
+        result.Text += LineOf((change.Setting + " (" + change.Registers + ")").c_str(), text);
+    }
+    for (const std::string& line : modText::Split(event.Lines, '\n')) result.Text += OneLine(line) + "\n";
+    return result;
+}
+
+// When the part was not read.
+bool clsCliHistory::Refused(const std::string& part, const HistoryEvent& event, const char* what) {
+    if (!part.empty()) return false;
+    m_log.Say("event " + ShortId(event) + " holds no " + what +
+              (m_options.BeforeSide ? " from before it" : " from behind it"));
+    return true;
+}
+
+// To the file, or else to standard output.
+bool clsCliHistory::Save(CliResult& result, const std::string& content) {
+    if (m_options.File.empty() || m_options.File == clsCliFiles::standard) {
+        result.Text = content;
+    } else if (!m_files.ReplaceFile(m_options.File, content)) {
+        m_log.Say(modText::FromUtf8(m_options.File + ": " + m_files.LastError()));
+        return false;
+    }
+    result.Exit = ExitDone;
+    return true;
+}
+
+CliResult clsCliHistory::Settings(const HistoryEvent& event) {
+    CliResult result;
+    const std::string& text = (m_options.BeforeSide ? event.Before : event.After).Settings;
+    if (Refused(text, event, "settings") || !Save(result, text)) return result;
+    ZarnInfo record;
+    clsSettingsParser parser(record);
+    parser.Feed(text);
+    parser.End();
+    result.Json = CliJson::Settings(record);
+    return result;
+}
+
+CliResult clsCliHistory::Image(const HistoryEvent& event) {
+    CliResult result;
+    const std::string& image = (m_options.BeforeSide ? event.Before : event.After).Image;
+    if (Refused(image, event, "image") || !Save(result, image)) return result;
+    const std::vector<std::uint8_t> registers(image.begin(), image.end());
+    result.Json = {{"registers", registers}};
+    return result;
+}
+
+CliResult clsCliHistory::Diff(const HistoryEvent& event) {
+    std::string first = LastSettings(event);
+    std::string second = event.After.Settings;
+    clsSettingsFile settings(m_files);
+    const bool file = !m_options.Other.empty() && m_platform.Files().OpenFile(m_options.Other) != nullptr;
+    if (file) {
+        ZarnInfo looked;
+        const auto content = settings.OpenInfoFile(m_options.Other, looked);
+        if (!content || !content->KnownKey) {
+            m_log.Say(modText::FromUtf8(m_options.Other) + ": no settings found in this file");
+            return {};
+        }
+    } else if (!m_options.Other.empty()) {
+        const auto other = Find(m_options.Other);
+        if (!other) return {};
+        second = LastSettings(*other);
+        if (Refused(second, *other, "settings")) return {};
+    } else {
+        first = event.Before.Settings;
+    }
+    if (Refused(first, event, "settings") || (!file && Refused(second, event, "settings"))) return {};
+    m_files.SetText(firstText, first);
+    m_files.SetText(secondText, second);
+    std::vector<SettingChange> changes;
+    for (SettingDifference& found :
+         FileDifferences(settings, firstText, file ? m_options.Other : std::string(secondText)))
+        changes.push_back({found.Item, std::move(found.A), std::move(found.B), {}, {}});
+    CliResult result{changes.empty() ? ExitDone : ExitDiffers, ChangeText(changes), {}};
+    result.Json = {{"changes", CliJson::Changes(changes)}};
+    return result;
+}
+
+CliResult clsCliHistory::Label(const HistoryEvent& event) {
+    const auto count = Patiently([&] { return m_history->SetLabel(event.Id, m_options.Label); });
+    CliResult result{count.Value == 1 ? ExitDone : ExitFailed, {}, {{"changed", count.Value}}};
+    return result;
+}
+
+CliResult clsCliHistory::Prune() {
+    const auto count = Patiently([&] { return m_history->Prune(m_options.PruneTime); });
+    if (count.Result != clsIHistory::Count::State::Done) return {};
+    const std::string deleted = std::to_string(count.Value) + (count.Value == 1 ? " event" : " events");
+    return {ExitDone, deleted + " deleted\n", {{"changed", count.Value}}};
+}

@@ -1,0 +1,152 @@
+#include <stdlib.h>
+#include <time.h>
+
+#include "CliFixture.h"
+#include "cli/CliOptions.h"
+
+namespace {
+
+struct CliHistory : clsCliTest {
+    CliHistory() {
+        setenv("TZ", "XST-2", /*overwrite=*/1);  // two hours ahead of UTC
+        tzset();
+        files.Contents["file"] = "[General]\r\nLanguage=3\r\n";
+        files.Contents["other"] = "[General]\r\nLanguage=4\r\n";
+    }
+    /// Action, outcome and number of changes of everything kept, oldest first.
+    [[nodiscard]] std::string Kept() const {
+        std::string text;
+        for (const HistoryEvent& event : history.Rows)
+            text += std::string(text.empty() ? "" : ", ") + WordOf(event.Action) + " " +
+                    WordOf(event.Outcome) + " " + std::to_string(event.ChangeCount);
+        return text;
+    }
+};
+
+TEST_F(CliHistory, ACommandThatLooksAtAReaderOrChangesItIsOneEvent) {
+    const struct {
+        const char* Line;
+        const char* Kept;
+    } rows[] = {
+        {"read", "read done 0"},
+        {"dump", "read done 0"},
+        {"read -o file", "read done 0"},
+        {"check file", "check differs 1"},
+        {"diff file", "check differs 1"},
+        {"write file --dry-run", "check differs 1"},
+        {"write file", "write done 1"},
+        {"write file --all --no-verify", "write done 1"},
+        {"default file", "default done 1"},
+        {"set 5 7", "set done 1"},
+        {"test-eeprom --yes", "test done 0"},
+        {"get 5", ""},
+        {"ports", ""},
+        {"scan", ""},
+        {"info", ""},
+        {"diff file other", ""},
+        {"write missing", ""},
+        {"--port COM2 read", ""},
+        {"--no-history read", ""},
+        {"demo read", ""},
+        {"demo --history own read", "read done 0"},
+        {"--history none read", ""},
+    };
+    const auto registers = reader.Registers;
+    for (const auto& row : rows) {
+        reader.Registers = registers;
+        files.Contents["file"] =
+            "[General]\r\nLanguage=3\r\nConvert(1)=+[1K ],04A1B2C3,Front door\r\n"
+            "Convert(2)=+[4K ],5E11907D,Workshop 2\r\nConvert(3)=+[UL ],04526AF13B2C80,"
+            "Visitor 0017\r\nConvert(4)=+[DSF],047C330AD56190,Canteen account\r\n"
+            "Convert(5)=+[EM ],2B008E41F6,Night shift gate\r\n";
+        history.Rows.clear();
+        Run(row.Line);
+        EXPECT_EQ(Kept(), row.Kept) << row.Line;
+    }
+    store.SaveSetting("History", "Keep", "0");
+    history.Rows.clear();
+    Run("read");
+    EXPECT_EQ(Kept(), "") << "switched off";
+    Run("--history own read");
+    EXPECT_EQ(Kept(), "read done 0");
+}
+
+TEST_F(CliHistory, WhatDidNotComeToItsEndSaysHow) {
+    SimFaultRule dropped{SimFault::DroppedWrite, 'C', 210};
+    reader.AddFault(dropped);
+    EXPECT_EQ(Run("write file"), ExitDiffers);
+    EXPECT_EQ(Run("set 210 5"), ExitFailed);
+    reader.ClearFaults();
+    reader.AddFault({SimFault::NoAnswer, 'B', 208});
+    host.StartTimer(200, [this] { cli.Stop(); });
+    EXPECT_EQ(Run("--port COM1 --baud 19200 --slow read"), ExitInterrupted);
+    EXPECT_EQ(Kept(), "write differs 6, set differs 1, read cancelled 0");
+}
+
+TEST_F(CliHistory, EventsAreListedShownComparedAndTakenOut) {
+    Run("read");
+    Run("write file");
+    Run("set 5 7");
+    history.Rows[0].Label = "17 \"\xF0\x9F\x98\x80\",\nx";
+    const HistoryEvent& read = history.Rows[0];
+    const struct {
+        const char* Line;
+        int Exit;
+        std::string Out;  ///< what it prints begins so
+        std::string Said;
+    } rows[] = {
+        {"history", 0, "30000000  2026-09-21 16:16:20  set    done             COM1             1 change\n",
+         ""},
+        {"history --action write", 0,
+         "20000000  2026-09-21 16:15:20  write  done    COM1  V1.02R007  6 changes\n", ""},
+        {"history --outcome not-proven", 0, "", ""},
+        {"history --since 2026-09-21T16:16 --csv", 0,
+         "id,revision,begun,ended,action,outcome,reason,label,port,adapter,adapterSerial,baud,product,"
+         "version,"
+         "firmwareSerial,profile,profileSha256,changeCount,host,user,program,programVersion\r\n"
+         "30000000-0000-4000-8000-000000000000,2,2026-09-21T14:16:20.000Z,",
+         ""},
+        {"history --until 2026-09-20", 0, "", ""},
+        {"history --until 2026-09-21 --limit 1", 0, "30000000", ""},
+        {"history --since 2026-02-30", 2, "",
+         "--since: '2026-02-30' is no date as 2026-03-31 or 2026-03-31T14:05 (zarn74ctl --help tells more)"},
+        {"history --action nothing", 2, "", "--action: 'nothing' is not known (zarn74ctl --help tells more)"},
+        {"history show 2", 0, "Event: 20000000-0000-4000-8000-000000000000\nBegun: 2026-09-21 16:15:20\n",
+         ""},
+        {"history show x", 2, "", "ID: 'x' is no event's id (zarn74ctl --help tells more)"},
+        {"history show 4", 1, "", "4: there is no such event"},
+        {"history settings 1", 0, read.After.Settings, ""},
+        {"history settings 1 --before", 1, "", "event 10000000 holds no settings from before it"},
+        {"history image 1 -o -", 0, read.After.Image, ""},
+        {"history image 3 -o -", 1, "", "event 30000000 holds no image from behind it"},
+        {"history diff 2", 4, "Language (210): Germany -> English(UK)\n", ""},
+        {"history diff 1 2", 4, "Language (210): Germany -> English(UK)\n", ""},
+        {"history diff 1 1", 0, "none of 43 settings differ\n", ""},
+        {"history diff 2 file", 4, "Baud rate (209): 19200 -> (not in the file)", ""},
+        {"history diff 1 3", 1, "", "event 30000000 holds no settings from behind it"},
+        {"history prune --before 2026-09-22", 2, "",
+         "prune: deletes for good; --yes confirms that (zarn74ctl --help tells more)"},
+        {"demo history", 1, "", "a simulated reader has no history unless --history names a file"},
+        {"--no-history history", 2, "",
+         "--no-history: leaves no history to ask (zarn74ctl --help tells more)"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(Run(row.Line), row.Exit) << row.Line;
+        EXPECT_EQ(out.Text.substr(0, row.Out.size()), row.Out) << row.Line;
+        EXPECT_EQ(out.Text.empty(), row.Out.empty()) << row.Line << out.Text;
+        EXPECT_EQ(Said(), row.Said) << row.Line;
+        EXPECT_EQ(sent, "") << row.Line;
+    }
+    Run("history --csv");
+    EXPECT_NE(out.Text.find(",done,,\"17 \"\"\xF0\x9F\x98\x80\"\",\nx\",COM1,"), std::string::npos);
+    EXPECT_EQ(Run("history settings 1 -o saved"), 0);
+    EXPECT_EQ(files.Contents["saved"], read.After.Settings);
+    EXPECT_EQ(Run("history label 2 Unit"), 0);
+    EXPECT_EQ(Run("history --label unit"), 0);
+    EXPECT_EQ(Lines(out.Text).size(), 1U);
+    EXPECT_EQ(Run("history prune --before 2026-09-21T16:16 --yes"), 0);
+    EXPECT_EQ(out.Text, "2 events deleted\n");
+    EXPECT_EQ(Kept(), "set done 1");
+}
+
+}  // namespace
