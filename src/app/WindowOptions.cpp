@@ -55,6 +55,11 @@ WindowParsing ParseArguments(std::vector<std::string> arguments, WindowOptions& 
         ->delimiter('x')
         ->type_name("WxH");
     app.add_flag("--dark", options.Dark, "Dark colours");
+    auto* const none = app.add_flag("--no-history", options.NoHistory, "Keep nothing in the history");
+    app.add_option("--history", options.HistoryFile, "Use this history; else the user's, and none for a demo")
+        ->type_name("FILE")
+        ->check(file)
+        ->excludes(none);
     app.add_option("FILE", options.File, "A settings file to open")->type_name("");
 
     std::reverse(arguments.begin(), arguments.end());

@@ -15,9 +15,11 @@ struct WindowOptions {
     std::string Page;        ///< caption of the page to turn to, without "&"
     int Width = 0;           ///< of the window, in pixels; 0: as it comes
     int Height = 0;
-    bool Describe = false;  ///< print what every control holds
-    bool Dark = false;      ///< dark colours whatever the desktop says
-    bool Bench = false;     ///< the word that shows the test of the reader's memory was among them
+    bool Describe = false;    ///< print what every control holds
+    bool NoHistory = false;   ///< nothing is kept
+    std::string HistoryFile;  ///< empty: the user's own, and none for a demo
+    bool Dark = false;        ///< dark colours whatever the desktop says
+    bool Bench = false;       ///< the word that shows the test of the reader's memory was among them
     /// The program looks at the demo's reader, tells and ends.
     [[nodiscard]] bool Batch() const { return Describe || !Screenshot.empty(); }
 };

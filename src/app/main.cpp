@@ -19,9 +19,12 @@
 #include "base/RunProgram.h"
 #include "base/clsMemoryStore.h"
 #include "base/clsScopeGuard.h"
+#include "base/clsWait.h"
+#include "history/HistorySettings.h"
 #include "qt/clsQtHost.h"
 #include "qt/clsQtSerialControl.h"
 #include "qt/clsQtStore.h"
+#include "qt/clsSqlHistory.h"
 #include "sim/SimImage.h"
 #include "system/ProgramFiles.h"
 #include "system/clsDeviceNotices.h"
@@ -36,6 +39,7 @@ namespace {
 
 constexpr auto applicationName = "zarn74";
 constexpr int exitUsage = 2;
+constexpr int historyTime = 2000;  // ms that another program may have it locked
 constexpr auto desktopEntry = "org.example.zarn74";
 
 int Say(const std::string& text, int status) {
@@ -122,6 +126,13 @@ int Tell(frmMain& window, const WindowOptions& options) {
     return done ? 0 : 1;
 }
 
+// A file that was named holds whatever the user's switch says; a demo has no other.
+bool KeepsHistory(const WindowOptions& options, clsISettingsStore& store) {
+    if (options.NoHistory) return false;
+    if (!options.HistoryFile.empty()) return true;
+    return options.Demo == WindowOptions::DemoKind::None && HistorySettings::Keeps(store);
+}
+
 /// Shows the window until it is closed, on a simulated reader when there is a panel for one. The program's
 /// exit status.
 int Open(const WindowParts& parts, const WindowOptions& options, clsDemoPanel* panel) {
@@ -133,13 +144,24 @@ int Open(const WindowParts& parts, const WindowOptions& options, clsDemoPanel* p
         files.StartupToRead = startup.ToRead;
         files.StartupToWrite = startup.ToWrite;
     }
+    std::optional<clsSqlHistory> history;
     // While there is still a loop to wait in, and nobody left to be told: what the reader still sends is the
-    // next program's no more, and an adapter is put back.
-    const clsScopeGuard close([&parts] {
+    // next program's no more, an adapter is put back, and what another program kept from the history is in
+    // it.
+    const clsScopeGuard close([&parts, &history] {
         parts.Comm.AwaitReplies();
         parts.Comm.SetPortOpen(false);
+        if (history) clsWait(parts.Host, historyTime).Until([&history] { return history->Settled(); });
     });
     frmMain window(parts, files, options.Bench);
+    if (KeepsHistory(options, parts.Store)) {
+        const bool own = options.HistoryFile.empty();
+        history.emplace(parts.Host,
+                        HistoryPlace{own ? ProgramFiles::HistoryFile() : options.HistoryFile, own,
+                                     HistorySettings::Days(parts.Store)},
+                        applicationName);
+        window.Flows().KeepHistory(&*history);
+    }
     if (panel != nullptr) window.InsertPanel(panel);
     if (!options.Page.empty() && !TurnToPage(window, QString::fromLocal8Bit(options.Page.c_str())))
         return Say("there is no page " + options.Page + "\n", exitUsage);

@@ -204,7 +204,8 @@ void AddHistory(CLI::App& app, CliOptions& options) {
     }
 }
 
-void AddCommands(CLI::App& app, CliOptions& options) {
+// What the history understands is only made where it is `asked`: it takes longer than all else together.
+void AddCommands(CLI::App& app, CliOptions& options, bool asked) {
     for (const CommandRow& row : commands) {
         CLI::App* command = app.add_subcommand(row.Name, row.Help);
         command->fallthrough();
@@ -229,7 +230,9 @@ void AddCommands(CLI::App& app, CliOptions& options) {
             case CliCommand::TestEeprom:
                 command->add_flag("--yes", options.Yes, "Yes, destroy all settings of the reader");
                 break;
-            case CliCommand::History: AddHistory(*command, options); break;
+            case CliCommand::History:
+                if (asked) AddHistory(*command, options);
+                break;
             default: break;
         }
         for (CLI::Option* option : command->get_options()) {
@@ -312,14 +315,15 @@ const char* CommandName(CliCommand command) {
 CliParsing ParseArguments(const std::vector<std::string>& arguments, CliOptions& options) {
     CLI::App app("Configures a Zarn74 card reader.", "zarn74ctl");
     AddGlobalOptions(app, options);
-    AddCommands(app, options);
+    const bool asked = Typed(arguments, CommandName(CliCommand::History)) != arguments.end();
+    AddCommands(app, options, asked);
     CLI::App* const demo = app.add_subcommand("demo", "Run the command that follows on a simulated reader");
     demo->fallthrough();
     demo->add_option("--image", options.Image, "Its memory: a file of 512 bytes")
         ->type_name("FILE")
         ->check(NotEmpty);
     demo->add_flag("--hid", options.Hid, "The reader hangs on USB HID, behind an adapter");
-    AddCommands(*demo, options);
+    AddCommands(*demo, options, asked);
 
     CliParsing parsing;
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());

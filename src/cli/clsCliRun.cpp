@@ -12,6 +12,7 @@
 #include "cli/CliJson.h"
 #include "flows/FileDifferences.h"
 #include "hid/modOrvHID.h"
+#include "history/HistorySettings.h"
 
 namespace {
 
@@ -148,8 +149,8 @@ clsCliRun::~clsCliRun() {
 // A file that was named holds whatever the user's switch says.
 void clsCliRun::KeepHistory() {
     if (m_options.NoHistory || !ActionOf(m_options)) return;
-    const bool off = m_store.GetSetting("History", "Keep", "1") == "0";
-    if (!off || !m_options.HistoryFile.empty()) m_history = m_platform.History(m_options.HistoryFile);
+    if (HistorySettings::Keeps(m_store) || !m_options.HistoryFile.empty())
+        m_history = m_platform.History(m_options.HistoryFile);
     m_flows.KeepHistory(m_history);
 }
 

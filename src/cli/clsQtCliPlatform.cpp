@@ -10,10 +10,8 @@
 #include <utility>
 
 #include "base/clsWait.h"
-#include "base/modText.h"
+#include "history/HistorySettings.h"
 #include "system/ProgramFiles.h"
-
-static constexpr int mostDays = 100'000;
 
 clsQtCliPlatform::clsQtCliPlatform(int& argc, char** argv, std::function<void()> stop,
                                    std::function<void()> outputClosed)
@@ -103,10 +101,11 @@ std::string clsQtCliPlatform::AddDevice(const std::string& path) {
 }
 
 clsIHistory* clsQtCliPlatform::History(const std::string& file) {
-    HistoryPlace place{file.empty() ? ProgramFiles::HistoryFile() : file, /*Own=*/file.empty()};
-    const auto days = modText::WholeNumber(Store().GetSetting("History", "Days", ""), mostDays);
-    place.Days = days.value_or(place.Days);
-    if (!m_history) m_history.emplace(Host(), std::move(place), "zarn74ctl");
+    if (m_history) return &*m_history;
+    m_history.emplace(Host(),
+                      HistoryPlace{file.empty() ? ProgramFiles::HistoryFile() : file, /*Own=*/file.empty(),
+                                   HistorySettings::Days(Store())},
+                      "zarn74ctl");
     return &*m_history;
 }
 

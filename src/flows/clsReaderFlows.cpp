@@ -379,7 +379,7 @@ FlowResult clsReaderFlows::WriteDifferences(const ZarnInfo& wanted, const ZarnIn
     clsDoor door(*this, FlowKind::Reader);
     if (!door.Entered()) return FlowResult::Refused;
     door.Record(HistoryAction::Write);
-    m_recorder.SetWanted(wanted);
+    m_recorder.SetWanted(wanted, &picture);
     const bool written =
         SayErrors(wanted, {}) && !Cancelled() && Wrote(m_settings.SetDifferences(wanted, picture), wanted);
     m_log.ShowMsg(written ? WriteTexts::File.WriteOK : WriteTexts::File.WriteNG);

@@ -76,8 +76,10 @@ void clsHistoryRecorder::AddImage(const std::string& image) {
     if (m_event) Side().Image = image;
 }
 
-void clsHistoryRecorder::SetWanted(const ZarnInfo& record) {
-    if (m_event) m_wanted = record;
+void clsHistoryRecorder::SetWanted(const ZarnInfo& record, const ZarnInfo* before) {
+    if (!m_event) return;
+    m_wanted = record;
+    if (before != nullptr && !m_before) m_before = *before;
 }
 
 void clsHistoryRecorder::SetRegister(int number, int wanted, std::optional<int> found) {

@@ -42,8 +42,9 @@ class clsHistoryRecorder {
     /// Everything was read; `image` is the memory that it was taken from, 512 bytes, or empty.
     void AddReading(const ZarnInfo& record, const std::string& image);
     void AddImage(const std::string& image);
-    /// What the reader is to hold, for comparing or for writing.
-    void SetWanted(const ZarnInfo& record);
+    /// What the reader is to hold, for comparing or for writing. `before` is what it held as far as is known
+    /// without reading it now.
+    void SetWanted(const ZarnInfo& record, const ZarnInfo* before = nullptr);
     /// A register that is set by its number; `found` is what was read back.
     void SetRegister(int number, int wanted, std::optional<int> found);
     /// The next byte may change the reader.

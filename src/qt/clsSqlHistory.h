@@ -11,15 +11,17 @@
 
 #include "base/clsHostTimer.h"
 #include "base/clsIHost.h"
+#include "history/HistorySettings.h"
 #include "history/clsIHistory.h"
 #include "system/ProgramRun.h"
 
 /// Where a history is kept.
 struct HistoryPlace {
     std::string File;
-    bool Own =
-        true;  ///< the user's own file: its folder is closed to others, and it is a history whatever it holds
-    int Days = 1000;  ///< what is older is deleted when something new is kept; 0: nothing is
+    /// The user's own file: its folder is closed to others, and it is a history whatever it holds.
+    bool Own = true;
+    /// What is older is deleted when something new is kept; 0: nothing is.
+    int Days = HistorySettings::defaultDays;
 };
 
 /// The history in an SQLite file that several programs use at once. Built by main behind the application

@@ -8,7 +8,9 @@
 #include <QScreen>
 #include <algorithm>
 
+#include "base/clsScopeGuard.h"
 #include "flows/SettingsCheck.h"
+#include "history/HistoryEvent.h"
 #include "qt/QtText.h"
 #include "window/clsDifferenceList.h"
 #include "window/clsMark.h"
@@ -205,6 +207,11 @@ void clsReviewDialog::Write() {
     m_chosen = m_read;
     for (const DifferenceRow& row : m_list->Model().Rows())
         if (row.Ticked) row.Item.Copy(m_wanted, m_chosen);
+    // Writing and reading back are one event of the history.
+    const bool event = m_parts.Flows.BeginEvent(HistoryAction::Write);
+    const clsScopeGuard ended([this, event] {
+        if (event) m_parts.Flows.EndEvent(/*cancelled=*/false);
+    });
     Enter(State::Writing, tr("The settings are being written."));
     const FlowResult written =
         m_parts.Run(tr("Writing"), [this] { return m_parts.Flows.WriteDifferences(m_chosen, m_read); });

@@ -145,6 +145,18 @@ TEST(History, EveryFlowIsOneEventOfWhatWasSeen) {
              world.Edit();
          },
          "write differs 23 [si|si] not kept: Language"},
+        {"write of what was chosen",
+         [](Recording& world) {
+             ZarnInfo held;
+             world.module.GetZarnInfo(held, /*quick=*/true, modZarn74::Lines::Silent);
+             ZarnInfo chosen = held;
+             chosen.Language = 4;
+             world.flows.BeginEvent(HistoryAction::Write);
+             world.flows.WriteDifferences(chosen, held);
+             world.Prove();
+             world.flows.EndEvent(/*cancelled=*/false);
+         },
+         "write done 1 [|si]"},
         {"defaults", [](Recording& world) { world.flows.Initialize(file); }, "default done 18 [si|]"},
         {"register", [](Recording& world) { world.flows.SetRegister(5, 7, [](std::uint8_t) {}); },
          "set done 1 [|]"},

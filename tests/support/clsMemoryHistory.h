@@ -16,7 +16,7 @@ struct clsMemoryHistory final : clsIHistory {
     [[nodiscard]] HistoryEvent NewEvent(HistoryAction action) override {
         HistoryEvent event;
         event.Id = std::to_string(++m_count) + "0000000-0000-4000-8000-000000000000";
-        event.Begun = 1'790'000'000'000 + 60'000 * m_count;
+        event.Begun = 1'790'000'000'000 + std::int64_t{60'000} * m_count;
         event.Host = "bench";
         event.Action = action;
         return event;
