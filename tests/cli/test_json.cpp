@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "CliFixture.h"
+#include "flows/RecordText.h"
 
 namespace {
 
@@ -97,25 +98,11 @@ TEST_F(clsCliTest, EveryRunPrintsOneObjectOfTheSchema) {
     }
 }
 
-/// A settings file in which nothing is as in the reader's example.
-std::string AllOther() {
-    std::string text =
-        "[General]\r\nBaudrate=9600\r\nLanguage=3\r\nTagFrequency=0\r\nUsbInterface=0\r\nKeyboardOutput=0\r\n"
-        "BuzzerEnabled=0\r\nCardIDNumericSystem=1\r\nCardIDNumericSequence=1\r\nEMCardIDNumericSequence="
-        "255\r\n"
-        "Prefix=a\r\nPostfix=b\r\nOnRemove=c\r\nDelimiter=2\r\nDisplayCardType=0\r\nCardSNConvert=0\r\n"
-        "UseRightKeypad=1\r\nIDWithoutLeadingZeros=0\r\n";
-    for (int i = 1; i <= 10; ++i) {
-        const std::string index = "(" + std::to_string(i) + ")=";
-        text += "Filter_Start" + index + "2\r\nFilter_Length" + index + "4\r\n";
-    }
-    for (int i = 1; i <= 16; ++i)
-        text += "Convert(" + std::to_string(i) + ")=+[" + (i == 5 ? "1K " : "EM ") + "],00112233,row\r\n";
-    return text;
-}
-
 TEST_F(clsCliTest, WhateverHappensToTheWriteOfOneSettingTheProofTellsIt) {
-    files.Contents["file"] = AllOther();
+    Run("read");
+    ZarnInfo record;
+    clsSettingsParser(record).Feed(out.Text);
+    files.Contents["file"] = TextOf(AllOther(record));
     const auto registers = reader.Registers;
     Run("--json check file");
     const Json all = Json::parse(out.Text)["result"]["changes"];
