@@ -264,8 +264,9 @@ std::string ToUtf8(std::string_view text) {
 std::string DigitsText(std::int32_t start, std::int32_t length, int count) {
     const std::string of = " of " + std::to_string(count);
     if (length < 1) return "none" + of + " digits";
-    if (length == 1) return "digit " + std::to_string(start) + of;
-    return "digits " + std::to_string(start) + " to " + std::to_string(std::int64_t{start} + length - 1) + of;
+    const std::string first = std::to_string(start);
+    if (length == 1) return "digit " + first + of;
+    return "digits " + first + " to " + std::to_string(std::int64_t{start} + length - 1) + of;
 }
 
 double RoundHalfEven(double value) {

@@ -29,8 +29,8 @@ ZarnInfo OtherRecord() {
 // A file over two records of which no setting is alike: what it changes in either is named in it. One that
 // it names only in part (a filter's length) comes out in both as the rest of it was.
 struct OverBoth {
-    OverBoth(clsSettingsFile& files, const std::string& name) : One(Over(files, name, ZarnInfo())) {
-        Other = Over(files, name, OtherRecord());
+    OverBoth(clsSettingsFile& files, const std::string& name)
+        : One(Over(files, name, ZarnInfo())), Other(Over(files, name, OtherRecord())) {
         const ZarnInfo one = AsStored(ZarnInfo());
         const ZarnInfo other = AsStored(OtherRecord());
         for (std::size_t place = 0; place < itemCount; ++place) {
