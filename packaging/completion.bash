@@ -29,7 +29,7 @@ _zarn74() {
 _zarn74ctl() {
     local word=$2 before=$3 command='' demo='' i
     local commands='ports scan info read write default check diff dump get set test-eeprom monitor history'
-    local verbs='show settings image diff label prune' verb=''
+    local verbs='show settings image diff label prune export import' verb=''
     for ((i = 1; i < COMP_CWORD; i++)); do
         case ${COMP_WORDS[i]} in
         demo) demo=demo ;;

@@ -34,6 +34,19 @@ class clsIFiles {
     /// A null pointer when the name is no regular file or it cannot be opened; never waits. The reader does
     /// not outlive this.
     [[nodiscard]] virtual std::unique_ptr<clsIFileReader> OpenFile(const std::string& name) = 0;
+    /// All that the file holds; nothing when it cannot be read to its end.
+    [[nodiscard]] std::optional<std::string> WholeFile(const std::string& name) {
+        constexpr std::size_t piece = 65536;
+        const auto file = OpenFile(name);
+        std::string content;
+        while (file != nullptr) {
+            const auto more = file->ReadUpTo(piece);
+            if (!more) return std::nullopt;
+            content += *more;
+            if (more->size() < piece) return content;
+        }
+        return std::nullopt;
+    }
     /// Writes `content` beside the file, brings it safely to disk and puts it in the file's place. False when
     /// any of it failed: the old file is then untouched and nothing is left beside it.
     virtual bool ReplaceFile(const std::string& name, const std::string& content) = 0;

@@ -145,13 +145,15 @@ struct VerbRow {
     const char* Name;
     const char* Help;
 };
-constexpr std::array<VerbRow, 6> verbs{{
+constexpr std::array<VerbRow, 8> verbs{{
     {HistoryVerb::Show, "show", "All that is kept of one event but the settings"},
     {HistoryVerb::Settings, "settings", "What the reader held, as a settings file"},
     {HistoryVerb::Image, "image", "The 512 bytes of the reader's memory"},
     {HistoryVerb::Diff, "diff", "In what two events differ, or an event and a file; with one, its two sides"},
     {HistoryVerb::Label, "label", "Give the event's unit a name"},
     {HistoryVerb::Prune, "prune", "Delete what is older"},
+    {HistoryVerb::Export, "export", "Put all events into a file, for another machine"},
+    {HistoryVerb::Import, "import", "Take in the events of such a file"},
 }};
 
 void AddHistory(CLI::App& app, CliOptions& options) {
@@ -180,6 +182,14 @@ void AddHistory(CLI::App& app, CliOptions& options) {
                 "What began before");
             verb->get_option("--before")->required();
             verb->add_flag("--yes", options.Yes, "Yes, delete it");
+            continue;
+        }
+        if (row.Verb == HistoryVerb::Export || row.Verb == HistoryVerb::Import) {
+            const bool to = row.Verb == HistoryVerb::Export;
+            verb->add_option("FILE", options.File, to ? "The file; - prints" : "The file")
+                ->required()
+                ->type_name("")
+                ->check(NotEmpty);
             continue;
         }
         verb->add_option_function<std::string>(

@@ -35,7 +35,7 @@ enum class CliCommand {
 };
 
 /// What is asked of the history.
-enum class HistoryVerb { List, Show, Settings, Image, Diff, Label, Prune };
+enum class HistoryVerb { List, Show, Settings, Image, Diff, Label, Prune, Export, Import };
 
 /// The command's name as it is typed.
 const char* CommandName(CliCommand command);

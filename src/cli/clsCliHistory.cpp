@@ -55,6 +55,8 @@ std::string Table(const std::vector<std::array<std::string, 8>>& rows) {
     return table;
 }
 
+std::string CountText(int count) { return std::to_string(count) + (count == 1 ? " event" : " events"); }
+
 std::string ChangeCountText(const HistoryEvent& event) {
     return std::to_string(event.ChangeCount) + (event.ChangeCount == 1 ? " change" : " changes");
 }
@@ -186,6 +188,8 @@ CliResult clsCliHistory::Execute() {
     }
     if (m_options.Verb == HistoryVerb::List) return List();
     if (m_options.Verb == HistoryVerb::Prune) return Prune();
+    if (m_options.Verb == HistoryVerb::Export) return Export();
+    if (m_options.Verb == HistoryVerb::Import) return Import();
     const auto event = Find(m_options.Id);
     if (!event) return {};
     switch (m_options.Verb) {
@@ -195,7 +199,9 @@ CliResult clsCliHistory::Execute() {
         case HistoryVerb::Diff: return Diff(*event);
         case HistoryVerb::Label: return Label(*event);
         case HistoryVerb::List:
-        case HistoryVerb::Prune: break;
+        case HistoryVerb::Prune:
+        case HistoryVerb::Export:
+        case HistoryVerb::Import: break;
     }
     return {};
 }
@@ -335,6 +341,49 @@ CliResult clsCliHistory::Label(const HistoryEvent& event) {
 CliResult clsCliHistory::Prune() {
     const auto count = Patiently([&] { return m_history->Prune(m_options.PruneTime); });
     if (count.Result != clsIHistory::Count::State::Done) return {};
-    const std::string deleted = std::to_string(count.Value) + (count.Value == 1 ? " event" : " events");
-    return {ExitDone, deleted + " deleted\n", {{"changed", count.Value}}};
+    return {ExitDone, CountText(count.Value) + " deleted\n", {{"changed", count.Value}}};
+}
+
+CliResult clsCliHistory::Export() {
+    const auto content = Patiently([&] { return m_history->Export({}); });
+    CliResult result;
+    if (content.Result != HistoryAnswer<std::string>::State::Done) return result;
+    if (content.Value.empty()) {
+        m_log.Say("the history is empty: nothing was exported");
+        return result;
+    }
+    if (!Save(result, content.Value)) return result;
+    constexpr int otherLines = 2;  // the first and the last
+    const auto lines = std::count(content.Value.begin(), content.Value.end(), '\n');
+    const int count = static_cast<int>(lines) - otherLines;
+    if (result.Text.empty()) result.Text = CountText(count) + " exported\n";
+    result.Json = {{"changed", count}};
+    return result;
+}
+
+CliResult clsCliHistory::Import() {
+    const auto content = m_files.WholeFile(m_options.File);
+    if (!content) {
+        m_log.Say(modText::FromUtf8(m_options.File + ": " + m_files.LastError()));
+        return {};
+    }
+    const auto done = Patiently([&] { return m_history->Import(*content); });
+    if (done.Result != HistoryAnswer<HistoryImport>::State::Done) return {};
+    const HistoryImport& in = done.Value;
+    if (!in.Refused.empty()) {
+        m_log.Say(modText::FromUtf8(m_options.File + ": " + in.Refused) + "; nothing was imported");
+        return {};
+    }
+    CliResult result{ExitDone, {}, {}};
+    result.Text = CountText(in.New + in.Newer + in.There) + ": " + std::to_string(in.New) + " new, " +
+                  std::to_string(in.Newer) + " newer, " + std::to_string(in.There) + " already there\n";
+    if (in.Back > 0) result.Text += CountText(in.Back) + " deleted here before brought back\n";
+    if (in.Old > 0)
+        result.Text += CountText(in.Old) + " too old to stay: deleted when something new is kept\n";
+    result.Json["import"] = {{"new", in.New},
+                             {"newer", in.Newer},
+                             {"there", in.There},
+                             {"broughtBack", in.Back},
+                             {"tooOld", in.Old}};
+    return result;
 }

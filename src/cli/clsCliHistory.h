@@ -28,6 +28,8 @@ class clsCliHistory {
     CliResult Diff(const HistoryEvent& event);
     CliResult Label(const HistoryEvent& event);
     CliResult Prune();
+    CliResult Export();
+    CliResult Import();
 
     template <class Ask>
     auto Patiently(Ask ask) -> decltype(ask());

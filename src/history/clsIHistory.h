@@ -8,6 +8,9 @@
 
 #include "history/HistoryEvent.h"
 
+/// What events are put in order by; where that is the same, by when they were first kept here.
+enum class HistoryOrder { Begun, Action, Outcome, Label, Port, Firmware, Changes };
+
 /// Which events are asked for.
 struct HistoryFilter {
     std::optional<std::int64_t> Since;  ///< begun then or later, ms since 1970, UTC
@@ -16,7 +19,22 @@ struct HistoryFilter {
     std::optional<HistoryAction> Action;
     std::optional<HistoryOutcome> Outcome;
     std::string IdBegins;
-    int Limit = 0;  ///< 0: all
+    /// Stands in label, reason, port, adapter, firmware, profile or machine, letter case of A to Z ignored.
+    std::string Search;
+    HistoryOrder Order = HistoryOrder::Begun;
+    bool Rising = false;  ///< the smallest first
+    int Offset = 0;       ///< so many of them are passed over
+    int Limit = 0;        ///< 0: all
+};
+
+/// What became of the events that another history held.
+struct HistoryImport {
+    std::string Refused;  ///< why it is no such content; then nothing was taken in
+    int New = 0;
+    int Newer = 0;  ///< than they stood here
+    int There = 0;  ///< as they are, or newer
+    int Back = 0;   ///< of the new ones those that were here, and deleted
+    int Old = 0;    ///< of all that are here now those that go when something new is kept
 };
 
 /// The answer to a question, or what became of a change.
@@ -63,4 +81,21 @@ class clsIHistory {
     virtual Count SetLabel(const std::string& id, const std::string& label) = 0;
     /// Deletes what began before, ms since 1970, UTC; how many.
     virtual Count Prune(std::int64_t before) = 0;
+
+    // -- several machines -----------------------------------------------------------------------------------
+    /// The events with these ids, or all, as a file's content for Import.
+    [[nodiscard]] virtual HistoryAnswer<std::string> Export(const std::vector<std::string>& ids) = 0;
+    /// Takes in what Export made: all of it, or nothing. Of an event that is here already the
+    /// higher revision stays, of equal ones the later edit, then the one of the host whose name is greater.
+    virtual HistoryAnswer<HistoryImport> Import(const std::string& content) = 0;
+
+    // -- where it is ----------------------------------------------------------------------------------------
+    /// The file that it is kept in, bytes of the system's file names.
+    [[nodiscard]] virtual std::string Place() const = 0;
+    /// Bytes on the disk.
+    [[nodiscard]] virtual std::int64_t Size() const = 0;
+    /// From now on what is older is deleted when something new is kept; 0: nothing is.
+    virtual void SetDays(int days) = 0;
+    /// What is kept here has been changed, by this program. Must not run the event loop. May be empty.
+    std::function<void()> Changed;
 };

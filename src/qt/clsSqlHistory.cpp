@@ -1,6 +1,7 @@
 #include "qt/clsSqlHistory.h"
 
 #include <pwd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <QCryptographicHash>
@@ -15,7 +16,10 @@
 
 #include "base/modText.h"
 #include "qt/EventBytes.h"
+#include "qt/HistoryRows.h"
 #include "system/HistoryFile.h"
+
+using namespace HistoryRows;
 
 namespace {
 
@@ -26,43 +30,11 @@ constexpr std::size_t waitingLimit = 1000;
 constexpr int atOnce = 20;      // waiting rows in one transaction, so that the loop runs between
 constexpr int oldAtOnce = 100;  // old rows deleted with a new one
 constexpr std::int64_t dayTime = 86'400'000;  // ms
-constexpr int candidates = 20;                // of an id that is not whole
-constexpr int applicationId = 0x5A373448;     // stands in the file's header
 
 constexpr int sqliteBusy = 5;
 constexpr int sqliteLocked = 6;
 constexpr int sqliteCorrupt = 11;
 constexpr int sqliteNotDatabase = 26;
-
-/// What makes a file of one schema out of one of the schema before.
-constexpr std::array<std::array<const char*, 4>, clsSqlHistory::schema> steps{{{
-    "CREATE TABLE events (id INTEGER PRIMARY KEY, uuid TEXT NOT NULL UNIQUE, revision INTEGER NOT NULL, "
-    "edited INTEGER NOT NULL, editor TEXT NOT NULL, begun INTEGER NOT NULL, ended INTEGER NOT NULL, host "
-    "TEXT "
-    "NOT NULL, user TEXT NOT NULL, program TEXT NOT NULL, version TEXT NOT NULL, action TEXT NOT NULL, "
-    "outcome "
-    "TEXT NOT NULL, reason TEXT NOT NULL, label TEXT NOT NULL, port TEXT NOT NULL, adapter TEXT NOT NULL, "
-    "adapter_serial TEXT NOT NULL, baud INTEGER NOT NULL, product TEXT NOT NULL, firmware TEXT NOT NULL, "
-    "firmware_serial TEXT NOT NULL, profile TEXT NOT NULL, profile_sha256 TEXT NOT NULL, changes INTEGER NOT "
-    "NULL, boot TEXT, process INTEGER, started INTEGER)",
-    "CREATE INDEX events_begun ON events (begun)",
-    "CREATE TABLE details (event INTEGER PRIMARY KEY, data BLOB NOT NULL)",
-    "PRAGMA application_id = 1513567304",
-}}};
-static_assert(applicationId == 1513567304);
-
-// In this order they are written, and read.
-constexpr const char* columns =
-    "uuid, revision, edited, editor, begun, ended, host, user, program, version, action, outcome, reason, "
-    "label, "
-    "port, adapter, adapter_serial, baud, product, firmware, firmware_serial, profile, profile_sha256, "
-    "changes, "
-    "boot, process, started";
-constexpr int columnCount = 27;
-
-QString Text(const std::string& utf8) { return QString::fromStdString(utf8); }
-
-qlonglong Whole(std::int64_t number) { return number; }
 
 std::string UserName() {
     const passwd* const user = getpwuid(geteuid());
@@ -137,6 +109,7 @@ void clsSqlHistory::WriteWaiting(Locks locks) {
     });
     if (!fault) {
         m_locked = false;
+        if (Changed) Changed();
         m_waiting.erase(m_waiting.begin(), m_waiting.begin() + static_cast<std::ptrdiff_t>(count));
         m_again.SetEnabled(!m_waiting.empty());
         return;
@@ -265,7 +238,7 @@ clsSqlHistory::Fault clsSqlHistory::CarryForward() {
         std::int64_t version = 0;  // another program may have been faster
         if (Fault fault = Number("PRAGMA user_version", version)) return fault;
         for (std::int64_t next = version; next < schema; ++next) {
-            for (const char* statement : steps.at(static_cast<std::size_t>(next))) {
+            for (const char* statement : StepFrom(static_cast<int>(next))) {
                 if (Fault fault = Run(QString(statement))) return fault;
             }
         }
@@ -279,6 +252,14 @@ void clsSqlHistory::Close() {
     m_database = QSqlDatabase();
     QSqlDatabase::removeDatabase(m_connection);
     m_open = false;
+}
+
+std::int64_t clsSqlHistory::Size() const {
+    std::int64_t size = 0;
+    struct stat node {};
+    for (const char* part : {"", "-wal", "-shm"})
+        size += stat((m_place.File + part).c_str(), &node) == 0 ? node.st_size : 0;
+    return size;
 }
 
 bool clsSqlHistory::Exists() const { return access(m_place.File.c_str(), F_OK) == 0; }
@@ -301,66 +282,63 @@ clsSqlHistory::Fault clsSqlHistory::Write(Locks locks, const Work& work) {
 
 // A label given meanwhile stays, and counts as a revision of its own.
 clsSqlHistory::Fault clsSqlHistory::WriteEvent(const HistoryEvent& event) const {
-    static const QString sql = [] {
-        QString text = QString("INSERT INTO events (%1) VALUES (?").arg(columns) +
-                       QString(", ?").repeated(columnCount - 1) +
-                       ") ON CONFLICT (uuid) DO UPDATE SET revision = revision + 1";
-        for (const QString& column : QString(columns).split(", ")) {
-            if (column != "uuid" && column != "revision" && column != "label")
-                text += QString(", %1 = excluded.%1").arg(column);
-        }
-        return text;
-    }();
+    static const QString sql = InsertText("revision = revision + 1", {"uuid", "revision", "label"});
     const bool begun = event.Outcome == HistoryOutcome::Begun;
-    QSqlQuery query = Prepared(sql);
-    for (const QVariant& value : std::initializer_list<QVariant>{
-             Text(event.Id),
-             event.Revision,
-             Whole(event.Edited),
-             Text(event.Editor),
-             Whole(event.Begun),
-             Whole(event.Ended),
-             Text(event.Host),
-             Text(event.User),
-             Text(event.Program),
-             Text(event.Version),
-             WordOf(event.Action),
-             WordOf(event.Outcome),
-             Text(event.Reason),
-             Text(event.Label),
-             Text(event.Port),
-             Text(event.Adapter),
-             Text(event.AdapterSerial),
-             event.Baud,
-             Text(event.Product),
-             Text(event.Firmware),
-             Text(event.FirmwareSerial),
-             Text(event.Profile),
-             Text(event.ProfileDigest),
-             event.ChangeCount,
-             begun ? QVariant(Text(m_run.Boot)) : QVariant(),
-             begun ? QVariant(Whole(m_run.Process)) : QVariant(),
-             begun ? QVariant(Whole(m_run.Started)) : QVariant(),
-         })
-        query.addBindValue(value);
-    if (Fault fault = Run(query)) return fault;
-    QSqlQuery details = Prepared(
-        "INSERT INTO details (event, data) VALUES ((SELECT id FROM events WHERE uuid = ?), ?) "
-        "ON CONFLICT (event) DO UPDATE SET data = excluded.data");
-    details.addBindValue(Text(event.Id));
-    details.addBindValue(EventBytes::Pack(event));
-    return Run(details);
+    return WriteRow(sql,
+                    {
+                        Text(event.Id),
+                        event.Revision,
+                        Whole(event.Edited),
+                        Text(event.Editor),
+                        Whole(event.Begun),
+                        Whole(event.Ended),
+                        Text(event.Host),
+                        Text(event.User),
+                        Text(event.Program),
+                        Text(event.Version),
+                        WordOf(event.Action),
+                        WordOf(event.Outcome),
+                        Text(event.Reason),
+                        Text(event.Label),
+                        Text(event.Port),
+                        Text(event.Adapter),
+                        Text(event.AdapterSerial),
+                        event.Baud,
+                        Text(event.Product),
+                        Text(event.Firmware),
+                        Text(event.FirmwareSerial),
+                        Text(event.Profile),
+                        Text(event.ProfileDigest),
+                        event.ChangeCount,
+                        begun ? QVariant(Text(m_run.Boot)) : QVariant(),
+                        begun ? QVariant(Whole(m_run.Process)) : QVariant(),
+                        begun ? QVariant(Whole(m_run.Started)) : QVariant(),
+                    },
+                    EventBytes::Pack(event));
 }
 
+// `values` are those of the columns in their order.
+clsSqlHistory::Fault clsSqlHistory::WriteRow(const QString& sql, const std::vector<QVariant>& values,
+                                             const QByteArray& details) const {
+    QSqlQuery query = Prepared(sql);
+    for (const QVariant& value : values) query.addBindValue(value);
+    if (Fault fault = Run(query)) return fault;
+    QSqlQuery other = Prepared(
+        "INSERT INTO details (event, data) VALUES ((SELECT id FROM events WHERE uuid = ?), ?) "
+        "ON CONFLICT (event) DO UPDATE SET data = excluded.data");
+    other.addBindValue(values.front());
+    other.addBindValue(details);
+    return Run(other);
+}
+
+// What else is kept of an event goes with it.
 clsSqlHistory::Fault clsSqlHistory::Delete(const QString& which, const std::vector<QVariant>& values,
                                            int& count) const {
-    for (const char* from : {"details WHERE event IN (%1)", "events WHERE id IN (%1)"}) {
-        QSqlQuery query = Prepared("DELETE FROM " + QString(from).arg(which));
-        for (const QVariant& value : values) query.addBindValue(value);
-        if (Fault fault = Run(query)) return fault;
-        count = query.numRowsAffected();
-    }
-    return {};
+    QSqlQuery query = Prepared("DELETE FROM events WHERE id IN (" + which + ")");
+    for (const QVariant& value : values) query.addBindValue(value);
+    Fault fault = Run(query);
+    count = query.numRowsAffected();
+    return fault;
 }
 
 // A clock that was once set far ahead must not empty the history: the days are counted from the newest event
@@ -375,153 +353,4 @@ clsSqlHistory::Fault clsSqlHistory::DeleteOld(const HistoryEvent& newest) const 
     int count = 0;
     return Delete(QString("SELECT id FROM events WHERE begun < ? ORDER BY begun, id LIMIT %1").arg(oldAtOnce),
                   {Whole(from - m_place.Days * dayTime)}, count);
-}
-
-// -- asking -------------------------------------------------------------------------------------------------
-
-template <class Type>
-HistoryAnswer<Type> clsSqlHistory::AnswerOf(const Fault& fault, Type value) {
-    using State = typename HistoryAnswer<Type>::State;
-    HistoryAnswer<Type> answer;
-    if (!fault) {
-        answer.Value = std::move(value);
-        return answer;
-    }
-    answer.Result = fault.Kind == Fault::Type::Busy ? State::Busy : State::Failed;
-    answer.Error = fault.Text.toStdString();
-    return answer;
-}
-
-HistoryOutcome clsSqlHistory::OutcomeOfRow(const QSqlQuery& query) const {
-    const auto outcome = OutcomeOf(query.value("outcome").toString().toStdString());
-    if (outcome != HistoryOutcome::Begun) return outcome.value_or(HistoryOutcome::Failed);
-    if (query.value("host").toString().toStdString() != m_machine) return HistoryOutcome::BegunThere;
-    const ProgramRun run{query.value("boot").toString().toStdString(), query.value("process").toLongLong(),
-                         query.value("started").toLongLong()};
-    return run.Alive() ? HistoryOutcome::Begun : HistoryOutcome::Interrupted;
-}
-
-clsSqlHistory::Fault clsSqlHistory::Select(const HistoryFilter& filter,
-                                           std::vector<HistoryEvent>& events) const {
-    QString where;
-    std::vector<QVariant> values;
-    const auto demand = [&](const char* condition, const QVariant& value) {
-        where += QString(where.isEmpty() ? " WHERE " : " AND ") + condition;
-        values.push_back(value);
-    };
-    if (filter.Since) demand("begun >= ?", Whole(*filter.Since));
-    if (filter.Until) demand("begun < ?", Whole(*filter.Until));
-    if (!filter.Label.empty()) demand("instr(upper(label), upper(?)) > 0", Text(filter.Label));
-    if (filter.Action) demand("action = ?", WordOf(*filter.Action));
-    if (!filter.IdBegins.empty()) {
-        demand("uuid >= ?", Text(filter.IdBegins));
-        demand("uuid < ?", Text(filter.IdBegins + "g"));  // behind every digit
-    }
-    // Whether what was begun is interrupted stands in no row.
-    const bool unfinished = filter.Outcome == HistoryOutcome::Begun ||
-                            filter.Outcome == HistoryOutcome::Interrupted ||
-                            filter.Outcome == HistoryOutcome::BegunThere;
-    if (filter.Outcome) demand("outcome = ?", WordOf(unfinished ? HistoryOutcome::Begun : *filter.Outcome));
-    QSqlQuery query =
-        Prepared(QString("SELECT %1 FROM events").arg(columns) + where + " ORDER BY begun DESC, id DESC");
-    for (const QVariant& value : values) query.addBindValue(value);
-    if (Fault fault = Run(query)) return fault;
-    const std::size_t limit = filter.Limit > 0 ? static_cast<std::size_t>(filter.Limit) : std::size_t(-1);
-    while (events.size() < limit && query.next()) {
-        const HistoryOutcome outcome = OutcomeOfRow(query);
-        if (filter.Outcome.value_or(outcome) != outcome) continue;
-        int column = 0;
-        const auto text = [&] { return query.value(column++).toString().toStdString(); };
-        const auto number = [&] { return query.value(column++).toLongLong(); };
-        HistoryEvent& event = events.emplace_back();
-        event.Id = text();
-        event.Revision = static_cast<int>(number());
-        event.Edited = number();
-        event.Editor = text();
-        event.Begun = number();
-        event.Ended = number();
-        event.Host = text();
-        event.User = text();
-        event.Program = text();
-        event.Version = text();
-        event.Action = ActionOf(text()).value_or(HistoryAction::Read);
-        ++column;
-        event.Outcome = outcome;
-        event.Reason = text();
-        event.Label = text();
-        event.Port = text();
-        event.Adapter = text();
-        event.AdapterSerial = text();
-        event.Baud = static_cast<int>(number());
-        event.Product = text();
-        event.Firmware = text();
-        event.FirmwareSerial = text();
-        event.Profile = text();
-        event.ProfileDigest = text();
-        event.ChangeCount = static_cast<int>(number());
-    }
-    return FaultOf(query.lastError());
-}
-
-clsSqlHistory::Fault clsSqlHistory::LoadDetails(HistoryEvent& event) const {
-    QSqlQuery query =
-        Prepared("SELECT data FROM details WHERE event = (SELECT id FROM events WHERE uuid = ?)");
-    query.addBindValue(Text(event.Id));
-    if (Fault fault = Run(query)) return fault;
-    if (query.next() && EventBytes::Unpack(query.value(0).toByteArray(), event)) return {};
-    return {Fault::Type::Other, "what the event holds cannot be read"};
-}
-
-clsIHistory::Events clsSqlHistory::List(const HistoryFilter& filter) {
-    std::vector<HistoryEvent> events;
-    if (!Exists()) return AnswerOf(Fault(), std::move(events));
-    const Fault fault = Try([&] {
-        events.clear();
-        return Select(filter, events);
-    });
-    return AnswerOf(fault, std::move(events));
-}
-
-clsIHistory::Events clsSqlHistory::Find(const std::string& idBegins) {
-    std::vector<HistoryEvent> events;
-    if (!Exists() || idBegins.empty()) return AnswerOf(Fault(), std::move(events));
-    HistoryFilter filter;
-    filter.IdBegins = idBegins;
-    filter.Limit = candidates;
-    const Fault fault = Try([&] {
-        events.clear();
-        Fault failed = Select(filter, events);
-        return failed || events.size() != 1 ? failed : LoadDetails(events.front());
-    });
-    return AnswerOf(fault, std::move(events));
-}
-
-clsIHistory::Count clsSqlHistory::SetLabel(const std::string& id, const std::string& label) {
-    int count = 0;
-    if (!Exists()) return AnswerOf(Fault(), count);
-    const Fault fault = Try([&] {
-        return Write(Locks::WaitFor, [&] {
-            QSqlQuery query = Prepared(
-                "UPDATE events SET label = ?, revision = revision + 1, edited = ?, editor = ? WHERE uuid = "
-                "?");
-            query.addBindValue(Text(label));
-            query.addBindValue(QDateTime::currentMSecsSinceEpoch());
-            query.addBindValue(Text(m_machine));
-            query.addBindValue(Text(id));
-            Fault failed = Run(query);
-            count = query.numRowsAffected();
-            return failed;
-        });
-    });
-    return AnswerOf(fault, count);
-}
-
-clsIHistory::Count clsSqlHistory::Prune(std::int64_t before) {
-    int count = 0;
-    if (!Exists()) return AnswerOf(Fault(), count);
-    const Fault fault = Try([&] {
-        return Write(Locks::WaitFor,
-                     [&] { return Delete("SELECT id FROM events WHERE begun < ?", {Whole(before)}, count); });
-    });
-    return AnswerOf(fault, count);
 }

@@ -1,13 +1,18 @@
 #pragma once
 
+#include <QByteArray>
+#include <QJsonObject>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QString>
+#include <QVariant>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "base/clsHostTimer.h"
 #include "base/clsIHost.h"
@@ -31,7 +36,7 @@ struct HistoryPlace {
 /// nothing else.
 class clsSqlHistory final : public clsIHistory {
   public:
-    static constexpr int schema = 1;  ///< what this program writes; older files are carried forward
+    static constexpr int schema = 2;  ///< what this program writes; older files are carried forward
 
     /// `program` is the name that events get.
     clsSqlHistory(clsIHost& host, HistoryPlace place, const char* program);
@@ -48,6 +53,11 @@ class clsSqlHistory final : public clsIHistory {
     [[nodiscard]] Events Find(const std::string& idBegins) override;
     Count SetLabel(const std::string& id, const std::string& label) override;
     Count Prune(std::int64_t before) override;
+    [[nodiscard]] HistoryAnswer<std::string> Export(const std::vector<std::string>& ids) override;
+    HistoryAnswer<HistoryImport> Import(const std::string& content) override;
+    [[nodiscard]] std::string Place() const override { return m_place.File; }
+    [[nodiscard]] std::int64_t Size() const override;
+    void SetDays(int days) override { m_place.Days = days; }
 
   private:
     /// What keeps something from being done.
@@ -74,6 +84,8 @@ class clsSqlHistory final : public clsIHistory {
     Fault SetAside();
     Fault Write(Locks locks, const Work& work);
     Fault WriteEvent(const HistoryEvent& event) const;
+    Fault WriteRow(const QString& sql, const std::vector<QVariant>& values, const QByteArray& details) const;
+    Fault Merge(const QJsonObject& row, HistoryImport& counts) const;
     Fault DeleteOld(const HistoryEvent& newest) const;
     Fault Delete(const QString& which, const std::vector<QVariant>& values, int& count) const;
     void WriteWaiting(Locks locks);
@@ -83,7 +95,17 @@ class clsSqlHistory final : public clsIHistory {
     [[nodiscard]] bool Exists() const;
     void Tell(const QString& why);
     template <class Type>
-    static HistoryAnswer<Type> AnswerOf(const Fault& fault, Type value);
+    static HistoryAnswer<Type> AnswerOf(const Fault& fault, Type value) {
+        using State = typename HistoryAnswer<Type>::State;
+        HistoryAnswer<Type> answer;
+        if (!fault) {
+            answer.Value = std::move(value);
+            return answer;
+        }
+        answer.Result = fault.Kind == Fault::Type::Busy ? State::Busy : State::Failed;
+        answer.Error = fault.Text.toStdString();
+        return answer;
+    }
 
     clsIHost& m_host;
     HistoryPlace m_place;

@@ -132,6 +132,22 @@ TEST_F(CliHistory, EventsAreListedShownComparedAndTakenOut) {
         EXPECT_EQ(Said(), row.Said) << row.Line;
         EXPECT_EQ(sent, "") << row.Line;
     }
+    EXPECT_EQ(Run("history export saved"), 0);
+    EXPECT_EQ(out.Text, "3 events exported\n");
+    EXPECT_EQ(Run("history export -"), 0);
+    EXPECT_EQ(files.Contents["saved"], out.Text);
+    history.Imported = [&](const std::string& content) {
+        EXPECT_EQ(content, files.Contents["saved"]);
+        return HistoryAnswer<HistoryImport>{{}, {{}, 2, 1, 4, 1, 5}, {}};
+    };
+    EXPECT_EQ(Run("history import saved"), 0);
+    EXPECT_EQ(out.Text,
+              "7 events: 2 new, 1 newer, 4 already there\n1 event deleted here before brought back\n"
+              "5 events too old to stay: deleted when something new is kept\n");
+    history.Imported = [](const std::string&) { return HistoryAnswer<HistoryImport>{{}, {"it is bad"}, {}}; };
+    EXPECT_EQ(Run("history import saved"), 1);
+    EXPECT_EQ(Said(), "saved: it is bad; nothing was imported");
+    EXPECT_EQ(Run("history import missing"), 1);
     Run("history --csv");
     EXPECT_NE(out.Text.find(",done,,\"17 \"\"\xF0\x9F\x98\x80\"\",\nx\",COM1,"), std::string::npos);
     EXPECT_EQ(Run("history settings 1 -o saved"), 0);

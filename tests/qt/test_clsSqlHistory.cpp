@@ -1,3 +1,4 @@
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -8,10 +9,13 @@
 #include <QSqlQuery>
 #include <QVariant>
 #include <chrono>
+#include <cstring>
 #include <memory>
+#include <optional>
 #include <random>
 
 #include "PlatformFixture.h"
+#include "base/clsScopeGuard.h"
 #include "qt/EventBytes.h"
 #include "qt/clsSqlHistory.h"
 
@@ -105,8 +109,12 @@ TEST_F(History, TheListIsOfWhatWasAskedFor) {
         event.Begun = std::int64_t{1000} * (i == 5 ? 2 : i + 10);  // the last by a clock that was set back
         event.Action = i % 2 == 0 ? HistoryAction::Read : HistoryAction::Check;
         event.Label = "Unit 1" + std::to_string(i);
+        if (event.Action == HistoryAction::Check && i < 5) event.Port = "COM7";
         history->Keep(event);
     }
+    const std::string last = Listed().back().Id;
+    history->SetLabel(last, "nothing");
+    history->SetLabel(last, "Unit 15");
     const struct {
         void (*Ask)(HistoryFilter& filter);
         const char* Labels;
@@ -118,6 +126,12 @@ TEST_F(History, TheListIsOfWhatWasAskedFor) {
         {[](HistoryFilter& filter) { filter.Action = HistoryAction::Read, filter.Limit = 2; }, "42"},
         {[](HistoryFilter& filter) { filter.Outcome = HistoryOutcome::Failed; }, "435"},
         {[](HistoryFilter& filter) { filter.Outcome = HistoryOutcome::Interrupted; }, ""},
+        {[](HistoryFilter& filter) { filter.Limit = 2, filter.Offset = 3; }, "10"},
+        {[](HistoryFilter& filter) { filter.Order = HistoryOrder::Label, filter.Rising = true; }, "012345"},
+        {[](HistoryFilter& filter) { filter.Order = HistoryOrder::Action; }, "420531"},
+        {[](HistoryFilter& filter) { filter.Search = "unit 12"; }, "2"},
+        {[](HistoryFilter& filter) { filter.Search = "com7"; }, "31"},
+        {[](HistoryFilter& filter) { filter.Search = "com7\nv1"; }, ""},
     };
     for (const auto& row : rows) {
         HistoryFilter filter;
@@ -185,7 +199,7 @@ TEST_F(History, AFileThatCannotBeUsedIsSaidOnceAndLeftAsItIs) {
     { Open()->Keep(Ended(*Open())); }
     const std::string future = folder + "/future";
     fs::copy_file(file, future);
-    Other(future).Do("PRAGMA user_version = 2");
+    Other(future).Do("PRAGMA user_version = 3");
     const std::string foreign = folder + "/foreign";
     Other(foreign).Do("CREATE TABLE theirs (x)");
     Put("text", std::string(5000, 'x'));
@@ -272,6 +286,175 @@ TEST_F(History, WhatIsOldGoesButNotByAClockThatIsWrongOnce) {
     history->Keep(Ended(*history));
     history->Keep(Ended(*history));
     EXPECT_EQ(Listed().size(), 3U) << "of the first three the one in the middle";
+}
+
+/// A file as the program made it when that was its schema.
+constexpr const char* firstSchema[] = {
+    "CREATE TABLE events (id INTEGER PRIMARY KEY, uuid TEXT NOT NULL UNIQUE, revision INTEGER NOT NULL, "
+    "edited INTEGER NOT NULL, editor TEXT NOT NULL, begun INTEGER NOT NULL, ended INTEGER NOT NULL, host "
+    "TEXT NOT NULL, user TEXT NOT NULL, program TEXT NOT NULL, version TEXT NOT NULL, action TEXT NOT NULL, "
+    "outcome TEXT NOT NULL, reason TEXT NOT NULL, label TEXT NOT NULL, port TEXT NOT NULL, adapter TEXT NOT "
+    "NULL, adapter_serial TEXT NOT NULL, baud INTEGER NOT NULL, product TEXT NOT NULL, firmware TEXT NOT "
+    "NULL, firmware_serial TEXT NOT NULL, profile TEXT NOT NULL, profile_sha256 TEXT NOT NULL, changes "
+    "INTEGER NOT NULL, boot TEXT, process INTEGER, started INTEGER)",
+    "CREATE INDEX events_begun ON events (begun)",
+    "CREATE TABLE details (event INTEGER PRIMARY KEY, data BLOB NOT NULL)",
+    "PRAGMA application_id = 1513567304",
+    "INSERT INTO events VALUES (1, '1a2b3c4d-0000-4000-8000-000000000000', 1, 5, 'h', 5, 6, 'h', 'u', 'p', "
+    "'1', 'read', 'done', '', 'Unit 17', 'COM1', '', '', 0, '', 'V1', '', '', '', 0, NULL, NULL, NULL)",
+    "INSERT INTO details VALUES (1, x'00')",
+    "PRAGMA user_version = 1"};
+
+TEST_F(History, AFileOfTheFirstSchemaIsCarriedForwardWithWhatIsInIt) {
+    const std::string old = folder + "/old";
+    for (const char* statement : firstSchema) Other(old).Do(statement);
+    const auto history = Open({old, /*Own=*/false, /*Days=*/0});
+    HistoryFilter filter;
+    filter.Search = "unit 17";
+    EXPECT_EQ(history->List(filter).Value.size(), 1U);
+    history->Keep(Ended(*history));
+    EXPECT_EQ(history->Prune(10).Value, 1);
+    EXPECT_EQ(history->List({}).Value.size(), 1U);
+    EXPECT_TRUE(notices.empty());
+}
+
+/// Where it cannot map memory, the database has no write-ahead log.
+TEST_F(History, WithoutAWriteAheadLogNothingElseIsDifferent) {
+    void* const library = dlopen("libsqlite3.so.0", RTLD_NOW | RTLD_NOLOAD);
+    if (library == nullptr) GTEST_SKIP() << "the driver brings its own database";
+    const auto find = reinterpret_cast<void* (*)(const char*)>(dlsym(library, "sqlite3_vfs_find"));
+    const auto use = reinterpret_cast<int (*)(void*, int)>(dlsym(library, "sqlite3_vfs_register"));
+    use(find("unix-dotfile"), 1);
+    const clsScopeGuard back([&] { use(find("unix"), 1); });
+    const auto history = Open();
+    HistoryEvent event = history->NewEvent(HistoryAction::Write);
+    history->Keep(event);
+    EXPECT_FALSE(fs::exists(file + "-wal"));
+    std::optional<Other> other(file);
+    other->Do("BEGIN IMMEDIATE");
+    event.Outcome = HistoryOutcome::Done;
+    history->Keep(event);
+    EXPECT_FALSE(history->Settled());
+    other.reset();
+    EXPECT_TRUE(Until([&] { return history->Settled(); }));
+    EXPECT_EQ(Listed().at(0).Outcome, HistoryOutcome::Done);
+    EXPECT_TRUE(notices.empty());
+}
+
+// -- several machines ---------------------------------------------------------------------------------------
+
+struct Machines : History {
+    std::unique_ptr<clsSqlHistory> Machine(int number) {
+        return Open({folder + "/" + std::to_string(number), /*Own=*/false, /*Days=*/0});
+    }
+    std::string Exported(int number) { return Machine(number)->Export({}).Value; }
+    std::string Imported(int number, const std::string& content) {
+        const auto answer = Machine(number)->Import(content);
+        EXPECT_EQ(answer.Error, "");
+        const HistoryImport& in = answer.Value;
+        if (!in.Refused.empty()) return in.Refused;
+        return std::to_string(in.New) + " " + std::to_string(in.Newer) + " " + std::to_string(in.There) +
+               " " + std::to_string(in.Back);
+    }
+};
+
+TEST_F(Machines, InWhateverOrderAndHowOftenTheyHearOfEachOtherTheyAgree) {
+    std::mt19937 random(7);
+    const auto upTo = [&](std::size_t count) { return static_cast<int>(random() % count); };
+    const char* const labels[] = {"", "17", "\"x\",\n'y'",
+                                  "\xF0\x9F\x98\x80 Pr\xC3\xBC"
+                                  "fstand",
+                                  "{}\r\n[\\"};
+    for (int number = 0; number < 3; ++number) {
+        for (int i = 0; i < 4; ++i) {
+            const auto history = Machine(number);
+            HistoryEvent event = history->NewEvent(HistoryAction::Write);
+            event.Host = event.Editor = std::to_string(number);
+            history->Keep(event);
+            if (i == 0) continue;
+            event.Before = {"[General]\r\nPrefix=\xE9\r\n", std::string("\0\xFF", 2)};
+            event.Outcome = HistoryOutcome::Done;
+            history->Keep(event);
+        }
+    }
+    for (int round = 0; round < 4; ++round) {
+        for (int step = 0; step < 6; ++step) {
+            const int number = upTo(3);
+            if (step == 0) Imported(number, Exported(upTo(3)));
+            const auto history = Machine(number);
+            const auto events = history->List({}).Value;
+            if (events.empty()) continue;
+            const HistoryEvent& event = events[random() % events.size()];
+            if (step == 5) {
+                history->Prune(event.Begun);
+            } else {
+                history->SetLabel(event.Id, labels[upTo(std::size(labels))]);
+                // So that two machines did it at the same time.
+                Other(folder + "/" + std::to_string(number))
+                    .Do(upTo(2) == 0 ? "UPDATE events SET edited = 7"
+                                     : "UPDATE events SET edited = 8, editor = 'x'");
+            }
+        }
+        const std::string files[] = {Exported(0), Exported(1), Exported(2)};
+        std::string all;
+        int order[] = {0, 1, 2, 2, 0, 1};
+        for (int target = 10 * (round + 1); target < 10 * (round + 1) + 6; ++target) {
+            for (const int from : order) Imported(target, files[from]);
+            if (all.empty()) all = Exported(target);
+            EXPECT_EQ(Exported(target), all);
+            std::next_permutation(std::begin(order), std::begin(order) + 3);
+        }
+    }
+}
+
+TEST_F(Machines, WhatAnImportDidIsCounted) {
+    auto history = Machine(1);
+    history->Keep(Ended(*history));
+    history->Keep(Ended(*history));
+    const std::string two = Exported(1);
+    EXPECT_EQ(Imported(2, two), "2 0 0 0");
+    EXPECT_EQ(Imported(2, two), "0 0 2 0");
+    const HistoryEvent first = history->List({}).Value.at(0);
+    history->SetLabel(first.Id, "17");
+    EXPECT_EQ(Imported(2, Machine(1)->Export({first.Id}).Value), "0 1 0 0");
+    EXPECT_EQ(Imported(2, two), "0 0 2 0") << "an older one is no news";
+    Machine(2)->Prune(first.Begun + 1);
+    EXPECT_EQ(Imported(2, two), "2 0 0 2");
+    EXPECT_EQ(Open({folder + "/2", /*Own=*/false, /*Days=*/1})->Import(two).Value.Old, 0);
+    Other(folder + "/2").Do("UPDATE events SET begun = 5 WHERE id = 1");
+    EXPECT_EQ(Open({folder + "/2", /*Own=*/false, /*Days=*/1})->Import(two).Value.Old, 1);
+    EXPECT_EQ(Exported(3), "");
+}
+
+TEST_F(Machines, AFileThatIsNotWhatWasExportedIsRefusedWhole) {
+    const auto history = Machine(1);
+    for (int i = 0; i < 3; ++i) history->Keep(Ended(*history));
+    const std::string good = Exported(1);
+    const std::string damaged = "it is damaged, or not all of it is there";
+    for (std::size_t at = good.find('\n') + 1; at < good.size(); at += 97) {
+        EXPECT_EQ(Imported(2, good.substr(0, at)), damaged);
+        std::string other = good;
+        other[at] = static_cast<char>(other[at] ^ 1);
+        EXPECT_EQ(Imported(2, other), damaged) << at;
+    }
+    // Made well, of something else.
+    const auto made = [&](const char* from, const char* to) {
+        std::string content = good.substr(0, good.rfind('\n', good.size() - 2) + 1);
+        const std::size_t at = content.rfind(from);
+        content.replace(at, std::strlen(from), to);
+        return content + R"({"events":3,"sha256":")" + history->Digest(content) + "\"}\n";
+    };
+    const std::pair<std::string, const char*> rows[] = {
+        {"", "this is no export of a history"},
+        {"[General]\r\nLanguage=3\r\n", "this is no export of a history"},
+        {made("\"version\":1}", "\"version\":2}"), "a newer version of the program made it"},
+        {made("\"write\"", "\"wrote\""), "it holds something that is no event"},
+        {made("\"uuid\":\"", "\"uuid\":\"x"), "it holds something that is no event"},
+        {made("\"details\":\"", "\"details\":\"A"), "it holds something that is no event"},
+        {made("\"begun\":", "\"begun\":null,\"x\":"), "it holds something that is no event"}};
+    for (const auto& [content, why] : rows) EXPECT_EQ(Imported(2, content), why);
+    EXPECT_FALSE(fs::exists(folder + "/2") && !Machine(2)->List({}).Value.empty());
+    EXPECT_EQ(Imported(2, made("\"write\"", "\"read\"")), "3 0 0 0") << "the cases do what they say";
 }
 
 TEST_F(History, NoEventIsLargerThanItMayBe) {

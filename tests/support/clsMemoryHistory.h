@@ -56,6 +56,18 @@ struct clsMemoryHistory final : clsIHistory {
         const auto old = [before](const HistoryEvent& row) { return row.Begun < before; };
         return {Count::State::Done, static_cast<int>(std::erase_if(Rows, old)), {}};
     }
+    [[nodiscard]] HistoryAnswer<std::string> Export(const std::vector<std::string>&) override {
+        std::string content = Rows.empty() ? "" : "head\n";
+        for (const HistoryEvent& row : Rows) content += row.Id + "\n";
+        return {{}, content.empty() ? content : content + "foot\n", {}};
+    }
+    HistoryAnswer<HistoryImport> Import(const std::string& content) override { return Imported(content); }
+    [[nodiscard]] std::string Place() const override { return "history.db"; }
+    [[nodiscard]] std::int64_t Size() const override { return 1024; }
+    void SetDays(int days) override { Days = days; }
+
+    std::function<HistoryAnswer<HistoryImport>(const std::string&)> Imported;
+    int Days = 0;
 
   private:
     int m_count = 0;

@@ -1,0 +1,186 @@
+// Events on their way to another machine: JSON, an object a line. The first says what it is, the last how
+// many events stand between and the SHA-256 of all before it, so that what is damaged or cut off is refused.
+
+#include <QCryptographicHash>
+#include <QJsonDocument>
+#include <QUuid>
+#include <algorithm>
+#include <cstddef>
+#include <string_view>
+#include <tuple>
+
+#include "qt/EventBytes.h"
+#include "qt/HistoryRows.h"
+#include "qt/clsSqlHistory.h"
+
+using namespace HistoryRows;
+
+namespace {
+
+constexpr auto formatName = "zarn74 history";
+constexpr int formatVersion = 1;
+constexpr std::int64_t dayTime = 86'400'000;  // ms
+
+// These are numbers, the others texts.
+const QStringList numbers{"revision", "edited", "begun", "ended", "baud", "changes", "process", "started"};
+// Only of what is under way; else null.
+const QStringList running{"boot", "process", "started"};
+
+QByteArray Line(const QJsonObject& object) {
+    return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
+}
+
+QByteArray HashOf(std::string_view bytes) {
+    return QCryptographicHash::hash(QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size())),
+                                    QCryptographicHash::Sha256)
+        .toHex();
+}
+
+QJsonObject Object(std::string_view line) {
+    return QJsonDocument::fromJson(QByteArray(line.data(), static_cast<qsizetype>(line.size()))).object();
+}
+
+bool Plausible(const QJsonObject& row) {
+    for (const QString& column : QString(columns).split(", ")) {
+        const QJsonValue value = row[column];
+        const bool right = numbers.contains(column) ? value.isDouble() : value.isString();
+        if (!right && !(running.contains(column) && value.isNull())) return false;
+    }
+    const auto text = [&row](const char* column) { return row[QLatin1String(column)].toString(); };
+    HistoryEvent event;
+    return QUuid(text("uuid")).toString(QUuid::WithoutBraces) == text("uuid") &&
+           !QUuid(text("uuid")).isNull() && row["revision"].toInteger() > 0 &&
+           ActionOf(text("action").toStdString()) && OutcomeOf(text("outcome").toStdString()) &&
+           EventBytes::Unpack(QByteArray::fromBase64(text("details").toLatin1()), event);
+}
+
+/// The lines of events in a file that is whole; why it is refused.
+std::string LinesOf(std::string_view content, std::vector<std::string_view>& lines) {
+    const QJsonObject head = Object(content.substr(0, content.find('\n')));
+    if (head["format"].toString() != formatName) return "this is no export of a history";
+    if (head["version"].toInt() > formatVersion) return "a newer version of the program made it";
+    const std::string damaged = "it is damaged, or not all of it is there";
+    if (!content.ends_with('\n')) return damaged;
+    const std::size_t end = content.rfind('\n', content.size() - 2) + 1;
+    const QJsonObject foot = Object(content.substr(end));
+    content = content.substr(0, end);
+    if (foot["sha256"].toString().toLatin1() != HashOf(content)) return damaged;
+    for (std::size_t at = content.find('\n') + 1; at < content.size();) {
+        const std::size_t next = content.find('\n', at) + 1;
+        lines.push_back(content.substr(at, next - at));
+        at = next;
+    }
+    return foot["events"].toInteger() == static_cast<qint64>(lines.size()) ? std::string() : damaged;
+}
+
+}  // namespace
+
+HistoryAnswer<std::string> clsSqlHistory::Export(const std::vector<std::string>& ids) {
+    std::string content;
+    qint64 count = 0;
+    const auto read = [&]() -> Fault {
+        content = Line({{"format", formatName}, {"version", formatVersion}}).toStdString();
+        count = 0;
+        const QString where =
+            ids.empty()
+                ? QString()
+                : " WHERE uuid IN (?" + QString(", ?").repeated(static_cast<int>(ids.size()) - 1) + ")";
+        QSqlQuery query =
+            Prepared(QString("SELECT %1, data FROM events JOIN details ON event = id").arg(columns) + where +
+                     " ORDER BY begun, uuid");
+        for (const std::string& id : ids) query.addBindValue(Text(id));
+        if (Fault fault = Run(query)) return fault;
+        const QStringList names = QString(columns).split(", ");
+        while (query.next()) {
+            QJsonObject row;
+            for (int i = 0; i < names.size(); ++i) {
+                const QVariant value = query.value(i);
+                if (value.isNull() && running.contains(names[i])) {
+                    row[names[i]] = QJsonValue();
+                } else if (numbers.contains(names[i])) {
+                    row[names[i]] = value.toLongLong();
+                } else {
+                    row[names[i]] = value.toString();
+                }
+            }
+            row["details"] = QString::fromLatin1(query.value(int(names.size())).toByteArray().toBase64());
+            content += Line(row).toStdString();
+            ++count;
+        }
+        return FaultOf(query.lastError());
+    };
+    const Fault fault = Exists() ? Try(read) : Fault();
+    if (!fault && count == 0) content.clear();
+    if (!content.empty())
+        content += Line({{"events", count}, {"sha256", QString::fromLatin1(HashOf(content))}}).toStdString();
+    return AnswerOf(fault, std::move(content));
+}
+
+clsSqlHistory::Fault clsSqlHistory::Merge(const QJsonObject& row, HistoryImport& counts) const {
+    static const QString sql = InsertText("revision = excluded.revision", {"uuid", "revision"});
+    const QString uuid = row["uuid"].toString();
+    QSqlQuery query = Prepared(
+        "SELECT revision, edited, editor, label, id IS NULL, key IN (SELECT uuid FROM pruned) "
+        "FROM (SELECT ? AS key) LEFT JOIN events ON uuid = key");
+    query.addBindValue(uuid);
+    if (Fault fault = Run(query)) return fault;
+    if (!query.next()) return FaultOf(query.lastError());
+    if (query.value(4).toBool()) {
+        ++counts.New;
+        counts.Back += query.value(5).toInt();
+    } else {
+        // The label, so that of two that were given at the same time all machines keep the same one.
+        const std::tuple here(query.value(0).toLongLong(), query.value(1).toLongLong(),
+                              query.value(2).toString().toStdString(),
+                              query.value(3).toString().toStdString());
+        const std::tuple there(row["revision"].toInteger(), row["edited"].toInteger(),
+                               row["editor"].toString().toStdString(), row["label"].toString().toStdString());
+        if (there <= here) {
+            ++counts.There;
+            return {};
+        }
+        ++counts.Newer;
+    }
+    query.finish();
+    std::vector<QVariant> values;
+    for (const QString& column : QString(columns).split(", ")) {
+        const QJsonValue value = row[column];
+        if (value.isDouble()) {
+            values.emplace_back(value.toInteger());
+        } else {
+            values.push_back(value.isNull() ? QVariant() : QVariant(value.toString()));
+        }
+    }
+    return WriteRow(sql, values, QByteArray::fromBase64(row["details"].toString().toLatin1()));
+}
+
+HistoryAnswer<HistoryImport> clsSqlHistory::Import(const std::string& content) {
+    HistoryImport counts;
+    std::vector<std::string_view> lines;
+    std::string refused = LinesOf(content, lines);
+    const auto take = [&] {
+        return Write(Locks::WaitFor, [&]() -> Fault {
+            counts = {};
+            for (const std::string_view line : lines) {
+                const QJsonObject row = Object(line);
+                if (!Plausible(row)) {
+                    refused = "it holds something that is no event";
+                    return {Fault::Type::Other, {}};
+                }
+                if (Fault failed = Merge(row, counts)) return failed;
+            }
+            if (m_place.Days <= 0) return {};
+            std::int64_t old = 0;
+            Fault failed = Number(QString("SELECT count(*) FROM events WHERE begun < (SELECT max(begun) FROM "
+                                          "events) - %1")
+                                      .arg(m_place.Days * dayTime),
+                                  old);
+            counts.Old = static_cast<int>(old);
+            return failed;
+        });
+    };
+    const Fault fault = refused.empty() ? Try(take) : Fault();
+    if (!refused.empty()) return {{}, {refused}, {}};
+    if (!fault && counts.New + counts.Newer > 0 && Changed) Changed();
+    return AnswerOf(fault, counts);
+}
