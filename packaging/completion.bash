@@ -65,7 +65,8 @@ _zarn74ctl() {
             --version"
         [[ -z $demo ]] || options+=" --image --hid"
         case $command in
-        read | dump) options+=" -o" ;;
+        read) options+=" -o" ;;
+        dump) options+=" -o --explain" ;;
         write | default) options+=" --all --dry-run --no-verify" ;;
         test-eeprom) options+=" --yes" ;;
         history)

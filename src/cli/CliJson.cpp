@@ -4,6 +4,7 @@
 
 #include "base/modText.h"
 #include "flows/clsConvertTable.h"
+#include "settings/RegisterMeaning.h"
 #include "settings/SettingTable.h"
 #include "settings/modByte.h"
 
@@ -72,6 +73,19 @@ Json Settings(const ZarnInfo& record) {
                 json["AutoRead"] = false;
                 break;  // a setting of the window, which is not here
         }
+    }
+    return json;
+}
+
+Json Explained(const RegisterImage& image) {
+    Json json = Json::array();
+    for (int number = 0; number < registerCount; ++number) {
+        const RegisterRole role = RegisterMeaning::RoleOf(number);
+        json.push_back({{"register", number},
+                        {"value", image.at(static_cast<std::size_t>(number))},
+                        {"setting", role.Item ? Json(role.Item->Key()) : Json()},
+                        {"place", role.Item ? Json(RegisterMeaning::Place(role)) : Json()},
+                        {"meaning", role.Item ? Json(RegisterMeaning::Meaning(number, image)) : Json()}});
     }
     return json;
 }

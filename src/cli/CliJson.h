@@ -6,6 +6,7 @@
 
 #include "ports/clsIPortDirectory.h"
 #include "settings/Differences.h"
+#include "settings/RegisterImage.h"
 
 /// The program's results as JSON. A byte of a text is the code point of the same number.
 namespace CliJson {
@@ -16,6 +17,8 @@ nlohmann::ordered_json Reason(const PortReason& reason);
 nlohmann::ordered_json Port(const PortEntry& port);
 /// The settings under their names in the settings file.
 nlohmann::ordered_json Settings(const ZarnInfo& record);
+/// Each register with its setting, its place in it and what its byte means; null for one that is not used.
+nlohmann::ordered_json Explained(const RegisterImage& image);
 /// What differs, or was written; what was not read back is null.
 nlohmann::ordered_json Changes(const std::vector<SettingChange>& changes);
 

@@ -225,7 +225,11 @@ void AddCommands(CLI::App& app, CliOptions& options, bool asked) {
         };
         switch (row.Command) {
             case CliCommand::Read: file("-o", "Save to FILE instead of printing; - prints"); break;
-            case CliCommand::Dump: file("-o", "Save the bytes to FILE; - prints them"); break;
+            case CliCommand::Dump:
+                file("-o", "Save the bytes to FILE; - prints them");
+                command->add_flag("--explain", options.Explain,
+                                  "A line for each register: its setting and what its byte means");
+                break;
             case CliCommand::Write: file("FILE", "The settings file; - is standard input"); break;
             case CliCommand::Default: file("FILE", "The file with the defaults; - is standard input"); break;
             case CliCommand::Check:

@@ -56,6 +56,7 @@ struct CliOptions {
     std::string File;       ///< to read or to write; empty: none given
     std::string Other;      ///< a second file to compare with; empty: the reader
     bool All = false;       ///< write without comparing
+    bool Explain = false;   ///< say of each register what it means
     bool DryRun = false;    ///< show what would be written, and write nothing
     bool NoVerify = false;  ///< do not read back what was written
     bool Yes = false;       ///< destroying the settings is allowed

@@ -13,6 +13,7 @@
 #include "flows/FileDifferences.h"
 #include "hid/modOrvHID.h"
 #include "history/HistorySettings.h"
+#include "settings/RegisterMeaning.h"
 
 namespace {
 
@@ -497,16 +498,19 @@ CliResult clsCliRun::Dump() {
     modZarn74::Image image{};
     result.Exit = ExitOf(m_flows.Dump(image));
     if (result.Exit != ExitDone) return result;
-    const std::string bytes(image.begin(), image.end());
+    const bool explain = m_options.Explain;
+    const std::string content =
+        explain ? RegisterMeaning::Text(image) : std::string(image.begin(), image.end());
     if (m_options.File.empty()) {
-        result.Text = HexTable(image);
+        result.Text = explain ? content : HexTable(image);
     } else if (file.empty()) {
-        result.Text = bytes;
+        result.Text = content;
     } else {
-        if (!m_files.ReplaceFile(file, bytes)) return failed();
+        if (!m_files.ReplaceFile(file, content)) return failed();
         Logged("Save Dump To File", /*done=*/true);
     }
     result.Json = {{"registers", image}};
+    if (explain) result.Json["explained"] = CliJson::Explained(image);
     return result;
 }
 

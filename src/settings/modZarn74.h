@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <span>
@@ -9,6 +8,7 @@
 
 #include "base/clsIMessageSink.h"
 #include "comm/ucCOMM.h"
+#include "settings/RegisterImage.h"
 #include "settings/ZarnInfo.h"
 #include "settings/ZarnRegisterMap.h"
 
@@ -82,7 +82,7 @@ class modZarn74 {
     /// same throughout and includes the read that a write makes first. For a progress display; must not run
     /// the event loop. May be empty.
     std::function<void(int number, int count)> ShowStep;
-    using Image = std::array<std::uint8_t, registerCount>;
+    using Image = RegisterImage;
     /// Everything was read, also by the read that a write makes first; out of `image`, or null. Must not run
     /// the event loop. May be empty.
     std::function<void(const ZarnInfo& info, const Image* image)> TellRead;

@@ -206,6 +206,10 @@ TEST_F(clsCliTest, SingleRegistersAreShownAsTheyStandInTheReader) {
     EXPECT_EQ(reader.Registers[511], 0x41);
     EXPECT_EQ(Run("dump"), 0);
     EXPECT_EQ(Lines(out.Text).at(13), "0D0: 00 FF 02 FF 00 00 FF FF FF 00 FF FF FF FF FF FF");
+    EXPECT_EQ(Run("dump --explain"), 0);
+    EXPECT_EQ(Lines(out.Text).at(210), "0D2 (210): 02  Language                                Germany");
+    EXPECT_EQ(Run("dump --explain -o explained"), 0);
+    EXPECT_EQ(Lines(files.Contents["explained"]).size(), 512U);
     EXPECT_EQ(Run("dump -o image"), 0);
     EXPECT_EQ(files.Contents["image"], std::string(reader.Registers.begin(), reader.Registers.end()));
 

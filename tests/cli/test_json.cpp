@@ -82,6 +82,8 @@ TEST_F(clsCliTest, EveryRunPrintsOneObjectOfTheSchema) {
         {"history diff 6", 4, "history", R"(/result/changes/0/setting = "Language")"},
         {"history label 6 Unit", 0, "history", "/result/changed = 1"},
         {"history prune --before 2026-01-01 --yes", 0, "history", "/result/changed = 0"},
+        {"dump --explain", 0, "dump", R"(/result/explained/210/meaning = "USA")"},
+        {"dump --explain", 0, "dump", "/result/explained/216/setting = null"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(Run(std::string("--json ") + row.line), row.exit) << row.line;

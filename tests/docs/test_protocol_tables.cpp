@@ -11,7 +11,7 @@
 
 #include "base/modText.h"
 #include "flows/clsSettingsFile.h"
-#include "settings/ZarnRegisterMap.h"
+#include "settings/RegisterMeaning.h"
 
 namespace {
 
@@ -52,6 +52,36 @@ std::string CodingOf(const SettingRow& row) {
            Hex(EncodeFlag(flag->Code, /*on=*/false), 2);
 }
 
+// The entries of the conversion table share a row, and the two registers of a filter.
+bool InOneRow(const RegisterRole& a, const RegisterRole& b) {
+    if (!a.Item || !b.Item) return false;
+    const auto text = [](const RegisterRole& role) { return role.Part == RegisterPart::CardText; };
+    return a.Item == b.Item
+               ? text(a) == text(b)
+               : a.Item->Kind() == ItemKind::Entry && b.Item->Kind() == ItemKind::Entry && text(a) == text(b);
+}
+
+// Setting, coding, and its name with its values.
+std::string RegisterColumns(const RegisterRole& role, const std::array<std::string, settingCount>& keyOf) {
+    const SettingItem& item = *role.Item;
+    const std::string number = "(" + std::to_string(item.Index() + 1) + ")`";
+    if (item.Kind() == ItemKind::Entry)
+        return role.Part == RegisterPart::CardText ? "`Convert(i)` | text | Output texts |"
+                                                   : "`Convert(i)` | entry | Card types and IDs |";
+    if (item.Kind() == ItemKind::Filter)
+        return "`Filter_Start" + number + ", `Filter_Length" + number + " | of " +
+               std::to_string(FilterDigits(item.Index())) + " digits | " + item.Name() + " |";
+    const SettingRow& row = RowOf(item.Id());
+    std::string values;
+    if (const auto* list = std::get_if<NumberField>(&row.Field); list && list->Code != NumberCode::Baudrate) {
+        for (const ListEntry& entry : list->Entries)
+            values +=
+                (values.empty() ? ": " : ", ") + std::to_string(entry.Value) + " " + std::string(entry.Text);
+    }
+    return "`" + keyOf.at(static_cast<std::size_t>(row.Id)) + "` | " + CodingOf(row) + " | " + item.Name() +
+           values + " |";
+}
+
 TEST(Protocol, TheTablesOfKeysAndRegistersAreWhatIsWrittenAndReadBack) {
     std::istringstream text(
         clsSettingsFile::MakeText(ZarnInfo(), {{"[1K ] 04A1B2C3       1", true}}, /*autoRead=*/false).Text);
@@ -80,25 +110,16 @@ TEST(Protocol, TheTablesOfKeysAndRegistersAreWhatIsWrittenAndReadBack) {
     ExpectTable("| key |", keys);
 
     std::vector<std::string> registers;
-    const auto add = [&](int first, int count, const std::string& setting, const std::string& coding) {
-        const int last = first + count - 1;
-        registers.push_back("| " + Range(Hex(first, 3), Hex(last, 3)) + " | " +
-                            Range(std::to_string(first), std::to_string(last)) + " | " + setting + " | " +
-                            coding + " |");
-    };
-    for (std::size_t i = 0; i < settingCount; ++i) {
-        const int count = std::holds_alternative<TextField>(settingTable[i].Field) ? keyStringSize : 1;
-        add(settingTable[i].Register, count, "`" + keyOf[i] + "`", CodingOf(settingTable[i]));
+    for (int first = 0; first < registerCount;) {
+        const RegisterRole role = RegisterMeaning::RoleOf(first);
+        int last = first;
+        while (last + 1 < registerCount && InOneRow(role, RegisterMeaning::RoleOf(last + 1))) ++last;
+        if (role.Item)
+            registers.push_back("| " + Range(Hex(first, 3), Hex(last, 3)) + " | " +
+                                Range(std::to_string(first), std::to_string(last)) + " | " +
+                                RegisterColumns(role, keyOf));
+        first = last + 1;
     }
-    for (int i = 0; i < cardFilterCount; ++i) {
-        const std::string number = std::to_string(i + 1);
-        std::string setting = "`Filter_Start(";
-        setting.append(number).append(")`, `Filter_Length(").append(number).append(")`");
-        add(FilterRegister(i), 2, setting, "of " + std::to_string(FilterDigits(i)) + " digits");
-    }
-    add(EntryRegister(0), entrySize * convertCount, "`Convert(i)`", "entry");
-    add(EntryTextRegister(0), keyStringSize * convertCount, "`Convert(i)`", "text");
-    std::sort(registers.begin(), registers.end());
     ExpectTable("| hex |", registers);
 }
 
