@@ -40,6 +40,7 @@ namespace {
 constexpr auto applicationName = "zarn74";
 constexpr int exitUsage = 2;
 constexpr int historyTime = 2000;  // ms that another program may have it locked
+constexpr int iconTime = 50;       // ms from the window's being shown
 constexpr auto desktopEntry = "org.example.zarn74";
 
 int Say(const std::string& text, int status) {
@@ -68,7 +69,8 @@ bool HasDisplay(const std::vector<std::string>& arguments) {
            });
 }
 
-// The toolkit decodes every size at once, before the window is shown; the large ones are the desktop entry's.
+// To decode the first one the toolkit loads all that it has for any picture, so this is left for when the window is
+// there. The large sizes are the desktop entry's.
 QIcon ProgramIcon() {
     QIcon icon;
     for (const int size : {16, 24, 32, 48, 64})
@@ -167,6 +169,7 @@ int Open(const WindowParts& parts, const WindowOptions& options, clsDemoPanel* p
         return Say("there is no page " + options.Page + "\n", exitUsage);
     if (options.Width > 0 && options.Height > 0) window.resize(options.Width, options.Height);
     window.show();
+    QTimer::singleShot(iconTime, &window, [] { QApplication::setWindowIcon(ProgramIcon()); });
 
     const clsStopSignals stopSignals(parts.Host, [&window] { window.CloseSoon(); });
     if (options.Batch()) {
@@ -279,7 +282,6 @@ int Main(int argc, char** argv) {
     const QApplication application(argc, argv);
     displayCheck.reset();
     QApplication::setDesktopFileName(desktopEntry);
-    QApplication::setWindowIcon(ProgramIcon());
     arguments.assign(argv + 1, argv + argc);
     parsing = ParseArguments(arguments, options);
     if (!parsing.Run) return Say(parsing.Text, parsing.Exit);
