@@ -69,8 +69,8 @@ bool HasDisplay(const std::vector<std::string>& arguments) {
            });
 }
 
-// To decode the first one the toolkit loads all that it has for any picture, so this is left for when the window is
-// there. The large sizes are the desktop entry's.
+// To decode the first one the toolkit loads all that it has for any picture, so this is left for when the
+// window is there. The large sizes are the desktop entry's.
 QIcon ProgramIcon() {
     QIcon icon;
     for (const int size : {16, 24, 32, 48, 64})

@@ -4,13 +4,14 @@
 #include <QStyleOptionGroupBox>
 #include <QStyleOptionTabWidgetFrame>
 #include <QStylePainter>
+#include <functional>
+#include <utility>
 
 namespace {
 
-constexpr int stripHeight = 64;  // of half as much again Qt makes two parts
+constexpr int stripHeight = 95;  // of one line more Qt makes two parts
 
-template <class Draw>
-void InStrips(QPainter& painter, const QRect& area, Draw draw) {
+void InStrips(QPainter& painter, const QRect& area, const std::function<void()>& draw) {
     for (int top = area.top(); top <= area.bottom(); top += stripHeight) {
         painter.setClipRect(area.left(), top, area.width(), stripHeight);
         draw();
@@ -29,12 +30,27 @@ void clsPages::paintEvent(QPaintEvent* event) {
 }
 
 void clsGroup::paintEvent(QPaintEvent* event) {
+    if (event->rect().height() <= stripHeight || !style()->inherits("QFusionStyle"))
+        return QGroupBox::paintEvent(event);
     QStylePainter painter(this);
     QStyleOptionGroupBox group;
     initStyleOption(&group);
-    const QStyle::SubControls all = group.subControls;
-    group.subControls = QStyle::SC_GroupBoxFrame;
-    InStrips(painter, event->rect(), [&] { painter.drawComplexControl(QStyle::CC_GroupBox, group); });
-    group.subControls = all & ~QStyle::SubControls(QStyle::SC_GroupBoxFrame);
+    QStyleOptionFrame frame;
+    static_cast<QStyleOption&>(frame) = group;
+    frame.features = group.features;
+    frame.lineWidth = group.lineWidth;
+    frame.midLineWidth = group.midLineWidth;
+    frame.rect = style()->subControlRect(QStyle::CC_GroupBox, &group, QStyle::SC_GroupBoxFrame, this);
+    InStrips(painter, event->rect(), [&] { painter.drawPrimitive(QStyle::PE_FrameGroupBox, frame); });
+    group.subControls &= ~QStyle::SubControls(QStyle::SC_GroupBoxFrame);
     painter.drawComplexControl(QStyle::CC_GroupBox, group);
 }
+
+void clsPage::setVisible(bool visible) {
+    if (visible && !std::exchange(m_wanted, true)) emit FirstShown();
+    QWidget::setVisible(visible);
+}
+
+QSize clsPage::sizeHint() const { return m_wanted ? QWidget::sizeHint() : QSize(0, 0); }
+
+QSize clsPage::minimumSizeHint() const { return m_wanted ? QWidget::minimumSizeHint() : QSize(0, 0); }

@@ -7,6 +7,7 @@
 #include <QScrollBar>
 #include <QTextBlock>
 #include <algorithm>
+#include <utility>
 
 #include "base/ControlNames.h"
 #include "qt/QtText.h"
@@ -54,7 +55,6 @@ clsLogView::clsLogView(QWidget* parent) : QPlainTextEdit(parent) {
     setUndoRedoEnabled(false);
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setMaximumBlockCount(lineLimit + 1);  // the line that the next text goes to is one more
-    setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     QPalette colors;
     colors.setColor(QPalette::Base, Qt::white);
     colors.setColor(QPalette::Text, Qt::black);
@@ -100,7 +100,13 @@ void clsLogView::Append(const std::string& text, LogColor color, bool endsLine) 
     if (!m_frame.isActive()) m_frame.start(frameTime);
 }
 
+// Not before there is something to be seen in it, be it the caret: to find a font takes long.
+void clsLogView::TakeFont() {
+    if (!std::exchange(m_hasFont, true)) setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+}
+
 void clsLogView::ShowPending(int pieces) {
+    TakeFont();
     if (m_outrun) clear();
     m_outrun = false;
     QScrollBar* const bar = verticalScrollBar();
@@ -153,6 +159,7 @@ void clsLogView::Insert(QTextCursor& cursor, const Piece& piece) {
 }
 
 bool clsLogView::event(QEvent* event) {
+    if (event->type() == QEvent::FocusIn) TakeFont();
     if (event->type() == QEvent::ShortcutOverride || event->type() == QEvent::KeyPress) {
         auto& key = static_cast<QKeyEvent&>(*event);
         // The window's own F6 leads here and would never lead away.

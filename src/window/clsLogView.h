@@ -46,6 +46,7 @@ class clsLogView : public QPlainTextEdit, public clsILogView {
         LogColor Color = LogColor::Black;
         bool EndsLine = false;
     };
+    void TakeFont();
     void Append(const std::string& text, LogColor color, bool endsLine);
     /// Moves at most that many pieces of what is pending to the screen.
     void ShowPending(int pieces);
@@ -54,5 +55,6 @@ class clsLogView : public QPlainTextEdit, public clsILogView {
     std::deque<Piece> m_pending;
     int m_pendingLines = 0;
     bool m_outrun = false;  // more lines are pending than the log keeps: what it shows goes
+    bool m_hasFont = false;
     QTimer m_frame;
 };

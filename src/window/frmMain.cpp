@@ -85,6 +85,16 @@ QString DialogFilter(const QString& filter) {
     return QString("%1 (%2)").arg(filter.section('|', 0, 0), filter.section('|', 1, 1));
 }
 
+/// Bold from the first text on: to find a font takes long.
+void ShowValue(QLabel& label, const std::string& value) {
+    if (!value.empty() && !label.font().bold()) {
+        QFont bold = label.font();
+        bold.setBold(true);
+        label.setFont(bold);
+    }
+    label.setText(QtText::ToQString(value));
+}
+
 std::unique_ptr<Ui::frmMain> MakeControls(frmMain& window) {
     auto controls = std::make_unique<Ui::frmMain>();
     controls->setupUi(&window);
@@ -222,12 +232,6 @@ void frmMain::MakeStatusBar() {
 }
 
 void frmMain::MakeReaderPanel() {
-    const std::array<QLabel*, 4> values{m_ui->labProduct, m_ui->labROMVersion, m_ui->labROMSN, m_ui->labPort};
-    for (QLabel* label : values) {
-        QFont bold = label->font();
-        bold.setBold(true);
-        label->setFont(bold);
-    }
     for (QLabel* label :
          {m_ui->labProductCaption, m_ui->labROMVersionCaption, m_ui->labROMSNCaption, m_ui->labPortCaption})
         label->setForegroundRole(QPalette::PlaceholderText);
@@ -656,10 +660,10 @@ void frmMain::ShowPort(bool open) {
 
 void frmMain::ShowPanel(const InfoPanel& panel) {
     if (m_searching && !panel.Product.empty()) m_running = tr("Reading");
-    m_ui->labProduct->setText(QtText::ToQString(panel.Product));
-    m_ui->labROMVersion->setText(QtText::ToQString(panel.Version));
-    m_ui->labROMSN->setText(QtText::ToQString(panel.SerialNo));
-    m_ui->labPort->setText(QtText::ToQString(panel.Port));
+    ShowValue(*m_ui->labProduct, panel.Product);
+    ShowValue(*m_ui->labROMVersion, panel.Version);
+    ShowValue(*m_ui->labROMSN, panel.SerialNo);
+    ShowValue(*m_ui->labPort, panel.Port);
     ShowState();
 }
 

@@ -61,6 +61,11 @@ void frmMain::MakeLists() {
     InitASCIIChars(*m_ui->cboPrefix, *m_ui->txtPrefix, *m_ui->labPrefixCount, Qt::ALT | Qt::Key_1);
     InitASCIIChars(*m_ui->cboPostfix, *m_ui->txtPostfix, *m_ui->labPostfixCount, Qt::ALT | Qt::Key_2);
     InitASCIIChars(*m_ui->cboOnRemove, *m_ui->txtOnRemove, *m_ui->labOnRemoveCount, Qt::ALT | Qt::Key_3);
+    connect(m_ui->tabKeyStrings, &clsPage::FirstShown, this, [this] {
+        const int empty = QComboBox().sizeHint().width();  // less would be hard to hit
+        for (QComboBox* box : {m_ui->cboPrefix, m_ui->cboPostfix, m_ui->cboOnRemove, m_ui->cboDelimiter})
+            box->setMinimumWidth(empty);
+    });
     connect(m_ui->cboCardNumericSys, &QComboBox::currentIndexChanged, this, [this](int index) {
         if (!Suppressed() && index >= 0) m_ui->SSTab2->setCurrentIndex(index);
     });
@@ -108,7 +113,8 @@ void frmMain::MakeDigitBoxes() {
     });
     for (int box = 0; box < ZarnForm::boxCount; ++box) {
         ucTextScroll& digits = DigitBox(box);
-        digits.setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+        connect(m_ui->tabCardID, &clsPage::FirstShown, &digits,
+                [&digits] { digits.setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont)); });
         connect(&digits, &ucTextScroll::Change, this, [this, box, &digits] {
             if (Suppressed()) return;
             const int index = ZarnForm::FilterIndex(m_ui->SSTab2->currentIndex(), box);
@@ -119,11 +125,8 @@ void frmMain::MakeDigitBoxes() {
 }
 
 void frmMain::MakeTable() {
-    const QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     QListWidget& list = *m_ui->lstTable;
-    list.setFont(fixed);
-    m_ui->labTable->setFont(fixed);
-    AlignTableHeader();
+    connect(m_ui->tabOutputTable, &clsPage::FirstShown, this, &frmMain::AlignTableHeader);
     m_fmtOutputID.SetFMTType(FMTTypes::Hexadecimal);
     m_fmtOutputID.SetByteLen(serialLength);
     m_fmtOutputID.SetFMTTextBox(m_ui->txtOutputID);
@@ -158,7 +161,10 @@ void frmMain::MakeTable() {
 
 /// The header stands over the rows' text, behind their marks.
 void frmMain::AlignTableHeader() {
+    const QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     QListWidget& list = *m_ui->lstTable;
+    list.setFont(fixed);
+    m_ui->labTable->setFont(fixed);
     QStyleOptionViewItem row;
     row.initFrom(&list);
     row.widget = &list;
