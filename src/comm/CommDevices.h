@@ -23,6 +23,13 @@ class clsIDeviceNotices {
     clsEvent<int, const std::string&> OnDeviceRemoveComplete;  ///< the same
 };
 
+/// What has become of a port.
+enum class PortChange {
+    Arrived,
+    Removed,
+    Lost  ///< removed while it was open
+};
+
 /// What a comm control uses beside the serial line; what is null is not there.
 struct CommDevices {
     clsILibraryLoader* Loader = nullptr;  ///< with Hid: readers on USB HID

@@ -93,6 +93,16 @@ void ucCOMM::ClosePort() {
     ++m_closings;
 }
 
+bool ucCOMM::IsHidPort(const std::string& name) const { return m_hid && m_hid->Port.IsMyCommPort(name); }
+
+std::vector<std::string> ucCOMM::PresentPorts() {
+    std::vector<std::string> names;
+    for (int i = 0; i < m_msComm.NumberOfCommPorts(); ++i) names.push_back(m_msComm.EnumCommPort(i));
+    const int readers = m_hid ? m_hid->Control.NumberOfCommPorts() : 0;
+    for (int i = 0; i < readers; ++i) names.push_back(m_hid->Control.EnumCommPort(i));
+    return names;
+}
+
 std::vector<PortEntry> ucCOMM::HidPorts() {
     std::vector<PortEntry> ports;
     if (!m_hid) return ports;

@@ -52,7 +52,9 @@ class ucCOMM : private clsPacketCutter::clsISink {
     clsEvent<std::uint8_t> OnChar;                      ///< a byte outside any packet
     clsEvent<int, const std::string&> OnPacket;         ///< terminating byte or -1; the text
     clsEvent<std::string&, const std::string&> OnPort;  ///< message (the handler may change it); port name
-    clsEvent<const std::string&, bool> OnMonitorData;   ///< bytes; True for received, False for sent
+    /// What OnPort tells, with the port's bare name; raised after it.
+    clsEvent<PortChange, const std::string&> OnPortChange;
+    clsEvent<const std::string&, bool> OnMonitorData;  ///< bytes; True for received, False for sent
 
     // -- the port -------------------------------------------------------------------------------------------
     /// Adds a transport: the adapter is given its control and the shared sink, then stands in the port set.
@@ -70,6 +72,10 @@ class ucCOMM : private clsPacketCutter::clsISink {
     void SetBaudRate(std::int32_t rate);
     /// True for every port that is not on USB HID; for one that is, what the HID control says.
     [[nodiscard]] bool CommPort_IsBaudrateSupported(const std::string& name) const;
+    /// The bare names of all ports that are there, as OnPortChange tells them.
+    [[nodiscard]] std::vector<std::string> PresentPorts();
+    /// Whether the port is one of a reader on USB HID.
+    [[nodiscard]] bool IsHidPort(const std::string& name) const;
     /// The readers on USB HID, in the order of their aliases.
     [[nodiscard]] std::vector<PortEntry> HidPorts();
     /// The name of the USB adapter behind the open port, asked once when it opened; empty where there is
@@ -124,6 +130,12 @@ class ucCOMM : private clsPacketCutter::clsISink {
     bool SetRegisterEx(std::int32_t iRegister, std::span<const std::uint8_t> values, std::int32_t count,
                        std::int32_t first, bool stopAtEnd);
     std::string Polling(std::uint8_t address, bool noAddress);
+    /// Polls a line of which nobody knows what is on it, for `timeout` ms, 151 at least. What was polled
+    /// before may answer it as well.
+    std::string PollLine(std::int32_t timeout);
+    /// Waits until nothing has come for `quiet` ms, 4 s at most; then nothing is due any more. A cancel and
+    /// the closing of the port end it.
+    void AwaitQuiet(std::int32_t quiet);
     /// The last answer to Polling, emptied when the port closes.
     [[nodiscard]] const std::string& AutoScanReceive() const { return m_autoScanReceive; }
     /// Sends the reader into its firmware loader. True only for an answer that is a true value.
@@ -205,7 +217,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     void HandleRemoval(int type, const std::string& name);
     void HandleLost();
     void HandleHidDevice(std::uint32_t event, const std::string& device);
-    void RaiseOnPort(const std::string& name, const char* what);
+    void RaiseOnPort(const std::string& name, PortChange change);
 
     // engine
     /// What a wait began with: a cancel, or the closing of the port, since then ends it.

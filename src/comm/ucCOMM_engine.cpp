@@ -13,6 +13,7 @@ constexpr std::int32_t longestGap = 10;       // ms; a longer rest of the gap is
 constexpr std::int32_t dumpTimeout = 10000;   // ms until a dump's first byte
 constexpr std::int32_t dumpReport = 127;      // ms; OnDumpWait is raised when more than this has passed
 constexpr std::int32_t fastestTimeout = 150;  // ms; up to this a time-out is refused
+constexpr std::int64_t longestUnrest = 4000;  // ms; our choice: longer than what any reader still owes
 }  // namespace
 
 void ucCOMM::SetOrvNetTimeout(std::int32_t value) {
@@ -130,6 +131,20 @@ void ucCOMM::AwaitReplies() {
     m_dataArrived = false;
     WaitFor(
         chunkTime, Now(), [this] { return m_due.Rest(m_host.TickCount()) == 0; }, [](const clsWait&) {});
+}
+
+void ucCOMM::AwaitQuiet(std::int32_t quiet) {
+    if (!m_ports.PortOpen()) return;
+    const Beginning since = Now();
+    clsWait wait(m_host, m_waits, quiet, since.Cancels);
+    m_dataArrived = false;
+    wait.Until(
+        [&] {
+            if (std::exchange(m_dataArrived, false)) wait.Restart(quiet);
+            return wait.Waited() > longestUnrest;
+        },
+        [&] { return m_closings != since.Closings; });
+    m_due.Clear();
 }
 
 void ucCOMM::PacketComplete() {

@@ -15,15 +15,19 @@ bool IsSerialPort(int type, const std::string& name) {
 
 }  // namespace
 
-void ucCOMM::RaiseOnPort(const std::string& name, const char* what) {
+void ucCOMM::RaiseOnPort(const std::string& name, PortChange change) {
+    const char* what = " is plug-in";
+    if (change == PortChange::Removed) what = " is removed";
+    if (change == PortChange::Lost) what = " is removed and closed";
     std::string message = name + what;
     OnPort.Raise(message, name);
+    OnPortChange.Raise(change, name);
 }
 
 void ucCOMM::HandleArrival(int type, const std::string& name) {
     if (!IsSerialPort(type, name)) return;
     if (name == m_lostPort) m_lostPort.clear();
-    RaiseOnPort(name, " is plug-in");
+    RaiseOnPort(name, PortChange::Arrived);
 }
 
 void ucCOMM::HandleRemoval(int type, const std::string& name) {
@@ -34,9 +38,9 @@ void ucCOMM::HandleRemoval(int type, const std::string& name) {
     }
     if (m_ports.PortOpen() && m_ports.CommPort() == name) {
         ClosePort();
-        RaiseOnPort(name, " is removed and closed");
+        RaiseOnPort(name, PortChange::Lost);
     } else {
-        RaiseOnPort(name, " is removed");
+        RaiseOnPort(name, PortChange::Removed);
     }
 }
 
@@ -46,18 +50,18 @@ void ucCOMM::HandleLost() {
     m_lostPort = m_ports.CommPort();
     m_lostAt = m_host.TickCount();
     ClosePort();
-    RaiseOnPort(std::string(m_lostPort), " is removed and closed");
+    RaiseOnPort(std::string(m_lostPort), PortChange::Lost);
 }
 
 void ucCOMM::HandleHidDevice(std::uint32_t event, const std::string& device) {
     const bool number = !device.empty() && device.find_first_not_of("0123456789") == std::string::npos;
     const std::string name = number ? m_hid->Control.DevicePrefix() + device : device;
     switch (event) {
-        case HidEventArrival: RaiseOnPort(name, " is plug-in"); break;
-        case HidEventRemoval: RaiseOnPort(name, " is removed"); break;
+        case HidEventArrival: RaiseOnPort(name, PortChange::Arrived); break;
+        case HidEventRemoval: RaiseOnPort(name, PortChange::Removed); break;
         case HidEventRemovalOfOpen:
             if (&m_ports.PortInUse() == &m_hid->Port) ClosePort();
-            RaiseOnPort(name, " is removed and closed");
+            RaiseOnPort(name, PortChange::Lost);
             break;
         default: break;  // announcements of changes to come
     }

@@ -1,5 +1,6 @@
 // The comm control's register and device commands.
 
+#include "base/clsScopeGuard.h"
 #include "base/modText.h"
 #include "comm/ucCOMM.h"
 
@@ -102,6 +103,13 @@ std::string ucCOMM::Polling(std::uint8_t address, bool noAddress) {
     if (OrvNetFrame::ParseReply(text).Kind != OrvNetFrame::ReplyKind::Accepted) return {};
     m_autoScanReceive = OrvNetFrame::AcceptedText(text);
     return m_autoScanReceive;
+}
+
+std::string ucCOMM::PollLine(std::int32_t timeout) {
+    m_due.Clear();
+    const clsScopeGuard restore([this, former = m_orvNetTimeout] { m_orvNetTimeout = former; });
+    SetOrvNetTimeout(timeout);
+    return Polling(/*address=*/0, /*noAddress=*/true);
 }
 
 bool ucCOMM::GotoISP() {

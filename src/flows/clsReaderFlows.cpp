@@ -151,7 +151,11 @@ clsReaderFlows::clsReaderFlows(clsIHost& host, ucCOMM& comm, modZarn74& settings
         if (m_comm.PortOpen()) m_picture.Read(record, m_host.TimeOfDay());
         m_recorder.AddReading(record, image == nullptr ? std::string() : TextOf(*image));
     };
-    m_settings.TellWrite = [this] { m_recorder.BeginWriting(); };
+    m_settings.TellWrite = [this] {
+        m_written.clear();
+        m_recorder.BeginWriting();
+    };
+    m_settings.TellWritten = [this](const SettingItem& item) { m_written.push_back(item); };
     m_test.TellImage = [this](const modZarn74::Image& image) {
         m_recorder.EndWriting();
         m_recorder.AddImage(TextOf(image));
@@ -175,6 +179,7 @@ clsReaderFlows::~clsReaderFlows() {
     m_settings.ShowStep = {};
     m_settings.TellRead = {};
     m_settings.TellWrite = {};
+    m_settings.TellWritten = {};
     m_log.TellLine = {};
     m_comm.ShowScanStep = {};
     m_comm.ShowImageProgress = {};
@@ -380,6 +385,7 @@ FlowResult clsReaderFlows::WriteDifferences(const ZarnInfo& wanted, const ZarnIn
     if (!door.Entered()) return FlowResult::Refused;
     door.Record(HistoryAction::Write);
     m_recorder.SetWanted(wanted, &picture);
+    m_written.clear();
     const bool written =
         SayErrors(wanted, {}) && !Cancelled() && Wrote(m_settings.SetDifferences(wanted, picture), wanted);
     m_log.ShowMsg(written ? WriteTexts::File.WriteOK : WriteTexts::File.WriteNG);
@@ -539,7 +545,7 @@ FlowResult clsReaderFlows::SetRegister(int number, std::uint8_t wanted,
 
 // -- the history --------------------------------------------------------------------------------------------
 
-void clsReaderFlows::KeepHistory(clsIHistory* history) {
+void clsReaderFlows::KeepHistory(clsIEventKeeper* history) {
     if (m_history != nullptr) m_history->ShowNotice = {};
     m_history = history;
     m_recorder.SetHistory(history);
@@ -557,6 +563,15 @@ bool clsReaderFlows::BeginEvent(HistoryAction action) {
 void clsReaderFlows::EndEvent(bool cancelled) {
     if (cancelled) m_recorder.SetEnd(HistoryOutcome::Cancelled);
     m_recorder.Close();
+}
+
+void clsReaderFlows::SetEventProfile(const std::string& name, const std::string& content) {
+    m_recorder.UseProfile(name, content);
+}
+
+void clsReaderFlows::FailEvent(const std::string& reason) {
+    m_recorder.SetEnd(HistoryOutcome::Failed);
+    m_recorder.SetReason(reason);
 }
 
 void clsReaderFlows::RecordProfile(const std::string& name) {
@@ -801,6 +816,7 @@ void clsReaderFlows::HandlePort(const std::string& message) {
 
 // A late answer is nothing that the reader typed.
 bool clsReaderFlows::Muted() {
+    if (!m_echo) return true;
     const std::uint32_t elapsed = m_host.TickCount() - m_mutedSince;
     if (elapsed >= m_mutedTime) return false;
     m_mutedTime = std::max(m_mutedTime, elapsed + lateAnswerQuiet);

@@ -111,12 +111,26 @@ class clsReaderFlows {
     // -- the history ----------------------------------------------------------------------------------------
     /// Each look at the reader and each change to it becomes an event there. Null, as at start: nothing is
     /// kept. Outlives the flows.
-    void KeepHistory(clsIHistory* history);
+    void KeepHistory(clsIEventKeeper* history);
     /// What follows on the open port is one event, up to EndEvent. False, and nothing done, without a history
     /// or when one is open already; a flow by itself is an event of its own.
     bool BeginEvent(HistoryAction action);
     /// `cancelled`: also when the last flow came to its end.
     void EndEvent(bool cancelled);
+    /// Of the event that is open, and nothing without one: the settings file it is about, name and content;
+    /// what the reader is to hold; what a person calls the unit and why it came out so, in UTF-8.
+    void SetEventProfile(const std::string& name, const std::string& content);
+    void SetEventWanted(const ZarnInfo& wanted) { m_recorder.SetWanted(wanted); }
+    void SetEventLabel(const std::string& label) { m_recorder.SetLabel(label); }
+    void SetEventReason(const std::string& reason) { m_recorder.SetReason(reason); }
+    /// The event has failed, whatever the last flow says, and why.
+    void FailEvent(const std::string& reason);
+    /// The last step of a read or write in the open event that failed; empty when none did.
+    [[nodiscard]] const std::string& FailedStep() const { return m_recorder.FailedStep(); }
+    /// What the last write wrote and the reader accepted.
+    [[nodiscard]] const std::vector<SettingItem>& Written() const { return m_written; }
+    /// What a reader sends while no flow runs is shown in the log, as at start, or answers somebody's polls.
+    void SetEcho(bool value) { m_echo = value; }
 
     // -- on records of the caller: the flows' own record and the controls stay as they are -----------------
     /// Reads everything into `record`, with the messages of Read or without a line.
@@ -212,7 +226,7 @@ class clsReaderFlows {
     clsEepromTest m_test;
     clsHostTimer m_timerAutoRead;
     clsHistoryRecorder m_recorder;
-    clsIHistory* m_history = nullptr;
+    clsIEventKeeper* m_history = nullptr;
 
     ZarnInfo m_record;
     InfoPanel m_panel;
@@ -225,6 +239,8 @@ class clsReaderFlows {
     bool m_onlyChanged = true;
     bool m_readBack = false;
     clsReaderPicture m_picture;
+    std::vector<SettingItem> m_written;
+    bool m_echo = true;
     std::uint32_t m_mutedSince = 0;  // for m_mutedTime ms what arrives answers a flow that was broken off
     std::uint32_t m_mutedTime = 0;
     std::string m_notRead;      // why the reader that was found last is not read; empty once it is

@@ -38,6 +38,8 @@ void clsHistoryRecorder::Reset() {
     m_after.reset();
     m_wanted.reset();
     m_failure.clear();
+    m_failedStep.clear();
+    m_reason.clear();
     m_kept = false;
     m_written = false;
     m_proving = false;
@@ -58,7 +60,13 @@ void clsHistoryRecorder::AddLine(const std::string& line) {
     if (!m_event) return;
     m_event->Lines += modText::ToUtf8(line) + "\n";
     constexpr std::size_t timeLength = std::string_view("hh:nn:ss - ").size();
-    if (Fails(line)) m_failure = modText::ToUtf8(line.substr(timeLength));
+    if (!Fails(line)) return;
+    m_failure = modText::ToUtf8(line.substr(timeLength));
+    if (m_failure.starts_with("Step ")) m_failedStep = m_failure.substr(m_failure.rfind(" - ") + 3);
+}
+
+void clsHistoryRecorder::SetLabel(const std::string& label) {
+    if (m_event) m_event->Label = label;
 }
 
 HistorySide& clsHistoryRecorder::Side() { return m_written ? m_event->After : m_event->Before; }
@@ -93,7 +101,13 @@ void clsHistoryRecorder::SetRegister(int number, int wanted, std::optional<int> 
 }
 
 void clsHistoryRecorder::BeginWriting() {
-    if (!m_event || m_kept) return;
+    if (!m_event) return;
+    if (m_written) {
+        m_after.reset();
+        m_event->After = {};
+        m_proving = false;
+    }
+    if (m_kept) return;
     Compare();
     m_kept = true;
     m_history->Keep(*m_event);
@@ -131,11 +145,12 @@ void clsHistoryRecorder::Close() {
     Compare();
     HistoryEvent& event = *m_event;
     event.Outcome = OutcomeNow();
-    if (event.Outcome != HistoryOutcome::Done) event.Reason = m_failure;
+    event.Reason = m_reason.empty() && event.Outcome != HistoryOutcome::Done ? m_failure : m_reason;
+    const std::string said = m_reason.empty() ? "" : m_reason + "; ";
     for (const HistoryChange& change : event.Changes) {
         if (change.Kept != false) continue;
-        const bool first = !event.Reason.starts_with("not kept: ");
-        event.Reason = (first ? "not kept: " : event.Reason + ", ") + change.Setting;
+        const bool first = !event.Reason.starts_with(said + "not kept: ");
+        event.Reason = (first ? said + "not kept: " : event.Reason + ", ") + change.Setting;
     }
     // What was read without writing is how the reader was left, whatever was compared with it.
     if (!m_kept) std::swap(event.Before, event.After);

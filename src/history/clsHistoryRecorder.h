@@ -27,7 +27,7 @@ class clsHistoryRecorder {
     clsHistoryRecorder(clsIHost& host, std::function<std::string(const ZarnInfo&)> textOf)
         : m_host(host), m_textOf(std::move(textOf)) {}
     /// Null: nothing is recorded. It outlives the recorder.
-    void SetHistory(clsIHistory* history) { m_history = history; }
+    void SetHistory(clsIEventKeeper* history) { m_history = history; }
 
     /// False, and nothing done, when there is no history or an event is open already: the caller's work is
     /// part of that.
@@ -37,6 +37,12 @@ class clsHistoryRecorder {
     void SetAction(HistoryAction action);
     /// Of the settings file that the work is done with, name and content.
     void UseProfile(const std::string& name, const std::string& content);
+    /// What a person calls the unit, in UTF-8.
+    void SetLabel(const std::string& label);
+    /// Why it came out so, in UTF-8, in the place of the last failing line.
+    void SetReason(const std::string& reason) { m_reason = reason; }
+    /// The last step of a read or write that failed, without its number; empty when none did.
+    [[nodiscard]] const std::string& FailedStep() const { return m_failedStep; }
     /// A line of the message log.
     void AddLine(const std::string& line);
     /// Everything was read; `image` is the memory that it was taken from, 512 bytes, or empty.
@@ -47,7 +53,7 @@ class clsHistoryRecorder {
     void SetWanted(const ZarnInfo& record, const ZarnInfo* before = nullptr);
     /// A register that is set by its number; `found` is what was read back.
     void SetRegister(int number, int wanted, std::optional<int> found);
-    /// The next byte may change the reader.
+    /// The next byte may change the reader: what was read back before is not what it holds any more.
     void BeginWriting();
     /// All was written: what is read from now on is what there is behind it.
     void EndWriting();
@@ -68,13 +74,15 @@ class clsHistoryRecorder {
 
     clsIHost& m_host;
     std::function<std::string(const ZarnInfo&)> m_textOf;
-    clsIHistory* m_history = nullptr;
+    clsIEventKeeper* m_history = nullptr;
     std::optional<HistoryEvent> m_event;
     std::uint32_t m_start = 0;
     std::optional<ZarnInfo> m_before;
     std::optional<ZarnInfo> m_after;
     std::optional<ZarnInfo> m_wanted;
-    std::string m_failure;   // the last failing line
+    std::string m_failure;  // the last failing line
+    std::string m_failedStep;
+    std::string m_reason;
     bool m_kept = false;     // as begun
     bool m_written = false;  // all of it
     bool m_proving = false;

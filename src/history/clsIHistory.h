@@ -50,25 +50,32 @@ struct HistoryAnswer {
     std::string Error;
 };
 
-/// Where events are kept. Built by main, or a test, and outlives the flows that record into it. No member
-/// runs the event loop, or waits more than 10 ms for another program; writing to the disk takes the disk's
-/// time.
-class clsIHistory {
+/// Who is given events to keep. No member runs the event loop, or waits more than 10 ms for another program;
+/// writing to the disk takes the disk's time.
+class clsIEventKeeper {
   public:
-    virtual ~clsIHistory() = default;
+    virtual ~clsIEventKeeper() = default;
 
-    // -- recording ------------------------------------------------------------------------------------------
     /// An event of this program that begins now: id, time, machine, user and program. Nothing is kept yet.
     [[nodiscard]] virtual HistoryEvent NewEvent(HistoryAction action) = 0;
     /// Keeps the event as it is now, in the place of what was kept of it before. What cannot be kept at once
     /// waits in memory, up to 1000 events; that something is not kept is said once, by ShowNotice.
     virtual void Keep(const HistoryEvent& event) = 0;
-    /// Nothing waits in memory any more that could still be kept.
-    [[nodiscard]] virtual bool Settled() const = 0;
     /// SHA-256, 64 hexadecimal digits.
     [[nodiscard]] virtual std::string Digest(const std::string& bytes) const = 0;
     /// What a person has to know of the history. Must not run the event loop. May be empty.
     std::function<void(const std::string& text)> ShowNotice;
+};
+
+/// Where events are kept. Built by main, or a test, and outlives the flows that record into it; as careful as
+/// a keeper.
+class clsIHistory : public clsIEventKeeper {
+  public:
+    /// Nothing waits in memory any more that could still be kept.
+    [[nodiscard]] virtual bool Settled() const = 0;
+    /// Why nothing can be kept, as far as that shows without an event; empty when it can, or when another
+    /// program has it for itself at this moment.
+    [[nodiscard]] virtual std::string WhyNotKept() { return {}; }
 
     // -- asking ---------------------------------------------------------------------------------------------
     using Events = HistoryAnswer<std::vector<HistoryEvent>>;

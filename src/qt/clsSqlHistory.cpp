@@ -94,6 +94,13 @@ void clsSqlHistory::Keep(const HistoryEvent& event) {
     WriteWaiting(Locks::WaitFor);
 }
 
+std::string clsSqlHistory::WhyNotKept() {
+    // A transaction alone is begun on a file that cannot be written, too.
+    const Fault fault =
+        Try([&] { return Write(Locks::WaitFor, [&] { return Run("DELETE FROM events WHERE 0"); }); });
+    return fault && fault.Kind != Fault::Type::Busy ? fault.Text.toStdString() : std::string();
+}
+
 void clsSqlHistory::WriteWaiting(Locks locks) {
     m_again.SetEnabled(false);
     m_stuck = false;

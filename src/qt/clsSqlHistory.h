@@ -48,6 +48,7 @@ class clsSqlHistory final : public clsIHistory {
     [[nodiscard]] HistoryEvent NewEvent(HistoryAction action) override;
     void Keep(const HistoryEvent& event) override;
     [[nodiscard]] bool Settled() const override { return m_waiting.empty() || m_stuck; }
+    [[nodiscard]] std::string WhyNotKept() override;
     [[nodiscard]] std::string Digest(const std::string& bytes) const override;
     [[nodiscard]] Events List(const HistoryFilter& filter) override;
     [[nodiscard]] Events Find(const std::string& idBegins) override;

@@ -341,6 +341,11 @@ bool modZarn74::SetDifferences(const ZarnInfo& info, const ZarnInfo& picture) {
     return WriteAll(changed, &picture, LastFlag::IfChanged);
 }
 
+bool modZarn74::Written(const SettingItem& item, bool done) const {
+    if (done && TellWritten) TellWritten(item);
+    return done;
+}
+
 // Writes what differs from `current`, everything without one; nothing when the read of it was cancelled,
 // since then the first step does not begin.
 bool modZarn74::WriteAll(ZarnInfo& info, const ZarnInfo* current, LastFlag last) {
@@ -349,24 +354,24 @@ bool modZarn74::WriteAll(ZarnInfo& info, const ZarnInfo* current, LastFlag last)
     for (const SettingRow& row : settingTable) {
         if (row.Step.empty()) continue;
         const bool same = current != nullptr && Same(row.Id, info, *current);
-        const auto set = [&] { return same || Set(row.Id, info); };
+        const auto set = [&] { return same || Written(SettingItem(row.Id), Set(row.Id, info)); };
         if (!Step("Set" + std::string(row.Step), "Set" + std::string(row.SetResult), set)) return false;
     }
     const auto setFilter = [&](int index) {
         const auto i = static_cast<std::size_t>(index);
         const bool same = current != nullptr && info.CardFilter[i] == current->CardFilter[i];
-        return same || SetCardFilter(index, info.CardFilter[i]);
+        return same || Written(SettingItem::Filter(index), SetCardFilter(index, info.CardFilter[i]));
     };
     const auto setEntry = [&](int index) {
         const auto i = static_cast<std::size_t>(index);
         const bool same = current != nullptr && info.Convert[i] == current->Convert[i];
-        return same || SetCardInfo(index, info.Convert[i]);
+        return same || Written(SettingItem::Entry(index), SetCardInfo(index, info.Convert[i]));
     };
     // A write of everything writes the setting behind the filters changed or not: kept on purpose.
     const auto setLast = [&] {
         const bool same = last == LastFlag::IfChanged && current != nullptr &&
                           Same(Setting::IDWithoutLeadingZeros, info, *current);
-        return same || SetIDWithoutLeadingZeros(info);
+        return same || Written(SettingItem(Setting::IDWithoutLeadingZeros), SetIDWithoutLeadingZeros(info));
     };
     return FilterStep("SetCardFilter", setFilter, setLast) && EntryStep("SetCardInfo", setEntry);
 }

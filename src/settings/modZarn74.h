@@ -8,6 +8,7 @@
 
 #include "base/clsIMessageSink.h"
 #include "comm/ucCOMM.h"
+#include "settings/Differences.h"
 #include "settings/RegisterImage.h"
 #include "settings/ZarnInfo.h"
 #include "settings/ZarnRegisterMap.h"
@@ -89,6 +90,9 @@ class modZarn74 {
     /// A write of settings begins: the next command may change the reader. Must not run the event loop. May
     /// be empty.
     std::function<void()> TellWrite;
+    /// The reader has accepted all that was changed of one setting. Must not run the event loop. May be
+    /// empty.
+    std::function<void(const SettingItem& item)> TellWritten;
 
   private:
     bool Get(Setting setting, ZarnInfo& info);
@@ -118,6 +122,7 @@ class modZarn74 {
     bool GetFirmware(ZarnInfo& info);
     bool GetProduct(ZarnInfo& info);
     bool ReadAll(ZarnInfo& info, bool quick);
+    [[nodiscard]] bool Written(const SettingItem& item, bool done) const;
     enum class LastFlag { Always, IfChanged };
     bool WriteAll(ZarnInfo& info, const ZarnInfo* current, LastFlag last);
 
