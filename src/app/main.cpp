@@ -128,11 +128,10 @@ int Tell(frmMain& window, const WindowOptions& options) {
     return done ? 0 : 1;
 }
 
-// A file that was named holds whatever the user's switch says; a demo has no other.
-bool KeepsHistory(const WindowOptions& options, clsISettingsStore& store) {
+// A demo has only one that was named.
+bool HasHistory(const WindowOptions& options) {
     if (options.NoHistory) return false;
-    if (!options.HistoryFile.empty()) return true;
-    return options.Demo == WindowOptions::DemoKind::None && HistorySettings::Keeps(store);
+    return !options.HistoryFile.empty() || options.Demo == WindowOptions::DemoKind::None;
 }
 
 /// Shows the window until it is closed, on a simulated reader when there is a panel for one. The program's
@@ -156,13 +155,13 @@ int Open(const WindowParts& parts, const WindowOptions& options, clsDemoPanel* p
         if (history) clsWait(parts.Host, historyTime).Until([&history] { return history->Settled(); });
     });
     frmMain window(parts, files, options.Bench);
-    if (KeepsHistory(options, parts.Store)) {
+    if (HasHistory(options)) {
         const bool own = options.HistoryFile.empty();
         history.emplace(parts.Host,
                         HistoryPlace{own ? ProgramFiles::HistoryFile() : options.HistoryFile, own,
                                      HistorySettings::Days(parts.Store)},
                         applicationName);
-        window.Flows().KeepHistory(&*history);
+        window.UseHistory(*history, /*always=*/!own);
     }
     if (panel != nullptr) window.InsertPanel(panel);
     if (!options.Page.empty() && !TurnToPage(window, QString::fromLocal8Bit(options.Page.c_str())))

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "base/clsISettingsStore.h"
 #include "base/modText.h"
 
@@ -14,6 +16,12 @@ inline bool Keeps(clsISettingsStore& store) { return store.GetSetting("History",
 /// How long events are kept; 0: for ever.
 inline int Days(clsISettingsStore& store) {
     return modText::WholeNumber(store.GetSetting("History", "Days", ""), mostDays).value_or(defaultDays);
+}
+inline void SetKeeps(clsISettingsStore& store, bool keeps) {
+    store.SaveSetting("History", "Keep", keeps ? "1" : "0");
+}
+inline void SetDays(clsISettingsStore& store, int days) {
+    store.SaveSetting("History", "Days", std::to_string(days));
 }
 
 }  // namespace HistorySettings

@@ -24,6 +24,7 @@ constexpr ActionRow rows[] = {
     {Command::Open, WindowMenu::File, "actOpen", "&Open...", "F3 Ctrl+O", false},
     {Command::Save, WindowMenu::File, "actSave", "&Save...", "F4 Ctrl+S", false},
     {Command::SaveDefault, WindowMenu::File, "actSaveDefault", "Save as my &Default", nullptr, false},
+    {Command::History, WindowMenu::File, "actHistory", "&History...", "Shift+F4", true},
     {Command::SaveLog, WindowMenu::File, "actSaveLog", "Save &log...", nullptr, true},
     {Command::Exit, WindowMenu::File, "actExit", "E&xit", nullptr, true},
     {Command::Undo, WindowMenu::Edit, "actUndo", "&Undo", "Alt+Backspace Ctrl+Z", false},

@@ -16,6 +16,7 @@ enum class Command {
     Save,
     SaveLog,
     SaveDefault,
+    History,
     Exit,
     Undo,
     Redo,

@@ -56,7 +56,7 @@ QString Result(const SettingChange& change) {
 
 clsReviewDialog::clsReviewDialog(Parts parts, QWidget* parent) : QDialog(parent), m_parts(std::move(parts)) {
     setObjectName("dlgReview");
-    setWindowTitle(tr("Review and write"));
+    setWindowTitle(m_parts.Title);
     setAttribute(Qt::WA_DeleteOnClose);
     m_sentence = new QLabel(this);
     m_sentence->setObjectName("labReview");
@@ -66,7 +66,7 @@ clsReviewDialog::clsReviewDialog(Parts parts, QWidget* parent) : QDialog(parent)
     m_list->setObjectName("lstReview");
     m_list->setAccessibleName(tr("Settings to write"));
     m_list->setItemDelegate(new clsMarkDelegate(m_list));
-    m_list->Model().SetTitles({tr("Setting"), tr("In the reader"), tr("Here"), tr("Result")});
+    m_list->Model().SetTitles({tr("Setting"), tr("In the reader"), m_parts.Wanted, tr("Result")});
     m_list->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
     m_write = new QPushButton(tr("&Write"), this);
     m_write->setObjectName("cmdReviewWrite");
@@ -142,10 +142,8 @@ void clsReviewDialog::Begin() {
         case FlowResult::FileBad: return End(tr("The reader was not read to its end: nothing was written."));
     }
     m_read = AsStored(m_read);
-    ZarnForm form;
-    m_parts.ReadForm(form);
     m_wanted = m_read;
-    form.SaveZarn74(m_wanted);
+    m_parts.Change(m_wanted);
     ShowChoice();
     CheckPicture();  // it may have gone with its last byte
 }

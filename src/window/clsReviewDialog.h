@@ -11,7 +11,7 @@ class QPushButton;
 class clsDifferenceList;
 struct DifferenceRow;
 
-/// Reads the reader, lets a person tick what is to be written of that in which the pages differ from it,
+/// Reads the reader, lets a person tick what is to be written of that in which it is to be changed,
 /// writes that, reads it back and says what was kept. The window's record and controls stay as they are. It
 /// deletes itself once it is closed. While a flow of its own runs, which turns the loop, it does not close:
 /// the flow is cancelled, and what became of it is said.
@@ -23,7 +23,10 @@ class clsReviewDialog : public QDialog {
         clsReaderFlows& Flows;
         /// Runs a flow so that the window shows it; Refused when another one runs.
         std::function<FlowResult(const QString& what, const std::function<FlowResult()>& flow)> Run;
-        std::function<void(ZarnForm& form)> ReadForm;
+        /// Makes of what the reader holds what it is to hold.
+        std::function<void(ZarnInfo& record)> Change;
+        QString Title = tr("Review and write");
+        QString Wanted = tr("Here");  ///< heads what it is to hold
     };
 
     clsReviewDialog(Parts parts, QWidget* parent);
@@ -56,7 +59,7 @@ class clsReviewDialog : public QDialog {
     const Parts m_parts;
     State m_state = State::Reading;
     ZarnInfo m_read;
-    ZarnInfo m_wanted;  // what the pages would make of it
+    ZarnInfo m_wanted;  // what is to become of it
     ZarnInfo m_chosen;  // that, of what was ticked
     QLabel* m_sentence = nullptr;
     clsDifferenceList* m_list = nullptr;

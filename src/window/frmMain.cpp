@@ -24,10 +24,12 @@
 #include "ui_frmMain.h"
 #include "widgets/clsElidedLabel.h"
 #include "widgets/clsInputGuard.h"
+#include "window/CheckBoxColors.h"
 #include "window/HelpDialogs.h"
 #include "window/clsActions.h"
 #include "window/clsChangesDock.h"
 #include "window/clsFormHistory.h"
+#include "window/clsHistoryWindow.h"
 
 namespace {
 
@@ -115,6 +117,8 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
       FileDialogDoor([this](const QString& suggested, bool save, const QString& filter) {
           return ChooseFile(suggested, save, filter);
       }),
+      FolderDialogDoor(
+          [this] { return QFileDialog::getExistingDirectory(this, tr("Folder for the sheets"), m_folder); }),
       m_parts(parts),
       m_files(files),
       m_defaults(files.Defaults),
@@ -311,6 +315,7 @@ void frmMain::ConnectActions() {
     file.insertMenu(&(*m_actions)[Command::Save], m_recentMenu);
     does(Command::SaveDefault, [this] { SaveDefault(); });
     does(Command::Options, [this] { ShowOptions(); });
+    does(Command::History, [this] { ShowHistory(); });
     does(Command::Keys, [this] { HelpDialogs::ShowKeys(*this, *m_actions); });
     does(Command::Guide, [this] { HelpDialogs::ShowGuide(*this); });
     does(Command::About, [this] { HelpDialogs::ShowAbout(*this, windowTitle()); });
@@ -573,23 +578,6 @@ void frmMain::SaveDefault() {
     });
 }
 
-void frmMain::ShowOptions() {
-    QDialog dialog(this);
-    dialog.setObjectName("dlgOptions");
-    dialog.setWindowTitle(tr("Options"));
-    auto* const layout = new QVBoxLayout(&dialog);
-    auto* const readBack = new QCheckBox((*m_actions)[Command::ReadBack].text(), &dialog);
-    readBack->setObjectName("chkReadBack");
-    readBack->setToolTip(tr("Write and Default read the reader once more and show what it did not keep"));
-    readBack->setChecked((*m_actions)[Command::ReadBack].isChecked());
-    layout->addWidget(readBack);
-    auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
-    connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
-    layout->addWidget(buttons);
-    if (dialog.exec() == QDialog::Accepted) (*m_actions)[Command::ReadBack].setChecked(readBack->isChecked());
-}
-
 void frmMain::SaveLog() {
     if (m_flows.FlowRunning()) return;  // it would stand still while the dialog asks
     const QString path = FileDialogDoor({}, /*save=*/true, DialogFilter(clsReaderFlows::fileFilter));
@@ -614,7 +602,8 @@ QString frmMain::ChooseFile(const QString& suggested, bool save, const QString& 
     QFileDialog dialog(this, save ? tr("Save") : tr("Open"), m_folder, filter);
     dialog.setAcceptMode(save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
     dialog.setFileMode(save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
-    if (save) dialog.setDefaultSuffix("txt");
+    // Of "Text (*.txt)" it is "txt".
+    if (save) dialog.setDefaultSuffix(filter.section("*.", 1).section(')', 0, 0));
     if (!suggested.isEmpty()) dialog.selectFile(suggested);
     if (dialog.exec() != QDialog::Accepted) return {};
     m_folder = dialog.directory().absolutePath();
@@ -693,6 +682,7 @@ void frmMain::EnableButtons(const ButtonStates& states) {
     m_recentMenu->setEnabled(states.Idle && !m_recent.isEmpty());
     (*m_actions)[Command::SaveDefault].setEnabled(states.Idle && !m_files.UserDefaults.empty());
     (*m_actions)[Command::Options].setEnabled(states.Idle);
+    if (m_historyWindow != nullptr) m_historyWindow->SetIdle(states.Port);
     m_history->SetIdle(states.Idle);
     if (m_changes != nullptr) m_changes->SetTaking(states.Idle);
     m_cancel->setVisible(states.Cancel);
@@ -778,13 +768,9 @@ void frmMain::ColorNotice() {
     m_ui->fraNotice->setPalette(colors);
 }
 
-// The edge of a box is drawn darker than what it stands on: on a dark one nobody would see it.
 void frmMain::ColorCheckBoxes() {
-    const bool dark = palette().color(QPalette::Base).lightness() < 128 && style()->inherits("QFusionStyle");
-    QPalette colors;  // the other colours are the window's
-    if (dark) colors.setColor(QPalette::Window, palette().color(QPalette::Text));
-    m_ui->lstTable->setPalette(colors);
-    for (QCheckBox* box : m_ui->centralwidget->findChildren<QCheckBox*>()) box->setPalette(colors);
+    m_ui->lstTable->setPalette(CheckBoxColors(*this));
+    ::ColorCheckBoxes(*m_ui->centralwidget);
 }
 
 bool frmMain::GetFileName(std::string& name, bool save, const std::string& filter) {

@@ -20,6 +20,8 @@ class clsActions;
 class clsChangesDock;
 class clsComparison;
 class clsFormHistory;
+class clsHistoryWindow;
+class clsIHistory;
 class QComboBox;
 class QKeyEvent;
 class QLabel;
@@ -65,6 +67,9 @@ class frmMain : public QMainWindow, public clsIMainView {
     [[nodiscard]] clsReaderFlows& Flows() { return m_flows; }
     /// A file given on the command line, or dropped.
     void OpenFile(const std::string& name);
+    /// What is done with readers is kept there: `always`, or as the user's store says. It outlives the
+    /// window.
+    void UseHistory(clsIHistory& history, bool always);
     /// A panel of somebody else's above everything; the window owns it from then on.
     void InsertPanel(QWidget* panel);
     /// Closes as soon as no flow runs any more; the one that runs is cancelled.
@@ -78,6 +83,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     std::function<void(const QString& text)> MessageBoxDoor;
     std::function<bool(const QString& text)> QuestionDoor;
     std::function<QString(const QString& suggested, bool save, const QString& filter)> FileDialogDoor;
+    std::function<QString()> FolderDialogDoor;
 
     // clsIMainView
     bool ReadForm(ZarnForm& form) override;
@@ -155,7 +161,13 @@ class frmMain : public QMainWindow, public clsIMainView {
     void TakeReaders(const std::vector<SettingItem>& items);
     void CheckAgainstFile();
     void Review();
+    void ReviewChanges(const QString& title, const QString& wanted,
+                       const std::function<void(ZarnInfo&)>& change);
 
+    // the history
+    void ShowHistory();
+    void ShowWhetherKept();
+    void RestoreEvent(const HistoryEvent& event, bool before);
     // slots
     enum class Pages { Open, Closed };
     FlowResult Run(const QString& what, Pages pages, const std::function<FlowResult()>& flow,
@@ -165,6 +177,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     void SaveLog();
     void SaveDefault();
     void ShowOptions();
+    void ApplyHistoryOptions();
     void Note(const QString& text);
     void TellReasons();
     void ShowState();
@@ -189,7 +202,10 @@ class frmMain : public QMainWindow, public clsIMainView {
     QPushButton* m_cancel = nullptr;
     clsActions* m_actions = nullptr;
     clsComparison* m_comparison = nullptr;
-    clsChangesDock* m_changes = nullptr;  // once it is wanted
+    clsChangesDock* m_changes = nullptr;          // once it is wanted
+    clsHistoryWindow* m_historyWindow = nullptr;  // the same
+    clsIHistory* m_events = nullptr;              // null: there is none
+    bool m_alwaysKept = false;                    // whatever the user's store says
     std::unique_ptr<Ui::frmMain> m_ui;
     clsMessageLog m_log;
     clsSettingsFile m_settingsFile;

@@ -136,10 +136,19 @@ void frmMain::CheckAgainstFile() {
 }
 
 void frmMain::Review() {
+    ReviewChanges(tr("Review and write"), tr("Here"), [this](ZarnInfo& record) {
+        ZarnForm form;
+        ReadForm(form);
+        form.SaveZarn74(record);
+    });
+}
+
+void frmMain::ReviewChanges(const QString& title, const QString& wanted,
+                            const std::function<void(ZarnInfo&)>& change) {
     if (m_flows.FlowRunning() || !m_running.isEmpty()) return;
     auto* const dialog = new clsReviewDialog(
         {m_flows, [this](const QString& what, const auto& flow) { return Run(what, Pages::Open, flow); },
-         [this](ZarnForm& form) { ReadForm(form); }},
+         change, title, wanted},
         this);
     connect(this, &frmMain::PictureChanged, dialog, &clsReviewDialog::CheckPicture);
     dialog->open();

@@ -29,6 +29,8 @@ TEST(WindowOptionsTest, TheArgumentsAreUnderstood) {
         {{"--screenshot", "benchrun.png"}, 0, Kind::Serial, true, ""},
         {{"--image", "x"}, 0, Kind::Serial, false, ""},
         {{"--size", "100000x100"}, 2, Kind::None, false, ""},
+        {{"--no-history", "--history", "x"}, 2, Kind::None, false, ""},
+        {{"--history", ""}, 2, Kind::None, false, ""},
     };
     for (const auto& row : rows) {
         WindowOptions options;
@@ -39,6 +41,11 @@ TEST(WindowOptionsTest, TheArgumentsAreUnderstood) {
         EXPECT_EQ(options.Demo, row.demo) << what;
         EXPECT_EQ(options.File, row.file) << what;
     }
+    WindowOptions options;
+    ParseArguments({"--history", "mine.db", "--demo"}, options);
+    EXPECT_EQ(options.HistoryFile, "mine.db");
+    ParseArguments({"--no-history"}, options);
+    EXPECT_TRUE(options.NoHistory);
 }
 
 TEST(DemoPanelTest, ItsControlsReachTheReader) {

@@ -31,7 +31,8 @@ struct clsMemoryHistory final : clsIHistory {
         return "digest of " + std::to_string(bytes.size());
     }
     [[nodiscard]] Events List(const HistoryFilter& filter) override {
-        Events found;
+        Events found = Instead;
+        if (found.Result != Events::State::Done) return found;
         for (auto row = Rows.rbegin(); row != Rows.rend(); ++row) {
             if (filter.Since.value_or(row->Begun) > row->Begun) continue;
             if (filter.Until && *filter.Until <= row->Begun) continue;
@@ -68,6 +69,7 @@ struct clsMemoryHistory final : clsIHistory {
 
     std::function<HistoryAnswer<HistoryImport>(const std::string&)> Imported;
     int Days = 0;
+    Events Instead;  ///< the answer to List, when it is not one that is done
 
   private:
     int m_count = 0;

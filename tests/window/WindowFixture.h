@@ -45,6 +45,7 @@ struct clsWindowTest : testing::Test, ReaderWorld {
             boxes += text.toStdString();
             return false;
         };
+        window->FolderDialogDoor = [this] { return chosenFile; };
         window->show();
         QApplication::setActiveWindow(window.get());
     }

@@ -1,0 +1,150 @@
+// What the window of the history makes of the events that are chosen.
+
+#include <QAction>
+#include <QFile>
+#include <QLabel>
+#include <QMenu>
+#include <QPushButton>
+#include <QTableView>
+
+#include "window/HistorySheet.h"
+#include "window/clsHistoryWindow.h"
+
+namespace {
+
+QString EventsText(qint64 count) {
+    return count == 1 ? clsHistoryWindow::tr("1 event") : clsHistoryWindow::tr("%1 events").arg(count);
+}
+
+}  // namespace
+
+void clsHistoryWindow::SetIdle(bool idle) {
+    m_idle = idle;
+    EnableActions();
+}
+
+void clsHistoryWindow::EnableActions() {
+    const auto chosen = m_table->selectionModel()->selectedRows().size();
+    const HistorySide none;
+    const HistorySide& behind = m_event ? m_event->After : none;
+    const HistorySide& before = m_event ? m_event->Before : none;
+    m_restoreBehind->setEnabled(!behind.Empty());
+    m_restoreBefore->setEnabled(!before.Empty());
+    m_restore->setEnabled(m_idle && !(behind.Empty() && before.Empty()));
+    m_saves[0][0]->setEnabled(!behind.Settings.empty());
+    m_saves[0][1]->setEnabled(!before.Settings.empty());
+    m_saves[1][0]->setEnabled(!behind.Image.empty());
+    m_saves[1][1]->setEnabled(!before.Image.empty());
+    m_save->setEnabled(!(behind.Empty() && before.Empty()));
+    m_label->setEnabled(chosen == 1);
+    m_sheet->setEnabled(chosen > 0);
+    m_exportChosen->setEnabled(chosen > 0);
+    m_exchange->setEnabled(m_parts.History != nullptr);
+}
+
+void clsHistoryWindow::Say(const QString& text) {
+    m_said->setText(text);
+    m_said->setVisible(!text.isEmpty());
+}
+
+// A copy: while it is restored another event may be shown.
+void clsHistoryWindow::AskForRestore(bool before) {
+    const HistoryEvent event = *m_event;
+    emit RestoreWanted(event, before);
+}
+
+void clsHistoryWindow::EditLabel() {
+    const QModelIndexList rows = m_table->selectionModel()->selectedRows(clsHistoryModel::LabelColumn);
+    if (rows.size() != 1) return;
+    m_table->setFocus();
+    m_table->setCurrentIndex(rows.front());
+    m_table->edit(rows.front());
+}
+
+bool clsHistoryWindow::Save(const QString& file, const std::string& content) {
+    const bool saved = m_parts.Files.ReplaceFile(QFile::encodeName(file).toStdString(), content);
+    Say(saved ? tr("Saved to %1.").arg(file)
+              : tr("%1 could not be written: %2.")
+                    .arg(file, QString::fromLocal8Bit(m_parts.Files.LastError().c_str())));
+    return saved;
+}
+
+void clsHistoryWindow::SaveSide(bool before, bool image) {
+    const HistorySide& side = before ? m_event->Before : m_event->After;
+    const std::string content = image ? side.Image : side.Settings;  // a dialog may show another event
+    const QString name = HistorySheet::FileName(*m_event) + (before ? tr(" before") : QString());
+    const QString file = m_parts.ChooseFile(name + (image ? ".bin" : ".txt"), /*save=*/true,
+                                            image ? tr("Memory image (*.bin)") : tr("Settings (*.txt)"));
+    if (!file.isEmpty()) Save(file, content);
+}
+
+// One goes where a dialog says, which asks before it replaces a file; several into a folder, beside what
+// there is.
+void clsHistoryWindow::SaveSheets() {
+    std::vector<HistoryEvent> events;
+    for (const std::string& id : ChosenIds()) {
+        auto event = Whole(id);
+        if (!event) return;
+        events.push_back(std::move(*event));
+    }
+    if (events.size() == 1) {
+        const QString file = m_parts.ChooseFile(HistorySheet::FileName(events.front()) + ".pdf",
+                                                /*save=*/true, tr("PDF (*.pdf)"));
+        if (!file.isEmpty()) Save(file, HistorySheet::Pdf(events.front()).toStdString());
+        return;
+    }
+    const QString folder = m_parts.ChooseFolder();
+    if (folder.isEmpty()) return;
+    for (const HistoryEvent& event : events) {
+        const QString name = folder + '/' + HistorySheet::FileName(event);
+        QString file = name + ".pdf";
+        for (int number = 2; m_parts.Files.OpenFile(QFile::encodeName(file).toStdString()); ++number)
+            file = QString("%1 (%2).pdf").arg(name).arg(number);
+        if (!Save(file, HistorySheet::Pdf(event).toStdString())) return;
+    }
+    Say(tr("%1 sheets were saved to %2.").arg(events.size()).arg(folder));
+}
+
+void clsHistoryWindow::Export(const std::vector<std::string>& ids) {
+    const auto answer = m_parts.History->Export(ids);
+    if (answer.Result != HistoryAnswer<std::string>::State::Done) {
+        const bool busy = answer.Result == HistoryAnswer<std::string>::State::Busy;
+        Say(tr("The history could not be exported: %1.")
+                .arg(busy ? tr("another program keeps it locked") : QString::fromStdString(answer.Error)));
+        return;
+    }
+    if (answer.Value.empty()) {
+        Say(tr("The history is empty: there is nothing to export."));
+        return;
+    }
+    const QString file = m_parts.ChooseFile("zarn74.history", /*save=*/true, tr("Histories (*.history)"));
+    if (!file.isEmpty()) Save(file, answer.Value);
+}
+
+void clsHistoryWindow::Import() {
+    const QString file = m_parts.ChooseFile({}, /*save=*/false, tr("Histories (*.history)"));
+    if (file.isEmpty()) return;
+    const auto content = m_parts.Files.WholeFile(QFile::encodeName(file).toStdString());
+    if (!content) {
+        Say(tr("%1 could not be read: %2.")
+                .arg(file, QString::fromLocal8Bit(m_parts.Files.LastError().c_str())));
+        return;
+    }
+    const auto answer = m_parts.History->Import(*content);
+    const HistoryImport& in = answer.Value;
+    if (answer.Result != HistoryAnswer<HistoryImport>::State::Done || !in.Refused.empty()) {
+        const bool busy = answer.Result == HistoryAnswer<HistoryImport>::State::Busy;
+        const QString why = QString::fromStdString(in.Refused.empty() ? answer.Error : in.Refused);
+        Say(tr("Nothing was imported: %1.").arg(busy ? tr("another program keeps the history locked") : why));
+        return;
+    }
+    QString text = tr("%1: %2 new, %3 newer, %4 already there.")
+                       .arg(EventsText(in.New + in.Newer + in.There))
+                       .arg(in.New)
+                       .arg(in.Newer)
+                       .arg(in.There);
+    if (in.Back > 0) text += ' ' + tr("%1 deleted here before brought back.").arg(EventsText(in.Back));
+    if (in.Old > 0)
+        text += ' ' + tr("%1 too old to stay: deleted when something new is kept.").arg(EventsText(in.Old));
+    Say(text);
+}

@@ -1,0 +1,102 @@
+// The window's history of what was done with readers, and what a person chooses of it.
+
+#include <QAction>
+
+#include "flows/clsSettingsFile.h"
+#include "history/HistorySettings.h"
+#include "window/clsActions.h"
+#include "window/clsHistoryWindow.h"
+#include "window/clsOptionsDialog.h"
+#include "window/frmMain.h"
+
+namespace {
+
+QString WhyNone() {
+    return frmMain::tr(
+        "No history is kept: the program was started with --no-history, or on a simulated reader without "
+        "--history FILE.");
+}
+
+}  // namespace
+
+void frmMain::UseHistory(clsIHistory& history, bool always) {
+    m_events = &history;
+    m_alwaysKept = always;
+    ApplyHistoryOptions();
+}
+
+void frmMain::ApplyHistoryOptions() {
+    if (m_events == nullptr) return;
+    m_events->SetDays(HistorySettings::Days(m_parts.Store));
+    const bool keep = m_alwaysKept || HistorySettings::Keeps(m_parts.Store);
+    m_flows.KeepHistory(keep ? m_events : nullptr);
+    m_events->ShowNotice = [this](const std::string& text) { ShowNotice(text); };
+    ShowWhetherKept();
+}
+
+void frmMain::ShowWhetherKept() {
+    if (m_historyWindow == nullptr || m_events == nullptr) return;
+    const bool keep = m_alwaysKept || HistorySettings::Keeps(m_parts.Store);
+    m_historyWindow->SetWarning(
+        keep ? QString() : tr("The history is switched off (Edit, Options): nothing new is kept."));
+}
+
+/// Made when it is first wanted, like everything that the first picture does not show.
+void frmMain::ShowHistory() {
+    if (m_historyWindow == nullptr) {
+        m_historyWindow =
+            new clsHistoryWindow({m_events, WhyNone(), m_parts.Files,
+                                  [this](const QString& suggested, bool save, const QString& filter) {
+                                      return FileDialogDoor(suggested, save, filter);
+                                  },
+                                  [this] { return FolderDialogDoor(); }},
+                                 this);
+        connect(m_historyWindow, &clsHistoryWindow::RestoreWanted, this, &frmMain::RestoreEvent);
+        m_historyWindow->SetIdle((*m_actions)[Command::Review].isEnabled());
+        ShowWhetherKept();
+    }
+    m_historyWindow->show();
+    m_historyWindow->raise();
+    m_historyWindow->activateWindow();
+}
+
+/// Through Review and write: the pages stay as they are.
+void frmMain::RestoreEvent(const HistoryEvent& event, bool before) {
+    const HistorySide& side = before ? event.Before : event.After;
+    if (side.Settings.empty()) {
+        Note(tr("This event holds a memory image and no settings: zarn74ctl restores it."));
+        return;
+    }
+    ZarnInfo held;
+    clsSettingsParser parser(held);
+    parser.Feed(side.Settings);
+    parser.End();
+    activateWindow();
+    ReviewChanges(tr("Restore"), tr("In the event"), [&held](ZarnInfo& record) {
+        for (std::size_t place = 0; place < itemCount; ++place) SettingItem(place).Copy(held, record);
+    });
+}
+
+void frmMain::ShowOptions() {
+    QAction& readBack = (*m_actions)[Command::ReadBack];
+    clsISettingsStore& store = m_parts.Store;
+    clsOptionsDialog::HistoryState state;
+    state.Always = m_alwaysKept;
+    if (m_events == nullptr) {
+        state.WhyNone = WhyNone();
+    } else {
+        state.Place = m_events->Place();
+        state.Size = m_events->Size();
+    }
+    const clsOptionsDialog::Options before{readBack.isChecked(), HistorySettings::Keeps(store),
+                                           HistorySettings::Days(store)};
+    clsOptionsDialog dialog(before, state, this);
+    if (dialog.exec() != QDialog::Accepted) return;
+    const auto chosen = dialog.Chosen();
+    readBack.setChecked(chosen.ReadBack);
+    if (m_events == nullptr) return;
+    if (!m_alwaysKept && chosen.KeepHistory != before.KeepHistory)
+        HistorySettings::SetKeeps(store, chosen.KeepHistory);
+    if (chosen.HistoryDays != before.HistoryDays) HistorySettings::SetDays(store, chosen.HistoryDays);
+    ApplyHistoryOptions();
+}

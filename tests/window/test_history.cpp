@@ -1,0 +1,250 @@
+// The window of the history, over a real one in a file.
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialog>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QScrollBar>
+#include <QSpinBox>
+#include <QTableView>
+#include <QTimer>
+#include <QTreeWidget>
+#include <set>
+
+#include "WindowFixture.h"
+#include "qt/clsSqlHistory.h"
+#include "support/TempFolder.h"
+#include "window/HistorySheet.h"
+
+namespace {
+
+struct clsHistoryTest : clsWindowTest {
+    ~clsHistoryTest() override { window.reset(); }  // before its history
+    /// The window on a reader, with so many events in its history.
+    void StartWith(int count) {
+        StartOnReader();
+        window->UseHistory(kept, /*always=*/false);
+        for (int i = 0; i < count; ++i) {
+            HistoryEvent event = kept.NewEvent(i % 2 == 0 ? HistoryAction::Read : HistoryAction::Write);
+            event.Begun = 1000 * (i + 1);
+            event.Outcome = HistoryOutcome::Done;
+            event.Label = "Unit " + std::to_string(i);
+            event.After.Settings = i % 3 == 0 ? "[General]\r\nLanguage=3\r\n" : "[General]\r\nLanguage=4\r\n";
+            kept.Keep(event);
+        }
+        Do("actHistory");
+        Settle();
+    }
+    static void Settle() {
+        QTest::qWait(120);  // until it is searched for what was typed
+    }
+    [[nodiscard]] QTableView& Table() const { return Find<QTableView>("tblHistory"); }
+    [[nodiscard]] std::string Cell(int row, int column) const {
+        return Table().model()->index(row, column).data().toString().toStdString();
+    }
+    [[nodiscard]] int Rows() const { return Table().model()->rowCount(); }
+    void Type(const char* text) const {
+        Find<QLineEdit>("txtHistorySearch").setText(text);
+        Settle();
+    }
+    void Choose(std::initializer_list<int> rows) const {
+        Table().clearSelection();
+        for (const int row : rows)
+            Table().selectionModel()->select(Table().model()->index(row, 0),
+                                             QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        Settle();
+    }
+    /// Answers the next dialog that stands still in `does`.
+    template <class Answer>
+    void Answering(const char* does, Answer answer) const {
+        QTimer::singleShot(0, [&] { answer(*QApplication::activeModalWidget()); });
+        Do(does);
+    }
+
+    TempFolder temp;
+    clsSqlHistory kept{host, {temp.folder + "/history.db"}, "tests"};
+};
+
+constexpr int labelColumn = 3;
+
+TEST_F(clsHistoryTest, RowsComeAsTheyAreLookedAtAndAreFoundSortedAndLabelled) {
+    StartWith(230);
+    EXPECT_EQ(Rows(), 200);
+    while (Table().model()->canFetchMore({})) Table().model()->fetchMore({});
+    std::set<std::string> labels;
+    for (int row = 0; row < Rows(); ++row) labels.insert(Cell(row, labelColumn));
+    EXPECT_EQ(Rows(), 230);
+    EXPECT_EQ(labels.size(), 230U);
+    Type("uNIT 22");
+    EXPECT_EQ(Rows(), 11);
+    EXPECT_EQ(Cell(0, labelColumn), "Unit 229");
+    Table().horizontalHeader()->setSortIndicator(labelColumn, Qt::AscendingOrder);
+    EXPECT_EQ(Cell(0, labelColumn), "Unit 22");
+    auto& actions = Find<QComboBox>("cboHistoryAction");
+    actions.setCurrentIndex(actions.findText("write"));
+    EXPECT_EQ(Rows(), 5);
+    Find<QCheckBox>("chkHistorySince").click();
+    EXPECT_EQ(Shown("labHistoryState"), "No event is like that.");
+    Find<QCheckBox>("chkHistorySince").click();
+    Choose({1});
+    QTest::keyClick(&Table(), Qt::Key_F2);
+    auto* const editor = Table().findChild<QLineEdit*>();
+    ASSERT_NE(editor, nullptr);
+    editor->setText("Türe \U0001F600 'x'");
+    QTest::keyClick(editor, Qt::Key_Return);
+    Type("türe \U0001F600 'X'");
+    EXPECT_EQ(Rows(), 1);
+}
+
+TEST_F(clsHistoryTest, WhatAFlowAddsIsThereAtOnceAndMovesNothing) {
+    StartWith(210);
+    QScrollBar& bar = *Table().verticalScrollBar();
+    Choose({50});
+    bar.setValue(40);
+    const std::string first = Cell(bar.value(), labelColumn);
+    Click("cmdShowZarn74");
+    Settle();
+    EXPECT_EQ(Rows(), 201);
+    EXPECT_EQ(Cell(0, 1), "read");
+    EXPECT_EQ(Cell(bar.value(), labelColumn), first);
+    ASSERT_EQ(Table().selectionModel()->selectedRows().size(), 1);
+    EXPECT_EQ(Table().selectionModel()->selectedRows().front().row(), 51);
+    kept.Prune(1000 * 200);
+    Settle();
+    EXPECT_EQ(Rows(), 12);
+}
+
+TEST_F(clsHistoryTest, OneIsShownWholeAndTwoByTheirDifference) {
+    StartWith(4);
+    Choose({0});
+    EXPECT_NE(Shown("labEvent").find("Outcome: done"), std::string::npos);
+    EXPECT_EQ(Find<QTreeWidget>("lstEventSettings").topLevelItem(0)->text(2), "English(UK)");
+    Choose({0, 1});
+    EXPECT_EQ(Shown("labEvent"), "1 of 43 settings differ, as the two events left the reader.");
+    EXPECT_EQ(Find<QTreeWidget>("lstEventChanges").topLevelItem(0)->text(1), "Spanish") << "the earlier one";
+    Choose({1, 2});
+    EXPECT_EQ(Shown("labEvent"), "None of 43 settings differ between the two events.");
+    Choose({0, 1, 2});
+    EXPECT_FALSE(Enabled("cmdHistoryRestore"));
+    EXPECT_TRUE(Enabled("cmdHistorySheet"));
+}
+
+TEST_F(clsHistoryTest, WhatIsChosenIsSavedExportedAndPutOnSheetsThatReplaceNothing) {
+    StartWith(3);
+    const auto content = [this](const char* name) { return disk.Contents[name]; };
+    Choose({0});
+    chosenFile = "one.txt";
+    Do("actSettingsBehind");
+    EXPECT_EQ(suggested, "Unit 2.txt");
+    EXPECT_EQ(content("one.txt"), "[General]\r\nLanguage=4\r\n");
+    chosenFile = "one.pdf";
+    Click("cmdHistorySheet");
+    EXPECT_TRUE(content("one.pdf").starts_with("%PDF"));
+    chosenFile = "all.history";
+    Do("actExportAll");
+    kept.Prune(2500);
+    Do("actImport");
+    EXPECT_EQ(Shown("labHistorySaid"),
+              "3 events: 2 new, 0 newer, 1 already there. 2 events deleted here before brought back.");
+    chosenFile = "one.txt";
+    Do("actImport");
+    EXPECT_EQ(Shown("labHistorySaid"), "Nothing was imported: this is no export of a history.");
+    kept.SetLabel(kept.List({}).Value.at(1).Id, "Unit 2");
+    Settle();
+    disk.Contents["to/Unit 2.pdf"] = "mine";
+    chosenFile = "to";
+    Choose({0, 1});
+    Click("cmdHistorySheet");
+    EXPECT_EQ(content("to/Unit 2.pdf"), "mine");
+    for (const char* name : {"to/Unit 2 (2).pdf", "to/Unit 2 (3).pdf"})
+        EXPECT_TRUE(content(name).starts_with("%PDF")) << name;
+    const std::pair<std::string, const char*> names[] = {{"a/b\\c:*?\"<>|\n", "a_b_c_______"},
+                                                         {"..", "Event 1a2b3c4d"},
+                                                         {"", "Event 1a2b3c4d"},
+                                                         {". x .", "x"}};
+    HistoryEvent event;
+    event.Id = "1a2b3c4d-0000";
+    for (const auto& [label, name] : names) {
+        event.Label = label;
+        EXPECT_EQ(HistorySheet::FileName(event), name);
+    }
+    for (int i = 0; i < 100; ++i) event.Label += "\U0001F600";
+    EXPECT_LE(HistorySheet::FileName(event).toUtf8().size(), 180);
+    EXPECT_FALSE(HistorySheet::FileName(event).back().isHighSurrogate());
+}
+
+TEST_F(clsHistoryTest, WhyThereIsNothingStandsInTheWindow) {
+    Start();
+    Do("actHistory");
+    EXPECT_TRUE(Shown("labHistoryState").starts_with("No history is kept: ")) << Shown("labHistoryState");
+    clsMemoryHistory other;
+    const struct {
+        const char* Kept;
+        clsIHistory::Events Answer;
+        const char* Says;
+    } rows[] = {
+        {"1", {}, "Nothing is kept yet: what is done with a reader will stand here."},
+        {"0",
+         {},
+         "The history is switched off (Edit, Options): nothing new is kept.\n"
+         "Nothing is kept yet: what is done with a reader will stand here."},
+        {"1",
+         {clsIHistory::Events::State::Busy, {}, {}},
+         "The history cannot be shown: another program keeps it locked; it is asked again."},
+        {"1",
+         {clsIHistory::Events::State::Failed, {}, "disk I/O error"},
+         "The history cannot be shown: disk I/O error."},
+    };
+    for (const auto& row : rows) {
+        store.SaveSetting("History", "Keep", row.Kept);
+        other.Instead = row.Answer;
+        Start();
+        window->UseHistory(other, /*always=*/false);
+        Do("actHistory");
+        EXPECT_EQ(Shown("labHistoryState"), row.Says);
+        EXPECT_EQ(Enabled("cmdHistoryRestore"), false);
+    }
+    other.Instead = {clsIHistory::Events::State::Busy, {}, {}};
+    Find<QLineEdit>("txtHistorySearch").setText("x");
+    Settle();
+    other.Instead = {};
+    for (int i = 0; i < 20 && Shown("labHistoryState") != "No event is like that."; ++i) QTest::qWait(50);
+    EXPECT_EQ(Shown("labHistoryState"), "No event is like that.");
+    window.reset();
+}
+
+TEST_F(clsHistoryTest, TheOptionsSayWhatIsKeptFromNowOn) {
+    StartWith(0);
+    Answering("actOptions", [](QWidget& dialog) {
+        EXPECT_TRUE(dialog.findChild<QLabel*>("labHistoryPlace")->text().contains("history.db"));
+        EXPECT_EQ(dialog.findChild<QSpinBox*>("spnHistoryDays")->value(), 1000);
+        dialog.findChild<QSpinBox*>("spnHistoryDays")->setValue(0);
+        dialog.findChild<QCheckBox*>("chkKeepHistory")->click();
+        dynamic_cast<QDialog&>(dialog).accept();
+    });
+    Click("cmdShowZarn74");
+    EXPECT_EQ(kept.List({}).Value.size(), 0U);
+    EXPECT_TRUE(Shown("labHistoryState").starts_with("The history is switched off"));
+    Answering("actOptions", [](QWidget& dialog) {
+        EXPECT_EQ(dialog.findChild<QSpinBox*>("spnHistoryDays")->value(), 0);
+        dialog.findChild<QCheckBox*>("chkKeepHistory")->click();
+        dynamic_cast<QDialog&>(dialog).accept();
+    });
+    Click("cmdShowZarn74");
+    EXPECT_EQ(kept.List({}).Value.size(), 1U);
+}
+
+TEST_F(clsHistoryTest, RestoringGoesThroughReviewAndLeavesThePages) {
+    StartWith(2);
+    const std::string language = Shown("cboLanguage");
+    Choose({0});
+    Do("actRestoreBehind");
+    EXPECT_TRUE(Shown("labReview").find(" will be written, ") != std::string::npos) << Shown("labReview");
+    Click("cmdReviewWrite");
+    EXPECT_EQ(reader.Registers[210], 4);
+    EXPECT_EQ(Shown("cboLanguage"), language);
+}
+
+}  // namespace
