@@ -28,7 +28,7 @@ _zarn74() {
 
 _zarn74ctl() {
     local word=$2 before=$3 command='' demo='' i
-    local commands='ports scan info read write default check diff dump get set test-eeprom monitor history'
+    local commands='ports scan info read write default check diff dump get set test-eeprom monitor history explain mask'
     local verbs='show settings image diff label prune export import' verb=''
     for ((i = 1; i < COMP_CWORD; i++)); do
         case ${COMP_WORDS[i]} in
@@ -43,7 +43,7 @@ _zarn74ctl() {
         esac
     done
     case $before in
-    --image | -o | --history) _zarn74_files "$word" && return ;;
+    --image | -o | --history | --record) _zarn74_files "$word" && return ;;
     --action) _zarn74_offer "read write set default test restore check station" "$word" && return ;;
     --outcome)
         _zarn74_offer "done differs not-proven failed cancelled interrupted begun begun-there" "$word"
@@ -61,11 +61,11 @@ _zarn74ctl() {
     esac
     case $word in
     -*)
-        local options="--port --baud --port-map --quick --slow --json --quiet --trace --no-history --history --help
-            --version"
+        local options="--port --baud --port-map --quick --slow --json --quiet --trace --record --no-history --history
+            --help --version"
         [[ -z $demo ]] || options+=" --image --hid"
         case $command in
-        read) options+=" -o" ;;
+        read | mask) options+=" -o" ;;
         dump) options+=" -o --explain" ;;
         write | default) options+=" --all --dry-run --no-verify" ;;
         test-eeprom) options+=" --yes" ;;
@@ -82,7 +82,7 @@ _zarn74ctl() {
     *)
         case $command in
         '') _zarn74_offer "$commands ${demo:-demo}" "$word" ;;
-        write | default | check | diff) _zarn74_files "$word" ;;
+        write | default | check | diff | explain | mask) _zarn74_files "$word" ;;
         history) if [[ -z $verb ]]; then _zarn74_offer "$verbs" "$word"; else _zarn74_files "$word"; fi ;;
         esac
         ;;
@@ -92,13 +92,17 @@ _zarn74ctl() {
 _zarn74sim() {
     local word=$2 before=$3
     case $before in
-    --image | --log | --link) _zarn74_files "$word" ;;
+    --image | --log | --link | --record | --replay) _zarn74_files "$word" ;;
     --only-baud | --pace) _zarn74_offer "2400 4800 9600 14400 19200" "$word" ;;
     --fault)
         _zarn74_offer "no-answer refuse-busy refuse-code wrong-checksum truncated-reply trickled-reply
             garbage-before-stx late-reply short-dump different-dumps dropped-write" "$word"
         ;;
-    *) _zarn74_offer "--image --example --only-baud --pace --log --link --fault --help --version" "$word" ;;
+    --firmware) _zarn74_offer "V1.02R007,FWQ-K4436 V1.01R003,FWQ-K3861" "$word" ;;
+    *)
+        _zarn74_offer "--image --example --only-baud --pace --log --record --replay --fast --firmware --link --fault
+            --help --version" "$word"
+        ;;
     esac
 }
 

@@ -24,7 +24,7 @@ struct CommandRow {
     const char* Name;
     const char* Help;
 };
-constexpr std::array<CommandRow, 14> commands{{
+constexpr std::array<CommandRow, 16> commands{{
     {CliCommand::Ports, "ports", "List the ports: name, device file, description"},
     {CliCommand::Scan, "scan", "Find the reader, the port where it was last first, and say what was found"},
     {CliCommand::Info, "info", "Product, firmware version, firmware serial number, port"},
@@ -41,6 +41,9 @@ constexpr std::array<CommandRow, 14> commands{{
     {CliCommand::Monitor, "monitor", "Show what the reader types and every frame until interrupted"},
     {CliCommand::History, "history",
      "List what was done with readers, the newest first, and what is kept of it"},
+    {CliCommand::Explain, "explain", "Say what the frames of a recording mean"},
+    {CliCommand::Mask, "mask",
+     "Make a recording that may be given away: card IDs and key strings are hidden"},
 }};
 
 // An empty text (of a shell variable that is not set) is not the same as none.
@@ -93,6 +96,9 @@ void AddGlobalOptions(CLI::App& app, CliOptions& options) {
     app.add_flag("--json", options.Json, "Print one JSON object, also on failure");
     app.add_flag("--quiet", options.Quiet, "Show only failures of the message log");
     app.add_flag("--trace", options.Trace, "Print every frame to standard error, one JSON object a line");
+    app.add_option("--record", options.Record, "Record what goes over the line, for explain and replay")
+        ->type_name("FILE")
+        ->check(NotEmpty);
     auto* const none = app.add_flag("--no-history", options.NoHistory, "Keep nothing in the history");
     app.add_option("--history", options.HistoryFile, "Use this history; else the user's, and none for demo")
         ->type_name("FILE")
@@ -234,6 +240,8 @@ void AddCommands(CLI::App& app, CliOptions& options, bool asked) {
             case CliCommand::Default: file("FILE", "The file with the defaults; - is standard input"); break;
             case CliCommand::Check:
             case CliCommand::Diff: file("FILE", "The settings file; - is standard input"); break;
+            case CliCommand::Explain: file("FILE", "The recording; - is standard input"); break;
+            case CliCommand::Mask: file("FILE", "The recording; - is standard input"); break;
             case CliCommand::Get:
                 AddNumber(*command, "REG", options.Register, 0, highestRegister, "0 to 511, decimal or 0x..");
                 break;
@@ -254,6 +262,10 @@ void AddCommands(CLI::App& app, CliOptions& options, bool asked) {
         }
         if (row.Command == CliCommand::Diff)
             command->add_option("OTHER", options.Other, "The file to compare it with; none: the reader")
+                ->type_name("FILE")
+                ->check(NotEmpty);
+        if (row.Command == CliCommand::Mask)
+            command->add_option("-o", options.Output, "Save to FILE instead of printing; - prints")
                 ->type_name("FILE")
                 ->check(NotEmpty);
         if (row.Command == CliCommand::Write || row.Command == CliCommand::Default)
@@ -320,6 +332,16 @@ std::string UsageText(const CLI::ParseError& error, const CLI::App& app,
 
 }  // namespace
 
+bool UsesLine(CliCommand command) {
+    switch (command) {
+        case CliCommand::Ports:
+        case CliCommand::History:
+        case CliCommand::Explain:
+        case CliCommand::Mask: return false;
+        default: return true;
+    }
+}
+
 const char* CommandName(CliCommand command) {
     const auto* row = std::find_if(commands.begin(), commands.end(),
                                    [&](const CommandRow& entry) { return entry.Command == command; });
@@ -352,6 +374,9 @@ CliParsing ParseArguments(const std::vector<std::string>& arguments, CliOptions&
             throw CLI::ValidationError("prune", "deletes for good; --yes confirms that");
         if (options.Command == CliCommand::History && options.NoHistory)
             throw CLI::ValidationError("--no-history", "leaves no history to ask");
+        if (!options.Record.empty() && !UsesLine(options.Command))
+            throw CLI::ValidationError("--record",
+                                       std::string(CommandName(options.Command)) + " uses no line");
         parsing.Run = true;
     } catch (const CLI::CallForHelp&) {
         parsing.Text = HelpText(app);

@@ -31,12 +31,16 @@ enum class CliCommand {
     Set,
     TestEeprom,
     Monitor,
-    History
+    History,
+    Explain,
+    Mask
 };
 
 /// What is asked of the history.
 enum class HistoryVerb { List, Show, Settings, Image, Diff, Label, Prune, Export, Import };
 
+/// Whether the command may talk to a reader.
+bool UsesLine(CliCommand command);
 /// The command's name as it is typed.
 const char* CommandName(CliCommand command);
 
@@ -55,6 +59,8 @@ struct CliOptions {
     std::string Image;      ///< the simulated reader's memory; empty: the example configuration
     std::string File;       ///< to read or to write; empty: none given
     std::string Other;      ///< a second file to compare with; empty: the reader
+    std::string Output;     ///< where the result of a file goes; empty: it is printed
+    std::string Record;     ///< file of a recording; empty: none
     bool All = false;       ///< write without comparing
     bool Explain = false;   ///< say of each register what it means
     bool DryRun = false;    ///< show what would be written, and write nothing

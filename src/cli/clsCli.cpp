@@ -9,6 +9,7 @@
 #include "cli/clsCliHistory.h"
 #include "cli/clsCliLog.h"
 #include "cli/clsCliRun.h"
+#include "cli/clsCliWire.h"
 #include "cli/clsDemoPlatform.h"
 
 namespace {
@@ -64,6 +65,10 @@ int clsCli::Run(const std::vector<std::string>& arguments) {
     const auto run = [&](clsICliPlatform& platform) {
         if (options.Command == CliCommand::History) {
             result = clsCliHistory(options, platform, log).Execute();
+            return;
+        }
+        if (options.Command == CliCommand::Explain || options.Command == CliCommand::Mask) {
+            result = clsCliWire(options, platform, log).Execute();
             return;
         }
         clsCliRun command(options, platform, m_out, m_err, log);

@@ -14,6 +14,7 @@
 #include "hid/modOrvHID.h"
 #include "history/HistorySettings.h"
 #include "settings/RegisterMeaning.h"
+#include "system/UtcNow.h"
 
 namespace {
 
@@ -160,7 +161,24 @@ void clsCliRun::Stop() {
     m_comm.CancelCommand();
 }
 
+bool clsCliRun::BeginRecording() {
+    if (m_options.Record.empty() || !UsesLine(m_options.Command)) return true;
+    const auto complain = [this](const std::string& why) {
+        m_log.Say(modText::FromUtf8(m_options.Record) + ": " + modText::FromUtf8(why));
+    };
+    std::string error;
+    auto file = m_platform.LineFile(m_options.Record, error);
+    if (file == nullptr) {
+        complain(error);
+        return false;
+    }
+    const RecordingHead head{"zarn74ctl", ZARN74_VERSION, {}, 0, UtcNow()};
+    m_recorder.emplace(m_platform.Host(), m_comm, std::move(file), head, complain);
+    return true;
+}
+
 CliResult clsCliRun::Execute() {
+    if (!BeginRecording()) return {};
     CliResult result = ExecuteCommand();
     m_flows.EndEvent(/*cancelled=*/result.Exit == ExitInterrupted);
     if (!m_port.empty() && !m_stopped && !m_comm.PortOpen()) AwaitLossNews();
@@ -196,7 +214,9 @@ CliResult clsCliRun::ExecuteCommand() {
         case CliCommand::Set: return Set();
         case CliCommand::TestEeprom: return TestEeprom();
         case CliCommand::Monitor: return Monitor();
-        case CliCommand::History:  // asks no reader: clsCliHistory
+        case CliCommand::History:  // these ask no reader: clsCliHistory, clsCliWire
+        case CliCommand::Explain:
+        case CliCommand::Mask:
         case CliCommand::None: break;
     }
     return {};

@@ -9,13 +9,14 @@
 #include "cli/CliOptions.h"
 #include "cli/clsCliFiles.h"
 #include "cli/clsCliLog.h"
-#include "cli/clsFrameTrace.h"
 #include "cli/clsICliPlatform.h"
 #include "cli/clsITextOutput.h"
 #include "comm/ucCOMM.h"
 #include "flows/clsReaderFlows.h"
 #include "flows/clsSettingsFile.h"
 #include "settings/modZarn74.h"
+#include "wire/clsFrameTrace.h"
+#include "wire/clsWireRecorder.h"
 
 /// How a command ended, and what it has to show.
 struct CliResult {
@@ -77,6 +78,7 @@ class clsCliRun {
     CliResult TestEeprom();
     CliResult Monitor();
 
+    bool BeginRecording();
     int Connect();
     int Reach();
     void KeepHistory();
@@ -122,6 +124,7 @@ class clsCliRun {
     clsReaderFlows m_flows;
     std::optional<clsFrameTrace> m_trace;
     std::optional<clsFrameTrace> m_monitor;
+    std::optional<clsWireRecorder> m_recorder;
     clsConnection m_onPort;
     clsConnection m_onSent;
 };

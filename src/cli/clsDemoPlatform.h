@@ -28,6 +28,9 @@ class clsDemoPlatform final : public clsICliPlatform {
     CommDevices Devices(bool watch) override;
     clsISettingsStore& Store() override { return m_store; }
     clsIFiles& Files() override { return m_real.Files(); }
+    std::unique_ptr<clsILineFile> LineFile(const std::string& name, std::string& error) override {
+        return m_real.LineFile(name, error);
+    }
     std::string SetPortMap(const std::vector<std::string>&) override { return {}; }
     std::string AddDevice(const std::string&) override { return {}; }
     std::optional<std::string> ReadInput(std::size_t limit, std::string& error) override {

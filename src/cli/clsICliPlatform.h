@@ -1,12 +1,14 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "base/clsIFiles.h"
 #include "base/clsIHost.h"
+#include "base/clsILineFile.h"
 #include "base/clsISettingsStore.h"
 #include "comm/CommDevices.h"
 #include "history/clsIHistory.h"
@@ -26,6 +28,9 @@ class clsICliPlatform {
     virtual CommDevices Devices(bool watch) = 0;
     virtual clsISettingsStore& Store() = 0;
     virtual clsIFiles& Files() = 0;
+    /// A new file for a recording, or one that is emptied for it. Null when it cannot be had, with the reason
+    /// in `error`.
+    virtual std::unique_ptr<clsILineFile> LineFile(const std::string& name, std::string& error) = 0;
     /// The user's map of ports: the options' entries, or the environment's when there are none. What is
     /// wrong with it, empty when nothing is.
     virtual std::string SetPortMap(const std::vector<std::string>& entries) = 0;

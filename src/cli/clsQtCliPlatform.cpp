@@ -12,6 +12,7 @@
 #include "base/clsWait.h"
 #include "history/HistorySettings.h"
 #include "system/ProgramFiles.h"
+#include "system/clsLineFile.h"
 
 clsQtCliPlatform::clsQtCliPlatform(int& argc, char** argv, std::function<void()> stop,
                                    std::function<void()> outputClosed)
@@ -85,6 +86,10 @@ CommDevices clsQtCliPlatform::Devices(bool watch) {
     if (!watch) return m_readers->Devices(/*notices=*/nullptr);
     m_notices.emplace(Host(), PortList());
     return m_readers->Devices(&*m_notices);
+}
+
+std::unique_ptr<clsILineFile> clsQtCliPlatform::LineFile(const std::string& name, std::string& error) {
+    return clsLineFile::Open(name, error);
 }
 
 std::string clsQtCliPlatform::SetPortMap(const std::vector<std::string>& entries) {

@@ -29,6 +29,7 @@ class clsQtCliPlatform final : public clsICliPlatform {
     CommDevices Devices(bool watch) override;
     clsISettingsStore& Store() override;
     clsIFiles& Files() override { return m_files; }
+    std::unique_ptr<clsILineFile> LineFile(const std::string& name, std::string& error) override;
     std::string SetPortMap(const std::vector<std::string>& entries) override;
     std::string AddDevice(const std::string& path) override;
     std::optional<std::string> ReadInput(std::size_t limit, std::string& error) override;

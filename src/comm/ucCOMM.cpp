@@ -40,6 +40,8 @@ ucCOMM::ucCOMM(clsIHost& host, clsISerialControl& serial, clsISettingsStore& sto
         m_hid->Control.ReadProperties(clsPropertyBag());  // all at their defaults in a program
         m_onDevice = m_hid->Control.OnDevice.Connect(
             [this](std::uint32_t event, const std::string& device) { HandleHidDevice(event, device); });
+        m_onAdapterData = m_hid->Control.OnAdapterData.Connect(
+            [this](const std::string& bytes, bool received) { OnAdapterData.Raise(bytes, received); });
         AttachCommObject(m_hid->Port, m_hid->Control, /*inFront=*/false);
     }
     if (devices.Notices != nullptr) {

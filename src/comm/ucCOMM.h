@@ -55,6 +55,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     /// What OnPort tells, with the port's bare name; raised after it.
     clsEvent<PortChange, const std::string&> OnPortChange;
     clsEvent<const std::string&, bool> OnMonitorData;  ///< bytes; True for received, False for sent
+    clsEvent<const std::string&, bool> OnAdapterData;  ///< the same of the USB adapter, in whole packets
 
     // -- the port -------------------------------------------------------------------------------------------
     /// Adds a transport: the adapter is given its control and the shared sink, then stands in the port set.
@@ -281,6 +282,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     clsConnection m_onComm;
     clsConnection m_onLost;
     clsConnection m_onDevice;
+    clsConnection m_onAdapterData;
     clsConnection m_onArrival;
     clsConnection m_onRemoval;
 };

@@ -45,6 +45,9 @@ class OrvHIDIO {
     clsEvent<std::uint32_t, const std::string&> OnDevice;  ///< event code, device name
     clsEvent<std::uint32_t, std::uint32_t> OnOrvHIDProc;   ///< every library event: code, parameter
     clsEvent<> OnComm;                                     ///< CommEvent says what
+    /// A command to the adapter as it goes out, and what came of its answer (True) when its wait is over.
+    /// Nobody may start a command from in here.
+    clsEvent<const std::string&, bool> OnAdapterData;
 
     // -- life -----------------------------------------------------------------------------------------------
     /// Reads the persistent properties and, in user mode, looks for the library and its optional exports.

@@ -88,6 +88,7 @@ bool OrvHIDIO::AdapterExchange(const std::string& packet, std::string& received,
     received.clear();
     answerLength = 0;
     Discard(Channel::Control);
+    OnAdapterData.Raise(packet, /*received=*/false);
     if (!Put(Channel::Control, packet)) return false;
     bool complete = false;
     Receive(Channel::Control, pieceTime, longestReply, [&](const std::string& piece) {
@@ -97,6 +98,7 @@ bool OrvHIDIO::AdapterExchange(const std::string& packet, std::string& received,
         complete = received.size() >= answerLength;
         return complete;
     });
+    if (!received.empty()) OnAdapterData.Raise(received, /*received=*/true);
     if (!complete) return false;
     m_nak = received[0] == nak;
     m_notSupported = m_nak && answerLength > headerSize && received[headerSize] == codeNotSupported;

@@ -12,6 +12,7 @@
 #include "base/clsEvent.h"
 #include "base/clsIHost.h"
 #include "sim/SimFault.h"
+#include "sim/clsIReader.h"
 
 /// A card lying on the simulated reader.
 struct SimCard {
@@ -28,15 +29,13 @@ struct SimCard {
 /// A whole frame that asks for what there is not is refused: N01 unknown command, N02 bad register field or
 /// number, N03 bad or unexpected parameter. A frame without STX or CR, too long, or a write with a wrong or
 /// missing checksum is not answered.
-class clsSimReader {
+class clsSimReader final : public clsIReader {
   public:
     static constexpr std::size_t registerCount = 512;
 
     /// Factory-fresh: all registers FF, product "Zarn74,00", version "V1.02R007,FWQ-K4436".
     explicit clsSimReader(clsIHost& host);
-    clsSimReader(const clsSimReader&) = delete;
-    clsSimReader& operator=(const clsSimReader&) = delete;
-    ~clsSimReader();
+    ~clsSimReader() override;
 
     std::array<std::uint8_t, registerCount> Registers{};
     std::string Product = "Zarn74,00";
@@ -47,13 +46,10 @@ class clsSimReader {
 
     /// Writes a register as a frame does: OnRegister tells when that changed it. `number` is 0..511.
     void SetRegister(int number, std::uint8_t value);
-    /// Bytes from the host. Answers go out through OnSend, from inside this call or later.
-    void Receive(std::string_view bytes);
-    /// Forgets a half-received frame and what is still to be sent, as after power-up; the line speed of
-    /// register 209 counts from then on.
-    void PowerUp();
-    /// The line speed that the reader has used since power-up, in bits per second.
-    [[nodiscard]] int LineSpeed() const { return m_lineSpeed; }
+    void Receive(std::string_view bytes) override;
+    /// The line speed of register 209 counts from then on.
+    void PowerUp() override;
+    [[nodiscard]] int LineSpeed() const override { return m_lineSpeed; }
 
     void PlaceCard(const SimCard& card) { m_card = card; }
     void RemoveCard() { m_card.reset(); }
@@ -72,7 +68,6 @@ class clsSimReader {
     /// Frames that were dropped because something in them was not as it must be.
     [[nodiscard]] int FramesRejected() const { return m_rejected; }
 
-    clsEvent<const std::string&> OnSend;         ///< bytes on their way to the host
     clsEvent<const std::string&, bool> OnFrame;  ///< a whole frame or reply; True for received by the reader
     clsEvent<> OnRegister;                       ///< a write has changed a register; raised before its answer
 

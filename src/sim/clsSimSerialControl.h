@@ -9,8 +9,8 @@
 #include "base/clsIHost.h"
 #include "ports/clsIPortDirectory.h"
 #include "ports/clsISerialControl.h"
+#include "sim/clsIReader.h"
 #include "sim/clsSimCable.h"
-#include "sim/clsSimReader.h"
 
 /// A serial control over simulated lines: what the platform's control is to real ones, so that a whole
 /// program runs in one process on a simulated reader. Readers and host outlive it. The bytes of a reader
@@ -22,10 +22,10 @@ class clsSimSerialControl final : public clsSerialControlBase, public clsIPortDi
 
     /// One line of the simulated machine.
     struct Line {
-        clsSimReader* Reader = nullptr;  ///< null: nothing is connected
-        bool Opens = true;               ///< false: opening is refused
-        int OnlyBaud = 0;                ///< nothing gets through at another rate; 0 is every rate
-        bool Paced = false;              ///< a byte takes ten bit times of the line's rate, both ways
+        clsIReader* Reader = nullptr;  ///< null: nothing is connected
+        bool Opens = true;             ///< false: opening is refused
+        int OnlyBaud = 0;              ///< nothing gets through at another rate; 0 is every rate
+        bool Paced = false;            ///< a byte takes ten bit times of the line's rate, both ways
         std::string Description;
     };
 

@@ -31,6 +31,25 @@ struct clsMemoryOutput final : clsITextOutput {
     bool InColor = false;
 };
 
+/// Lines in a text that outlives them.
+class clsMemoryLines final : public clsILineFile {
+  public:
+    explicit clsMemoryLines(std::string& text) : m_text(text) { m_text.clear(); }
+    bool Append(const std::string& line) override {
+        m_last = m_text.size();
+        return Lengthen(line);
+    }
+    bool Lengthen(const std::string& line) override {
+        m_text.replace(m_last, std::string::npos, line + "\n");
+        return true;
+    }
+    [[nodiscard]] std::string LastError() const override { return {}; }
+
+  private:
+    std::string& m_text;
+    std::size_t m_last = 0;
+};
+
 /// The program with files in memory, on a machine with a reader on COM1, an empty COM2 and a
 /// COM3 that does not open.
 template <class HostType>
@@ -69,6 +88,10 @@ struct clsCliWorld : testing::Test, clsICliPlatform {
     CommDevices Devices(bool) override { return {}; }
     clsISettingsStore& Store() override { return store; }
     clsIFiles& Files() override { return files; }
+    std::unique_ptr<clsILineFile> LineFile(const std::string& name, std::string& error) override {
+        if (files.Refuse) error = "Refused";
+        return files.Refuse ? nullptr : std::make_unique<clsMemoryLines>(files.Contents[name]);
+    }
     std::string SetPortMap(const std::vector<std::string>& entries) override {
         return entries.empty() ? "" : "no map here";
     }

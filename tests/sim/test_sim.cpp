@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/TraceLine.h"
+#include "sim/clsSimReader.h"
 #include "sim/clsSimSerialControl.h"
 #include "support/clsVirtualHost.h"
 

@@ -35,7 +35,7 @@ std::string MakeLink(const std::string& link, const std::string& path) {
 
 }  // namespace
 
-clsPtyLine::clsPtyLine(clsPollHost& host, clsSimReader& reader, Options options)
+clsPtyLine::clsPtyLine(clsPollHost& host, clsIReader& reader, Options options)
     : m_host(host), m_reader(reader), m_options(std::move(options)) {
     m_onSend = m_reader.OnSend.Connect([this](const std::string& bytes) { ReaderSends(bytes); });
 }

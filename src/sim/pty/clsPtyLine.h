@@ -3,8 +3,8 @@
 #include <memory>
 #include <string>
 
+#include "sim/clsIReader.h"
 #include "sim/clsSimCable.h"
-#include "sim/clsSimReader.h"
 #include "sim/pty/clsPseudoTerminal.h"
 #include "system/clsPollHost.h"
 
@@ -18,7 +18,7 @@ class clsPtyLine {
         std::string Link;  ///< a symbolic link that points at the terminal while it is plugged; empty is none
     };
 
-    clsPtyLine(clsPollHost& host, clsSimReader& reader, Options options);
+    clsPtyLine(clsPollHost& host, clsIReader& reader, Options options);
     clsPtyLine(const clsPtyLine&) = delete;
     clsPtyLine& operator=(const clsPtyLine&) = delete;
     ~clsPtyLine() { Unplug(); }
@@ -48,7 +48,7 @@ class clsPtyLine {
     void Deliver();
 
     clsPollHost& m_host;
-    clsSimReader& m_reader;
+    clsIReader& m_reader;
     const Options m_options;
     std::unique_ptr<clsPseudoTerminal> m_terminal;
     bool m_pluggedBefore = false;

@@ -8,17 +8,24 @@
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "base/ControlNames.h"
+#include "base/Recording.h"
 #include "base/RunProgram.h"
+#include "base/modText.h"
 #include "sim/SimFault.h"
 #include "sim/SimImage.h"
+#include "sim/clsReplayReader.h"
 #include "sim/clsSimReader.h"
 #include "sim/pty/clsFrameLog.h"
 #include "sim/pty/clsPtyLine.h"
 #include "sim/pty/clsSimConsole.h"
 #include "system/StandardStreams.h"
+#include "system/UtcNow.h"
+#include "system/clsLineFile.h"
 #include "system/clsPollHost.h"
 #include "system/clsSystemFiles.h"
 
@@ -30,6 +37,10 @@ struct ProgramOptions {
     clsPtyLine::Options Line;
     std::string Image;
     std::string Log;
+    std::string Firmware;
+    std::string Record;
+    std::string Replay;
+    bool Fast = false;
     bool Example = false;
     std::vector<SimFaultRule> Faults;
 };
@@ -122,13 +133,124 @@ class clsSignals {
     clsConnection m_onSignal;
 };
 
+/// Keeps a recording of what goes between a reader and whoever asks it, as that one sees it.
+class clsRecording {
+  public:
+    /// What is wrong with the file, empty when nothing is.
+    std::string Begin(const std::string& name, clsSimReader& reader, const std::string& port) {
+        std::string error;
+        m_file = clsLineFile::Open(name, error);
+        if (m_file == nullptr) return error;
+        Write(RecordingHead{"zarn74sim", ZARN74_VERSION, port, reader.LineSpeed(), UtcNow()});
+        m_onFrame = reader.OnFrame.Connect([this](const std::string& bytes, bool received) {
+            constexpr std::int64_t nsPerMicrosecond = 1000;
+            RecordingEntry entry;
+            entry.Microseconds = (clsPollHost::Now() - m_start) / nsPerMicrosecond;
+            entry.Received = !received;
+            entry.Bytes = bytes;
+            Write(entry);
+        });
+        return {};
+    }
+
+  private:
+    template <class Line>
+    void Write(const Line& line) {
+        const bool failed = !m_file->Append(RecordingLine(line));
+        if (!std::exchange(m_failed, failed) && failed)
+            Complain("cannot write the recording: " + m_file->LastError());
+    }
+
+    std::unique_ptr<clsLineFile> m_file;
+    const std::int64_t m_start = clsPollHost::Now();
+    bool m_failed = false;
+    clsConnection m_onFrame;
+};
+
+// A recorded reader can be pulled out and plugged in again; all else it does is in the recording.
+void ExecuteReplay(std::string_view text, clsPtyLine& line, clsPollHost& host) {
+    const std::string command = modText::Trim(text);
+    if (command == "quit") {
+        host.Quit();
+    } else if (command == "unplug" && line.Plugged()) {
+        line.Unplug();
+        Answer("unplugged");
+    } else if (command == "replug") {
+        line.Unplug();
+        const std::string error = line.Plug();
+        if (error.empty()) {
+            Answer(line.Path());
+        } else {
+            Complain(error);
+        }
+    } else if (!command.empty()) {
+        Complain("a recorded reader understands unplug, replug and quit");
+    }
+}
+
+std::optional<Recording> LoadRecording(const std::string& name) {
+    constexpr std::size_t largest = 256U << 20U;  // bytes
+    constexpr std::size_t piece = 1U << 20U;
+    clsSystemFiles files;
+    const auto file = files.OpenFile(name);
+    std::string error = file == nullptr ? files.LastError() : std::string();
+    std::string text;
+    while (error.empty()) {
+        const auto more = file->ReadUpTo(piece);
+        if (!more) error = files.LastError();
+        if (!more || more->empty()) break;
+        text += *more;
+        if (text.size() > largest) error = "there is no end to it";
+    }
+    auto recording = error.empty() ? ReadRecording(text, error) : std::nullopt;
+    if (!recording) Complain(name + ": " + error);
+    return recording;
+}
+
+int RunReplay(const ProgramOptions& options) {
+    const auto recording = LoadRecording(options.Replay);
+    if (!recording) return ExitFailed;
+    clsPollHost host;
+    const clsSignals signals(host);
+    clsReplayReader reader(host, *recording,
+                           options.Fast ? clsReplayReader::Pace::Fast : clsReplayReader::Pace::Recorded);
+    const clsConnection onUnknown = reader.OnUnknown.Connect([](const std::string& frame) {
+        Complain("the recording does not hold " + ControlNames::Visible(frame));
+    });
+    clsPtyLine line(host, reader, options.Line);
+    const clsConnection onPulled = reader.OnLost.Connect([&] {
+        // From inside the line's own call: it goes when that is over.
+        host.Post([&line] {
+            if (!line.Plugged()) return;
+            line.Unplug();
+            Complain("pulled out, as it was recorded; replug plugs the reader in again");
+        });
+    });
+    const clsConnection onLost =
+        line.OnLost.Connect([] { Complain("the terminal is gone; replug plugs the reader into a new one"); });
+    const std::string error = line.Plug();
+    if (!error.empty()) return Fail(error);
+    Answer(line.Path());
+    const bool terminal = isatty(STDIN_FILENO) != 0;
+    const clsLineInput input(
+        host, [&](std::string_view text) { ExecuteReplay(text, line, host); },
+        [&] {
+            if (terminal) host.Quit();
+        });
+    host.Run();
+    return ExitDone;
+}
+
 int Run(const ProgramOptions& options) {
+    if (!options.Replay.empty()) return RunReplay(options);
+
     clsPollHost host;
     const clsSignals signals(host);
     clsSimReader reader(host);
     clsSystemFiles files(clsSystemFiles::Survives::Program);  // saved at every write
 
     if (options.Example) LoadExampleConfiguration(reader);
+    if (!options.Firmware.empty()) reader.Version = options.Firmware;
     for (const SimFaultRule& fault : options.Faults) reader.AddFault(fault);
 
     const bool imageExists = !options.Image.empty() && access(options.Image.c_str(), F_OK) == 0;
@@ -160,6 +282,11 @@ int Run(const ProgramOptions& options) {
         line.OnLost.Connect([] { Complain("the terminal is gone; replug plugs the reader into a new one"); });
     const std::string error = line.Plug();
     if (!error.empty()) return Fail(error);
+    clsRecording recording;
+    if (!options.Record.empty()) {
+        const std::string refused = recording.Begin(options.Record, reader, line.Path());
+        if (!refused.empty()) return Fail("cannot write the recording " + options.Record + ": " + refused);
+    }
     Answer(line.Path());
     const bool terminal = isatty(STDIN_FILENO) != 0;
     if (terminal && isatty(STDERR_FILENO) != 0) Complain("the reader is ready; help lists the commands");
@@ -205,12 +332,25 @@ int Main(int argc, char** argv) {
                    "Append every frame to FILE, one JSON object a line: t (seconds), dir (rx: the\n"
                    "reader has received it, tx: it sends it), hex, text")
         ->type_name("FILE");
+    app.add_option("--firmware", options.Firmware,
+                   "What it answers when it is asked for its firmware, as V1.02R007,FWQ-K4436")
+        ->type_name("TEXT");
+    app.add_option("--record", options.Record,
+                   "Record every frame in FILE, as the program sees it that asks, for a replay")
+        ->type_name("FILE");
+    auto* const replay = app.add_option("--replay", options.Replay,
+                                        "Be the reader of this recording: answer as it did, in order");
+    replay->type_name("FILE");
+    for (const char* other : {"--image", "--example", "--firmware", "--log", "--record"})
+        replay->excludes(other);
+    app.add_flag("--fast", options.Fast, "Without the recorded delays")->needs(replay);
     app.add_option("--link", options.Line.Link, "Make PATH a symbolic link to the terminal")
         ->type_name("PATH");
     app.add_option("--fault", faults, "Arm a fault, as the command fault does; may be given several times")
         ->type_name("RULE")
         ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->excludes(replay);
     app.set_version_flag("--version", "zarn74sim " ZARN74_VERSION, "Print the version and exit");
     app.footer("Commands on standard input:\n" + clsSimConsole::Help() +
                "\nA fault meets every frame that it can, always, unless its rule says less. Examples:\n"

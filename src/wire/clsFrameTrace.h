@@ -4,9 +4,8 @@
 #include <functional>
 #include <string>
 
-#include "base/clsEvent.h"
 #include "base/clsHostTimer.h"
-#include "comm/ucCOMM.h"
+#include "wire/clsWireTap.h"
 
 /// Bytes that went over the line one way and belong together.
 struct FrameRecord {
@@ -15,25 +14,23 @@ struct FrameRecord {
     std::string Bytes;
 };
 
-/// Everything on the line, frame by frame. What is received is put together until a frame's CR, or, when it
-/// is no frame, until the line was quiet for 100 ms or the program sends. Owned by the run of a command.
-class clsFrameTrace {
+/// What goes between program and reader, frame by frame, each when it is over. Owned by the run of a command.
+class clsFrameTrace final : private clsIFrameSink {
   public:
     clsFrameTrace(clsIHost& host, ucCOMM& comm, std::function<void(const FrameRecord&)> take);
     clsFrameTrace(const clsFrameTrace&) = delete;
     clsFrameTrace& operator=(const clsFrameTrace&) = delete;
-    ~clsFrameTrace() { Flush(); }
+    ~clsFrameTrace() override { m_tap.Cutter().EndOpen(); }
 
   private:
-    void Take(const std::string& bytes, bool received);
-    void Flush();
-    [[nodiscard]] std::int64_t Now();
+    void FrameBegins(const FrameStart& start) override;
+    void FrameGrows(std::int64_t microseconds, std::string_view bytes) override;
+    void FrameEnds() override;
+    void PortLost(std::int64_t) override {}
 
-    clsIHost& m_host;
     std::function<void(const FrameRecord&)> m_take;
-    clsHostTimer m_quiet;
-    std::uint32_t m_lastTick;
-    std::int64_t m_now = 0;  // us, from ticks that wrap
     FrameRecord m_pending;
-    clsConnection m_onData;
+    clsWireTap m_tap;
+    clsHostTimer m_quiet;  // both are there, for a pause and for one inside an image
+    clsHostTimer m_imageQuiet;
 };

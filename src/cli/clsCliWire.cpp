@@ -1,0 +1,148 @@
+#include "cli/clsCliWire.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <random>
+
+#include "base/ControlNames.h"
+#include "base/modText.h"
+#include "cli/CliJson.h"
+#include "wire/Meaning.h"
+#include "wire/RecordingMask.h"
+#include "wire/RecordingRows.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::size_t largest = 256U << 20U;  // bytes of a recording
+constexpr std::size_t piece = 1U << 20U;
+constexpr std::size_t textColumn = 30;   // characters; what is longer stands there all the same, up to
+constexpr std::size_t textLongest = 60;  // so many
+
+// As wide as it shows, or cut to what may be.
+std::string Column(std::string utf8) {
+    const auto continues = [](char c) { return (c & 0xC0) == 0x80; };
+    std::size_t width = 0;
+    for (std::size_t at = 0; at < utf8.size(); ++at) {
+        if (!continues(utf8[at]) && ++width > textLongest) {
+            utf8.resize(at);
+            return utf8 + "...";
+        }
+    }
+    return utf8 + std::string(width < textColumn ? textColumn - width : 0, ' ');
+}
+
+std::string Seconds(std::int64_t microseconds) {
+    constexpr std::int64_t usPerMs = 1000;
+    constexpr std::size_t width = 11;
+    const std::int64_t ms = microseconds / usPerMs;
+    const std::string text =
+        std::to_string(ms / usPerMs) + "." + std::to_string(usPerMs + ms % usPerMs).substr(1);
+    return std::string(text.size() < width ? width - text.size() : 0, ' ') + text;
+}
+
+std::string PortText(const std::string& port, int baud) {
+    std::string text = port.empty() ? "no port" : modText::ToUtf8(ControlNames::Visible(port));
+    if (baud != 0) text += " at " + std::to_string(baud) + " baud";
+    return text;
+}
+
+Json PortJson(const std::string& port, int baud) {
+    return {{"port", port.empty() ? Json() : CliJson::Text(port)}, {"baud", baud == 0 ? Json() : Json(baud)}};
+}
+
+}  // namespace
+
+clsCliWire::clsCliWire(const CliOptions& options, clsICliPlatform& platform, clsCliLog& log)
+    : m_options(options), m_platform(platform), m_log(log), m_files(platform.Files()) {}
+
+bool clsCliWire::TakeInput() {
+    std::string error;
+    const auto input = m_platform.ReadInput(largest, error);
+    if (input) m_files.SetInput(*input);
+    if (!error.empty()) m_log.Say("standard input: " + modText::FromUtf8(error));
+    return input.has_value();
+}
+
+std::optional<Recording> clsCliWire::Load() {
+    const std::string& name = m_options.File;
+    const auto complain = [&](const std::string& why) {
+        m_log.Say(modText::FromUtf8(name) + ": " + modText::FromUtf8(why));
+        return std::nullopt;
+    };
+    if (name == clsCliFiles::standard && !TakeInput()) return std::nullopt;
+    const auto file = m_files.OpenFile(name);
+    if (file == nullptr) return complain(m_files.LastError());
+    std::string text;
+    while (true) {
+        const auto more = file->ReadUpTo(piece);
+        if (!more) return complain(m_files.LastError());
+        if (more->empty()) break;
+        text += *more;
+        if (text.size() > largest) return complain("there is no end to it");
+    }
+    std::string error;
+    auto recording = ReadRecording(text, error);
+    if (!recording) return complain(error);
+    if (recording->CutOff) complain("its last line is not there to its end");
+    return recording;
+}
+
+CliResult clsCliWire::Execute() {
+    const auto recording = Load();
+    if (!recording) return {};
+    return m_options.Command == CliCommand::Explain ? ExplainAll(*recording) : Mask(*recording);
+}
+
+CliResult clsCliWire::ExplainAll(const Recording& recording) const {
+    const RecordingHead& head = recording.Head;
+    CliResult result{ExitDone, {}, {}};
+    result.Text = modText::ToUtf8(ControlNames::Visible(head.Program + " " + head.Version + ", ")) +
+                  PortText(head.Port, head.Baud) + ", " + modText::ToUtf8(ControlNames::Visible(head.Time)) +
+                  "\n";
+    result.Json = {{"program", CliJson::Text(head.Program)}, {"version", CliJson::Text(head.Version)}};
+    result.Json.update(PortJson(head.Port, head.Baud));
+    result.Json["time"] = CliJson::Text(head.Time);
+    Json& frames = result.Json["frames"] = Json::array();
+    const std::vector<RecordedRow> rows = RowsOf(recording);
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const RecordingEntry& entry = recording.Entries[i];
+        const WireRow& row = rows[i].Row;
+        if (entry.What == RecordingEntry::Kind::Port) {
+            result.Text += Seconds(entry.Microseconds) + "     on " + PortText(entry.Port, entry.Baud) + "\n";
+            continue;
+        }
+        const WireRow* partner = row.Partner == clsPairing::none ? nullptr : &rows.at(row.Partner).Row;
+        const auto asked = entry.Received && partner != nullptr ? row.Partner : i;
+        const WireMeaning meaning = Explain(row, partner, rows.at(asked).TimedOutAt);
+        const char* direction = row.Lost ? "  " : entry.Received ? "rx" : "tx";
+        result.Text += Seconds(entry.Microseconds) + " " + direction + (meaning.Fault ? " ! " : "   ") +
+                       Column(VisibleText(row)) + " " + meaning.Text + "\n";
+        if (row.Lost) continue;
+        Json frame = Json::parse(RecordingLine(entry));
+        frame["adapter"] = row.Start.Adapter;
+        frame["meaning"] = meaning.Text;
+        frame["fault"] = meaning.Fault;
+        frames.push_back(std::move(frame));
+    }
+    return result;
+}
+
+CliResult clsCliWire::Mask(const Recording& recording) {
+    std::random_device device;
+    const Draw draw = [&device](std::uint32_t bound) {
+        return std::uniform_int_distribution<std::uint32_t>(0, bound - 1)(device);
+    };
+    const std::string text = RecordingText(Masked(recording, draw));
+    CliResult result{ExitDone, {}, {{"lines", recording.Entries.size() + 1}, {"recording", Json()}}};
+    if (m_options.Output.empty() || m_options.Output == clsCliFiles::standard) {
+        result.Text = text;
+        result.Json["recording"] = text;
+        return result;
+    }
+    if (m_files.ReplaceFile(m_options.Output, text)) return result;
+    m_log.Say(modText::FromUtf8(m_options.Output) + ": " + modText::FromUtf8(m_files.LastError()));
+    result.Exit = ExitFailed;
+    return result;
+}

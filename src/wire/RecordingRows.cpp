@@ -1,0 +1,69 @@
+#include "wire/RecordingRows.h"
+
+#include <algorithm>
+
+#include "wire/clsPairing.h"
+
+namespace {
+
+/// Keeps how the last frame began.
+class clsLastStart final : public clsIFrameSink {
+  public:
+    void FrameBegins(const FrameStart& start) override { Start = start; }
+    void FrameGrows(std::int64_t, std::string_view) override {}
+    void FrameEnds() override {}
+    void PortLost(std::int64_t) override {}
+    FrameStart Start;
+};
+
+void TellSilences(std::vector<RecordedRow>& rows) {
+    constexpr std::size_t farthest = 1000;  // rows that are looked through for what ends a wait
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        if (rows[i].Row.Start.Received || rows[i].Row.Lost || rows[i].Row.Bytes.empty()) continue;
+        clsSilence silence(rows[i].Row);
+        const std::size_t end = std::min(rows.size(), i + farthest);
+        for (std::size_t next = i + 1; next < end; ++next)
+            if (silence.Ends(rows[next].Row, next == rows[i].Row.Partner)) break;
+        rows[i].TimedOutAt = silence.TimedOutAt();
+    }
+}
+
+}  // namespace
+
+// The frames are cut already; where an image's bytes stand is found out anew.
+std::vector<RecordedRow> RowsOf(const Recording& recording) {
+    std::vector<RecordedRow> rows(recording.Entries.size());
+    clsPairing pairing(
+        [&rows](std::uint64_t frame, std::uint64_t partner) { rows.at(frame).Row.Partner = partner; });
+    clsLastStart last;
+    clsFrameCutter cutter(last);
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const RecordingEntry& entry = recording.Entries[i];
+        RecordedRow& row = rows[i];
+        row.Row.Bytes = entry.Bytes;
+        row.Row.Start.Microseconds = entry.Microseconds;
+        row.Row.LastByte = std::max(entry.Microseconds, entry.Last);
+        row.Row.Start.Received = entry.Received;
+        switch (entry.What) {
+            case RecordingEntry::Kind::Port: continue;
+            case RecordingEntry::Kind::Lost:
+                row.Row.Lost = true;
+                pairing.Clear();
+                continue;
+            case RecordingEntry::Kind::Adapter: row.Row.Start.Adapter = true; break;
+            case RecordingEntry::Kind::Frame:
+                if (entry.Received) {
+                    row.MayAnswer = pairing.Waiting();
+                    cutter.EndOpen();
+                    cutter.Received(entry.Microseconds, entry.Bytes);
+                    row.Row.Start.ImageOffset = last.Start.ImageOffset;
+                } else {
+                    cutter.Sent(entry.Microseconds, entry.Bytes);
+                }
+                break;
+        }
+        pairing.Take(i, row.Row.Start, entry.Bytes);
+    }
+    TellSilences(rows);
+    return rows;
+}

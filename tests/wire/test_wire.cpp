@@ -1,0 +1,199 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+
+#include "base/Recording.h"
+#include "support/SimWorld.h"
+#include "wire/Meaning.h"
+#include "wire/RecordingRows.h"
+#include "wire/clsWireRing.h"
+
+namespace {
+
+/// What a ring's rows say, with their direction and "!" for what went wrong.
+Texts Told(clsWireRing& ring) {
+    Texts told;
+    ring.Widen();
+    for (std::uint64_t number = ring.First(); number < ring.End(); ++number) {
+        const WireRow row = ring.Row(number);
+        WireRow partner;
+        if (row.Partner != clsPairing::none) partner = ring.Row(row.Partner);
+        const bool answers = row.Start.Received && row.Partner != clsPairing::none;
+        const WireMeaning meaning = Explain(row, row.Partner == clsPairing::none ? nullptr : &partner,
+                                            ring.TimedOutAt(answers ? row.Partner : number));
+        told.push_back((row.Start.Received ? "< " : "> ") + meaning.Text + (meaning.Fault ? " !" : ""));
+    }
+    return told;
+}
+
+struct WireWorld : SimWorld {
+    void Fault(const std::string& rule) {
+        std::string error;
+        reader.AddFault(ParseSimFault(rule, error).value());
+    }
+    void Wait() {
+        for (int i = 0; i < 30; ++i) host.WaitEvents(10);
+    }
+    clsWireRing ring{host, comm};
+    std::uint8_t value = 0;
+};
+
+TEST(Wire, TellsWhatWentOverTheLine) {
+    const struct {
+        const char* name;
+        const char* fault;
+        void (*act)(WireWorld&);
+        Texts told;
+    } rows[] = {
+        {"a register",
+         "",
+         [](WireWorld& w) { w.comm.GetRegister(210, w.value); },
+         {"> read register 210 Language",
+          "< read register 210 Language \xE2\x86\x92 02 Germany, 0 ms, checksum good"}},
+        {"a write",
+         "",
+         [](WireWorld& w) { w.comm.SetRegister(162, 0x0D); },
+         {"> write register 162 Prefix, byte 3 of 16 \xE2\x86\x90 0D key <CR>",
+          "< write register 162 Prefix, byte 3 of 16 \xE2\x86\x90 0D key <CR>: done, 0 ms"}},
+        {"refused",
+         "refuse-code value=5",
+         [](WireWorld& w) { w.comm.GetRegister(512, w.value); },
+         {"> read register 512", "< read register 512: refused: N05, 0 ms, checksum good !"}},
+        {"silent, then late",
+         "late-reply value=580 once",
+         [](WireWorld& w) { w.comm.GetRegister(219, w.value); },
+         {"> read register 219 Keyboard output: no answer in 500 ms !", "> read register 219 Keyboard output",
+          "< read register 219 Keyboard output \xE2\x86\x92 FF on, late, 80 ms after the time-out, checksum "
+          "good !",
+          "< read register 219 Keyboard output \xE2\x86\x92 FF on, 30 ms, checksum good"}},
+        {"never",
+         "no-answer once",
+         [](WireWorld& w) { w.comm.GetRegister(224, w.value); },
+         {"> read register 224 Hex digits of Mifare 1K, first digit: no answer in 500 ms !",
+          "> read register 224 Hex digits of Mifare 1K, first digit",
+          "< read register 224 Hex digits of Mifare 1K, first digit \xE2\x86\x92 01 from digit 1 on, 0 ms, "
+          "checksum "
+          "good"}},
+        {"a wrong checksum",
+         "wrong-checksum once",
+         [](WireWorld& w) { w.comm.GetRegister(0, w.value); },
+         {"> read register 0 Table row 1, card type",
+          "< read register 0 Table row 1, card type \xE2\x86\x92 01 Mifare 1K, 0 ms, checksum wrong !",
+          "> read register 0 Table row 1, card type",
+          "< read register 0 Table row 1, card type \xE2\x86\x92 01 Mifare 1K, 0 ms, checksum good"}},
+        {"noise, and half a frame",
+         "garbage-before-stx",
+         [](WireWorld& w) {
+             w.comm.GetVersion();
+             w.reader.TypeText(
+                 "\x02"
+                 "A4");
+             w.Wait();
+         },
+         {"> ask for the firmware", "< 5 bytes outside of any frame !",
+          "< ask for the firmware \xE2\x86\x92 V1.02R007, serial number FWQ-K4436, 0 ms",
+          "< a frame without its end !"}},
+        {"typed, and a card",
+         "",
+         [](WireWorld& w) {
+             w.reader.TypeText("04A1\r");
+             w.Wait();
+             w.reader.PlaceCard({1, "04A1B2C3"});
+             w.comm.SendOrvNetCMD("J", false, false);
+         },
+         {"< typed by the reader", "> ask for the card",
+          "< ask for the card \xE2\x86\x92 Mifare 1K 04A1B2C3, 0 ms"}},
+        {"an image with frames in it, and a short one",
+         "short-dump value=300 skip=1",
+         [](WireWorld& w) {
+             w.reader.Registers[160] = 2;
+             w.reader.Registers[161] = 'V';
+             w.reader.Registers[162] = 13;
+             std::array<std::uint8_t, 512> image{};
+             w.comm.Dump(image);
+         },
+         {"> read the memory image", "< read the memory image \xE2\x86\x92 512 bytes, 0 ms",
+          "> read the memory image", "< read the memory image \xE2\x86\x92 bytes 1 to 300 of 512, 0 ms !"}},
+        {"pulled out",
+         "no-answer",
+         [](WireWorld& w) {
+             w.host.StartTimer(100, [&w] { w.serial.Unplug(1); });
+             w.comm.GetRegister(210, w.value);
+         },
+         {"> read register 210 Language", "> the port was pulled out !"}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        WireWorld world;
+        if (row.fault[0] != '\0') world.Fault(row.fault);
+        row.act(world);
+        EXPECT_EQ(Told(world.ring), row.told);
+    }
+}
+
+// Whatever goes over it, in whatever pieces: nothing is lost but what is oldest, and nothing is made of it.
+TEST(Wire, TheRingKeepsTheNewestInItsRoom) {
+    WireWorld world;
+    const std::size_t memory = world.ring.Memory();
+    EXPECT_LT(memory, 150'000U);
+    for (int i = 0; i < 700; ++i) world.comm.GetRegister(i % 512, world.value);
+    EXPECT_EQ(world.ring.End() - world.ring.First(), clsWireRing::smallRows);
+    EXPECT_EQ(world.ring.End(), 1400U);
+    EXPECT_EQ(world.ring.Row(1398).Bytes,
+              "\x02"
+              "BBB\r");
+    EXPECT_EQ(world.ring.Memory(), memory);
+    EXPECT_EQ(Told(world.ring).size(), clsWireRing::smallRows);  // wide, of what was kept
+    EXPECT_EQ(world.ring.Row(1399).Partner, 1398U);
+    const std::string noise(30'000, '\x80');
+    for (int i = 0; i < 600; ++i) world.comm.OnMonitorData.Raise(noise, true);
+    std::size_t kept = 0;
+    for (auto number = world.ring.First(); number < world.ring.End(); ++number) {
+        const auto bytes = world.ring.Row(number).Bytes;
+        ASSERT_EQ(bytes.find_first_not_of('\x80'), std::string_view::npos);
+        kept += bytes.size();
+    }
+    EXPECT_GT(kept, 8U * 1000 * 1000);
+    EXPECT_LT(kept, world.ring.Memory());
+    world.ring.Clear();
+    EXPECT_EQ(world.ring.First(), world.ring.End());
+}
+
+// Read back it is what was written, whatever stands in it; anything else is said to be none.
+TEST(Recording, IsReadAsItWasWritten) {
+    Recording recording{{"zarn74", "1.0", "C\"\\OM\xE9", 19200, "now"}, {}, false};
+    std::string all;
+    for (int c = 0; c < 256; ++c) all += static_cast<char>(c);
+    using Kind = RecordingEntry::Kind;
+    recording.Entries = {{Kind::Frame, 1, 7, false, all, {}, 0},
+                         {Kind::Adapter, 2'000'001, 0, true, "\x06", {}, 0},
+                         {Kind::Port, 3'000'000, 0, false, {}, "HID", 0},
+                         {Kind::Lost, 4'000'000, 0, false, {}, "COM1", 0}};
+    const std::string text = RecordingText(recording);
+    EXPECT_EQ(text.find_first_not_of(
+                  "\n !\"#$%&'()*+,-./0123456789:;<=>?@ABCDEFGHIJKLMNOPQRSTUVWXYZ[\\]^_`abcdefghijklm"
+                  "nopqrstuvwxyz{|}~"),
+              std::string::npos);
+    std::string error;
+    const auto read = ReadRecording(text, error);
+    ASSERT_TRUE(read) << error;
+    EXPECT_EQ(read->Entries, recording.Entries);
+    EXPECT_EQ(read->Head.Port, recording.Head.Port);
+    for (std::size_t size = text.find('\n') + 1; size < text.size(); ++size) {  // killed anywhere
+        const auto cut = ReadRecording(std::string_view(text).substr(0, size), error);
+        ASSERT_TRUE(cut) << size;
+        EXPECT_GE(cut->Entries.size() + 1,
+                  static_cast<std::size_t>(
+                      std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(size), '\n')));
+    }
+    const std::string head = RecordingLine(recording.Head) + "\n";
+    for (const char* wrong : {"", "{}", "{\"t\":1.0}", "{\"t\":1,\"dir\":\"rx\",\"hex\":\"0\"}",
+                              "{\"t\":-1,\"lost\":\"\"}", "{\"t\":99999999999999999999,\"lost\":\"\"}",
+                              "{\"t\":1,\"dir\":\"up\",\"hex\":\"00\"}", "[1]", "nonsense"})
+        EXPECT_FALSE(ReadRecording(head + wrong + "\n", error)) << wrong;
+    EXPECT_FALSE(ReadRecording(text.substr(head.size()), error));
+    EXPECT_FALSE(ReadRecording("", error));
+}
+
+}  // namespace
