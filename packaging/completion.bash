@@ -28,7 +28,7 @@ _zarn74() {
 
 _zarn74ctl() {
     local word=$2 before=$3 command='' demo='' i
-    local commands='ports scan info read write default check diff dump get set test-eeprom monitor history explain mask'
+    local commands='ports scan info read write default check diff dump get set test-eeprom restore monitor history explain mask'
     local verbs='show settings image diff label prune export import' verb=''
     for ((i = 1; i < COMP_CWORD; i++)); do
         case ${COMP_WORDS[i]} in
@@ -68,7 +68,8 @@ _zarn74ctl() {
         read | mask) options+=" -o" ;;
         dump) options+=" -o --explain" ;;
         write | default) options+=" --all --dry-run --no-verify" ;;
-        test-eeprom) options+=" --yes" ;;
+        test-eeprom) options+=" --yes --restore" ;;
+        restore) options+=" --before --yes --dry-run --no-verify" ;;
         history)
             case $verb in
             settings | image) options+=" --before -o" ;;

@@ -24,7 +24,7 @@ struct CommandRow {
     const char* Name;
     const char* Help;
 };
-constexpr std::array<CommandRow, 16> commands{{
+constexpr std::array<CommandRow, 17> commands{{
     {CliCommand::Ports, "ports", "List the ports: name, device file, description"},
     {CliCommand::Scan, "scan", "Find the reader, the port where it was last first, and say what was found"},
     {CliCommand::Info, "info", "Product, firmware version, firmware serial number, port"},
@@ -38,6 +38,7 @@ constexpr std::array<CommandRow, 16> commands{{
     {CliCommand::Get, "get", "Read one register"},
     {CliCommand::Set, "set", "Write one register and read it back"},
     {CliCommand::TestEeprom, "test-eeprom", "Test the reader's memory; destroys all settings"},
+    {CliCommand::Restore, "restore", "Put back what an event of the history holds, and prove it"},
     {CliCommand::Monitor, "monitor", "Show what the reader types and every frame until interrupted"},
     {CliCommand::History, "history",
      "List what was done with readers, the newest first, and what is kept of it"},
@@ -111,7 +112,6 @@ void AddGlobalOptions(CLI::App& app, CliOptions& options) {
 }
 
 void AddWriteFlags(CLI::App& command, CliOptions& options) {
-    command.add_flag("--all", options.All, "Write everything, without comparing first");
     auto* const dry =
         command.add_flag("--dry-run", options.DryRun, "Show what would be written; write nothing");
     command.add_flag("--no-verify", options.NoVerify, "Do not read back what was written")->excludes(dry);
@@ -162,6 +162,18 @@ constexpr std::array<VerbRow, 8> verbs{{
     {HistoryVerb::Import, "import", "Take in the events of such a file"},
 }};
 
+void AddId(CLI::App& app, CliOptions& options) {
+    app.add_option_function<std::string>(
+           "ID", [&options](const std::string& text) { options.Id = IdOf(text); },
+           "The event's id, or what it begins with")
+        ->required()
+        ->type_name("");
+}
+
+void AddBefore(CLI::App& app, CliOptions& options) {
+    app.add_flag("--before", options.BeforeSide, "What it held before, not behind");
+}
+
 void AddHistory(CLI::App& app, CliOptions& options) {
     HistoryFilter& filter = options.Filter;
     AddTime(
@@ -198,13 +210,9 @@ void AddHistory(CLI::App& app, CliOptions& options) {
                 ->check(NotEmpty);
             continue;
         }
-        verb->add_option_function<std::string>(
-                "ID", [&options](const std::string& text) { options.Id = IdOf(text); },
-                "The event's id, or what it begins with")
-            ->required()
-            ->type_name("");
+        AddId(*verb, options);
         if (row.Verb == HistoryVerb::Settings || row.Verb == HistoryVerb::Image) {
-            verb->add_flag("--before", options.BeforeSide, "What it held before, not behind");
+            AddBefore(*verb, options);
             auto* const file = verb->add_option("-o", options.File, "Save to FILE; - prints");
             file->type_name("FILE")->check(NotEmpty);
             if (row.Verb == HistoryVerb::Image) file->required();
@@ -251,6 +259,15 @@ void AddCommands(CLI::App& app, CliOptions& options, bool asked) {
                 break;
             case CliCommand::TestEeprom:
                 command->add_flag("--yes", options.Yes, "Yes, destroy all settings of the reader");
+                command->add_flag("--restore", options.Restore,
+                                  "Read first, and write all 512 registers back");
+                break;
+            case CliCommand::Restore:
+                AddId(*command, options);
+                AddBefore(*command, options);
+                command->add_flag("--yes", options.Yes,
+                                  "Also to another product, or where the firmware lacks a setting");
+                AddWriteFlags(*command, options);
                 break;
             case CliCommand::History:
                 if (asked) AddHistory(*command, options);
@@ -268,8 +285,10 @@ void AddCommands(CLI::App& app, CliOptions& options, bool asked) {
             command->add_option("-o", options.Output, "Save to FILE instead of printing; - prints")
                 ->type_name("FILE")
                 ->check(NotEmpty);
-        if (row.Command == CliCommand::Write || row.Command == CliCommand::Default)
+        if (row.Command == CliCommand::Write || row.Command == CliCommand::Default) {
+            command->add_flag("--all", options.All, "Write everything, without comparing first");
             AddWriteFlags(*command, options);
+        }
     }
     app.require_subcommand(1);
 }
@@ -367,12 +386,13 @@ CliParsing ParseArguments(const std::vector<std::string>& arguments, CliOptions&
         app.parse(reversed);
         options.Demo = demo->parsed();
         if (options.Baud != 0 && options.Port.empty()) throw CLI::ValidationError("--baud", "needs --port");
-        if (options.Command == CliCommand::TestEeprom && !options.Yes)
+        if (options.Command == CliCommand::TestEeprom && !options.Yes && !options.Restore)
             throw CLI::ValidationError("test-eeprom",
                                        "destroys all settings of the reader; --yes confirms that");
         if (options.Verb == HistoryVerb::Prune && !options.Yes)
             throw CLI::ValidationError("prune", "deletes for good; --yes confirms that");
-        if (options.Command == CliCommand::History && options.NoHistory)
+        if ((options.Command == CliCommand::History || options.Command == CliCommand::Restore) &&
+            options.NoHistory)
             throw CLI::ValidationError("--no-history", "leaves no history to ask");
         if (!options.Record.empty() && !UsesLine(options.Command))
             throw CLI::ValidationError("--record",

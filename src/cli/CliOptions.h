@@ -30,6 +30,7 @@ enum class CliCommand {
     Get,
     Set,
     TestEeprom,
+    Restore,
     Monitor,
     History,
     Explain,
@@ -65,7 +66,8 @@ struct CliOptions {
     bool Explain = false;   ///< say of each register what it means
     bool DryRun = false;    ///< show what would be written, and write nothing
     bool NoVerify = false;  ///< do not read back what was written
-    bool Yes = false;       ///< destroying the settings is allowed
+    bool Yes = false;       ///< destroying the settings is allowed, or restoring what may not fit
+    bool Restore = false;   ///< what the memory test overwrites is written back
     int Register = 0;       ///< 0..511
     int Value = 0;          ///< 0..255
 

@@ -109,7 +109,8 @@ int clsCli::Run(const std::vector<std::string>& arguments) {
         m_out.Write(Dump(Report(options, result, port, baud, reasons, log)));
     }
     // What became of the reader counts, whoever looked.
-    const bool writes = options.Command == CliCommand::Write || options.Command == CliCommand::Default;
+    const bool writes = options.Command == CliCommand::Write || options.Command == CliCommand::Default ||
+                        options.Command == CliCommand::Restore;
     const bool closed = m_out.CurrentState() == clsITextOutput::State::Closed;
     return writes && closed ? result.Exit : WhetherWritten(result.Exit);
 }

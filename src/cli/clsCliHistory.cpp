@@ -181,11 +181,16 @@ auto clsCliHistory::Patiently(Ask ask) -> decltype(ask()) {
     return answer;
 }
 
+// The history was there to be asked; said when not.
+bool clsCliHistory::There() {
+    if (m_history == nullptr) m_log.Say("a simulated reader has no history unless --history names a file");
+    return m_history != nullptr;
+}
+
+std::optional<HistoryEvent> clsCliHistory::Event() { return There() ? Find(m_options.Id) : std::nullopt; }
+
 CliResult clsCliHistory::Execute() {
-    if (m_history == nullptr) {
-        m_log.Say("a simulated reader has no history unless --history names a file");
-        return {};
-    }
+    if (!There()) return {};
     if (m_options.Verb == HistoryVerb::List) return List();
     if (m_options.Verb == HistoryVerb::Prune) return Prune();
     if (m_options.Verb == HistoryVerb::Export) return Export();

@@ -19,6 +19,8 @@ class clsCliHistory {
     ~clsCliHistory();
 
     CliResult Execute();
+    /// The event that was named, with all that is kept of it; nothing, and said why, when there is none.
+    std::optional<HistoryEvent> Event();
 
   private:
     CliResult List();
@@ -34,6 +36,7 @@ class clsCliHistory {
     template <class Ask>
     auto Patiently(Ask ask) -> decltype(ask());
     std::optional<HistoryEvent> Find(const std::string& idBegins);
+    bool There();
     bool Refused(const std::string& part, const HistoryEvent& event, const char* what);
     bool Save(CliResult& result, const std::string& content);
 

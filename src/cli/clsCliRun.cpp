@@ -66,7 +66,8 @@ bool Writes(CliCommand command) {
         case CliCommand::Write:
         case CliCommand::Default:
         case CliCommand::Set:
-        case CliCommand::TestEeprom: return true;
+        case CliCommand::TestEeprom:
+        case CliCommand::Restore: return true;
         default: return false;
     }
 }
@@ -82,6 +83,7 @@ std::optional<HistoryAction> ActionOf(const CliOptions& options) {
         case CliCommand::Diff: return HistoryAction::Check;
         case CliCommand::Set: return HistoryAction::Set;
         case CliCommand::TestEeprom: return HistoryAction::Test;
+        case CliCommand::Restore: return options.DryRun ? HistoryAction::Check : HistoryAction::Restore;
         default: return std::nullopt;
     }
 }
@@ -95,6 +97,7 @@ bool TakesTime(CliCommand command) {
         case CliCommand::Check:
         case CliCommand::Diff:
         case CliCommand::TestEeprom:
+        case CliCommand::Restore:
         case CliCommand::Monitor: return true;
         default: return false;
     }
@@ -183,9 +186,10 @@ CliResult clsCliRun::Execute() {
     m_flows.EndEvent(/*cancelled=*/result.Exit == ExitInterrupted);
     if (!m_port.empty() && !m_stopped && !m_comm.PortOpen()) AwaitLossNews();
     if (result.Exit == ExitInterrupted && Writes(m_options.Command)) {
-        m_log.Say(m_proving ? "interrupted; written, not proven"
-                  : m_wrote ? "interrupted; what was written so far is in the reader"
-                            : "interrupted; nothing was written");
+        m_log.Say(m_restored  ? "interrupted; what was in the reader is in it again"
+                  : m_proving ? "interrupted; written, not proven"
+                  : m_wrote   ? "interrupted; what was written so far is in the reader"
+                              : "interrupted; nothing was written");
     }
     m_comm.AwaitReplies();  // a second Ctrl-C ends it
     // Another program may have the history for itself.
@@ -213,6 +217,7 @@ CliResult clsCliRun::ExecuteCommand() {
         case CliCommand::Get: return Get();
         case CliCommand::Set: return Set();
         case CliCommand::TestEeprom: return TestEeprom();
+        case CliCommand::Restore: return Restore();
         case CliCommand::Monitor: return Monitor();
         case CliCommand::History:  // these ask no reader: clsCliHistory, clsCliWire
         case CliCommand::Explain:
@@ -309,11 +314,15 @@ bool clsCliRun::OpenAtRate(const std::string& name) {
 
 // -- commands -----------------------------------------------------------------------------------------------
 
-CliResult clsCliRun::Ports() {
-    CliResult result{ExitDone, {}, Json::array()};
+std::vector<PortEntry> clsCliRun::AllPorts() {
     std::vector<PortEntry> ports = m_platform.Ports().Ports();
     for (PortEntry& reader : m_comm.HidPorts()) ports.push_back(std::move(reader));
-    for (const PortEntry& port : ports) {
+    return ports;
+}
+
+CliResult clsCliRun::Ports() {
+    CliResult result{ExitDone, {}, Json::array()};
+    for (const PortEntry& port : AllPorts()) {
         const bool onHid = !port.Alias.empty();
         result.Json.push_back(CliJson::Port(port));
         std::string line = modText::ToUtf8(onHid ? port.Alias : port.Name);
@@ -561,17 +570,6 @@ CliResult clsCliRun::Set() {
     };
     result.Exit = ExitOf(m_flows.SetRegister(m_options.Register, wanted, differs));
     return result.Exit == ExitDone ? RegisterResult(wanted) : result;
-}
-
-CliResult clsCliRun::TestEeprom() {
-    CliResult result;
-    result.Exit = Connect();
-    if (result.Exit != ExitDone) return result;
-    const FlowResult tested = m_flows.TestEeprom();
-    result.Exit = ExitOf(tested);
-    result.Json = {{"passed", tested == FlowResult::Done}};
-    result.Text = tested == FlowResult::Done ? "passed\n" : "failed\n";
-    return result;
 }
 
 CliResult clsCliRun::Monitor() {

@@ -76,12 +76,19 @@ class clsCliRun {
     CliResult Get();
     CliResult Set();
     CliResult TestEeprom();
+    CliResult TestAndRestore();
+    CliResult Restore();
     CliResult Monitor();
 
     bool BeginRecording();
     int Connect();
     int Reach();
     void KeepHistory();
+    bool Agreed(const RestorePlan& plan);
+    void ProveRestore(CliResult& result, const RestorePlan& plan, int exit);
+    std::optional<HistoryEvent> LastSeen();
+    void SayHowToRestore();
+    std::vector<PortEntry> AllPorts();
     bool TakeInput();
     int CheckFile(const std::string& file, FileRole role);
     int LayFile(const std::string& file, FileRole role, LaidFile& laid);
@@ -112,7 +119,8 @@ class clsCliRun {
     bool m_wrote = false;  // into the reader
     bool m_writing =
         false;  // what is shown by now is not all, but the reader is not left half-written for that
-    bool m_proving = false;  // all was written, and is being read back
+    bool m_restored = false;  // all that a test overwrote
+    bool m_proving = false;   // all was written, and is being read back
 
     SearchStore m_store;
     clsCliFiles m_files;

@@ -39,6 +39,7 @@ class clsDemoPlatform final : public clsICliPlatform {
     clsIHistory* History(const std::string& file) override {
         return file.empty() ? nullptr : m_real.History(file);
     }
+    std::int64_t PluggedIn(const std::string&) override { return 0; }
     std::string DefaultFile() override { return m_real.DefaultFile(); }
 
   private:

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -42,6 +43,9 @@ class clsICliPlatform {
     virtual std::optional<std::string> ReadInput(std::size_t limit, std::string& error) = 0;
     /// The history in that file, the user's own when the name is empty. Null where none is kept.
     virtual clsIHistory* History(const std::string& file) = 0;
+    /// When what is behind the device file was plugged in, ms since 1970, UTC; 0 where the system does not
+    /// tell.
+    virtual std::int64_t PluggedIn(const std::string& device) = 0;
     /// The file of defaults: where it is, or where it should be.
     virtual std::string DefaultFile() = 0;
 };

@@ -114,4 +114,12 @@ clsIHistory* clsQtCliPlatform::History(const std::string& file) {
     return &*m_history;
 }
 
+// The system makes the file then, and its rules set who may use it; nothing else changes what it says of
+// itself.
+std::int64_t clsQtCliPlatform::PluggedIn(const std::string& device) {
+    struct stat info {};
+    if (stat(device.c_str(), &info) != 0) return 0;
+    return std::int64_t{info.st_ctim.tv_sec} * 1000 + info.st_ctim.tv_nsec / 1'000'000;
+}
+
 std::string clsQtCliPlatform::DefaultFile() { return ProgramFiles::DefaultFile(); }

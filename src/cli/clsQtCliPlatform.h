@@ -34,6 +34,7 @@ class clsQtCliPlatform final : public clsICliPlatform {
     std::string AddDevice(const std::string& path) override;
     std::optional<std::string> ReadInput(std::size_t limit, std::string& error) override;
     clsIHistory* History(const std::string& file) override;
+    std::int64_t PluggedIn(const std::string& device) override;
     std::string DefaultFile() override;
 
   private:

@@ -4,17 +4,15 @@
 
 #include "base/clsScopeGuard.h"
 #include "base/modText.h"
+#include "flows/clsFlowDoor.h"
 
 namespace {
 
 constexpr const char* readerPattern = "Zarn*";
 constexpr const char* scanRates = "2400,4800,9600,14400,19200";
-constexpr int autoReadTime = 100;              // ms after what the reader typed until its card is read; given
-constexpr std::uint32_t lateAnswerTime = 500;  // ms after a flow that was broken off; a command's time-out
+constexpr int autoReadTime = 100;  // ms after what the reader typed until its card is read; given
 constexpr std::uint32_t lateAnswerQuiet = 100;  // ms without a byte after which that answer is over
 constexpr int cardPause = 50;  // ms until a reader that has seen no card is asked again; given
-
-constexpr const char* testCancelCaption = "Cancel";
 
 constexpr const char* nothingKnownNotice = "no settings found in this file; lines must end in CR LF";
 constexpr const char* byteOrderMarkNotice = "the file begins with a byte-order mark; save it without one";
@@ -47,8 +45,6 @@ bool HasRows(const ZarnInfo& record) {
                        [](const CardConvertEntry& entry) { return entry.CardType != cardTypeEmpty; });
 }
 
-std::string TextOf(const modZarn74::Image& image) { return {image.begin(), image.end()}; }
-
 }  // namespace
 
 /// What a flow that writes says of its file and its end.
@@ -63,71 +59,14 @@ struct clsReaderFlows::WriteTexts {
     static const WriteTexts Default;
 };
 constexpr clsReaderFlows::WriteTexts clsReaderFlows::WriteTexts::File{
-    "Open Device Info From File OK!", "Open Device Info From File NG!", "Write OK", "Write NG",
+    "Open Device Info From File OK!", "Open Device Info From File NG!", clsReaderFlows::writeOK,
+    clsReaderFlows::writeNG,
     /*KeepPadding=*/false};
 constexpr clsReaderFlows::WriteTexts clsReaderFlows::WriteTexts::Compare{
     File.OpenOK, File.OpenNG, /*WriteOK=*/nullptr, /*WriteNG=*/nullptr, /*KeepPadding=*/false};
 constexpr clsReaderFlows::WriteTexts clsReaderFlows::WriteTexts::Default{
     "Open Default Info From File OK!", "Open Zarn74 Default Info From File NG!", "Write Default Info OK",
     "Write Default Info NG", /*KeepPadding=*/true};
-
-/// The one way into a flow and out of it, on the flow's stack. What a reader still sends after one that was
-/// broken off is nothing that it typed.
-class clsReaderFlows::clsDoor {
-  public:
-    clsDoor(clsReaderFlows& flows, FlowKind kind) : m_flows(flows), m_kind(kind) {
-        if (flows.m_running) return;
-        m_entered = true;
-        flows.m_running = true;
-        flows.m_busy = kind == FlowKind::Test;
-        flows.m_cancelRequested = false;
-        flows.m_generation = flows.m_comm.CancelGeneration();
-        flows.ButtonsEnable(false);
-    }
-    clsDoor(const clsDoor&) = delete;
-    clsDoor& operator=(const clsDoor&) = delete;
-    ~clsDoor() {
-        if (!m_entered) return;
-        // A file that cannot be used is no look at the reader.
-        if (m_recording && m_result == FlowResult::FileBad) m_flows.m_recorder.Drop();
-        if (m_recording) m_flows.m_recorder.Close();
-        m_flows.m_running = false;
-        m_flows.m_busy = false;
-        m_flows.m_cancelRequested = false;
-        m_flows.m_view.ShowProgress(/*number=*/0, /*count=*/0);
-        m_flows.ButtonsEnable(true);
-    }
-    /// The flow is an event of the history, or part of the one that is open.
-    void Record(HistoryAction action) { m_recording = m_flows.BeginEvent(action); }
-    /// False while another flow runs: then there is nothing to be done.
-    [[nodiscard]] bool Entered() const { return m_entered; }
-    FlowResult Leave(bool done) {
-        if (done) return Leave(FlowResult::Done);
-        return Leave(m_flows.Cancelled() ? FlowResult::Cancelled : FlowResult::Failed);
-    }
-    FlowResult Leave(FlowResult result) {
-        const bool brokenOff = result == FlowResult::Failed || result == FlowResult::Cancelled;
-        if (m_kind != FlowKind::File && (brokenOff || result == FlowResult::Done)) {
-            m_flows.m_mutedSince = m_flows.m_host.TickCount();
-            m_flows.m_mutedTime = brokenOff ? lateAnswerTime : 0;
-        }
-        m_result = result;
-        if (m_kind != FlowKind::File) m_flows.m_recorder.SetEnd(EndOf(result));
-        return result;
-    }
-
-  private:
-    static HistoryOutcome EndOf(FlowResult result) {
-        if (result == FlowResult::Done) return HistoryOutcome::Done;
-        return result == FlowResult::Cancelled ? HistoryOutcome::Cancelled : HistoryOutcome::Failed;
-    }
-
-    clsReaderFlows& m_flows;
-    FlowKind m_kind;
-    bool m_entered = false;
-    bool m_recording = false;
-    FlowResult m_result = FlowResult::Refused;
-};
 
 clsReaderFlows::clsReaderFlows(clsIHost& host, ucCOMM& comm, modZarn74& settings, clsMessageLog& log,
                                clsSettingsFile& files, clsIMainView& view)
@@ -149,7 +88,7 @@ clsReaderFlows::clsReaderFlows(clsIHost& host, ucCOMM& comm, modZarn74& settings
     m_settings.ShowStep = step;
     m_settings.TellRead = [this](const ZarnInfo& record, const modZarn74::Image* image) {
         if (m_comm.PortOpen()) m_picture.Read(record, m_host.TimeOfDay());
-        m_recorder.AddReading(record, image == nullptr ? std::string() : TextOf(*image));
+        m_recorder.AddReading(record, image == nullptr ? std::string() : modZarn74::Bytes(*image));
     };
     m_settings.TellWrite = [this] {
         m_written.clear();
@@ -158,7 +97,7 @@ clsReaderFlows::clsReaderFlows(clsIHost& host, ucCOMM& comm, modZarn74& settings
     m_settings.TellWritten = [this](const SettingItem& item) { m_written.push_back(item); };
     m_test.TellImage = [this](const modZarn74::Image& image) {
         m_recorder.EndWriting();
-        m_recorder.AddImage(TextOf(image));
+        m_recorder.AddImage(modZarn74::Bytes(image));
     };
     m_log.TellLine = [this](const std::string& line) { m_recorder.AddLine(line); };
     m_test.ShowStep = step;
@@ -190,6 +129,7 @@ clsReaderFlows::~clsReaderFlows() {
 bool clsReaderFlows::FindReader(const std::string& port) {
     m_readerFound = false;
     m_picture.Forget();
+    m_seen.Forget();
     ShowPicture();
     m_comm.AwaitRestOfImage();  // waits, as the search does: it would garble the first polls
     m_comm.SetPortOpen(false);
@@ -493,6 +433,10 @@ FlowResult clsReaderFlows::TestEeprom() {
     clsDoor door(*this, FlowKind::Test);
     if (!door.Entered()) return FlowResult::Refused;
     door.Record(HistoryAction::Test);
+    return door.Leave(RunTest());
+}
+
+bool clsReaderFlows::RunTest() {
     m_picture.Forget();
     ShowPicture();
     if (m_comm.PortOpen()) m_recorder.BeginWriting();
@@ -501,7 +445,7 @@ FlowResult clsReaderFlows::TestEeprom() {
     const bool passed = result == clsEepromTest::Result::Passed;
     const auto light = passed && !m_cancelRequested ? TestIndicator::Green : TestIndicator::Red;
     m_view.ShowTest(testCaption, result == clsEepromTest::Result::NotOpen ? TestIndicator::Grey : light);
-    return door.Leave(passed);
+    return passed;
 }
 
 // -- registers ----------------------------------------------------------------------------------------------
@@ -513,7 +457,7 @@ FlowResult clsReaderFlows::Dump(modZarn74::Image& image) {
     m_log.ShowMsg("Dump...");
     const bool read = m_comm.Dump(image);  // waits, as ReadRecord does
     m_log.ShowMsg(read ? "Dump OK" : "Dump NG");
-    if (read) m_recorder.AddImage(TextOf(image));
+    if (read) m_recorder.AddImage(modZarn74::Bytes(image));
     return door.Leave(read);
 }
 
@@ -562,7 +506,18 @@ bool clsReaderFlows::BeginEvent(HistoryAction action) {
 
 void clsReaderFlows::EndEvent(bool cancelled) {
     if (cancelled) m_recorder.SetEnd(HistoryOutcome::Cancelled);
-    m_recorder.Close();
+    CloseEvent();
+}
+
+std::optional<HistoryEvent> clsReaderFlows::CloseEvent() {
+    auto event = m_recorder.Close();
+    if (event && m_comm.PortOpen()) m_seen.Add(*event);
+    return event;
+}
+
+FlowResult clsReaderFlows::ResultOf(bool done) const {
+    if (done) return FlowResult::Done;
+    return Cancelled() ? FlowResult::Cancelled : FlowResult::Failed;
 }
 
 void clsReaderFlows::SetEventProfile(const std::string& name, const std::string& content) {
@@ -809,6 +764,7 @@ void clsReaderFlows::HandlePort(const std::string& message) {
     m_log.ShowMsg(message);
     if (!m_comm.PortOpen()) {
         m_picture.Forget();
+        m_seen.Forget();
         ShowPicture();
     }
     if (!m_running) ButtonsEnable(true);

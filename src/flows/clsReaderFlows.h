@@ -10,6 +10,7 @@
 #include "base/clsHostTimer.h"
 #include "base/clsIHost.h"
 #include "comm/ucCOMM.h"
+#include "flows/RestorePlan.h"
 #include "flows/clsEepromTest.h"
 #include "flows/clsIMainView.h"
 #include "flows/clsMessageLog.h"
@@ -17,6 +18,7 @@
 #include "flows/clsSettingsFile.h"
 #include "frame/ReaderAnswers.h"
 #include "history/clsHistoryRecorder.h"
+#include "history/clsLastSeen.h"
 #include "settings/modZarn74.h"
 
 /// How a flow ended.
@@ -48,6 +50,18 @@ struct LaidFile {
 struct ReaderIdentity {
     std::string Product;
     FirmwareAnswer Firmware;
+};
+
+/// What became of a reader whose memory was tested and written back.
+struct TestedReader {
+    bool Tested = false;  ///< the test began, so that nothing is in the reader but by what follows
+    bool Passed = false;
+    FlowResult Written = FlowResult::Failed;  ///< Refused where the port was gone by then
+    FlowResult Proven = FlowResult::Failed;
+    RestorePlan Restore;
+    std::string Event;  ///< of the history, which holds from before it what was read; empty without one
+    /// All 512 registers were written back and read back as they were.
+    [[nodiscard]] bool Restored() const { return Proven == FlowResult::Done && Restore.NotKept().empty(); }
 };
 
 /// The flows between reader, record, files and controls, for the window and for the command line. Owns the
@@ -93,6 +107,10 @@ class clsReaderFlows {
     FlowResult Read();
     /// `cmdTest`. While the test runs it cancels it instead, and is Refused.
     FlowResult TestEeprom();
+    /// Reads the reader, tests its memory, writes all 512 registers back and proves them, also when the test
+    /// failed or was cancelled; a cancel behind the test ends the writing back. Two events of the history. In
+    /// other things as TestEeprom.
+    FlowResult TestAndRestore(TestedReader& tested);
     /// All 512 registers.
     FlowResult Dump(modZarn74::Image& image);
     /// Writes one register, 0..511, and reads it back: a reader's "accepted" is not taken at its word.
@@ -131,6 +149,8 @@ class clsReaderFlows {
     [[nodiscard]] const std::vector<SettingItem>& Written() const { return m_written; }
     /// What a reader sends while no flow runs is shown in the log, as at start, or answers somebody's polls.
     void SetEcho(bool value) { m_echo = value; }
+    /// What was seen of the reader since its port was opened.
+    [[nodiscard]] const clsLastSeen& LastSeen() const { return m_seen; }
 
     // -- on records of the caller: the flows' own record and the controls stay as they are -----------------
     /// Reads everything into `record`, with the messages of Read or without a line.
@@ -141,6 +161,15 @@ class clsReaderFlows {
     /// Whether LayFile would take the file; what is wrong with it is said as WriteLaid says it, every setting
     /// that the reader cannot be given in one notice with all else that is odd.
     FlowResult CheckFile(const std::string& name, FileRole role);
+    /// Reads the reader and lays over it what the event holds on that side; its memory where there is one,
+    /// else its settings. `tested` tells that a memory test came behind it, as TestedSince finds it. Writes
+    /// nothing. FileBad, and said in a notice, when it holds nothing.
+    FlowResult PlanRestore(const HistoryEvent& event, bool before, bool tested, RestorePlan& plan);
+    /// Writes what PlanRestore put together. What was not written the plan tells.
+    FlowResult WriteRestore(RestorePlan& plan);
+    /// Reads back what was written, without a line. Done when it was read: whether it was kept the plan
+    /// tells.
+    FlowResult ProveRestore(RestorePlan& plan);
     /// Checks the file, reads the reader and lays the file over what it holds. Writes nothing.
     FlowResult LayFile(const std::string& name, FileRole role, LaidFile& laid);
     /// Writes what LayFile put together: all of it, or what has changed.
@@ -176,6 +205,9 @@ class clsReaderFlows {
     void ButtonsEnable(bool enable);
 
   private:
+    static constexpr const char* testCancelCaption = "Cancel";
+    static constexpr const char* writeOK = "Write OK";
+    static constexpr const char* writeNG = "Write NG";
     class clsDoor;
     /// Whether a flow talks to the reader, and how it is ended.
     enum class FlowKind { Reader, File, Test };
@@ -199,6 +231,15 @@ class clsReaderFlows {
     bool Wrote(bool written, const ZarnInfo& record);
     void ReadBack();
     void ShowPicture();
+    std::optional<HistoryEvent> CloseEvent();
+    [[nodiscard]] FlowResult ResultOf(bool done) const;
+    bool ReadHeld(RestorePlan& plan, modZarn74::Lines lines);
+    bool DumpTwice(std::optional<modZarn74::Image>& image);
+    bool RunTest();
+    bool WriteRegisters(RestorePlan& plan);
+    bool ReadRestored(RestorePlan& plan);
+    void TellRegisters(const RestorePlan& plan);
+    void WriteBack(TestedReader& tested);
     bool SayErrors(const ZarnInfo& record, const Notices& notices);
     static const WriteTexts& TextsOf(FileRole role);
     bool CheckSettings(const std::string& name, const WriteTexts& texts);
@@ -241,6 +282,7 @@ class clsReaderFlows {
     clsReaderPicture m_picture;
     std::vector<SettingItem> m_written;
     bool m_echo = true;
+    clsLastSeen m_seen;
     std::uint32_t m_mutedSince = 0;  // for m_mutedTime ms what arrives answers a flow that was broken off
     std::uint32_t m_mutedTime = 0;
     std::string m_notRead;      // why the reader that was found last is not read; empty once it is

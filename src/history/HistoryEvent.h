@@ -32,9 +32,12 @@ const char* WordOf(HistoryOutcome outcome);
 std::optional<HistoryAction> ActionOf(std::string_view word);
 std::optional<HistoryOutcome> OutcomeOf(std::string_view word);
 
-/// What became of one setting, or of a register that was set by its number.
+/// What stands for the setting's key where the change is of registers by their numbers.
+constexpr const char* registerSetting = "Register";
+
+/// What became of one setting, or of registers by their numbers.
 struct HistoryChange {
-    std::string Setting;    ///< the key of the settings file, or "Register"
+    std::string Setting;    ///< the key of the settings file, or registerSetting
     std::string Registers;  ///< "210", "160..175"
     std::string Before;     ///< values for people; empty where it was not read
     std::string Wanted;

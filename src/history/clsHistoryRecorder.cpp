@@ -37,6 +37,7 @@ void clsHistoryRecorder::Reset() {
     m_before.reset();
     m_after.reset();
     m_wanted.reset();
+    m_registers.clear();
     m_failure.clear();
     m_failedStep.clear();
     m_reason.clear();
@@ -92,12 +93,17 @@ void clsHistoryRecorder::SetWanted(const ZarnInfo& record, const ZarnInfo* befor
 
 void clsHistoryRecorder::SetRegister(int number, int wanted, std::optional<int> found) {
     if (!m_event) return;
-    HistoryChange change{"Register", std::to_string(number), {}, std::to_string(wanted), {}, std::nullopt};
+    HistoryChange change{registerSetting, std::to_string(number), {}, std::to_string(wanted), {},
+                         std::nullopt};
     if (found) {
         change.After = std::to_string(*found);
         change.Kept = *found == wanted;
     }
     m_event->Changes = {change};
+}
+
+void clsHistoryRecorder::SetRegisters(std::vector<HistoryChange> changes) {
+    if (m_event) m_registers = std::move(changes);
 }
 
 void clsHistoryRecorder::BeginWriting() {
@@ -122,6 +128,7 @@ void clsHistoryRecorder::Compare() {
         for (SettingChange& change : Changes(*m_before, *m_wanted, m_after ? &*m_after : nullptr))
             m_event->Changes.push_back({change.Item.Key(), change.Item.Registers(), std::move(change.Before),
                                         std::move(change.Wanted), std::move(change.After), change.Kept});
+        m_event->Changes.insert(m_event->Changes.end(), m_registers.begin(), m_registers.end());
     }
     m_event->ChangeCount = static_cast<int>(m_event->Changes.size());
 }
@@ -140,8 +147,8 @@ HistoryOutcome clsHistoryRecorder::OutcomeNow() const {
     return m_proving && !seen ? HistoryOutcome::NotProven : m_end;
 }
 
-void clsHistoryRecorder::Close() {
-    if (!m_event) return;
+std::optional<HistoryEvent> clsHistoryRecorder::Close() {
+    if (!m_event) return std::nullopt;
     Compare();
     HistoryEvent& event = *m_event;
     event.Outcome = OutcomeNow();
@@ -151,6 +158,7 @@ void clsHistoryRecorder::Close() {
         if (change.Kept != false) continue;
         const bool first = !event.Reason.starts_with(said + "not kept: ");
         event.Reason = (first ? said + "not kept: " : event.Reason + ", ") + change.Setting;
+        if (change.Setting == registerSetting) event.Reason += " " + change.Registers;
     }
     // What was read without writing is how the reader was left, whatever was compared with it.
     if (!m_kept) std::swap(event.Before, event.After);
@@ -158,7 +166,9 @@ void clsHistoryRecorder::Close() {
     if (m_kept) ++event.Revision;
     event.Edited = event.Ended;
     m_history->Keep(event);
+    auto closed = std::move(m_event);
     Reset();
+    return closed;
 }
 
 void clsHistoryRecorder::Drop() {

@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "base/clsIHost.h"
 #include "history/clsIHistory.h"
@@ -53,6 +54,8 @@ class clsHistoryRecorder {
     void SetWanted(const ZarnInfo& record, const ZarnInfo* before = nullptr);
     /// A register that is set by its number; `found` is what was read back.
     void SetRegister(int number, int wanted, std::optional<int> found);
+    /// What became of registers beside the settings that stand in them; in the place of what was told before.
+    void SetRegisters(std::vector<HistoryChange> changes);
     /// The next byte may change the reader: what was read back before is not what it holds any more.
     void BeginWriting();
     /// All was written: what is read from now on is what there is behind it.
@@ -61,8 +64,8 @@ class clsHistoryRecorder {
     void BeginProof() { m_proving = m_written; }
     /// How the part of the work that has just ended came out, without what was read.
     void SetEnd(HistoryOutcome outcome) { m_end = outcome; }
-    /// The event has ended, and is kept.
-    void Close();
+    /// The event has ended, and is kept. Nothing when none was open.
+    std::optional<HistoryEvent> Close();
     /// There was nothing to record after all. One that is kept as begun has failed.
     void Drop();
 
@@ -80,6 +83,7 @@ class clsHistoryRecorder {
     std::optional<ZarnInfo> m_before;
     std::optional<ZarnInfo> m_after;
     std::optional<ZarnInfo> m_wanted;
+    std::vector<HistoryChange> m_registers;
     std::string m_failure;  // the last failing line
     std::string m_failedStep;
     std::string m_reason;

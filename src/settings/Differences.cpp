@@ -10,11 +10,6 @@
 
 namespace {
 
-std::string Range(int first, int count) {
-    const std::string start = std::to_string(first);
-    return count == 1 ? start : start + ".." + std::to_string(first + count - 1);
-}
-
 std::string Numbered(std::string_view name, int index) {
     return std::string(name) + "(" + std::to_string(index + 1) + ")";
 }
@@ -99,14 +94,21 @@ std::string SettingItem::Name() const {
     return "Table row " + std::to_string(Index() + 1);
 }
 
-std::string SettingItem::Registers() const {
+std::vector<std::pair<int, int>> SettingItem::Runs() const {
     switch (Kind()) {
-        case ItemKind::Setting: return Range(RowOf(Id()).Register, ZarnRegisterMap::RegistersOf(RowOf(Id())));
-        case ItemKind::Filter: return Range(ZarnRegisterMap::FilterRegister(Index()), 2);
+        case ItemKind::Setting: return {{RowOf(Id()).Register, ZarnRegisterMap::RegistersOf(RowOf(Id()))}};
+        case ItemKind::Filter: return {{ZarnRegisterMap::FilterRegister(Index()), 2}};
         case ItemKind::Entry: break;
     }
-    return Range(ZarnRegisterMap::EntryRegister(Index()), ZarnRegisterMap::entrySize) + ", " +
-           Range(ZarnRegisterMap::EntryTextRegister(Index()), ZarnRegisterMap::keyStringSize);
+    return {{ZarnRegisterMap::EntryRegister(Index()), ZarnRegisterMap::entrySize},
+            {ZarnRegisterMap::EntryTextRegister(Index()), ZarnRegisterMap::keyStringSize}};
+}
+
+std::string SettingItem::Registers() const {
+    std::string text;
+    for (const auto& [first, count] : Runs())
+        text += (text.empty() ? "" : ", ") + RegisterRange(first, count);
+    return text;
 }
 
 std::string SettingItem::Value(const ZarnInfo& record) const {
@@ -176,6 +178,11 @@ std::vector<SettingChange> Changes(const ZarnInfo& before, const ZarnInfo& wante
         changes.back().Kept = item.Same(storedAfter, storedWanted);
     }
     return changes;
+}
+
+std::string RegisterRange(int first, int count) {
+    const std::string start = std::to_string(first);
+    return count == 1 ? start : start + ".." + std::to_string(first + count - 1);
 }
 
 bool TakesEffectAtNextStart(const SettingItem& item) {

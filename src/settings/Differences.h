@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "settings/SettingTable.h"
@@ -36,7 +37,9 @@ class SettingItem {
     [[nodiscard]] std::string Key() const;
     /// Its name for people.
     [[nodiscard]] std::string Name() const;
-    /// The registers it stands in, as people write them: "210", "160..175", "0..7, 256..271".
+    /// The runs of registers it stands in: the first one of each, and how many.
+    [[nodiscard]] std::vector<std::pair<int, int>> Runs() const;
+    /// The same as people write them: "210", "160..175", "0..7, 256..271".
     [[nodiscard]] std::string Registers() const;
     /// Its value for people, in UTF-8: a list's entry, "on" or "off", keys with control characters by name or
     /// "(empty)", a filter's digits, a row of the table. A number that no list knows is that number.
@@ -63,6 +66,9 @@ ZarnInfo AsStored(const ZarnInfo& record);
 
 /// What two readers would hold differently that were written with these records, in the order of the items.
 std::vector<SettingDifference> Differences(const ZarnInfo& a, const ZarnInfo& b);
+
+/// "210" or "160..175".
+std::string RegisterRange(int first, int count);
 
 /// What became of a setting that was to be written.
 struct SettingChange {

@@ -32,13 +32,24 @@ constexpr int RegistersOf(const SettingRow& row) {
     return std::holds_alternative<TextField>(row.Field) ? keyStringSize : 1;
 }
 
+/// Gives `use` each run of registers that a setting stands in: the first one and how many.
+template <class Use>
+constexpr void EachRun(Use use) {
+    for (const SettingRow& row : settingTable) use(row.Register, RegistersOf(row));
+    for (int i = 0; i < cardFilterCount; ++i) use(FilterRegister(i), 2);
+    for (int i = 0; i < convertCount; ++i) {
+        use(EntryRegister(i), entrySize);
+        use(EntryTextRegister(i), keyStringSize);
+    }
+}
+
 /// How many registers the map uses; 0 when it is not sound: a register used twice, or one that
 /// the reader does not have.
 constexpr int UsedRegisters() {
     std::array<bool, registerCount> used{};
     int count = 0;
     bool sound = true;
-    const auto use = [&](int first, int size) {
+    EachRun([&](int first, int size) {
         for (int at = first; at < first + size; ++at) {
             if (at < 0 || at >= registerCount || std::exchange(used[static_cast<std::size_t>(at)], true)) {
                 sound = false;
@@ -46,16 +57,20 @@ constexpr int UsedRegisters() {
             }
             ++count;
         }
-    };
-    for (const SettingRow& row : settingTable) use(row.Register, RegistersOf(row));
-    for (int i = 0; i < cardFilterCount; ++i) use(FilterRegister(i), 2);
-    for (int i = 0; i < convertCount; ++i) {
-        use(EntryRegister(i), entrySize);
-        use(EntryTextRegister(i), keyStringSize);
-    }
+    });
     return sound ? count : 0;
 }
 static_assert(UsedRegisters() == 466);
+
+/// Whether a setting stands in the register, by register.
+constexpr std::array<bool, registerCount> MappedRegisters() {
+    std::array<bool, registerCount> mapped{};
+    EachRun([&](int first, int size) {
+        for (int at = first; at < first + size; ++at) mapped[static_cast<std::size_t>(at)] = true;
+    });
+    return mapped;
+}
+constexpr auto mapped = MappedRegisters();
 
 std::int32_t DecodeNumber(NumberCode code, std::uint8_t byte);
 /// Nothing when the value leaves 0..255. `former` is what the register holds: LowTwoBits keeps its bits 2..7

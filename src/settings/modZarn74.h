@@ -79,11 +79,15 @@ class modZarn74 {
     /// a read of its own. What is no difference then is not written, the setting behind the filters included.
     bool SetDifferences(const ZarnInfo& info, const ZarnInfo& picture);
 
+    using Image = RegisterImage;
+    static std::string Bytes(const Image& image) { return {image.begin(), image.end()}; }
+    /// The memory that the last GetZarnInfo was read out of; null where there was none.
+    [[nodiscard]] const Image* LoadedImage() const { return m_imageLoaded ? &m_image : nullptr; }
+
     /// Step `number` (1 and up) of `count` of the read-all or write-all under way begins; `count` stays the
     /// same throughout and includes the read that a write makes first. For a progress display; must not run
     /// the event loop. May be empty.
     std::function<void(int number, int count)> ShowStep;
-    using Image = RegisterImage;
     /// Everything was read, also by the read that a write makes first; out of `image`, or null. Must not run
     /// the event loop. May be empty.
     std::function<void(const ZarnInfo& info, const Image* image)> TellRead;

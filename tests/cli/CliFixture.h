@@ -102,6 +102,7 @@ struct clsCliWorld : testing::Test, clsICliPlatform {
         return error.empty() ? std::optional(input) : std::nullopt;
     }
     clsIHistory* History(const std::string& file) override { return file == "none" ? nullptr : &history; }
+    std::int64_t PluggedIn(const std::string&) override { return pluggedIn; }
     std::string DefaultFile() override { return "Default.ini"; }
 
     [[nodiscard]] long Sent(char command) const { return std::count(sent.begin(), sent.end(), command); }
@@ -132,6 +133,7 @@ struct clsCliWorld : testing::Test, clsICliPlatform {
     clsCli cli{*this, out, err};
     std::string input;  ///< standard input, there once in a run
     int inputTaken = 0;
+    std::int64_t pluggedIn = 0;
     std::string sent;  ///< command letters that the reader received
     clsConnection onFrame;
 };

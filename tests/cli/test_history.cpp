@@ -39,6 +39,7 @@ TEST_F(CliHistory, ACommandThatLooksAtAReaderOrChangesItIsOneEvent) {
         {"default file", "default done 6"},
         {"set 5 7", "set done 1"},
         {"test-eeprom --yes", "test done 0"},
+        {"test-eeprom --restore", "test done 0, restore done 23"},
         {"get 5", ""},
         {"ports", ""},
         {"scan", ""},
@@ -158,6 +159,101 @@ TEST_F(CliHistory, EventsAreListedShownComparedAndTakenOut) {
     EXPECT_EQ(Run("history prune --before 2026-09-21T16:16 --yes"), 0);
     EXPECT_EQ(out.Text, "2 events deleted\n");
     EXPECT_EQ(Kept(), "set done 1");
+}
+
+TEST_F(CliHistory, WhatAnEventHoldsIsPutBackAndProven) {
+    const auto held = reader.Registers;
+    Run("read");
+    Run("set 210 0");
+    Run("test-eeprom --restore");
+    const auto tested = history.Rows[2];
+    const struct {
+        const char* Line;
+        int Exit;
+        const char* Out;
+        Texts Said;  ///< behind the log
+        SimFaultRule Fault = {SimFault::NoAnswer, 'Z'};
+    } rows[] = {
+        {"restore 1 --dry-run",
+         0,
+         "Language (210): Japan -> Germany\n1 of 43 settings differs\nnothing was written\n",
+         {}},
+        {"restore 1",
+         4,
+         "Language (210): Japan -> Germany\n1 of 43 settings differs\n"
+         "Language was not kept: written Germany, there is Japan\n",
+         {"Write OK"},
+         {SimFault::DroppedWrite, 'C', 210}},
+        {"restore 1",
+         1,
+         "Language (210): Japan -> Germany\n1 of 43 settings differs\n",
+         {"SetRegister - Reg=210, Err=N04", "Write NG", "register 210 not written"},
+         {SimFault::RefuseCode, 'C', 210, 0, -1, 4}},
+        {"restore 1",
+         1,
+         "Language (210): Japan -> Germany\n1 of 43 settings differs\n",
+         {"Write OK", "written, not proven"},
+         {SimFault::NoAnswer, 'Y', -1, 2}},
+        {"restore 1 --no-verify", 0, "none of 43 settings differ\n", {"Write OK"}},
+        {"restore 1", 0, "none of 43 settings differ\nread back: all of it was kept\n", {"Write OK"}},
+        {"restore 2", 1, "", {"event 20000000 holds nothing to restore from behind it"}},
+        {"restore 7777", 1, "", {"7777: there is no such event"}},
+        {"restore", 2, "", {"ID is required (zarn74ctl --help tells more)"}},
+        {"--no-history restore 1",
+         2,
+         "",
+         {"--no-history: leaves no history to ask (zarn74ctl --help tells more)"}},
+        {"demo restore 1", 1, "", {"a simulated reader has no history unless --history names a file"}},
+    };
+    for (const auto& row : rows) {
+        host.Run(12'000);
+        reader.ClearFaults();
+        reader.AddFault(row.Fault);
+        EXPECT_EQ(Run(row.Line), row.Exit) << row.Line;
+        EXPECT_EQ(out.Text, row.Out) << row.Line;
+        Texts said = Messages();
+        std::erase_if(said, [](const std::string& line) {
+            return line.find("ound a reader") != line.npos || line.starts_with("Scan");
+        });
+        EXPECT_EQ(said, row.Said) << row.Line;
+    }
+    EXPECT_EQ(reader.Registers, held);
+    Run("restore 3");
+    EXPECT_EQ(Said(), "nothing was written; --yes restores it all the same");
+    EXPECT_EQ(reader.Registers, held);
+    EXPECT_EQ(history.Rows.back().Outcome, HistoryOutcome::Cancelled);
+}
+
+TEST_F(CliHistory, BehindAMemoryTestItSaysHowToPutBackWhatWasThere) {
+    const auto said = [this](const char* line) {
+        Run(line);
+        return Said();
+    };
+    const auto held = reader.Registers;
+    const std::string none = "the history has no read of this reader since it was plugged in";
+    EXPECT_EQ(said("test-eeprom --yes"), none);
+    EXPECT_EQ(said("--no-history test-eeprom --yes"), "no history is kept: there is nothing to restore from");
+    reader.Registers = held;
+    Run("read");
+    EXPECT_EQ(said("test-eeprom --yes"),
+              "what was in the reader 2026-09-21 16:15:20 can be restored: zarn74ctl restore 20000000");
+    EXPECT_EQ(Run("restore 2"), 0);
+    EXPECT_EQ(reader.Registers, held);
+    pluggedIn = history.Rows.back().Begun + 1;
+    EXPECT_EQ(said("test-eeprom --yes"), none);
+    reader.Registers = held;
+    host.StartTimer(1500, [this] { cli.Stop(); });
+    const auto slow = reader.OnFrame.Connect([this](const std::string&, bool) { host.Sleep(5); });
+    EXPECT_EQ(Run("test-eeprom --restore"), 130);
+    EXPECT_EQ(Said(), "interrupted; what was in the reader is in it again");
+    EXPECT_EQ(reader.Registers, held);
+    host.StartTimer(1500, [this] { serial.Unplug(1); });
+    EXPECT_EQ(Run("test-eeprom --restore"), 1);
+    EXPECT_EQ(Said(), "what was in the reader is kept: zarn74ctl restore 80000000 --before");
+    serial.Replug(1);
+    EXPECT_NE(reader.Registers, held);
+    EXPECT_EQ(Run("restore 8 --before"), 0);
+    EXPECT_EQ(reader.Registers, held);
 }
 
 }  // namespace

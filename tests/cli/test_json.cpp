@@ -84,6 +84,8 @@ TEST_F(clsCliTest, EveryRunPrintsOneObjectOfTheSchema) {
         {"history prune --before 2026-01-01 --yes", 0, "history", "/result/changed = 0"},
         {"dump --explain", 0, "dump", R"(/result/explained/210/meaning = "USA")"},
         {"dump --explain", 0, "dump", "/result/explained/216/setting = null"},
+        {"restore 2 --yes", 0, "restore", R"(/result/all512 = true)"},
+        {"test-eeprom --restore", 0, "test-eeprom", "/result/restored = true"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(Run(std::string("--json ") + row.line), row.exit) << row.line;

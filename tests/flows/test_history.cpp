@@ -165,7 +165,7 @@ TEST(History, EveryFlowIsOneEventOfWhatWasSeen) {
              world.Fault(SimFault::DroppedWrite, 'C', 5);
              world.flows.SetRegister(5, 7, [](std::uint8_t) {});
          },
-         "set differs 1 [|] not kept: Register"},
+         "set differs 1 [|] not kept: Register 5"},
         {"memory test", [](Recording& world) { world.flows.TestEeprom(); }, "test done 0 [|i]"},
         {"port closed",
          [](Recording& world) {

@@ -1,0 +1,340 @@
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "FlowWorld.h"
+#include "RecordText.h"
+
+namespace {
+
+using Registers = std::array<std::uint8_t, registerCount>;
+
+/// A reader that was read with an odd switch, and a foreign card type with an ID, in its memory; then forty
+/// registers of settings and five others were changed behind the host's back.
+struct Restore : testing::Test, FlowWorld {
+    Restore() {
+        reader.Registers[128] = 0x01;
+        const std::array<std::uint8_t, 8> foreign{0xF3, 1, 2, 3, 4, 5, 6, 7};
+        std::copy(foreign.begin(), foreign.end(), reader.Registers.begin() + 40);
+        flows.Read();
+        kept = reader.Registers;
+        event = history.Rows.back();
+        changed = kept;
+        changed[128] = 0xFF;  // the same switch
+        for (const int at : {43, 129, 138, 154, 209, 210, 216, 217, 218, 223})
+            changed[static_cast<std::size_t>(at)] ^= 0x02;
+        for (std::size_t at = 300; at < 334; ++at) changed[at] ^= 0x20;
+        Change();
+    }
+    void Change() {
+        reader.Registers = changed;
+        reader.ClearFaults();
+        history.Rows.resize(1);
+        log.Clear();
+        Sent.clear();
+    }
+    /// All that a front end does. What became of it, and of the event.
+    std::string Run(bool before = false) {
+        flows.BeginEvent(HistoryAction::Restore);
+        FlowResult result = flows.PlanRestore(event, before, TestedSince(history, event, before), plan);
+        if (result == FlowResult::Done) result = flows.WriteRestore(plan);
+        if (result == FlowResult::Done) result = flows.ProveRestore(plan);
+        flows.EndEvent(/*cancelled=*/false);
+        std::string text = plan.NotWritten();
+        for (const std::string& line : plan.NotKept()) text += line;
+        const bool done = result == FlowResult::Done && text.empty();
+        const HistoryEvent& last = history.Rows.back();
+        return (done ? "restored" : text) + "/" +
+               (last.Action == HistoryAction::Restore ? WordOf(last.Outcome) : "none");
+    }
+    /// From what `other` holds, in the registers of settings or in the others.
+    [[nodiscard]] int Differing(const Registers& other, bool mapped = true) const {
+        int count = 0;
+        for (std::size_t i = 0; i < other.size(); ++i)
+            count += ZarnRegisterMap::mapped[i] == mapped && reader.Registers[i] != other[i] ? 1 : 0;
+        return count;
+    }
+
+    Registers kept{};
+    Registers changed{};
+    HistoryEvent event;
+    RestorePlan plan;
+};
+
+TEST_F(Restore, BytesOfSettingsComeBackAndNothingElseIsTouched) {
+    view.Form.Record.Prefix = "being typed";
+    const std::string record = TextOf(flows.Record());
+    ASSERT_EQ(Differing(kept), 40);
+    EXPECT_EQ(Run(), "restored/done");
+    EXPECT_EQ(Count('C'), 40);
+    EXPECT_EQ(Differing(kept), 0);
+    EXPECT_EQ(Differing(changed, /*mapped=*/false), 0);
+    EXPECT_EQ(plan.LeftAlone, 5);
+    EXPECT_EQ(logView.Messages, Texts{"Write OK"});
+    EXPECT_EQ(view.Form.Record.Prefix, "being typed");
+    EXPECT_EQ(TextOf(flows.Record()), record);
+    EXPECT_EQ(flows.Picture().Held().Language, 2);
+    const HistoryEvent& last = history.Rows.back();
+    EXPECT_EQ(last.Before.Image, std::string(changed.begin(), changed.end()));
+    EXPECT_EQ(last.After.Image, std::string(reader.Registers.begin(), reader.Registers.end()));
+    const HistoryChange odd{registerSetting, "128", "FF", "01", "01", true};
+    EXPECT_EQ(std::count(last.Changes.begin(), last.Changes.end(), odd), 1);
+    EXPECT_EQ(Run(), "restored/done");
+    EXPECT_EQ(Count('C'), 40) << "there was nothing to write";
+    EXPECT_EQ(flows.LastSeen().Event()->Id, history.Rows.back().Id);
+    flows.Scan("COM2");
+    EXPECT_EQ(flows.LastSeen().Event(), std::nullopt);
+}
+
+TEST_F(Restore, WhatWentWrongIsNamedAndNeverCalledRestored) {
+    const struct {
+        SimFaultRule Fault;
+        const char* End;
+    } rows[] = {
+        {{SimFault::DroppedWrite, 'C', 128}, "Register 128 was not kept: written 01, there is FF/differs"},
+        {{SimFault::DroppedWrite, 'C', 210},
+         "Language was not kept: written Germany, there is Japan/differs"},
+        {{SimFault::DroppedWrite, 'C', 43}, "Register 43 was not kept: written 03, there is 01/differs"},
+        {{SimFault::RefuseCode, 'C', 217, 0, -1, 4}, "register 217 not written/failed"},
+        {{SimFault::RefuseCode, 'C', -1, 38, -1, 4}, "registers 333, 209 not written/failed"},
+        {{SimFault::NoAnswer, 'C', 209}, "register 209 not written/failed"},
+        {{SimFault::NoAnswer, 'C', 210}, "register 210 not written; 37 of 40 registers not tried/failed"},
+        {{SimFault::NoAnswer, 'Y', -1, 2}, "/not proven"},
+        {{SimFault::ShortDump, 'Y', -1, 0, -1, 100}, "/failed"},
+        {{SimFault::DifferentDumps, 'Y', -1, 2, -1, 100}, "/not proven"},
+        {{SimFault::NoAnswer, 'V'}, "/failed"},
+    };
+    for (const auto& row : rows) {
+        Change();
+        reader.AddFault(row.Fault);
+        EXPECT_EQ(Run(), row.End) << SimFaultText(row.Fault);
+        host.Run(12'000);
+    }
+}
+
+TEST_F(Restore, AtWhateverMomentItEndsItIsNotCalledDoneUnlessItIs) {
+    std::mt19937 random(7);
+    int restored = 0;
+    for (int round = 0; round < 200; ++round) {
+        SCOPED_TRACE(round);
+        if (!serial.Plugged(1)) serial.Replug(1);
+        comm.SetPortOpen(true);
+        host.Run(12'000);
+        Change();
+        host.StartTimer(static_cast<int>(random() % 1500), [this, round] {
+            if (round % 2 == 0) return flows.Cancel();
+            serial.Unplug(1);
+        });
+        view.OnProgress = [this] { host.Sleep(10); };
+        const std::string end = Run();
+        const bool done = end == "restored/done";
+        EXPECT_EQ(end.find("restored") != std::string::npos || end.find("/done") != std::string::npos, done);
+        restored += done ? 1 : 0;
+        EXPECT_TRUE(!done || Differing(kept) == 0);
+        host.Run(2'000);
+    }
+    EXPECT_TRUE(restored > 20 && restored < 150) << restored;
+}
+
+TEST_F(Restore, SettingsComeBackWhereNoBytesAreKeptAndAPersonIsAskedWhereTheyMayNotFit) {
+    event.After.Image.clear();
+    EXPECT_EQ(Run(), "restored/done");
+    EXPECT_EQ(plan.Lost, Texts{"Table row 6: the card ID of an unchecked row"});
+    EXPECT_EQ(plan.Questions, Texts());
+    EXPECT_EQ(reader.Registers[43], changed[43]);
+    EXPECT_EQ(reader.Registers[210], kept[210]);
+    const struct {
+        const char* Name;
+        std::function<void()> Do;
+        Texts Questions;
+    } rows[] = {
+        {"another product",
+         [this] { event.Product = "Zarn75"; },
+         {"it was read from a Zarn75, and this is a Zarn74"}},
+        {"old firmware",
+         [this] { reader.Version = "V1.01R003,FWQ-K1"; },
+         {"it was read from a Zarn75, and this is a Zarn74",
+          "Tag frequency: Needs firmware V1.02R002 or later, or model FWQ-K4436 or FWQ-K4407",
+          "ID without leading zeros: Needs firmware V1.01R004 or later"}},
+        {"what a test left",
+         [this] {
+             event.Product.clear();
+             event.Action = HistoryAction::Test;
+             reader.Version = "V1.02R007,FWQ-K4436";
+         },
+         {"a memory test left this behind: there are no settings in it"}},
+    };
+    for (const auto& row : rows) {
+        Change();
+        row.Do();
+        EXPECT_EQ(flows.PlanRestore(event, /*before=*/false, /*tested=*/false, plan), FlowResult::Done)
+            << row.Name;
+        EXPECT_EQ(plan.Questions, row.Questions) << row.Name;
+    }
+    EXPECT_EQ(Count('C'), 0);
+    EXPECT_EQ(flows.PlanRestore(event, /*before=*/true, /*tested=*/false, plan), FlowResult::FileBad);
+    EXPECT_EQ(view.Notices.back(), "event 10000000 holds nothing to restore from before it");
+    event.After.Settings = "Language=999";
+    EXPECT_EQ(flows.PlanRestore(event, /*before=*/false, /*tested=*/false, plan), FlowResult::FileBad);
+    event.After.Settings = "[General]\r\nLanguage=999\r\n";
+    EXPECT_EQ(flows.PlanRestore(event, /*before=*/false, /*tested=*/false, plan), FlowResult::FileBad);
+    EXPECT_EQ(view.Notices.back(), "Language=999: not a number from 0 to 255");
+}
+
+TEST_F(Restore, All512ComeBackBehindAMemoryTestAndOnlyThere) {
+    const struct {
+        const char* Name;
+        std::function<void()> Do;
+        bool Whole;
+    } rows[] = {
+        {"read, then tested", [this] { flows.TestEeprom(); }, true},
+        {"the test broke off in its first pattern",
+         [this] {
+             reader.AddFault({SimFault::RefuseCode, 'C', 140, 0, 1, 4});
+             flows.TestEeprom();
+         },
+         true},
+        {"what the test found before it",
+         [this] {
+             flows.BeginEvent(HistoryAction::Test);
+             ZarnInfo read;
+             flows.ReadInto(read, modZarn74::Lines::Silent);
+             flows.TestEeprom();
+             flows.EndEvent(/*cancelled=*/false);
+             event = history.Rows.back();
+         },
+         true},
+        {"tested before it was read",
+         [this] { flows.TestEeprom(), flows.Read(), event = history.Rows.back(); }, false},
+        {"restored since", [this] { flows.TestEeprom(), Run(), reader.Registers = changed; }, false},
+        {"another reader in its place", [this] { flows.TestEeprom(), reader.Registers[129] = 0x17; }, false},
+        {"another port's reader was tested",
+         [this] { flows.TestEeprom(), history.Rows.back().Port = "COM7"; }, false},
+        {"never tested", [this] { reader.Registers.fill(0xFF); }, false},
+    };
+    const HistoryEvent first = event;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.Name);
+        event = first;
+        Change();
+        reader.Registers = kept;
+        row.Do();
+        reader.ClearFaults();
+        Registers wanted = reader.Registers;
+        const bool before = event.Action == HistoryAction::Test;
+        const std::string image = (before ? event.Before : event.After).Image;
+        for (std::size_t i = 0; i < wanted.size(); ++i)
+            if (row.Whole || ZarnRegisterMap::mapped[i]) wanted[i] = static_cast<std::uint8_t>(image[i]);
+        EXPECT_EQ(Run(before), "restored/done");
+        EXPECT_EQ(plan.Whole, row.Whole);
+        EXPECT_EQ(reader.Registers, wanted);
+    }
+}
+
+TEST_F(Restore, ATestWritesBackWhatWasThereHoweverItEnds) {
+    const struct {
+        const char* Name;
+        SimFaultRule Fault;
+        int Step;  ///< at which something happens
+        std::function<void()> Do;
+        FlowResult Result;
+        bool Whole;          ///< all is as it was
+        const char* Events;  ///< of the history
+        const char* NotWritten;
+    } rows[] = {
+        {"passed", {}, 0, {}, FlowResult::Done, true, "test done, restore done", ""},
+        {"a block was refused",
+         {SimFault::RefuseCode, 'C', 100, 0, 1, 4},
+         0,
+         {},
+         FlowResult::Failed,
+         true,
+         "test failed, restore done",
+         ""},
+        {"a byte was not kept",
+         {SimFault::DroppedWrite, 'C', 100, 1, 1},
+         0,
+         {},
+         FlowResult::Failed,
+         true,
+         "test failed, restore done",
+         ""},
+        {"cancelled in the test",
+         {},
+         60,
+         [this] { flows.Cancel(); },
+         FlowResult::Cancelled,
+         true,
+         "test cancelled, restore done",
+         ""},
+        {"closed in the test",
+         {},
+         60,
+         [this] { flows.RequestClose(); },
+         FlowResult::Done,
+         true,
+         "test done, restore done",
+         ""},
+        {"cancelled as it is written back",
+         {},
+         130,
+         [this] { flows.Cancel(); },
+         FlowResult::Failed,
+         false,
+         "test done, restore cancelled",
+         "188 of 204 registers not tried"},
+        {"pulled in the test",
+         {},
+         60,
+         [this] { serial.Unplug(1); },
+         FlowResult::Failed,
+         false,
+         "test failed",
+         ""},
+        {"a register is worn out",
+         {SimFault::DroppedWrite, 'C', 129, 2},
+         0,
+         {},
+         FlowResult::Failed,
+         false,
+         "test done, restore differs",
+         ""},
+        {"no memory in one piece",
+         {SimFault::RefuseCode, 'Y', -1, 0, -1, 4},
+         0,
+         {},
+         FlowResult::Failed,
+         true,
+         "test failed",
+         ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.Name);
+        if (!serial.Plugged(1)) serial.Replug(1);
+        comm.SetPortOpen(true);
+        Change();
+        history.Rows.clear();
+        reader.AddFault(row.Fault.Command != 0 ? row.Fault : SimFaultRule{SimFault::NoAnswer, 'Z'});
+        int steps = 0;
+        view.OnProgress = [&] {
+            if (++steps == row.Step) row.Do();
+        };
+        TestedReader tested;
+        EXPECT_EQ(flows.TestAndRestore(tested), row.Result);
+        view.OnProgress = {};
+        EXPECT_EQ(reader.Registers == changed, row.Whole);
+        EXPECT_EQ(tested.Restored(), row.Whole && tested.Tested);
+        EXPECT_EQ(tested.Restore.NotWritten(), row.NotWritten);
+        std::string events;
+        for (const HistoryEvent& one : history.Rows)
+            events +=
+                (events.empty() ? "" : ", ") + std::string(WordOf(one.Action)) + " " + WordOf(one.Outcome);
+        EXPECT_EQ(events, row.Events);
+        if (!tested.Tested) continue;
+        ASSERT_EQ(history.Rows[0].Id, tested.Event);
+        EXPECT_EQ(history.Rows[0].Before.Image, std::string(changed.begin(), changed.end()));
+        EXPECT_EQ(view.Caption, "Test EEPROM");
+    }
+}
+
+}  // namespace
