@@ -28,7 +28,7 @@ _zarn74() {
 
 _zarn74ctl() {
     local word=$2 before=$3 command='' demo='' i
-    local commands='ports scan info read write default check diff dump get set test-eeprom restore monitor history explain mask'
+    local commands='ports scan info read write default check diff dump get set test-eeprom restore monitor history explain mask doctor'
     local verbs='show settings image diff label prune export import' verb=''
     for ((i = 1; i < COMP_CWORD; i++)); do
         case ${COMP_WORDS[i]} in
@@ -70,6 +70,7 @@ _zarn74ctl() {
         write | default) options+=" --all --dry-run --no-verify" ;;
         test-eeprom) options+=" --yes --restore" ;;
         restore) options+=" --before --yes --dry-run --no-verify" ;;
+        doctor) options+=" --poll" ;;
         history)
             case $verb in
             settings | image) options+=" --before -o" ;;
@@ -84,6 +85,7 @@ _zarn74ctl() {
         case $command in
         '') _zarn74_offer "$commands ${demo:-demo}" "$word" ;;
         write | default | check | diff | explain | mask) _zarn74_files "$word" ;;
+        doctor) _zarn74_offer "$("${COMP_WORDS[0]}" ports 2>/dev/null | cut -d' ' -f1)" "$word" ;;
         history) if [[ -z $verb ]]; then _zarn74_offer "$verbs" "$word"; else _zarn74_files "$word"; fi ;;
         esac
         ;;

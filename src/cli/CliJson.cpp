@@ -31,6 +31,34 @@ Json Port(const PortEntry& port) {
             {"access", port.Access},     {"reason", Reason(port.Reason)}};
 }
 
+Json Access(const AccessReport& report) {
+    const auto orNull = [](const std::string& text) { return text.empty() ? Json() : Text(text); };
+    Json ports = Json::array();
+    for (const AccessNode& node : report.Nodes)
+        ports.push_back({{"name", Text(node.Name)},
+                         {"device", node.Device},
+                         {"there", node.There},
+                         {"owner", orNull(node.Owner)},
+                         {"group", orNull(node.Group)},
+                         {"mode", orNull(node.Mode)},
+                         {"acl", orNull(node.Acl)},
+                         {"listed", node.Listed},
+                         {"member", node.Member},
+                         {"access", node.May},
+                         {"lockFile", orNull(node.LockFile)},
+                         {"lockedBy", orNull(node.LockedBy)},
+                         {"programs", orNull(node.Programs)}});
+    Json findings = Json::array();
+    for (const AccessFinding& found : report.Findings)
+        findings.push_back({{"trouble", found.Word()},
+                            {"port", orNull(found.Port)},
+                            {"what", Text(found.What)},
+                            {"why", Text(found.Why)},
+                            {"toDo", Text(found.ToDo)},
+                            {"command", Text(found.Command)}});
+    return {{"ports", ports}, {"findings", findings}};
+}
+
 static Json Filters(const ZarnInfo& record) {
     Json filters = Json::array();
     for (const CardFilterRange& filter : record.CardFilter)

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "ports/AccessReport.h"
 #include "ports/clsIPortDirectory.h"
 #include "settings/Differences.h"
 #include "settings/RegisterImage.h"
@@ -15,6 +16,8 @@ nlohmann::ordered_json Text(const std::string& text);
 /// null without an obstacle.
 nlohmann::ordered_json Reason(const PortReason& reason);
 nlohmann::ordered_json Port(const PortEntry& port);
+/// What the look at the ports found.
+nlohmann::ordered_json Access(const AccessReport& report);
 /// The settings under their names in the settings file.
 nlohmann::ordered_json Settings(const ZarnInfo& record);
 /// Each register with its setting, its place in it and what its byte means; null for one that is not used.

@@ -24,7 +24,7 @@ struct CommandRow {
     const char* Name;
     const char* Help;
 };
-constexpr std::array<CommandRow, 17> commands{{
+constexpr std::array<CommandRow, 18> commands{{
     {CliCommand::Ports, "ports", "List the ports: name, device file, description"},
     {CliCommand::Scan, "scan", "Find the reader, the port where it was last first, and say what was found"},
     {CliCommand::Info, "info", "Product, firmware version, firmware serial number, port"},
@@ -45,6 +45,8 @@ constexpr std::array<CommandRow, 17> commands{{
     {CliCommand::Explain, "explain", "Say what the frames of a recording mean"},
     {CliCommand::Mask, "mask",
      "Make a recording that may be given away: card IDs and key strings are hidden"},
+    {CliCommand::Doctor, "doctor",
+     "Say what stands between you and a reader, and what to do; changes nothing"},
 }};
 
 // An empty text (of a shell variable that is not set) is not the same as none.
@@ -107,7 +109,7 @@ void AddGlobalOptions(CLI::App& app, CliOptions& options) {
         ->excludes(none);
     app.footer(
         "Exit status: 0 done, 1 failed, 2 wrong usage, 3 no reader,\n"
-        "4 settings differ or were not kept, 130 interrupted.\n"
+        "4 settings differ or were not kept, or doctor found something, 130 interrupted.\n"
         "Results go to standard output, the message log to standard error.");
 }
 
@@ -269,13 +271,21 @@ void AddCommands(CLI::App& app, CliOptions& options, bool asked) {
                                   "Also to another product, or where the firmware lacks a setting");
                 AddWriteFlags(*command, options);
                 break;
+            case CliCommand::Doctor:
+                command->add_option("PORT", options.Port, "Only this port; without it all are looked at")
+                    ->type_name("")
+                    ->check(NotEmpty);
+                command->add_flag("--poll", options.Poll, "Ask each free port for a reader, at every speed");
+                break;
             case CliCommand::History:
                 if (asked) AddHistory(*command, options);
                 break;
             default: break;
         }
         for (CLI::Option* option : command->get_options()) {
-            if (option->get_positional() && row.Command != CliCommand::Default) option->required();
+            if (option->get_positional() && row.Command != CliCommand::Default &&
+                row.Command != CliCommand::Doctor)
+                option->required();
         }
         if (row.Command == CliCommand::Diff)
             command->add_option("OTHER", options.Other, "The file to compare it with; none: the reader")

@@ -34,7 +34,8 @@ enum class CliCommand {
     Monitor,
     History,
     Explain,
-    Mask
+    Mask,
+    Doctor
 };
 
 /// What is asked of the history.
@@ -66,6 +67,7 @@ struct CliOptions {
     bool Explain = false;   ///< say of each register what it means
     bool DryRun = false;    ///< show what would be written, and write nothing
     bool NoVerify = false;  ///< do not read back what was written
+    bool Poll = false;      ///< free ports are asked for a reader
     bool Yes = false;       ///< destroying the settings is allowed, or restoring what may not fit
     bool Restore = false;   ///< what the memory test overwrites is written back
     int Register = 0;       ///< 0..511

@@ -219,6 +219,7 @@ CliResult clsCliRun::ExecuteCommand() {
         case CliCommand::TestEeprom: return TestEeprom();
         case CliCommand::Restore: return Restore();
         case CliCommand::Monitor: return Monitor();
+        case CliCommand::Doctor: return Doctor();
         case CliCommand::History:  // these ask no reader: clsCliHistory, clsCliWire
         case CliCommand::Explain:
         case CliCommand::Mask:

@@ -79,6 +79,8 @@ class clsCliRun {
     CliResult TestAndRestore();
     CliResult Restore();
     CliResult Monitor();
+    CliResult Doctor();
+    bool AskPorts(AccessReport& report);
 
     bool BeginRecording();
     int Connect();

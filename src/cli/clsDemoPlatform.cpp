@@ -40,6 +40,19 @@ std::string clsDemoPlatform::PlugIn() {
     return done && m_bus->Replug(device) ? "" : "the simulated USB bus takes no such device";
 }
 
+// Nothing of the machine stands between the program and a reader that it made itself.
+AccessReport clsDemoPlatform::Access(const std::vector<PortEntry>& ports) {
+    AccessReport report;
+    for (const PortEntry& port : ports) {
+        AccessNode& node = report.Nodes.emplace_back();
+        node.Hid = !port.Alias.empty();
+        node.Name = node.Hid ? port.Alias : port.Name;
+        node.Device = port.Device;
+        node.There = node.May = true;
+    }
+    return report;
+}
+
 CommDevices clsDemoPlatform::Devices(bool) {
     return m_readers ? m_readers->Devices(/*notices=*/nullptr) : CommDevices{};
 }

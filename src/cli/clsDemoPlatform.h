@@ -36,6 +36,8 @@ class clsDemoPlatform final : public clsICliPlatform {
     std::optional<std::string> ReadInput(std::size_t limit, std::string& error) override {
         return m_real.ReadInput(limit, error);
     }
+    AccessReport Access(const std::vector<PortEntry>& ports) override;
+    std::optional<bool> Confirm(const std::string& question) override { return m_real.Confirm(question); }
     clsIHistory* History(const std::string& file) override {
         return file.empty() ? nullptr : m_real.History(file);
     }

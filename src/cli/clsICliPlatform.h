@@ -13,6 +13,7 @@
 #include "base/clsISettingsStore.h"
 #include "comm/CommDevices.h"
 #include "history/clsIHistory.h"
+#include "ports/AccessReport.h"
 #include "ports/clsIPortDirectory.h"
 #include "ports/clsISerialControl.h"
 
@@ -41,6 +42,10 @@ class clsICliPlatform {
     /// All of standard input, of which there may be `limit` bytes. Nothing when it cannot be had, with the
     /// reason in `error`, or without one after Ctrl-C. Runs the host's loop until its end.
     virtual std::optional<std::string> ReadInput(std::size_t limit, std::string& error) = 0;
+    /// Everything between this account and these ports.
+    virtual AccessReport Access(const std::vector<PortEntry>& ports) = 0;
+    /// A question to whoever sits at the terminal, answered with yes or no; nothing where nobody does.
+    virtual std::optional<bool> Confirm(const std::string& question) = 0;
     /// The history in that file, the user's own when the name is empty. Null where none is kept.
     virtual clsIHistory* History(const std::string& file) = 0;
     /// When what is behind the device file was plugged in, ms since 1970, UTC; 0 where the system does not

@@ -12,6 +12,7 @@
 #include "base/clsWait.h"
 #include "history/HistorySettings.h"
 #include "system/ProgramFiles.h"
+#include "system/clsAccessCheck.h"
 #include "system/clsLineFile.h"
 
 clsQtCliPlatform::clsQtCliPlatform(int& argc, char** argv, std::function<void()> stop,
@@ -103,6 +104,27 @@ std::string clsQtCliPlatform::AddDevice(const std::string& path) {
     if (!bare || access(path.c_str(), F_OK) == 0) return PortList().AddDevice(path);
     const std::string device = "/dev/" + path;
     return access(device.c_str(), F_OK) == 0 ? PortList().AddDevice(device) : std::string();
+}
+
+AccessReport clsQtCliPlatform::Access(const std::vector<PortEntry>& ports) {
+    return clsAccessCheck().Look(ports);
+}
+
+// Ctrl-C, and the end of the input, are a no.
+std::optional<bool> clsQtCliPlatform::Confirm(const std::string& question) {
+    if (isatty(STDIN_FILENO) != 1 || isatty(STDERR_FILENO) != 1) return std::nullopt;
+    if (write(STDERR_FILENO, question.data(), question.size()) < 0) return std::nullopt;
+    std::string line;
+    bool ended = false;
+    const clsConnection watch = Host().WatchDescriptor(STDIN_FILENO, [&] {
+        char c = 0;
+        const ssize_t count = read(STDIN_FILENO, &c, 1);
+        if (count < 0 && (errno == EINTR || errno == EAGAIN)) return;
+        if (count > 0 && c != '\n') line += c;
+        ended = count <= 0 || c == '\n';
+    });
+    clsWait(Host()).Until([&] { return ended || m_stopped; });
+    return !m_stopped && (line.starts_with('y') || line.starts_with('Y'));
 }
 
 clsIHistory* clsQtCliPlatform::History(const std::string& file) {

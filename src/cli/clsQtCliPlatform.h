@@ -33,6 +33,8 @@ class clsQtCliPlatform final : public clsICliPlatform {
     std::string SetPortMap(const std::vector<std::string>& entries) override;
     std::string AddDevice(const std::string& path) override;
     std::optional<std::string> ReadInput(std::size_t limit, std::string& error) override;
+    AccessReport Access(const std::vector<PortEntry>& ports) override;
+    std::optional<bool> Confirm(const std::string& question) override;
     clsIHistory* History(const std::string& file) override;
     std::int64_t PluggedIn(const std::string& device) override;
     std::string DefaultFile() override;

@@ -85,3 +85,22 @@ bool clsPortLock::Take(const std::string& device) {
 void clsPortLock::Release() {
     if (!m_file.empty()) unlink(std::exchange(m_file, {}).c_str());
 }
+
+std::optional<clsPortLock::Holder> clsPortLock::HolderOf(const std::string& folder,
+                                                         const std::string& device) {
+    clsPortLock looking(folder);
+    looking.m_holder.File = folder + "/" + LockName(device);
+    if (!looking.Read(looking.m_holder.File)) return std::nullopt;
+    return looking.m_holder;
+}
+
+// In a folder that everybody may write to, a file is its owner's.
+bool clsPortLock::MayRemove(const std::string& file, unsigned user) {
+    struct stat own {};
+    struct stat folder {};
+    if (stat(file.c_str(), &own) != 0 || stat(file.substr(0, file.rfind('/')).c_str(), &folder) != 0)
+        return false;
+    if (user == 0 || folder.st_uid == user) return true;
+    const bool shared = (folder.st_mode & S_IWOTH) != 0;
+    return shared && ((folder.st_mode & S_ISVTX) == 0 || own.st_uid == user);
+}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 /// The lock file "LCK..ttyUSB0" that programs on serial lines make, so that they keep off one another: ten
@@ -24,6 +25,11 @@ class clsPortLock {
     bool Take(const std::string& device);
     void Release();
     [[nodiscard]] const Holder& LockedBy() const { return m_holder; }
+
+    /// Who has the lock file of a device in that folder; nothing when there is none. Changes nothing.
+    static std::optional<Holder> HolderOf(const std::string& folder, const std::string& device);
+    /// Whether that account could remove the file, so that one which was left behind is no obstacle.
+    static bool MayRemove(const std::string& file, unsigned user);
 
   private:
     bool Read(const std::string& file);

@@ -101,6 +101,21 @@ struct clsCliWorld : testing::Test, clsICliPlatform {
         if (input.size() > limit) error = "there is no end to it";
         return error.empty() ? std::optional(input) : std::nullopt;
     }
+    AccessReport Access(const std::vector<PortEntry>& ports) override {
+        if (!access.Nodes.empty()) return access;
+        AccessReport report;
+        for (const PortEntry& port : ports) {
+            AccessNode& node = report.Nodes.emplace_back();
+            node.Name = port.Name;
+            node.Device = "/dev/of/" + port.Name;
+            node.There = node.May = true;
+        }
+        return report;
+    }
+    std::optional<bool> Confirm(const std::string& question) override {
+        asked = question;
+        return answer;
+    }
     clsIHistory* History(const std::string& file) override { return file == "none" ? nullptr : &history; }
     std::int64_t PluggedIn(const std::string&) override { return pluggedIn; }
     std::string DefaultFile() override { return "Default.ini"; }
@@ -131,6 +146,9 @@ struct clsCliWorld : testing::Test, clsICliPlatform {
     clsMemoryOutput out;
     clsMemoryOutput err;
     clsCli cli{*this, out, err};
+    AccessReport access;  ///< what the machine would tell of these ports; empty: all is well
+    std::string asked;    ///< the last question at the terminal
+    std::optional<bool> answer;
     std::string input;  ///< standard input, there once in a run
     int inputTaken = 0;
     std::int64_t pluggedIn = 0;

@@ -377,4 +377,31 @@ TEST_F(clsCliTest, ColorIsForTerminalsAndControlCharactersForNobody) {
     EXPECT_NE(err.Text.find(" - \x1B[94mGetRegister OK\x1B[0m\n"), std::string::npos);
 }
 
+TEST_F(clsCliTest, TheDoctorAsksPortsOnlyWhenSomebodySaysYes) {
+    EXPECT_EQ(Run("doctor"), 0);
+    EXPECT_EQ(Said(), "no port was asked for a reader; --poll does that");
+    EXPECT_NE(asked, "");
+    EXPECT_EQ(sent, "");
+    EXPECT_EQ(Lines(out.Text).back(), "nothing is wrong");
+    answer = true;
+    EXPECT_EQ(Run("doctor"), 4);  // COM2 is silent, COM3 does not open
+    EXPECT_NE(out.Text.find("1. no reader answers on COM2\n"), out.Text.npos);
+    EXPECT_NE(out.Text.find("2. COM3 cannot be opened\n"), out.Text.npos);
+    EXPECT_EQ(Lines(out.Text).back(), "2 findings");
+    answer.reset();
+    asked.clear();
+    EXPECT_EQ(Run("--port com1 doctor --poll"), 0);
+    EXPECT_EQ(Run("doctor COM9"), 0);  // the machine here knows no better
+    EXPECT_EQ(Run("demo doctor --poll"), 0);
+    EXPECT_EQ(sent, "");
+    host.StartTimer(700, [this] { cli.Stop(); });
+    EXPECT_EQ(Run("doctor COM2 --poll"), 130);
+    access.Nodes.resize(1);
+    access.Nodes[0].Name = "COM1";
+    access.Findings.push_back({AccessTrouble::NotInGroup, "COM1", "what", "why\x1B", "do", "a command"});
+    EXPECT_EQ(Run("doctor COM1 --poll"), 4);
+    EXPECT_EQ(sent, "");  // a port that cannot be used is not asked
+    EXPECT_NE(out.Text.find("   why:   why<ESC>\n   to do: do\n   $ a command\n"), out.Text.npos);
+}
+
 }  // namespace

@@ -75,6 +75,7 @@ TEST_F(clsCliTest, EveryRunPrintsOneObjectOfTheSchema) {
         {"--port COM2 read", 3, "read", R"(/reasons/0/obstacle = "silent")"},
         {"ports", 0, "ports", R"(/result/2/reason/what = "in use by another program")"},
         {"nonsense", 2, nullptr, "/command = null"},
+        {"doctor COM2 --poll", 4, "doctor", R"(/result/findings/0/trouble = "silent")"},
         {"history", 0, "history", R"(/result/events/0/action = "test")"},
         {"history show 6", 0, "history", R"(/result/event/changes/0/wanted = "Spanish")"},
         {"history settings 6 --before", 0, "history", "/result/Language = 3"},

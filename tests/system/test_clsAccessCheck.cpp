@@ -1,0 +1,197 @@
+#include "system/clsAccessCheck.h"
+
+#include <sys/acl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <functional>
+
+#include "support/TempFolder.h"
+
+namespace {
+
+constexpr gid_t dialout = 20;
+constexpr auto rule = "SUBSYSTEM==\"hidraw\", KERNELS==\"*:2E91:0005.*\", TAG+=\"uaccess\"\n";
+
+/// A machine on which all is well: a bridge with a port, a reader on USB HID, the rule and what it did to
+/// both.
+struct Machine : TempFolder {
+    Machine() {
+        Usb("1-1", "0403", "6001", "189:1", "00/ttyUSB0");
+        Node("tty", "ttyUSB0", "1-1/00", "188:0");
+        Usb("1-2", "2e91", "0005", "189:2", "00/hid/hidraw");
+        Node("hidraw", "hidraw0", "1-2/00/hid", "240:0");
+        chmod(Device("hidraw0").c_str(), 0666);
+        Put("udev/control", "");
+        Put("udev/data/c189:1", "E:ID_MM_DEVICE_IGNORE=1\n");
+        Put("udev/data/c240:0", "G:uaccess\n");
+        Put("lib/70-zarn74.rules", rule);
+        fs::create_directories(folder + "/lock");
+        chmod((folder + "/lock").c_str(), 01777);
+        struct stat file {};
+        stat(Device("ttyUSB0").c_str(), &file);
+        account.User = file.st_uid + 4242;
+        account.Name = "anna";
+        account.Session = account.Listed = {file.st_gid};
+    }
+    [[nodiscard]] std::string Device(const std::string& name) const { return folder + "/dev/" + name; }
+    void Usb(const std::string& socket, const std::string& vendor, const std::string& product,
+             const std::string& number, const std::string& port) const {
+        const std::string usb = "sys/devices/usb1/" + socket;
+        Put(usb + "/idVendor", vendor + "\n");
+        Put(usb + "/idProduct", product + "\n");
+        Put(usb + "/dev", number + "\n");
+        Put(usb + "/00/bInterfaceClass", vendor == "2e91" ? "03\n" : "ff\n");
+        if (!port.empty()) fs::create_directories(folder + "/" + usb + "/" + port);
+        fs::create_directories(folder + "/sys/bus/usb/devices");
+        fs::create_directory_symlink(folder + "/" + usb, folder + "/sys/bus/usb/devices/" + socket);
+    }
+    void Node(const std::string& kind, const std::string& name, const std::string& under,
+              const std::string& number) const {
+        Put("sys/class/" + kind + "/" + name + "/dev", number + "\n");
+        fs::create_directory_symlink(folder + "/sys/devices/usb1/" + under,
+                                     folder + "/sys/class/" + kind + "/" + name + "/device");
+        Put("dev/" + name, "");
+        EXPECT_TRUE(geteuid() != 0 || chown(Device(name).c_str(), 0, dialout) == 0);
+        chmod(Device(name).c_str(), 0660);
+    }
+    void Process(const std::string& id, const std::string& name, const std::string& has) const {
+        Put("proc/" + id + "/comm", name + "\n");
+        fs::create_directories(folder + "/proc/" + id + "/fd");
+        if (!has.empty()) fs::create_symlink(Device(has), folder + "/proc/" + id + "/fd/7");
+    }
+    void Lock(const std::string& content) const {
+        std::string name = Device("ttyUSB0");
+        std::replace(name.begin(), name.end(), '/', '_');
+        Put("lock/LCK.." + name, content);
+    }
+    void SetList(const std::string& text) const {
+        const acl_t list = acl_from_text(text.c_str());
+        EXPECT_EQ(acl_set_file(Device("ttyUSB0").c_str(), ACL_TYPE_ACCESS, list), 0) << text;
+        acl_free(list);
+    }
+    [[nodiscard]] AccessReport Look() const {
+        PortEntry port;
+        port.Name = "COM5";
+        port.Device = Device("ttyUSB0");
+        return clsAccessCheck({folder + "/sys",
+                               folder + "/dev",
+                               folder + "/proc",
+                               folder + "/udev",
+                               folder + "/lock",
+                               {folder + "/etc", folder + "/lib"}},
+                              account)
+            .Look({port});
+    }
+    [[nodiscard]] std::string Found() const {
+        std::string text;
+        for (const AccessFinding& found : Look().Findings) {
+            EXPECT_FALSE(found.What.empty() || found.Why.empty() || found.ToDo.empty()) << found.Word();
+            std::string command = found.Command;
+            for (auto at = command.find(folder); at != std::string::npos; at = command.find(folder))
+                command.erase(at, folder.size());
+            text += std::string(found.Word()) + " " + found.Port.substr(found.Port.rfind('/') + 1) + " $ " +
+                    command + "\n";
+        }
+        return text;
+    }
+    AccessAccount account;
+};
+
+TEST(AccessCheck, FindsEachObstacleAloneAndNothingOnAHealthyMachine) {
+    const struct {
+        const char* Name;
+        std::function<void(Machine&)> Break;
+        const char* Found;
+    } rows[] = {
+        {"healthy", [](Machine&) {}, ""},
+        {"a list that gives",
+         [](Machine& m) {
+             m.account.Session = m.account.Listed = {};
+             m.SetList("u::rw,g::-,u:" + std::to_string(m.account.User) + ":rw,m::rw,o::-");
+         },
+         ""},
+        {"not there", [](Machine& m) { fs::remove(m.Device("ttyUSB0")); },
+         "not-there COM5 $ zarn74ctl ports\n"},
+        {"not in session", [](Machine& m) { m.account.Session.clear(); }, "not-in-session COM5 $ newgrp "},
+        {"owner only", [](Machine& m) { chmod(m.Device("ttyUSB0").c_str(), 0600); },
+         "owner-only COM5 $ sudo setfacl -m u:anna:rw /dev/ttyUSB0\n"},
+        {"a list that takes", [](Machine& m) { m.SetList("u::rw,g::rw,u:1:rw,m::r,o::-"); },
+         "acl-refuses COM5 $ sudo setfacl -b /dev/ttyUSB0\n"},
+        {"a lock", [](Machine& m) { m.Lock("         1\n"); }, "lock-file COM5 $ kill 1\n"},
+        {"a lock that was left", [](Machine& m) { m.Lock("9999999\nold\n"); },
+         "lock-left COM5 $ sudo rm /lock/"},
+        {"a lock of one's own that was left",
+         [](Machine& m) {
+             m.Lock("9999999\nold\n");
+             m.account.User -= 4242;
+         },
+         ""},
+        {"open", [](Machine& m) { m.Process("77", "term", "ttyUSB0"); }, "in-use COM5 $ kill 77\n"},
+        {"no rule", [](Machine& m) { fs::remove_all(m.folder + "/lib"); },
+         "rule-missing  $ sudo cp packaging/"},
+        {"a rule of sentences", [](Machine& m) { m.Put("lib/70-zarn74.rules", "# 2e91\n"); },
+         "rule-missing  $ sudo rm /lib/70-zarn74.rules\n"},
+        {"a rule switched off", [](Machine& m) { m.Put("etc/70-zarn74.rules", ""); },
+         "rule-missing  $ sudo rm /etc/70-zarn74.rules\n"},
+        {"two rules", [](Machine& m) { m.Put("etc/70-zarn74.rules", rule); },
+         "rule-doubled  $ sudo rm /etc/70-zarn74.rules\n"},
+        {"two rules of two names", [](Machine& m) { m.Put("etc/99-own.rules", rule); },
+         "rule-doubled  $ sudo rm /etc/99-own.rules\n"},
+        {"not applied", [](Machine& m) { m.Put("udev/data/c240:0", "E:A=1\n"); },
+         "rule-not-applied hidraw0 $ sudo udevadm control --reload && "},
+        {"not at the machine", [](Machine& m) { chmod(m.Device("hidraw0").c_str(), 0600); },
+         "not-at-seat hidraw0 $ sudo setfacl -m u:anna:rw /dev/hidraw0\n"},
+        {"a modem manager that was told", [](Machine& m) { m.Process("88", "ModemManager", ""); }, ""},
+        {"a modem manager that was not",
+         [](Machine& m) {
+             m.Process("88", "ModemManager", "");
+             m.Put("udev/data/c189:1", "E:A=1\n");
+         },
+         "modem-manager COM5 $ echo 'SUBSYSTEM==\"usb\", ENV{DEVTYPE}==\"usb_device\", "
+         "ATTR{idVendor}==\"0403\", "},
+        {"a real modem",
+         [](Machine& m) {
+             m.Process("88", "ModemManager", "");
+             m.Put("udev/data/c189:1", "");
+             m.Put("sys/devices/usb1/1-1/idProduct", "9999\n");
+         },
+         ""},
+        {"no driver", [](Machine& m) { m.Usb("1-3", "1a86", "7523", "189:3", ""); },
+         "no-driver  $ sudo modprobe ch341\n"},
+        {"no driver for a reader", [](Machine& m) { m.Usb("1-3", "2e91", "0005", "189:3", ""); },
+         "no-driver  $ sudo modprobe usbhid\n"},
+        {"no device manager",
+         [](Machine& m) {
+             fs::remove_all(m.folder + "/udev");
+             fs::remove_all(m.folder + "/lib");
+         },
+         ""},
+    };
+    for (const auto& row : rows) {
+        Machine machine;
+        row.Break(machine);
+        const std::string found = machine.Found();
+        EXPECT_EQ(found.substr(0, std::string(row.Found).size()), row.Found) << row.Name;
+        EXPECT_EQ(found.empty(), *row.Found == '\0') << row.Name << ": " << found;
+        EXPECT_LE(std::count(found.begin(), found.end(), '\n'), 1) << row.Name << ": " << found;
+    }
+}
+
+TEST(AccessCheck, TellsWhatItSawAndTakesNoNameForMoreThanAName) {
+    Machine machine;
+    machine.account.Session.clear();
+    machine.account.Listed.clear();
+    machine.Process("77", "term", "ttyUSB0");
+    const AccessReport report = machine.Look();
+    const AccessNode& node = report.Nodes.at(0);
+    EXPECT_EQ(node.Mode, "-rw-rw----");
+    EXPECT_TRUE(node.There && !node.Listed && !node.Member && !node.May && !node.Hid);
+    EXPECT_EQ(node.Programs, "term (process 77)");
+    EXPECT_EQ(report.Nodes.at(1).Name, machine.Device("hidraw0"));
+    EXPECT_EQ(report.Only("COM5").Findings.size(), 2U);  // not-in-group, in-use
+    EXPECT_EQ(report.Askable(), std::vector{machine.Device("hidraw0")});
+    EXPECT_EQ(AccessRights::Quoted("/dev/a b'$(c)"), "'/dev/a b'\\''$(c)'");
+}
+
+}  // namespace
