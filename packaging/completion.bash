@@ -61,8 +61,8 @@ _zarn74ctl() {
     esac
     case $word in
     -*)
-        local options="--port --baud --port-map --quick --slow --json --quiet --trace --record --no-history --history
-            --help --version"
+        local options="--port --baud --port-map --quick --slow --json --quiet --no-hints --trace --record --no-history
+            --history --help --version"
         [[ -z $demo ]] || options+=" --image --hid"
         case $command in
         read | mask) options+=" -o" ;;

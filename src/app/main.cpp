@@ -27,6 +27,7 @@
 #include "qt/clsSqlHistory.h"
 #include "sim/SimImage.h"
 #include "system/ProgramFiles.h"
+#include "system/clsAccessCheck.h"
 #include "system/clsDeviceNotices.h"
 #include "system/clsHidReaders.h"
 #include "system/clsPortList.h"
@@ -236,7 +237,13 @@ int RunOnReaders(ProgramBase& base, const WindowOptions& options, const PortMap&
     clsDeviceNotices notices(base.Host, ports);
     clsHidReaders readers(clsHidReaders::Library::Real);
     ucCOMM comm(base.Host, serial, store, applicationName, readers.Devices(&notices));
-    return Open(base.Parts(comm, store), options, nullptr);
+    WindowParts parts = base.Parts(comm, store);
+    parts.Access = [&ports, &comm] {
+        std::vector<PortEntry> all = ports.Ports();
+        for (PortEntry& reader : comm.HidPorts()) all.push_back(std::move(reader));
+        return clsAccessCheck().Look(all);
+    };
+    return Open(parts, options, nullptr);
 }
 
 int RunDemo(ProgramBase& base, const WindowOptions& options) {

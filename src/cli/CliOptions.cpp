@@ -98,6 +98,7 @@ void AddGlobalOptions(CLI::App& app, CliOptions& options) {
     app.add_flag("--slow", options.Slow, "Read register by register")->excludes(quick);
     app.add_flag("--json", options.Json, "Print one JSON object, also on failure");
     app.add_flag("--quiet", options.Quiet, "Show only failures of the message log");
+    app.add_flag("--no-hints", options.NoHints, "On a terminal, do not say what to do about a failure");
     app.add_flag("--trace", options.Trace, "Print every frame to standard error, one JSON object a line");
     app.add_option("--record", options.Record, "Record what goes over the line, for explain and replay")
         ->type_name("FILE")

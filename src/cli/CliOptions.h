@@ -56,6 +56,7 @@ struct CliOptions {
     bool Json = false;
     bool Trace = false;
     bool Quiet = false;     ///< of the message log only failures are shown
+    bool NoHints = false;   ///< not what to do about a failure either
     bool Demo = false;      ///< on a simulated reader inside the process
     bool Hid = false;       ///< that reader hangs on USB HID
     std::string Image;      ///< the simulated reader's memory; empty: the example configuration

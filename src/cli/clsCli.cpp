@@ -58,6 +58,7 @@ int clsCli::Run(const std::vector<std::string>& arguments) {
     }
     clsCliLog log(m_platform.Host(), m_err);
     if (options.Quiet) log.SetQuiet();
+    if (m_err.Terminal() && !options.NoHints) log.SetHints();
     CliResult result;
     std::string port;
     int baud = 0;

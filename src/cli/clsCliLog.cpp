@@ -16,7 +16,15 @@ void clsCliLog::ShowNotice(const std::string& text) {
 void clsCliLog::AppendLine(const std::string& time, const std::string& text, LogColor color) {
     constexpr std::size_t timeLength = 8;
     m_messages.push_back({time.substr(0, timeLength), text});
-    if (!m_quiet || color == LogColor::Red) m_output.Write(time + Painted(text, color) + "\n");
+    if (m_quiet && color != LogColor::Red) return;
+    m_output.Write(time + Painted(text, color) + "\n");
+    if (m_hints) Hint(text);
+}
+
+void clsCliLog::Hint(const std::string& text) {
+    const Explanation* const explanation = Explanations::Of(text);
+    if (explanation == nullptr || !explanation->Failure() || !m_hinted.insert(explanation).second) return;
+    m_output.Write("           what to do: " + std::string(explanation->Steps[0]) + "\n");
 }
 
 void clsCliLog::AppendText(const std::string& text, LogColor color) {

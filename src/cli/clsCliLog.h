@@ -1,9 +1,11 @@
 #pragma once
 
+#include <set>
 #include <string>
 #include <vector>
 
 #include "cli/clsITextOutput.h"
+#include "flows/Explanations.h"
 #include "flows/clsIMainView.h"
 #include "flows/clsMessageLog.h"
 
@@ -31,6 +33,9 @@ class clsCliLog final : public clsILogView, public clsIMainView {
         m_quiet = true;
         m_echo = false;
     }
+    /// Under a line that tells of a failure stands what to do first, once for each kind of failure. It is no
+    /// message.
+    void SetHints() { m_hints = true; }
     [[nodiscard]] const std::vector<CliMessage>& Messages() const { return m_messages; }
 
     void AppendLine(const std::string& time, const std::string& text, LogColor color) override;
@@ -51,6 +56,7 @@ class clsCliLog final : public clsILogView, public clsIMainView {
     void FocusLog() override {}
 
   private:
+    void Hint(const std::string& text);
     [[nodiscard]] std::string Painted(const std::string& text, LogColor color) const;
 
     clsIHost& m_host;
@@ -58,5 +64,7 @@ class clsCliLog final : public clsILogView, public clsIMainView {
     std::vector<CliMessage> m_messages;
     bool m_echo = true;
     bool m_quiet = false;
+    bool m_hints = false;
+    std::set<const Explanation*> m_hinted;
     bool m_lineOpen = false;
 };

@@ -12,6 +12,8 @@ class clsITextOutput {
     virtual void Write(std::string_view bytes) = 0;
     /// Closed: nobody reads any more. Failed: the bytes cannot be kept (a full disk).
     [[nodiscard]] virtual State CurrentState() const = 0;
-    /// Whether a person looks at it in colour.
+    /// Whether a person looks at it.
+    [[nodiscard]] virtual bool Terminal() const { return false; }
+    /// Whether in colour.
     [[nodiscard]] virtual bool Colored() const { return false; }
 };

@@ -23,7 +23,8 @@ class clsDescriptorOutput final : public clsITextOutput {
   public:
     explicit clsDescriptorOutput(int fd) : m_fd(fd) {
         const char* noColor = std::getenv("NO_COLOR");
-        m_colored = isatty(fd) == 1 && (noColor == nullptr || noColor[0] == '\0');
+        m_terminal = isatty(fd) == 1;
+        m_colored = m_terminal && (noColor == nullptr || noColor[0] == '\0');
     }
     void Write(std::string_view bytes) override {
         while (m_state == State::Open && !bytes.empty()) {
@@ -42,10 +43,12 @@ class clsDescriptorOutput final : public clsITextOutput {
         }
     }
     [[nodiscard]] State CurrentState() const override { return m_state; }
+    [[nodiscard]] bool Terminal() const override { return m_terminal; }
     [[nodiscard]] bool Colored() const override { return m_colored; }
 
   private:
     int m_fd;
+    bool m_terminal = false;
     bool m_colored = false;
     State m_state = State::Open;
 };

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <system_error>
 #include <utility>
 
@@ -132,15 +133,15 @@ void clsAccessCheck::LookAtProcesses(std::vector<AccessNode>& nodes) {
         std::error_code failed;
         const std::string name = Line(process / "comm");
         if (name == "ModemManager") m_modemManager = Program(name, id);
-        std::vector<std::string> seen;
-        for (const fs::path& descriptor : FolderEntries(process / "fd")) {
-            const std::string target = fs::read_symlink(descriptor, failed).string();
-            const auto device = devices.find(target);
-            if (device == devices.end() || std::count(seen.begin(), seen.end(), target) != 0) continue;
-            seen.push_back(target);
-            std::string& programs = device->second->Programs;
-            programs += (programs.empty() ? "" : ", ") + Program(name, id);
-            m_holder.emplace(device->second->Name, id);
+        std::set<std::string> open;
+        for (const fs::path& descriptor : FolderEntries(process / "fd"))
+            open.insert(fs::read_symlink(descriptor, failed).string());
+        // Whoever made a pseudo-terminal is the other end of that line.
+        const bool makes = open.count("/dev/ptmx") + open.count("/dev/pts/ptmx") != 0;
+        for (const auto& [device, node] : devices) {
+            if (open.count(device) == 0 || (makes && device.starts_with("/dev/pts/"))) continue;
+            node->Programs += (node->Programs.empty() ? "" : ", ") + Program(name, id);
+            m_holder.emplace(node->Name, id);
         }
     }
 }

@@ -75,7 +75,8 @@ void ShowGuide(QWidget& parent) {
         QFile file(":/USER_GUIDE.md");
         auto* const browser = new QTextBrowser(&dialog);
         browser->setObjectName("txtGuide");
-        browser->setOpenLinks(false);  // to other documents, which are not part of the program
+        browser->setSearchPaths({":/"});  // its pictures
+        browser->setOpenLinks(false);     // to other documents, which are not part of the program
         if (file.open(QIODevice::ReadOnly)) browser->setMarkdown(QString::fromUtf8(file.readAll()));
         return browser;
     });

@@ -48,6 +48,7 @@ constexpr ActionRow rows[] = {
     {Command::FullScreen, WindowMenu::View, "actFullScreen", "&Full screen", "F11", true},
     {Command::Keys, WindowMenu::Help, "actKeys", "&Keys", "F1", false},
     {Command::Guide, WindowMenu::Help, "actGuide", "&User guide", nullptr, false},
+    {Command::CheckAccess, WindowMenu::Help, "actCheckAccess", "&Check access...", nullptr, true},
     {Command::About, WindowMenu::Help, "actAbout", "&About", nullptr, true},
 };
 

@@ -39,6 +39,7 @@ enum class Command {
     FullScreen,
     Keys,
     Guide,
+    CheckAccess,
     About
 };
 

@@ -137,6 +137,7 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
     ConnectButtons();
     m_actions = new clsActions(*this, bench);
     ConnectActions();
+    ConnectReasons();
     ConnectEdits();
     MakeHistory();
     MakeComparison();
@@ -316,7 +317,9 @@ void frmMain::ConnectActions() {
     does(Command::SaveDefault, [this] { SaveDefault(); });
     does(Command::Options, [this] { ShowOptions(); });
     does(Command::History, [this] { ShowHistory(); });
-    does(Command::Keys, [this] { HelpDialogs::ShowKeys(*this, *m_actions); });
+    does(Command::Keys, [this] {
+        if (!ExplainLog()) HelpDialogs::ShowKeys(*this, *m_actions);
+    });
     does(Command::Guide, [this] { HelpDialogs::ShowGuide(*this); });
     does(Command::About, [this] { HelpDialogs::ShowAbout(*this, windowTitle()); });
     QAction& readBack = (*m_actions)[Command::ReadBack];

@@ -11,6 +11,7 @@
 #include "base/clsISettingsStore.h"
 
 #include "flows/clsReaderFlows.h"
+#include "ports/AccessReport.h"
 #include "window/clsTextFMT.h"
 
 namespace Ui {
@@ -19,6 +20,7 @@ class frmMain;
 class clsActions;
 class clsChangesDock;
 class clsComparison;
+class clsExplanationPane;
 class clsFormHistory;
 class clsHistoryWindow;
 class clsIHistory;
@@ -48,6 +50,8 @@ struct WindowParts {
     clsIFiles& Files;
     clsISettingsStore& Store;  ///< keeps window size, splitter and last folder
     const modKeyboard& KeyNames;
+    /// What stands between the account and the ports; none: that cannot be checked here.
+    std::function<AccessReport()> Access = {};
 };
 
 /// The program's window: shows the settings, the reader, the message log, and turns clicks into flows. Owns
@@ -168,6 +172,14 @@ class frmMain : public QMainWindow, public clsIMainView {
     void ShowHistory();
     void ShowWhetherKept();
     void RestoreEvent(const HistoryEvent& event, bool before);
+    // reasons
+    void ConnectReasons();
+    void CheckAccess();
+    bool AskPorts(AccessReport& report);
+    clsExplanationPane& ExplanationPane();
+    bool ExplainLine(const QString& line);
+    bool ExplainLog();
+
     // slots
     enum class Pages { Open, Closed };
     FlowResult Run(const QString& what, Pages pages, const std::function<FlowResult()>& flow,
@@ -206,6 +218,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     clsHistoryWindow* m_historyWindow = nullptr;  // the same
     clsIHistory* m_events = nullptr;              // null: there is none
     bool m_alwaysKept = false;                    // whatever the user's store says
+    clsExplanationPane* m_explanation = nullptr;  // likewise
     std::unique_ptr<Ui::frmMain> m_ui;
     clsMessageLog m_log;
     clsSettingsFile m_settingsFile;

@@ -10,6 +10,7 @@
 #include <map>
 #include <sstream>
 
+#include "flows/Explanations.h"
 #include "flows/FlowWorld.h"
 #include "flows/RecordText.h"
 
@@ -100,8 +101,21 @@ struct Watched : FlowWorld {
         std::cout << Where << ": " << what << " (result " << static_cast<int>(Result) << ", " << Sent.size()
                   << " frames, " << Time << " ms, \"" << Last() << "\")\n";
     }
+    /// Every line is known for what it means, and who fails says something that is explained.
+    void ExpectExplained() {
+        bool explained = false;
+        for (const std::string& line : logView.Messages) {
+            const Explanation* const row = Explanations::Of(line);
+            Expect(row != nullptr, "nobody explains \"" + line + "\"");
+            explained = explained || (row != nullptr && row->Failure());
+        }
+        const bool silent =
+            std::find(view.Notices.begin(), view.Notices.end(), "Missing Device") != view.Notices.end();
+        Expect(Result != FlowResult::Failed || explained || silent, "failed without an explanation");
+    }
     /// What holds after every flow, however it ended.
     void ExpectControlsBack(bool forGood) {
+        ExpectExplained();
         Expect(!flows.FlowRunning() && !comm.Busy(), "still running");
         Expect(view.Progress == std::pair(0, 0), "progress shown");
         const bool port = comm.PortOpen();

@@ -24,10 +24,12 @@ struct clsMemoryOutput final : clsITextOutput {
         if (Now == State::Open) Text += bytes;
     }
     [[nodiscard]] State CurrentState() const override { return Now; }
+    [[nodiscard]] bool Terminal() const override { return OnTerminal; }
     [[nodiscard]] bool Colored() const override { return InColor; }
     std::string Text;
     std::size_t Limit = 1U << 20;  ///< its reader goes away when more comes
     State Now = State::Open;
+    bool OnTerminal = false;
     bool InColor = false;
 };
 

@@ -404,4 +404,26 @@ TEST_F(clsCliTest, TheDoctorAsksPortsOnlyWhenSomebodySaysYes) {
     EXPECT_NE(out.Text.find("   why:   why<ESC>\n   to do: do\n   $ a command\n"), out.Text.npos);
 }
 
+TEST_F(clsCliTest, OnATerminalAFailureIsFollowedOnceByWhatToDoFirst) {
+    const auto hints = [&](const char* line) {
+        Run(line);
+        std::string text;
+        for (const std::string& said : Lines(err.Text))
+            if (said.starts_with("           what to do: ")) text += said.substr(23) + "|";
+        return text;
+    };
+    SimFaultRule silent{SimFault::NoAnswer};
+    silent.Command = 'B';
+    reader.AddFault(silent);
+    EXPECT_EQ(hints("get 1"), "");
+    err.OnTerminal = true;
+    EXPECT_EQ(hints("get 1"),
+              "If reading ends with OK all the same, do nothing.|Do it again.|");  // three attempts
+    EXPECT_EQ(hints("--quiet get 1"), "Do it again.|");
+    EXPECT_EQ(hints("--no-hints get 1"), "");
+    EXPECT_EQ(hints("info"), "");
+    Run("--json get 1");
+    EXPECT_EQ(out.Text.find("what to do"), out.Text.npos);
+}
+
 }  // namespace

@@ -33,7 +33,7 @@ struct clsWindowTest : testing::Test, ReaderWorld {
     }
     void Start(bool bench = false) {
         window.reset();
-        window = std::make_unique<frmMain>(WindowParts{host, comm, module, disk, store, keyNames},
+        window = std::make_unique<frmMain>(WindowParts{host, comm, module, disk, store, keyNames, access},
                                            WindowFiles{"start", "start", "Default.ini", userDefaults}, bench);
         window->MessageBoxDoor = [this](const QString& text) { boxes += text.toStdString(); };
         window->FileDialogDoor = [this](const QString& name, bool, const QString& filter) {
@@ -103,6 +103,7 @@ struct clsWindowTest : testing::Test, ReaderWorld {
     modKeyboard keyNames{keyState, scanNames};
     std::string userDefaults = "mine.ini";
     std::string boxes;
+    std::function<AccessReport()> access;
     std::string filters;
     QString chosenFile;
     QString suggested;
