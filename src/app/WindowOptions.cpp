@@ -49,7 +49,9 @@ WindowParsing ParseArguments(std::vector<std::string> arguments, WindowOptions& 
         ->check(file);
     app.add_flag("--describe", options.Describe,
                  "Scan and read a simulated reader, print what every control holds, and end");
-    app.add_option("--page", options.Page, "Turn to the page with this caption")->type_name("NAME");
+    app.add_option("--page", options.Page,
+                   "Turn to the page with this caption, or open what View has under it")
+        ->type_name("NAME");
     std::pair<int, int> size;
     app.add_option("--size", size, "The window's width and height in pixels")
         ->delimiter('x')

@@ -102,8 +102,15 @@ void UseDarkColors() {
     QApplication::setPalette(colors);
 }
 
-/// False when no page that is shown has that caption.
+/// False when neither a page that is shown nor what View opens has that caption. The latter opens once the
+/// window is shown and has its size.
 bool TurnToPage(QWidget& window, const QString& caption) {
+    for (const char* name : {"actChanges", "actRegisters"}) {
+        auto* const view = window.findChild<QAction*>(name);
+        if (view->text().remove('&').compare(caption, Qt::CaseInsensitive) != 0) continue;
+        QTimer::singleShot(0, view, &QAction::trigger);
+        return true;
+    }
     auto* const pages = window.findChild<QTabWidget*>("SSTab1");
     for (int page = 0; page < pages->count(); ++page) {
         if (!pages->isTabVisible(page)) continue;

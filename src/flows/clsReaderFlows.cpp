@@ -87,7 +87,7 @@ clsReaderFlows::clsReaderFlows(clsIHost& host, ucCOMM& comm, modZarn74& settings
     const auto step = [this](int number, int count) { m_view.ShowProgress(number, count); };
     m_settings.ShowStep = step;
     m_settings.TellRead = [this](const ZarnInfo& record, const modZarn74::Image* image) {
-        if (m_comm.PortOpen()) m_picture.Read(record, m_host.TimeOfDay());
+        if (m_comm.PortOpen()) m_picture.Read(record, m_host.TimeOfDay(), image);
         m_recorder.AddReading(record, image == nullptr ? std::string() : modZarn74::Bytes(*image));
     };
     m_settings.TellWrite = [this] {
@@ -457,7 +457,11 @@ FlowResult clsReaderFlows::Dump(modZarn74::Image& image) {
     m_log.ShowMsg("Dump...");
     const bool read = m_comm.Dump(image);  // waits, as ReadRecord does
     m_log.ShowMsg(read ? "Dump OK" : "Dump NG");
-    if (read) m_recorder.AddImage(modZarn74::Bytes(image));
+    if (read) {
+        if (m_comm.PortOpen()) m_picture.Read(RecordOf(image), m_host.TimeOfDay(), &image);
+        ShowPicture();
+        m_recorder.AddImage(modZarn74::Bytes(image));
+    }
     return door.Leave(read);
 }
 

@@ -111,7 +111,7 @@ class clsReaderFlows {
     /// failed or was cancelled; a cancel behind the test ends the writing back. Two events of the history. In
     /// other things as TestEeprom.
     FlowResult TestAndRestore(TestedReader& tested);
-    /// All 512 registers.
+    /// All 512 registers. The picture is made of them; record and controls stay as they are.
     FlowResult Dump(modZarn74::Image& image);
     /// Writes one register, 0..511, and reads it back: a reader's "accepted" is not taken at its word.
     /// Failed, and `differs` told what stands there, when that is something else.

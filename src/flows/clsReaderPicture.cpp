@@ -1,11 +1,23 @@
 #include "flows/clsReaderPicture.h"
 
-void clsReaderPicture::Read(const ZarnInfo& record, TimeOfDayRecord time) {
+#include "settings/RegisterMeaning.h"
+
+void clsReaderPicture::Read(const ZarnInfo& record, TimeOfDayRecord time, const RegisterImage* image) {
     m_held = AsStored(record);
     m_time = time;
     m_written.reset();
     m_known = true;
     m_wasRead = true;
+    m_outdated.reset();
+    if (image != nullptr) {
+        m_imageBefore = m_image;
+        m_image = SeenImage{*image, time};
+        m_imageHolds = true;
+    } else if (m_image) {
+        const ZarnInfo seen = AsStored(RecordOf(m_image->Bytes));
+        for (std::size_t place = 0; place < itemCount; ++place)
+            m_outdated.set(place, !SettingItem(place).Same(seen, m_held));
+    }
 }
 
 void clsReaderPicture::Written(const ZarnInfo& record) {
@@ -33,4 +45,13 @@ SightCount clsReaderPicture::Count(const ZarnInfo& record) const {
         count.Written += sight == Sight::Written ? 1 : 0;
     }
     return count;
+}
+
+RegisterSight clsReaderPicture::Of(int number) const {
+    if (!m_image) return RegisterSight::Unknown;
+    if (!m_known) return RegisterSight::Old;
+    const auto item = RegisterMeaning::RoleOf(number).Item;
+    if (item && IsWritten(*item)) return RegisterSight::Written;
+    const bool old = !m_imageHolds || (item && m_outdated[item->Place()]);
+    return old ? RegisterSight::Old : RegisterSight::Seen;
 }

@@ -2,9 +2,11 @@
 
 #include <bitset>
 #include <cstddef>
+#include <optional>
 
 #include "base/clsIHost.h"
 #include "settings/Differences.h"
+#include "settings/RegisterImage.h"
 
 /// How a setting of the reader compares with what a person wants there.
 enum class Sight {
@@ -20,16 +22,30 @@ struct SightCount {
     std::size_t Written = 0;
 };
 
+/// How a register stands to the image that was read last.
+enum class RegisterSight {
+    Unknown,  ///< none was read
+    Seen,     ///< the reader was seen to hold the image's byte
+    Written,  ///< its setting was given something else since
+    Old       ///< nobody knows any more, or its setting was read otherwise since
+};
+
+/// All registers as they were read in one piece.
+struct SeenImage {
+    RegisterImage Bytes{};
+    TimeOfDayRecord Time;
+};
+
 /// What the reader was last seen to hold, setting by setting, and what it was given since. A value; the flows
 /// keep it: nobody else knows when a reader was seen.
 class clsReaderPicture {
   public:
-    /// Everything was read.
-    void Read(const ZarnInfo& record, TimeOfDayRecord time);
+    /// Everything was read; out of `image`, or null.
+    void Read(const ZarnInfo& record, TimeOfDayRecord time, const RegisterImage* image = nullptr);
     /// The record was written and the reader said that it was done; everything, when nothing was known.
     void Written(const ZarnInfo& record);
     /// Nobody knows any more.
-    void Forget() { m_known = false; }
+    void Forget() { m_known = m_imageHolds = false; }
 
     [[nodiscard]] bool Known() const { return m_known; }
     /// When the reader was read last. A setting that was written without any read before has no such time.
@@ -44,10 +60,20 @@ class clsReaderPicture {
     [[nodiscard]] Sight Of(const SettingItem& item, const ZarnInfo& record) const;
     [[nodiscard]] SightCount Count(const ZarnInfo& record) const;
 
+    /// The image that was read last, and the one before it; they stay when nobody knows any more whether they
+    /// still hold. Of says that, register by register.
+    [[nodiscard]] const std::optional<SeenImage>& Image() const { return m_image; }
+    [[nodiscard]] const std::optional<SeenImage>& ImageBefore() const { return m_imageBefore; }
+    [[nodiscard]] RegisterSight Of(int number) const;
+
   private:
     bool m_known = false;
     bool m_wasRead = false;
     ZarnInfo m_held;  // as stored
     TimeOfDayRecord m_time;
     std::bitset<itemCount> m_written;
+    std::optional<SeenImage> m_image;
+    std::optional<SeenImage> m_imageBefore;
+    bool m_imageHolds = false;          // nothing made all of it doubtful
+    std::bitset<itemCount> m_outdated;  // read otherwise since, one by one
 };

@@ -120,7 +120,7 @@ int FirstRegisterOf(const SettingItem& item) {
 }
 
 std::string Place(const RegisterRole& role) {
-    const std::string name = role.Item ? role.Item->Name() : "not used";
+    std::string name = role.Item ? role.Item->Name() : "not used";
     switch (role.Part) {
         case RegisterPart::Unused:
         case RegisterPart::Whole: break;

@@ -44,6 +44,7 @@ constexpr ActionRow rows[] = {
     {Command::TestMemory, WindowMenu::Reader, "actTestMemory", "&Test EEPROM", nullptr, false},
     {Command::Cancel, WindowMenu::Reader, "actCancel", "&Cancel", "F7", true},
     {Command::Changes, WindowMenu::View, "actChanges", "&Changes", "F9", false},
+    {Command::Registers, WindowMenu::View, "actRegisters", "Re&gisters", "Shift+F12", false},
     {Command::Log, WindowMenu::View, "actLog", "To the &log", "F6", false},
     {Command::FullScreen, WindowMenu::View, "actFullScreen", "&Full screen", "F11", true},
     {Command::Keys, WindowMenu::Help, "actKeys", "&Keys", "F1", false},
@@ -75,7 +76,8 @@ clsActions::clsActions(QMainWindow& window, bool bench) : QObject(&window) {
         }
         m_actions[row.Id] = action;
     }
-    for (const Command checkable : {Command::ReadBack, Command::Changes, Command::FullScreen})
+    for (const Command checkable :
+         {Command::ReadBack, Command::Changes, Command::Registers, Command::FullScreen})
         (*this)[checkable].setCheckable(true);
     (*this)[Command::TestMemory].setVisible(bench);
     QMenuBar* const bar = window.menuBar();

@@ -35,6 +35,7 @@ enum class Command {
     Cancel,
     ReadBack,
     Changes,
+    Registers,
     Log,
     FullScreen,
     Keys,

@@ -30,6 +30,7 @@
 #include "window/clsChangesDock.h"
 #include "window/clsFormHistory.h"
 #include "window/clsHistoryWindow.h"
+#include "window/clsRegistersDock.h"
 
 namespace {
 
@@ -48,6 +49,7 @@ constexpr auto storeSection = "Window";
 constexpr auto storeGeometry = "Geometry";
 constexpr auto storeChanges = "Changes";
 constexpr auto storeDocks = "Docks";
+constexpr auto storeRegisters = "Registers";
 constexpr auto storeReadBack = "ReadBack";
 constexpr auto storeSplitter = "Splitter";
 constexpr auto storeFolder = "Folder";
@@ -310,6 +312,7 @@ void frmMain::ConnectActions() {
         connect(&(*m_actions)[command], &QAction::triggered, this, what);
     };
     does(Command::Log, [this] { FocusLog(); });
+    connect(&(*m_actions)[Command::Registers], &QAction::triggered, this, &frmMain::OpenRegisters);
     QMenu& file = m_actions->Menu(WindowMenu::File);
     m_recentMenu = new QMenu(tr("&Recent files"), &file);
     m_recentMenu->setObjectName("mnuRecent");
@@ -363,6 +366,7 @@ void frmMain::RestoreLayout() {
     m_firstSize = size();
     restoreState(stored(storeDocks));
     if (m_parts.Store.GetSetting(storeSection, storeChanges, "0") == "1") Changes();
+    if (m_parts.Store.GetSetting(storeSection, storeRegisters, "0") == "1") Registers();
 }
 
 void frmMain::showEvent(QShowEvent* event) {
@@ -400,10 +404,13 @@ void frmMain::SaveLayout() {
         m_parts.Store.SaveSetting(storeSection, key, value.toBase64().toStdString());
     };
     store(storeGeometry, saveGeometry());
-    if (m_changes != nullptr) {
+    const auto dock = [&](const char* key, const QDockWidget* made) {
+        if (made == nullptr) return;
         store(storeDocks, saveState());
-        m_parts.Store.SaveSetting(storeSection, storeChanges, m_changes->isHidden() ? "0" : "1");
-    }
+        m_parts.Store.SaveSetting(storeSection, key, made->isHidden() ? "0" : "1");
+    };
+    dock(storeChanges, m_changes);
+    dock(storeRegisters, m_registers);
     store(storeSplitter, m_ui->splMain->saveState());
     store(storeFolder, m_folder.toUtf8());
     store(storeRecent, m_recent.join(betweenFiles).toUtf8());
@@ -688,6 +695,7 @@ void frmMain::EnableButtons(const ButtonStates& states) {
     if (m_historyWindow != nullptr) m_historyWindow->SetIdle(states.Port);
     m_history->SetIdle(states.Idle);
     if (m_changes != nullptr) m_changes->SetTaking(states.Idle);
+    if (m_registers != nullptr) m_registers->SetDumping(states.Port);
     m_cancel->setVisible(states.Cancel);
     if (m_focusBack != nullptr && m_focusBack->isEnabled()) {
         if (m_ui->txtView->hasFocus()) m_focusBack->setFocus();

@@ -24,7 +24,9 @@ class clsExplanationPane;
 class clsFormHistory;
 class clsHistoryWindow;
 class clsIHistory;
+class clsRegistersDock;
 class QComboBox;
+class QDockWidget;
 class QKeyEvent;
 class QLabel;
 class QMenu;
@@ -161,6 +163,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     // differences from the reader
     clsChangesDock& Changes();
     void OpenChanges();
+    void OpenDock(QDockWidget& dock);
     void GoTo(const SettingItem& item);
     void TakeReaders(const std::vector<SettingItem>& items);
     void CheckAgainstFile();
@@ -172,6 +175,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     void ShowHistory();
     void ShowWhetherKept();
     void RestoreEvent(const HistoryEvent& event, bool before);
+
     // reasons
     void ConnectReasons();
     void CheckAccess();
@@ -179,6 +183,13 @@ class frmMain : public QMainWindow, public clsIMainView {
     clsExplanationPane& ExplanationPane();
     bool ExplainLine(const QString& line);
     bool ExplainLog();
+
+    // the registers
+    clsRegistersDock& Registers();
+    void OpenRegisters(bool open);
+    void DumpRegisters();
+    void CompareRegisters();
+    void SaveRegisters();
 
     // slots
     enum class Pages { Open, Closed };
@@ -215,6 +226,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     clsActions* m_actions = nullptr;
     clsComparison* m_comparison = nullptr;
     clsChangesDock* m_changes = nullptr;          // once it is wanted
+    clsRegistersDock* m_registers = nullptr;      // the same
     clsHistoryWindow* m_historyWindow = nullptr;  // the same
     clsIHistory* m_events = nullptr;              // null: there is none
     bool m_alwaysKept = false;                    // whatever the user's store says

@@ -67,25 +67,27 @@ clsChangesDock& frmMain::Changes() {
     return *m_changes;
 }
 
-/// Beside the pages, or over the log where a part of them would be out of sight then.
 void frmMain::OpenChanges() {
-    clsChangesDock& changes = Changes();
-    const auto area = dockWidgetArea(&changes);
+    OpenDock(Changes());
+    m_changes->FocusList();
+}
+
+/// Beside the pages, or over the log where a part of them would be out of sight then.
+void frmMain::OpenDock(QDockWidget& dock) {
+    const auto area = dockWidgetArea(&dock);
     const bool beside = area == Qt::LeftDockWidgetArea || area == Qt::RightDockWidgetArea;
     const int separator = style()->pixelMetric(QStyle::PM_DockWidgetSeparatorExtent);
     const int room = width() - separator - m_ui->pnlSettings->minimumSizeHint().width();
-    if (changes.isHidden() && !changes.isFloating() && beside && room < changes.sizeHint().width() * 3 / 4) {
-        changes.setFloating(true);
-        changes.resize(changes.sizeHint().boundedTo(size()));
-        changes.move(geometry().bottomRight() - changes.rect().bottomRight());
+    if (dock.isHidden() && !dock.isFloating() && beside && room < dock.sizeHint().width() * 3 / 4) {
+        dock.setFloating(true);
+        dock.resize(dock.sizeHint().boundedTo(size()));
+        dock.move(geometry().bottomRight() - dock.rect().bottomRight());
     }
-    changes.show();
+    dock.show();
     layout()->activate();
-    if (!changes.isFloating() && beside && changes.width() > room)
-        resizeDocks({&changes}, {room}, Qt::Horizontal);
-    changes.raise();
-    changes.activateWindow();
-    changes.FocusList();
+    if (!dock.isFloating() && beside && dock.width() > room) resizeDocks({&dock}, {room}, Qt::Horizontal);
+    dock.raise();
+    dock.activateWindow();
 }
 
 /// To the control that the setting stands in.

@@ -187,6 +187,44 @@ TEST_F(Proof, OnlyWhatWasSeenIsSaidOfTheReader) {
     }
 }
 
+TEST_F(Proof, TheImageThatWasReadLastSaysOfEachRegisterWhetherItStillHolds) {
+    const auto read = [&](bool quick) {
+        flows.SetQuickRead(quick);
+        return flows.Read();
+    };
+    modZarn74::Image image{};
+    const struct {
+        const char* What;
+        std::function<void()> Do;
+        const char* Sights;  // of the language, the speed and a register that is not used
+        int Language;        // in the image
+    } rows[] = {{"read", [&] { read(/*quick=*/true); }, "sss", 2},
+                {"write",
+                 [&] {
+                     ZarnInfo wanted = flows.Record();
+                     wanted.Language = 4;
+                     flows.WriteDifferences(wanted, flows.Record());
+                 },
+                 "wss", 2},
+                {"read one by one", [&] { read(/*quick=*/false); }, "oss", 2},
+                {"dump", [&] { flows.Dump(image); }, "sss", 4},
+                {"search", [&] { flows.Scan(); }, "ooo", 4},
+                {"read one by one", [&] { read(/*quick=*/false); }, "ooo", 4},
+                {"read", [&] { read(/*quick=*/true); }, "sss", 4},
+                {"memory test", [&] { flows.TestEeprom(); }, "ooo", 4},
+                {"dump", [&] { flows.Dump(image); }, "sss", 255},
+                {"pull", [&] { serial.Unplug(1), host.DoEvents(); }, "ooo", 255}};
+    for (const auto& row : rows) {
+        row.Do();
+        std::string sights;
+        for (const int number : {210, 209, 216})
+            sights += "?swo"[static_cast<std::size_t>(view.Picture.Of(number))];
+        EXPECT_EQ(sights, row.Sights) << row.What;
+        EXPECT_EQ(view.Picture.Image()->Bytes[210], row.Language) << row.What;
+    }
+    EXPECT_EQ(view.Picture.ImageBefore()->Bytes[210], 4);
+}
+
 // A pulled cable may be told in the same turn of the loop as the last answer.
 TEST_F(Proof, AReaderThatGoesWithItsLastAnswerIsNotShown) {
     const struct {
