@@ -291,6 +291,18 @@ def log_lines(args, **quiet):
     row('  over an exchange of the bare client: processor', work / bare, 'times', limit)
 
 
+def marks(**quiet):
+    limit = 3
+    least = [float('inf')] * 2  # as in best()
+    for _ in range(3):
+        read, plain_read, file, plain_file = numbers(output([BIN / 'bench_window', 'marks'], **quiet))
+        least = [min(least[0], read - plain_read), min(least[1], file - plain_file)]
+        if max(least) <= limit:
+            break
+    row('marks and list of changes, 43 vanish with a read: processor', least[0], 'ms', limit)
+    row('the same, 43 appear with a file: processor', least[1], 'ms', limit)
+
+
 def gaps(**quiet):
     limit = 20
     for pace in ('instant', 'paced'):
@@ -312,6 +324,7 @@ def window(args):
     quiet = {'stderr': subprocess.DEVNULL}
     start_of_window()
     log_lines(args, **quiet)
+    marks(**quiet)
     gaps(**quiet)
     with tempfile.TemporaryDirectory() as folder:
         image = full_image(folder)

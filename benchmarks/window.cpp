@@ -3,26 +3,34 @@
 
 #include <unistd.h>
 
+#include <QAction>
 #include <QApplication>
 #include <QCheckBox>
 #include <QElapsedTimer>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <QTimer>
+#include <QTreeView>
+#include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "FullImage.h"
 #include "base/clsMemoryStore.h"
+#include "flows/RecordText.h"
 #include "qt/clsQtHost.h"
 #include "qt/clsQtSerialControl.h"
 #include "sim/clsSimReader.h"
 #include "sim/clsSimSerialControl.h"
 #include "system/clsPortList.h"
 #include "system/clsSystemFiles.h"
+#include "window/clsComparison.h"
 #include "window/clsKeyState.h"
 #include "window/clsLogView.h"
 #include "window/frmMain.h"
@@ -190,6 +198,55 @@ int Read(const std::string& device) {
     return 0;
 }
 
+/// Processor time in ms of a flow until its last picture, with the marks and the open list of changes and
+/// without both: a read after which all 43 marks vanish, and the file after which they appear. Alternately,
+/// medians.
+int Marks() {
+    constexpr int rounds = 61;
+    clsQtHost host;
+    clsMemoryStore store;
+    clsSimReader reader(host);
+    clsSimSerialControl serial(host);
+    serial.AddLine(1, {.Reader = &reader, .Description = {}});
+    Program program(host, serial, store);
+    frmMain& window = program.Window;
+    program.Button("cmdAutoScan").click();
+    const QTemporaryDir folder;
+    const std::string file = folder.filePath("other.txt").toStdString();
+    program.Files.ReplaceFile(file, TextOf(AllOther(window.Flows().Record())));
+    window.findChild<QAction*>("actChanges")->trigger();
+    auto* const comparison = window.findChild<clsComparison*>();
+    const auto settle = [&] {
+        for (int turn = 0; turn < 10; ++turn) host.WaitEvents(3);
+    };
+    const auto timed = [&](const std::function<void()>& flow) {
+        settle();
+        const double start = ProcessorTime();
+        flow();
+        settle();
+        return (ProcessorTime() - start) / 1e3;
+    };
+    std::array<std::vector<double>, 4> times;
+    for (int round = 0; round < 2 * rounds; ++round) {
+        const bool without = round % 2 == 1;
+        if (without) {
+            QObject::disconnect(&window, nullptr, comparison, nullptr);
+        } else {
+            QObject::connect(&window, &frmMain::FormChanged, comparison, &clsComparison::Outdate);
+            QObject::connect(&window, &frmMain::PictureChanged, comparison, &clsComparison::Outdate);
+            comparison->Outdate();
+        }
+        times.at(without ? 1 : 0).push_back(timed([&] { program.Button("cmdShowZarn74").click(); }));
+        times.at(without ? 3 : 2).push_back(timed([&] { window.OpenFile(file); }));
+    }
+    for (auto& column : times) {
+        std::nth_element(column.begin(), column.begin() + rounds / 2, column.end());
+        std::printf("%.2f ", column[rounds / 2]);
+    }
+    std::printf("\n");
+    return window.findChild<QTreeView*>("lstChanges")->model()->rowCount() == 0 ? 1 : 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -199,6 +256,9 @@ int main(int argc, char** argv) {
         return Log(std::atoi(words[1].c_str()), std::atoi(words[2].c_str()));
     if (words.size() == 2 && words[0] == "gaps") return Gaps(words[1] == "paced");
     if (words.size() == 2 && words[0] == "read") return Read(words[1]);
-    std::fprintf(stderr, "usage: window log LINES PAUSE | window gaps instant|paced | window read DEVICE\n");
+    if (words.size() == 1 && words[0] == "marks") return Marks();
+    std::fprintf(
+        stderr,
+        "usage: window log LINES PAUSE | window gaps instant|paced | window read DEVICE | window marks\n");
     return 2;
 }

@@ -149,6 +149,7 @@ void clsChangesDock::ShowRows() {
     m_take->setVisible(!m_file);
     m_back->setVisible(m_file.has_value());
     UpdateTake();
+    widget()->layout()->activate();  // else the list is painted twice, where the sentence takes another line
 }
 
 QString clsChangesDock::Sentence(std::size_t differences) const {

@@ -121,6 +121,7 @@ void clsDifferenceList::SetRows(std::vector<DifferenceRow> rows) {
     const SettingItem current = hadCurrent ? m_model.RowAt(currentIndex()).Item : SettingItem(0);
     const std::vector<DifferenceRow> selected = SelectedRows();
     m_model.SetRows(std::move(rows));
+    executeDelayedItemsLayout();           // else it is painted before, and again behind each step of that
     if (currentIndex().isValid()) return;  // they are where they were
     for (int row = 0; row < m_model.rowCount(); ++row) {
         const QModelIndex index = m_model.index(row, 0);
