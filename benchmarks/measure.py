@@ -246,6 +246,13 @@ def programs(_):
     runs = [child([ctl, '--version']) for _ in range(20)]
     row('zarn74ctl --version, exec to exit, median of 20', 1000 * median(one[0] for one in runs), 'ms')
     row('  processor', 1000 * median(one[1] for one in runs), 'ms', 40)
+    with tempfile.TemporaryDirectory() as folder:
+        file = f'{folder}/settings'
+        pathlib.Path(file).write_bytes(subprocess.run([ctl, 'demo', '--no-history', 'read'], check=True,
+                                                      stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout)
+        write = lambda *options: child([ctl, 'demo', *options, 'write', file])[1]
+        runs = [write('--history', f'{folder}/history.db') - write('--no-history') for _ in range(20)]
+    row('what a history adds to zarn74ctl write: processor', 1000 * median(runs), 'ms')
     # A child's peak counts from its parent's, which is this interpreter's: about 12 MiB.
     row('zarn74ctl demo read, peak resident size', max(child([ctl, 'demo', 'read'])[2] for _ in range(3)), 'MiB', 30)
 

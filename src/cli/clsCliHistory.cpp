@@ -224,15 +224,24 @@ std::optional<HistoryEvent> clsCliHistory::Find(const std::string& idBegins) {
 CliResult clsCliHistory::List() {
     const auto found = Patiently([&] { return m_history->List(m_options.Filter); });
     if (found.Result != clsIHistory::Events::State::Done) return {};
-    CliResult result{ExitDone, {}, {{"events", Json::array()}}};
+    CliResult result{ExitDone, {}, {}};
+    if (m_options.Csv) {
+        result.Text = Csv(found.Value);
+        return result;
+    }
+    if (m_options.Json) {
+        Json& events = result.Json["events"] = Json::array();
+        for (const HistoryEvent& event : found.Value) events.push_back(Summary(event));
+        return result;
+    }
     std::vector<std::array<std::string, 8>> rows;
+    rows.reserve(found.Value.size());
     for (const HistoryEvent& event : found.Value) {
-        result.Json["events"].push_back(Summary(event));
         rows.push_back({ShortId(event), CliTime::Local(event.Begun), WordOf(event.Action),
                         WordOf(event.Outcome), OneLine(event.Label), event.Port, OneLine(event.Firmware),
                         ChangeCountText(event)});
     }
-    result.Text = m_options.Csv ? Csv(found.Value) : Table(rows);
+    result.Text = Table(rows);
     return result;
 }
 

@@ -8,7 +8,9 @@
 /// compressed together, since the two sides of an event are nearly alike.
 namespace EventBytes {
 
-constexpr int limit = 5120;  ///< bytes; lines out of the middle are left out where it would be more
+/// Bytes of the 6 KiB that an event takes at most; lines out of its middle are left out where it would be
+/// more.
+constexpr int limit = 4096;
 QByteArray Pack(const HistoryEvent& event);
 /// False, and nothing changed, when these are not what Pack makes.
 bool Unpack(const QByteArray& bytes, HistoryEvent& event);

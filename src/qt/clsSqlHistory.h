@@ -92,7 +92,7 @@ class clsSqlHistory final : public clsIHistory {
     void WriteWaiting(Locks locks);
     Fault Select(const HistoryFilter& filter, std::vector<HistoryEvent>& events) const;
     Fault LoadDetails(HistoryEvent& event) const;
-    [[nodiscard]] HistoryOutcome OutcomeOfRow(const QSqlQuery& query) const;
+    [[nodiscard]] HistoryOutcome OutcomeOfRow(const QSqlQuery& query, int at) const;
     [[nodiscard]] bool Exists() const;
     void Tell(const QString& why);
     template <class Type>

@@ -1,6 +1,7 @@
 // What the history answers, and what a person changes in it.
 
 #include <QDateTime>
+#include <QSqlRecord>
 #include <QVariant>
 #include <cstddef>
 
@@ -14,13 +15,27 @@ namespace {
 
 constexpr int candidates = 20;  // of an id that is not whole
 
+/// All columns. A text as bytes stays the UTF-8 that it is: half of a long list's time would go into UTF-16
+/// and back.
+QString Columns() {
+    static const QStringList numbers = {"revision", "edited",  "begun",   "ended",
+                                        "baud",     "changes", "process", "started"};
+    QStringList list;
+    for (const QString& column : QString(columns).split(", "))
+        list += numbers.contains(column) ? column : QString("CAST(%1 AS BLOB) AS %1").arg(column);
+    return list.join(", ");
+}
+
+std::string Utf8(const QVariant& value) { return value.toByteArray().toStdString(); }
+
 }  // namespace
 
-HistoryOutcome clsSqlHistory::OutcomeOfRow(const QSqlQuery& query) const {
-    const auto outcome = OutcomeOf(query.value("outcome").toString().toStdString());
+// To look for a column by its name takes as long as the rest of a row: `at` is where this one stands.
+HistoryOutcome clsSqlHistory::OutcomeOfRow(const QSqlQuery& query, int at) const {
+    const auto outcome = OutcomeOf(Utf8(query.value(at)));
     if (outcome != HistoryOutcome::Begun) return outcome.value_or(HistoryOutcome::Failed);
-    if (query.value("host").toString().toStdString() != m_machine) return HistoryOutcome::BegunThere;
-    const ProgramRun run{query.value("boot").toString().toStdString(), query.value("process").toLongLong(),
+    if (Utf8(query.value("host")) != m_machine) return HistoryOutcome::BegunThere;
+    const ProgramRun run{Utf8(query.value("boot")), query.value("process").toLongLong(),
                          query.value("started").toLongLong()};
     return run.Alive() ? HistoryOutcome::Begun : HistoryOutcome::Interrupted;
 }
@@ -54,16 +69,17 @@ clsSqlHistory::Fault clsSqlHistory::Select(const HistoryFilter& filter,
         page = " LIMIT ? OFFSET ?";
         values.insert(values.end(), {filter.Limit > 0 ? filter.Limit : -1, filter.Offset});
     }
-    QSqlQuery query = Prepared(QString("SELECT %1 FROM events").arg(columns) + where + order + page);
+    QSqlQuery query = Prepared("SELECT " + Columns() + " FROM events" + where + order + page);
     for (const QVariant& value : values) query.addBindValue(value);
     if (Fault fault = Run(query)) return fault;
     const std::size_t limit = filter.Limit > 0 ? static_cast<std::size_t>(filter.Limit) : std::size_t(-1);
     int over = unfinished ? filter.Offset : 0;
+    const int outcomeAt = query.record().indexOf("outcome");
     while (events.size() < limit && query.next()) {
-        const HistoryOutcome outcome = OutcomeOfRow(query);
+        const HistoryOutcome outcome = OutcomeOfRow(query, outcomeAt);
         if (filter.Outcome.value_or(outcome) != outcome || over-- > 0) continue;
         int column = 0;
-        const auto text = [&] { return query.value(column++).toString().toStdString(); };
+        const auto text = [&] { return Utf8(query.value(column++)); };
         const auto number = [&] { return query.value(column++).toLongLong(); };
         HistoryEvent& event = events.emplace_back();
         event.Id = text();

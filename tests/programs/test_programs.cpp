@@ -523,4 +523,20 @@ labStatusPort=HID1
 )");
 }
 
+TEST_F(Programs, AWriteOfSevenSettingsTakesTwoAndAHalfKiBOfTheHistory) {
+    ExpectSaid(R"sh(
+        zarn74ctl demo --no-history read >kept 2>&-
+        sed -E 's/^(Language|CardIDNumericSequence)=.*\r/\1=0\r/; s/^(TagFrequency|Delimiter)=.*\r/\1=1\r/
+            s/^(KeyboardOutput|BuzzerEnabled|DisplayCardType)=.*\r/\1=False\r/' kept >file
+        for i in {1..30}; do
+            zarn74ctl demo --history history.db write file 2>&- | grep settings
+            stat -c %s history.db >>sizes
+        done | uniq -c
+        echo $(($(tail -n 1 sizes) - $(sed -n 10p sizes) <= 20 * 2560 + 4096)))sh",  // in whole pages
+               R"(
+     30 7 of 43 settings differ
+1
+)");
+}
+
 }  // namespace

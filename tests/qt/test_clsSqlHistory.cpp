@@ -477,6 +477,20 @@ TEST_F(History, NoEventIsLargerThanItMayBe) {
     EXPECT_TRUE(event.Lines.ends_with(back.Lines.substr(back.Lines.size() - 50)));
     for (const qsizetype length : {qsizetype(0), qsizetype(3), bytes.size() / 2})
         EXPECT_FALSE(EventBytes::Unpack(bytes.left(length), back));
+
+    constexpr int some = 4;
+    constexpr int more = 20;
+    std::uintmax_t size = 0;
+    for (const int count : {some, more}) {
+        size = fs::exists(file) ? fs::file_size(file) : 0;
+        const auto history = Open();
+        for (int i = 0; i < count; ++i) {
+            event.Id = history->NewEvent(HistoryAction::Write).Id;
+            event.Reason = "not kept: " + std::string(500, 'x');
+            history->Keep(event);
+        }
+    }
+    EXPECT_LE(fs::file_size(file) - size, more * 6144U);
 }
 
 }  // namespace
