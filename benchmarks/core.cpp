@@ -17,6 +17,7 @@
 #include "sim/clsSimSerialControl.h"
 #include "support/clsVirtualHost.h"
 #include "system/clsSystemFiles.h"
+#include "wire/clsWireRing.h"
 
 namespace {
 
@@ -122,6 +123,26 @@ void AllDifferences(benchmark::State& state) {
     }
 }
 BENCHMARK(AllDifferences)->Unit(benchmark::kMicrosecond);
+
+/// A command and its answer, remembered while nobody looks at the line; per frame.
+void FrameKept(benchmark::State& state) {
+    Machine machine;
+    clsWireRing ring(machine.Host, machine.Comm);
+    const std::string command =
+        "\x02"
+        "BD2\r";
+    const std::string reply =
+        "\x02"
+        "A02A3\r";
+    for (auto unused : state) {
+        for (int i = 0; i < 500; ++i) {
+            machine.Comm.OnMonitorData.Raise(command, /*received=*/false);
+            machine.Comm.OnMonitorData.Raise(reply, /*received=*/true);
+        }
+    }
+    if (ring.End() - ring.First() != clsWireRing::smallRows) state.SkipWithError("they were not kept");
+}
+BENCHMARK(FrameKept)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

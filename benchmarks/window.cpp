@@ -172,7 +172,8 @@ int Gaps(bool paced) {
 
 /// A slow read of everything through the visible window: us from the click until the controls are back, of
 /// these the processor's, and the frames sent.
-int Read(const std::string& device) {
+/// With the traffic shown where that is `open`.
+int Read(const std::string& device, bool open) {
     clsQtHost host;
     clsMemoryStore store;
     clsPortList ports(store);
@@ -183,6 +184,7 @@ int Read(const std::string& device) {
     program.Comm.SetPortOpen(true);
     program.Window.Flows().ButtonsEnable(true);
     program.Window.findChild<QCheckBox*>("chkQuickMode")->setChecked(false);
+    if (open) program.Window.findChild<QAction*>("actTraffic")->trigger();
     int frames = 0;
     const auto counting = program.Comm.OnMonitorData.Connect(
         [&frames](const std::string&, bool received) { frames += received ? 0 : 1; });
@@ -255,10 +257,11 @@ int main(int argc, char** argv) {
     if (words.size() == 3 && words[0] == "log")
         return Log(std::atoi(words[1].c_str()), std::atoi(words[2].c_str()));
     if (words.size() == 2 && words[0] == "gaps") return Gaps(words[1] == "paced");
-    if (words.size() == 2 && words[0] == "read") return Read(words[1]);
+    if (words.size() == 2 && words[0] == "read") return Read(words[1], /*open=*/false);
+    if (words.size() == 2 && words[0] == "traffic") return Read(words[1], /*open=*/true);
     if (words.size() == 1 && words[0] == "marks") return Marks();
-    std::fprintf(
-        stderr,
-        "usage: window log LINES PAUSE | window gaps instant|paced | window read DEVICE | window marks\n");
+    std::fprintf(stderr,
+                 "usage: window log LINES PAUSE | window gaps instant|paced | window read|traffic DEVICE |\n"
+                 "       window marks\n");
     return 2;
 }

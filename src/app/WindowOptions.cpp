@@ -57,6 +57,9 @@ WindowParsing ParseArguments(std::vector<std::string> arguments, WindowOptions& 
         ->delimiter('x')
         ->type_name("WxH");
     app.add_flag("--dark", options.Dark, "Dark colours");
+    app.add_option("--record", options.Record, "Record what goes over the line")
+        ->type_name("FILE")
+        ->check(file);
     auto* const none = app.add_flag("--no-history", options.NoHistory, "Keep nothing in the history");
     app.add_option("--history", options.HistoryFile, "Use this history; else the user's, and none for a demo")
         ->type_name("FILE")

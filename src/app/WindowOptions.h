@@ -16,6 +16,7 @@ struct WindowOptions {
     int Width = 0;           ///< of the window, in pixels; 0: as it comes
     int Height = 0;
     bool Describe = false;    ///< print what every control holds
+    std::string Record;       ///< file of a recording; empty: none
     bool NoHistory = false;   ///< nothing is kept
     std::string HistoryFile;  ///< empty: the user's own, and none for a demo
     bool Dark = false;        ///< dark colours whatever the desktop says

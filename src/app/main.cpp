@@ -30,6 +30,7 @@
 #include "system/clsAccessCheck.h"
 #include "system/clsDeviceNotices.h"
 #include "system/clsHidReaders.h"
+#include "system/clsLineFile.h"
 #include "system/clsPortList.h"
 #include "system/clsStopSignals.h"
 #include "system/clsSystemFiles.h"
@@ -175,6 +176,9 @@ int Open(const WindowParts& parts, const WindowOptions& options, clsDemoPanel* p
     if (!options.Page.empty() && !TurnToPage(window, QString::fromLocal8Bit(options.Page.c_str())))
         return Say("there is no page " + options.Page + "\n", exitUsage);
     if (options.Width > 0 && options.Height > 0) window.resize(options.Width, options.Height);
+    if (!options.Record.empty()) {
+        if (!window.Record(options.Record)) return Say("cannot record to " + options.Record + "\n", 1);
+    }
     window.show();
     QTimer::singleShot(iconTime, &window, [] { QApplication::setWindowIcon(ProgramIcon()); });
 
@@ -232,7 +236,7 @@ struct ProgramBase {
     modZarn74 Settings;
 
     [[nodiscard]] WindowParts Parts(ucCOMM& comm, clsISettingsStore& store) {
-        return {Host, comm, Settings, Files, store, KeyNames};
+        return {Host, comm, Settings, Files, store, KeyNames, /*Access=*/{}, &clsLineFile::Open};
     }
 };
 

@@ -26,6 +26,7 @@ constexpr ActionRow rows[] = {
     {Command::SaveDefault, WindowMenu::File, "actSaveDefault", "Save as my &Default", nullptr, false},
     {Command::History, WindowMenu::File, "actHistory", "&History...", "Shift+F4", true},
     {Command::SaveLog, WindowMenu::File, "actSaveLog", "Save &log...", nullptr, true},
+    {Command::Record, WindowMenu::File, "actRecord", "Re&cord the line...", nullptr, false},
     {Command::Exit, WindowMenu::File, "actExit", "E&xit", nullptr, true},
     {Command::Undo, WindowMenu::Edit, "actUndo", "&Undo", "Alt+Backspace Ctrl+Z", false},
     {Command::Redo, WindowMenu::Edit, "actRedo", "&Redo", "Shift+Alt+Backspace Ctrl+Shift+Z", false},
@@ -45,6 +46,7 @@ constexpr ActionRow rows[] = {
     {Command::Cancel, WindowMenu::Reader, "actCancel", "&Cancel", "F7", true},
     {Command::Changes, WindowMenu::View, "actChanges", "&Changes", "F9", false},
     {Command::Registers, WindowMenu::View, "actRegisters", "Re&gisters", "Shift+F12", false},
+    {Command::Traffic, WindowMenu::View, "actTraffic", "&Traffic", "F12", false},
     {Command::Log, WindowMenu::View, "actLog", "To the &log", "F6", false},
     {Command::FullScreen, WindowMenu::View, "actFullScreen", "&Full screen", "F11", true},
     {Command::Keys, WindowMenu::Help, "actKeys", "&Keys", "F1", false},
@@ -76,8 +78,8 @@ clsActions::clsActions(QMainWindow& window, bool bench) : QObject(&window) {
         }
         m_actions[row.Id] = action;
     }
-    for (const Command checkable :
-         {Command::ReadBack, Command::Changes, Command::Registers, Command::FullScreen})
+    for (const Command checkable : {Command::ReadBack, Command::Record, Command::Changes, Command::Registers,
+                                    Command::Traffic, Command::FullScreen})
         (*this)[checkable].setCheckable(true);
     (*this)[Command::TestMemory].setVisible(bench);
     QMenuBar* const bar = window.menuBar();

@@ -31,6 +31,7 @@
 #include "window/clsFormHistory.h"
 #include "window/clsHistoryWindow.h"
 #include "window/clsRegistersDock.h"
+#include "window/clsTrafficDock.h"
 
 namespace {
 
@@ -48,6 +49,7 @@ constexpr int stepBytes = 16;     // that travel for a step, about, beside those
 constexpr auto storeSection = "Window";
 constexpr auto storeGeometry = "Geometry";
 constexpr auto storeChanges = "Changes";
+constexpr auto storeTraffic = "Traffic";
 constexpr auto storeDocks = "Docks";
 constexpr auto storeRegisters = "Registers";
 constexpr auto storeReadBack = "ReadBack";
@@ -124,6 +126,7 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
       m_parts(parts),
       m_files(files),
       m_defaults(files.Defaults),
+      m_ring(parts.Host, parts.Comm),
       m_ui(MakeControls(*this)),
       m_log(parts.Host, *m_ui->txtView, &parts.KeyNames),
       m_settingsFile(parts.Files),
@@ -143,6 +146,7 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
     ConnectEdits();
     MakeHistory();
     MakeComparison();
+    ConnectTraffic();
     ColorNotice();
     ColorCheckBoxes();
     m_ui->fraNotice->hide();
@@ -170,7 +174,7 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
     m_ui->cmdAutoScan->setFocus();
 }
 
-frmMain::~frmMain() = default;
+frmMain::~frmMain() { delete m_traffic; }  // it looks at what the members below hold
 
 // What does not fit is scrolled: the window has room on every screen.
 void frmMain::MakeScrollArea() {
@@ -367,6 +371,7 @@ void frmMain::RestoreLayout() {
     restoreState(stored(storeDocks));
     if (m_parts.Store.GetSetting(storeSection, storeChanges, "0") == "1") Changes();
     if (m_parts.Store.GetSetting(storeSection, storeRegisters, "0") == "1") Registers();
+    if (m_parts.Store.GetSetting(storeSection, storeTraffic, "0") == "1") Traffic();
 }
 
 void frmMain::showEvent(QShowEvent* event) {
@@ -411,6 +416,7 @@ void frmMain::SaveLayout() {
     };
     dock(storeChanges, m_changes);
     dock(storeRegisters, m_registers);
+    dock(storeTraffic, m_traffic);
     store(storeSplitter, m_ui->splMain->saveState());
     store(storeFolder, m_folder.toUtf8());
     store(storeRecent, m_recent.join(betweenFiles).toUtf8());

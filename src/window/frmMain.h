@@ -5,14 +5,18 @@
 #include <array>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "base/clsIFiles.h"
+#include "base/clsILineFile.h"
 #include "base/clsISettingsStore.h"
 
 #include "flows/clsReaderFlows.h"
 #include "ports/AccessReport.h"
 #include "window/clsTextFMT.h"
+#include "wire/clsWireRecorder.h"
+#include "wire/clsWireRing.h"
 
 namespace Ui {
 class frmMain;
@@ -22,6 +26,7 @@ class clsChangesDock;
 class clsComparison;
 class clsExplanationPane;
 class clsFormHistory;
+class clsTrafficDock;
 class clsHistoryWindow;
 class clsIHistory;
 class clsRegistersDock;
@@ -54,6 +59,9 @@ struct WindowParts {
     const modKeyboard& KeyNames;
     /// What stands between the account and the ports; none: that cannot be checked here.
     std::function<AccessReport()> Access = {};
+    /// A new file for a recording, or one that is emptied for it; null, and the reason, when it cannot be
+    /// had.
+    std::function<std::unique_ptr<clsILineFile>(const std::string& name, std::string& error)> LineFile = {};
 };
 
 /// The program's window: shows the settings, the reader, the message log, and turns clicks into flows. Owns
@@ -76,6 +84,8 @@ class frmMain : public QMainWindow, public clsIMainView {
     /// What is done with readers is kept there: `always`, or as the user's store says. It outlives the
     /// window.
     void UseHistory(clsIHistory& history, bool always);
+    /// Keeps what goes over the line in the file, from now on. False when the file cannot be had.
+    bool Record(const std::string& file);
     /// A panel of somebody else's above everything; the window owns it from then on.
     void InsertPanel(QWidget* panel);
     /// Closes as soon as no flow runs any more; the one that runs is cancelled.
@@ -164,6 +174,9 @@ class frmMain : public QMainWindow, public clsIMainView {
     clsChangesDock& Changes();
     void OpenChanges();
     void OpenDock(QDockWidget& dock);
+    void ConnectTraffic();
+    clsTrafficDock& Traffic();
+    void OpenTraffic();
     void GoTo(const SettingItem& item);
     void TakeReaders(const std::vector<SettingItem>& items);
     void CheckAgainstFile();
@@ -225,8 +238,11 @@ class frmMain : public QMainWindow, public clsIMainView {
     QPushButton* m_cancel = nullptr;
     clsActions* m_actions = nullptr;
     clsComparison* m_comparison = nullptr;
-    clsChangesDock* m_changes = nullptr;          // once it is wanted
-    clsRegistersDock* m_registers = nullptr;      // the same
+    clsChangesDock* m_changes = nullptr;      // once it is wanted
+    clsRegistersDock* m_registers = nullptr;  // the same
+    clsWireRing m_ring;
+    std::optional<clsWireRecorder> m_recorder;
+    clsTrafficDock* m_traffic = nullptr;          // once it is wanted
     clsHistoryWindow* m_historyWindow = nullptr;  // the same
     clsIHistory* m_events = nullptr;              // null: there is none
     bool m_alwaysKept = false;                    // whatever the user's store says

@@ -87,6 +87,12 @@ TEST_F(clsCliTest, EveryRunPrintsOneObjectOfTheSchema) {
         {"dump --explain", 0, "dump", "/result/explained/216/setting = null"},
         {"restore 2 --yes", 0, "restore", R"(/result/all512 = true)"},
         {"test-eeprom --restore", 0, "test-eeprom", "/result/restored = true"},
+        {"--port COM1 --record line get 210", 0, "get", "/result/register = 210"},
+        {"explain line", 0, "explain", "/result/frames/2/meaning = \"read register 210 Language\""},
+        {"mask line -o safe", 0, "mask", "/result/recording = null"},
+        {"explain safe", 0, "explain", "/result/frames/2/hex = \"024244320D\""},
+        {"explain file", 1, "explain", "/result = null"},
+        {"--record line mask line", 2, "mask", "/result = null"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(Run(std::string("--json ") + row.line), row.exit) << row.line;

@@ -112,6 +112,47 @@ tx \u0002AV1.02R007,FWQ-K4436\u000D
 )");
 }
 
+// What was on the line stands in the recording, though the program was killed in the middle of a frame, and
+// whoever gets it has that reader.
+TEST_F(Programs, ARecordingOutlivesItsProgramAndIsAReaderAgain) {
+    ExpectSaid(R"sh(
+        exec 2>said  # the shell tells of what it killed
+        start --example --fault 'trickled-reply value=60 command=B'
+        zarn74ctl --port "$tty" --baud 19200 --record line monitor >seen 2>&1 &
+        monitor=$!
+        until [ -e line ] && grep -q Zarn74 seen; do sleep .02; tell 'type Zarn74\r' >said; done
+        kill -9 $monitor
+        wait $monitor
+        zarn74ctl explain line | grep -c typed | sed 's/[1-9][0-9]*/told/'
+        zarn74ctl --port "$tty" --baud 19200 --record line get 210 >seen 2>&1 &
+        monitor=$!
+        until grep -q 'hex":"024130' line; do sleep .01; done
+        kill -9 $monitor
+        wait $monitor
+        zarn74ctl explain line | sed -n 's/.*\(<STX>A0[^ ]*\) .*/half a reply/p'
+        zarn74ctl --record /dev/null/line get 210 2>&1
+        tell clear-faults
+        zarn74ctl --port "$tty" --baud 19200 --quiet --record line get 210
+        zarn74ctl mask line -o masked
+        tell quit
+        wait $sim
+        start --replay masked --fast
+        zarn74ctl --port "$tty" --baud 19200 --quiet get 210
+        zarn74ctl --port "$tty" --baud 19200 --quiet get 211
+        read -r -t 5 <&8
+        echo "$REPLY")sh",
+               R"(
+told
+half a reply
+zarn74ctl: /dev/null/line: Not a directory
+no faults
+210 (0x0D2) = 2 (0x02)
+quit
+210 (0x0D2) = 2 (0x02)
+zarn74sim: the recording does not hold <STX>BD3<CR>
+)");
+}
+
 TEST_F(Programs, TheSimulatorHangsUpWhenUnpluggedAndComesBackOnANewTerminal) {
     ExpectSaid(R"sh(
         ln -s /dev/pts/99999 reader
