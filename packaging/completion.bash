@@ -9,7 +9,7 @@ _zarn74_files() {
 _zarn74() {
     local word=$2 before=$3
     case $before in
-    --image | --screenshot | --history | --record) _zarn74_files "$word" ;;
+    --image | --screenshot | --history | --station | --record) _zarn74_files "$word" ;;
     --port-map) _zarn74_offer "$(for n in {1..9}; do echo "COM$n="; done)" "$word" ;;
     --page) mapfile -t COMPREPLY < <(compgen -W '"General" "Key\\ strings" "Card\\ ID" "Output\\ table"' -- "$word") ;;
     --size) _zarn74_offer "1024x700" "$word" ;;
@@ -17,7 +17,7 @@ _zarn74() {
         case $word in
         -*)
             _zarn74_offer "--demo --demo=hid --image --port-map --screenshot --describe --page --size --dark --record --no-history
-                --history --help --version" \
+                --history --station --operator --help --version" \
                 "$word"
             ;;
         *) _zarn74_files "$word" ;;

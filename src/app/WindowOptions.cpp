@@ -65,6 +65,11 @@ WindowParsing ParseArguments(std::vector<std::string> arguments, WindowOptions& 
         ->type_name("FILE")
         ->check(file)
         ->excludes(none);
+    auto* const station = app.add_option("--station", options.Station,
+                                         "Start as a station: every reader that comes is given this file");
+    station->type_name("FILE")->check(file);
+    app.add_flag("--operator", options.Operator, "With --station: lock set-up, Back and menus")
+        ->needs(station);
     app.add_option("FILE", options.File, "A settings file to open")->type_name("");
 
     std::reverse(arguments.begin(), arguments.end());
@@ -77,6 +82,9 @@ WindowParsing ParseArguments(std::vector<std::string> arguments, WindowOptions& 
     } catch (const CLI::ParseError& error) {
         return {/*Run=*/false, /*Exit=*/2, std::string(error.what()) + "\n"};
     }
+    if (!options.Station.empty() && (options.Batch() || !options.File.empty()))
+        return {/*Run=*/false, /*Exit=*/2,
+                "--station: it goes with no picture, no description and no other file\n"};
     std::tie(options.Width, options.Height) = size;
     const auto impossible = [](int length) { return length < 0 || length > longest; };
     if (impossible(options.Width) || impossible(options.Height))

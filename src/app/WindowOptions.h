@@ -15,6 +15,8 @@ struct WindowOptions {
     std::string Page;        ///< caption of the page to turn to, without "&"
     int Width = 0;           ///< of the window, in pixels; 0: as it comes
     int Height = 0;
+    std::string Station;      ///< the profile of the station that fills the window; empty: none does
+    bool Operator = false;    ///< nothing but the running station can be reached
     bool Describe = false;    ///< print what every control holds
     std::string Record;       ///< file of a recording; empty: none
     bool NoHistory = false;   ///< nothing is kept

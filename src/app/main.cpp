@@ -185,6 +185,8 @@ int Open(const WindowParts& parts, const WindowOptions& options, clsDemoPanel* p
     const clsStopSignals stopSignals(parts.Host, [&window] { window.CloseSoon(); });
     if (options.Batch()) {
         QTimer::singleShot(0, &window, [&] { QApplication::exit(Tell(window, options)); });
+    } else if (!options.Station.empty()) {
+        QTimer::singleShot(0, &window, [&] { window.StartStation(options.Station, options.Operator); });
     } else if (!options.File.empty()) {
         QTimer::singleShot(0, &window, [&] { window.OpenFile(options.File); });
     }

@@ -33,6 +33,7 @@ enum class Command {
     Default,
     ReadCard,
     TestMemory,
+    Station,
     Cancel,
     ReadBack,
     Changes,

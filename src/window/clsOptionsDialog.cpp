@@ -23,6 +23,10 @@ clsOptionsDialog::clsOptionsDialog(const Options& options, const HistoryState& h
     m_readBack->setToolTip(tr("Write and Default read the reader once more and show what it did not keep"));
     m_readBack->setChecked(options.ReadBack);
     layout->addWidget(m_readBack);
+    m_sound = new QCheckBox(tr("&Station: one beep for PASS, two for FAIL"), this);
+    m_sound->setObjectName("chkSound");
+    m_sound->setChecked(options.Sound);
+    layout->addWidget(m_sound);
     layout->addWidget(MakeHistory(options, history));
     layout->addStretch();
     auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
@@ -71,5 +75,5 @@ QWidget* clsOptionsDialog::MakeHistory(const Options& options, const HistoryStat
 }
 
 clsOptionsDialog::Options clsOptionsDialog::Chosen() const {
-    return {m_readBack->isChecked(), m_keep->isChecked(), m_days->value()};
+    return {m_readBack->isChecked(), m_sound->isChecked(), m_keep->isChecked(), m_days->value()};
 }

@@ -15,6 +15,7 @@ class clsOptionsDialog : public QDialog {
   public:
     struct Options {
         bool ReadBack = false;
+        bool Sound = true;  ///< the station beeps
         bool KeepHistory = true;
         int HistoryDays = 0;  ///< 0: for ever
     };
@@ -33,6 +34,7 @@ class clsOptionsDialog : public QDialog {
     QWidget* MakeHistory(const Options& options, const HistoryState& history);
 
     QCheckBox* m_readBack = nullptr;
+    QCheckBox* m_sound = nullptr;
     QCheckBox* m_keep = nullptr;
     QSpinBox* m_days = nullptr;
 };

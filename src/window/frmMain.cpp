@@ -31,6 +31,7 @@
 #include "window/clsFormHistory.h"
 #include "window/clsHistoryWindow.h"
 #include "window/clsRegistersDock.h"
+#include "window/clsStationPages.h"
 #include "window/clsTrafficDock.h"
 
 namespace {
@@ -123,6 +124,7 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
       }),
       FolderDialogDoor(
           [this] { return QFileDialog::getExistingDirectory(this, tr("Folder for the sheets"), m_folder); }),
+      BeepDoor(&QApplication::beep),
       m_parts(parts),
       m_files(files),
       m_defaults(files.Defaults),
@@ -322,6 +324,7 @@ void frmMain::ConnectActions() {
     m_recentMenu->setObjectName("mnuRecent");
     file.insertMenu(&(*m_actions)[Command::Save], m_recentMenu);
     does(Command::SaveDefault, [this] { SaveDefault(); });
+    does(Command::Station, [this] { OpenStation(); });
     does(Command::Options, [this] { ShowOptions(); });
     does(Command::History, [this] { ShowHistory(); });
     does(Command::Keys, [this] {
@@ -423,6 +426,7 @@ void frmMain::SaveLayout() {
 }
 
 void frmMain::OpenFile(const std::string& name) {
+    if (InStation()) return m_station->SetProfile(name);
     Run(tr("Opening a file"), Pages::Closed, [this, name] {
         m_opening = name;
         return Opened(m_flows.OpenFile(name));
@@ -444,6 +448,7 @@ void frmMain::CloseSoon() {
 
 void frmMain::closeEvent(QCloseEvent* event) {
     event->ignore();
+    if (m_station != nullptr && !m_station->MayClose(m_closeSoon)) return;
     if (!m_flows.RequestClose()) {
         if (!m_closeSoon) m_closeRefused = tr("%1 cancelled; close again to leave").arg(Running());
         return;
@@ -457,6 +462,7 @@ void frmMain::closeEvent(QCloseEvent* event) {
         Note(tr("The settings shown could not be saved to %1. Close again to leave without them.").arg(file));
         return;
     }
+    LeaveStation();
     SaveLayout();
     event->accept();
 }
@@ -672,8 +678,9 @@ void frmMain::ShowPanel(const InfoPanel& panel) {
     ShowState();
 }
 
-void frmMain::EnableButtons(const ButtonStates& states) {
-    const std::array<std::pair<QPushButton*, bool>, 10> buttons{{{m_ui->cmdExit, states.Idle},
+void frmMain::EnableButtons(const ButtonStates& given) {
+    const ButtonStates states = InStation() ? ButtonStates{/*Idle=*/false} : given;
+    const std::array<std::pair<QPushButton*, bool>, 10> buttons{{{m_ui->cmdExit, states.Idle || InStation()},
                                                                  {m_ui->cmdOpen, states.Idle},
                                                                  {m_ui->cmdSave, states.Idle},
                                                                  {m_ui->cmdAutoScan, states.Idle},
@@ -695,6 +702,7 @@ void frmMain::EnableButtons(const ButtonStates& states) {
     if (states.Cancel && m_cancel->isHidden()) m_closeRefused.clear();
     for (const Command command : {Command::Check, Command::Review})
         (*m_actions)[command].setEnabled(states.Port);
+    (*m_actions)[Command::Station].setEnabled(states.Idle);
     m_recentMenu->setEnabled(states.Idle && !m_recent.isEmpty());
     (*m_actions)[Command::SaveDefault].setEnabled(states.Idle && !m_files.UserDefaults.empty());
     (*m_actions)[Command::Options].setEnabled(states.Idle);
@@ -712,6 +720,7 @@ void frmMain::EnableButtons(const ButtonStates& states) {
 }
 
 void frmMain::ShowProgress(int number, int count) {
+    if (InStation()) return m_station->Progress(number, count);
     const bool first = number <= m_step || count != m_steps;
     m_imageCount = first ? 0 : m_imageCount;
     m_imageBytes = m_imageCount;  // its step is over, whether it came or not
@@ -726,6 +735,7 @@ void frmMain::ShowProgress(int number, int count) {
 }
 
 void frmMain::ShowImageProgress(int received, int count) {
+    if (InStation()) return m_station->ImageProgress(received, count);
     if (m_step != 1) return;
     m_imageBytes = received;
     m_imageCount = count;
@@ -772,6 +782,7 @@ void frmMain::ShowNotice(const std::string& text) {
 }
 
 void frmMain::Note(const QString& text) {
+    if (InStation()) return m_station->SayNotice(text);
     m_ui->labNotice->setText(text);
     m_ui->fraNotice->show();
 }
@@ -799,6 +810,7 @@ bool frmMain::GetFileName(std::string& name, bool save, const std::string& filte
 }
 
 void frmMain::FocusLog() {
+    if (InStation()) return;
     m_focusBack = nullptr;
     m_ui->txtView->setFocus();
 }

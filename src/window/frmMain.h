@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QMainWindow>
+#include <QPointer>
 #include <QTimer>
 #include <array>
 #include <functional>
@@ -30,6 +31,8 @@ class clsTrafficDock;
 class clsHistoryWindow;
 class clsIHistory;
 class clsRegistersDock;
+class clsStationPages;
+class QAction;
 class QComboBox;
 class QDockWidget;
 class QKeyEvent;
@@ -40,6 +43,7 @@ class QPushButton;
 class SettingItem;
 class TextBoxEx;
 class ucTextScroll;
+enum class Command;
 
 /// The files that the window reads and writes by itself, as the bytes of the system's file names.
 struct WindowFiles {
@@ -62,6 +66,8 @@ struct WindowParts {
     /// A new file for a recording, or one that is emptied for it; null, and the reason, when it cannot be
     /// had.
     std::function<std::unique_ptr<clsILineFile>(const std::string& name, std::string& error)> LineFile = {};
+    /// Whether the adapter of a serial port is the readers' own. May be empty.
+    std::function<bool(const std::string& port)> IsReadersOwn = {};
 };
 
 /// The program's window: shows the settings, the reader, the message log, and turns clicks into flows. Owns
@@ -86,6 +92,9 @@ class frmMain : public QMainWindow, public clsIMainView {
     void UseHistory(clsIHistory& history, bool always);
     /// Keeps what goes over the line in the file, from now on. False when the file cannot be had.
     bool Record(const std::string& file);
+    /// Fills the window with the station, and starts it with that profile. For an operator nothing else can
+    /// be reached.
+    void StartStation(const std::string& profile, bool isOperator);
     /// A panel of somebody else's above everything; the window owns it from then on.
     void InsertPanel(QWidget* panel);
     /// Closes as soon as no flow runs any more; the one that runs is cancelled.
@@ -100,6 +109,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     std::function<bool(const QString& text)> QuestionDoor;
     std::function<QString(const QString& suggested, bool save, const QString& filter)> FileDialogDoor;
     std::function<QString()> FolderDialogDoor;
+    std::function<void()> BeepDoor;
 
     // clsIMainView
     bool ReadForm(ZarnForm& form) override;
@@ -204,6 +214,15 @@ class frmMain : public QMainWindow, public clsIMainView {
     void CompareRegisters();
     void SaveRegisters();
 
+    // the station
+    clsStationPages& Station();
+    [[nodiscard]] bool InStation() const;
+    [[nodiscard]] clsIHistory* KeptHistory() const;
+    bool EnterStation();
+    void DisableCommands(const std::vector<Command>& but);
+    void LeaveStation();
+    void OpenStation();
+
     // slots
     enum class Pages { Open, Closed };
     FlowResult Run(const QString& what, Pages pages, const std::function<FlowResult()>& flow,
@@ -246,7 +265,11 @@ class frmMain : public QMainWindow, public clsIMainView {
     clsHistoryWindow* m_historyWindow = nullptr;  // the same
     clsIHistory* m_events = nullptr;              // null: there is none
     bool m_alwaysKept = false;                    // whatever the user's store says
-    clsExplanationPane* m_explanation = nullptr;  // likewise
+    clsExplanationPane* m_explanation = nullptr;  // the same
+    clsStationPages* m_station = nullptr;         // the same
+    std::vector<QDockWidget*> m_hiddenInStation;  // shown again behind it
+    std::vector<QAction*> m_offInStation;
+    QPointer<QWidget> m_focusBeforeStation;
     std::unique_ptr<Ui::frmMain> m_ui;
     clsMessageLog m_log;
     clsSettingsFile m_settingsFile;

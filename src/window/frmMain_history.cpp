@@ -7,6 +7,7 @@
 #include "window/clsActions.h"
 #include "window/clsHistoryWindow.h"
 #include "window/clsOptionsDialog.h"
+#include "window/clsStationSetup.h"
 #include "window/frmMain.h"
 
 namespace {
@@ -88,12 +89,13 @@ void frmMain::ShowOptions() {
         state.Place = m_events->Place();
         state.Size = m_events->Size();
     }
-    const clsOptionsDialog::Options before{readBack.isChecked(), HistorySettings::Keeps(store),
-                                           HistorySettings::Days(store)};
+    const clsOptionsDialog::Options before{readBack.isChecked(), StationSettings::Sound(store),
+                                           HistorySettings::Keeps(store), HistorySettings::Days(store)};
     clsOptionsDialog dialog(before, state, this);
     if (dialog.exec() != QDialog::Accepted) return;
     const auto chosen = dialog.Chosen();
     readBack.setChecked(chosen.ReadBack);
+    if (chosen.Sound != before.Sound) StationSettings::SetSound(store, chosen.Sound);
     if (m_events == nullptr) return;
     if (!m_alwaysKept && chosen.KeepHistory != before.KeepHistory)
         HistorySettings::SetKeeps(store, chosen.KeepHistory);
