@@ -28,7 +28,7 @@ _zarn74() {
 
 _zarn74ctl() {
     local word=$2 before=$3 command='' demo='' i
-    local commands='ports scan info read write default check diff dump get set test-eeprom restore monitor history explain mask doctor'
+    local commands='ports scan info read write default check diff dump get set test-eeprom restore monitor history explain mask doctor station'
     local verbs='show settings image diff label prune export import' verb=''
     for ((i = 1; i < COMP_CWORD; i++)); do
         case ${COMP_WORDS[i]} in
@@ -63,7 +63,7 @@ _zarn74ctl() {
     -*)
         local options="--port --baud --port-map --quick --slow --json --quiet --no-hints --trace --record --no-history
             --history --help --version"
-        [[ -z $demo ]] || options+=" --image --hid"
+        [[ -z $demo ]] || options+=" --image --hid --units --bad"
         case $command in
         read | mask) options+=" -o" ;;
         dump) options+=" -o --explain" ;;
@@ -71,6 +71,7 @@ _zarn74ctl() {
         test-eeprom) options+=" --yes --restore" ;;
         restore) options+=" --before --yes --dry-run --no-verify" ;;
         doctor) options+=" --poll" ;;
+        station) options+=" --check --label --label-form --count --start-with-plugged" ;;
         history)
             case $verb in
             settings | image) options+=" --before -o" ;;

@@ -131,4 +131,16 @@ Json Changes(const std::vector<SettingChange>& changes) {
     return json;
 }
 
+Json Changes(const std::vector<HistoryChange>& changes) {
+    Json json = Json::array();
+    for (const HistoryChange& change : changes)
+        json.push_back({{"setting", change.Setting},
+                        {"registers", change.Registers},
+                        {"before", change.Before},
+                        {"wanted", change.Wanted},
+                        {"after", change.Kept ? Json(change.After) : Json()},
+                        {"kept", change.Kept ? Json(*change.Kept) : Json()}});
+    return json;
+}
+
 }  // namespace CliJson

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "history/HistoryEvent.h"
 #include "ports/AccessReport.h"
 #include "ports/clsIPortDirectory.h"
 #include "settings/Differences.h"
@@ -24,5 +25,7 @@ nlohmann::ordered_json Settings(const ZarnInfo& record);
 nlohmann::ordered_json Explained(const RegisterImage& image);
 /// What differs, or was written; what was not read back is null.
 nlohmann::ordered_json Changes(const std::vector<SettingChange>& changes);
+/// The same as an event holds it.
+nlohmann::ordered_json Changes(const std::vector<HistoryChange>& changes);
 
 }  // namespace CliJson

@@ -11,6 +11,7 @@
 
 #include "base/modText.h"
 #include "cli/CliTime.h"
+#include "station/StationLabel.h"
 
 namespace {
 
@@ -18,13 +19,14 @@ constexpr int highestRegister = 511;
 constexpr int highestValue = 255;
 constexpr int highestRate = 4'000'000;
 constexpr int highestLimit = 1'000'000'000;
+constexpr int mostDemoUnits = 1000;
 
 struct CommandRow {
     CliCommand Command;
     const char* Name;
     const char* Help;
 };
-constexpr std::array<CommandRow, 18> commands{{
+constexpr std::array<CommandRow, 19> commands{{
     {CliCommand::Ports, "ports", "List the ports: name, device file, description"},
     {CliCommand::Scan, "scan", "Find the reader, the port where it was last first, and say what was found"},
     {CliCommand::Info, "info", "Product, firmware version, firmware serial number, port"},
@@ -47,6 +49,7 @@ constexpr std::array<CommandRow, 18> commands{{
      "Make a recording that may be given away: card IDs and key strings are hidden"},
     {CliCommand::Doctor, "doctor",
      "Say what stands between you and a reader, and what to do; changes nothing"},
+    {CliCommand::Station, "station", "Write and prove a settings file on one reader after the other"},
 }};
 
 // An empty text (of a shell variable that is not set) is not the same as none.
@@ -231,6 +234,28 @@ void AddHistory(CLI::App& app, CliOptions& options) {
     }
 }
 
+void AddStation(CLI::App& app, CliOptions& options) {
+    app.add_option("FILE", options.File, "The settings file for all of them")
+        ->type_name("FILE")
+        ->check(NotEmpty);
+    app.add_flag("--check", options.CheckOnly, "Compare only; write nothing");
+    app.add_option("--label", options.Labels,
+                   "A running label as A-{0001}, ask for one on standard input, or\n"
+                   "serial for the number of a reader on USB HID")
+        ->type_name("PATTERN|ask|serial")
+        ->check([](const std::string& text) {
+            const bool known = text == "ask" || text == "serial" || clsRunningLabel::Of(text);
+            return known ? std::string() : "'" + text + "' has no first number in braces, as A-{0001}";
+        });
+    app.add_option("--label-form", options.LabelForm,
+                   "What a label looks like: * any text, ? a character, # a digit,\n"
+                   "[A-F] one of these; others are asked about")
+        ->type_name("FORM")
+        ->check(NotEmpty);
+    AddNumber(app, "--count", options.Count, 1, highestLimit, "End behind so many units");
+    app.add_flag("--start-with-plugged", options.StartWithPlugged, "Do what is plugged in already, too");
+}
+
 // What the history understands is only made where it is `asked`: it takes longer than all else together.
 void AddCommands(CLI::App& app, CliOptions& options, bool asked) {
     for (const CommandRow& row : commands) {
@@ -278,6 +303,7 @@ void AddCommands(CLI::App& app, CliOptions& options, bool asked) {
                     ->check(NotEmpty);
                 command->add_flag("--poll", options.Poll, "Ask each free port for a reader, at every speed");
                 break;
+            case CliCommand::Station: AddStation(*command, options); break;
             case CliCommand::History:
                 if (asked) AddHistory(*command, options);
                 break;
@@ -389,6 +415,8 @@ CliParsing ParseArguments(const std::vector<std::string>& arguments, CliOptions&
         ->type_name("FILE")
         ->check(NotEmpty);
     demo->add_flag("--hid", options.Hid, "The reader hangs on USB HID, behind an adapter");
+    AddNumber(*demo, "--units", options.DemoUnits, 1, mostDemoUnits, "station: so many readers come and go");
+    AddNumber(*demo, "--bad", options.DemoBad, 0, mostDemoUnits, "station: so many of them are bad");
     AddCommands(*demo, options, asked);
 
     CliParsing parsing;
@@ -402,6 +430,11 @@ CliParsing ParseArguments(const std::vector<std::string>& arguments, CliOptions&
                                        "destroys all settings of the reader; --yes confirms that");
         if (options.Verb == HistoryVerb::Prune && !options.Yes)
             throw CLI::ValidationError("prune", "deletes for good; --yes confirms that");
+        if (options.Command == CliCommand::Station && options.Baud != 0)
+            throw CLI::ValidationError("--baud", "a station finds each reader's rate itself");
+        if (options.Command == CliCommand::Station && options.Hid)
+            throw CLI::ValidationError("--hid", "the readers of a simulated station come on a serial line");
+        if (options.DemoBad > options.DemoUnits) throw CLI::ValidationError("--bad", "is more than --units");
         if ((options.Command == CliCommand::History || options.Command == CliCommand::Restore) &&
             options.NoHistory)
             throw CLI::ValidationError("--no-history", "leaves no history to ask");

@@ -35,7 +35,8 @@ enum class CliCommand {
     History,
     Explain,
     Mask,
-    Doctor
+    Doctor,
+    Station
 };
 
 /// What is asked of the history.
@@ -73,6 +74,14 @@ struct CliOptions {
     bool Restore = false;   ///< what the memory test overwrites is written back
     int Register = 0;       ///< 0..511
     int Value = 0;          ///< 0..255
+
+    bool CheckOnly = false;         ///< the station writes nothing
+    std::string Labels;             ///< a pattern, "ask" or "serial"; empty: none
+    std::string LabelForm;          ///< what a label looks like
+    int Count = 0;                  ///< units of the station; 0: no end
+    bool StartWithPlugged = false;  ///< what is plugged in already is done as well
+    int DemoUnits = 10;             ///< simulated readers of a station
+    int DemoBad = 0;                ///< of these
 
     bool NoHistory = false;   ///< nothing is kept
     std::string HistoryFile;  ///< empty: the user's own

@@ -89,6 +89,10 @@ int clsCli::Run(const std::vector<std::string>& arguments) {
         } else if (options.Demo) {
             clsDemoPlatform demo(m_platform, options.Hid);
             const std::string failure = demo.Begin(options.Image);
+            if (options.Command == CliCommand::Station) {
+                demo.UseBench(options.DemoUnits, options.DemoBad);
+                if (options.Count == 0) options.Count = options.DemoUnits;
+            }
             if (failure.empty()) {
                 run(demo);
             } else {
@@ -103,7 +107,9 @@ int clsCli::Run(const std::vector<std::string>& arguments) {
     }
 
     // A monitor has shown all that it has to show, unless it never began.
-    const bool streamed = options.Command == CliCommand::Monitor && !port.empty();
+    const bool streamed =
+        (options.Command == CliCommand::Monitor && !port.empty()) ||
+        (options.Command == CliCommand::Station && result.Exit != ExitNoReader && parsing.Run);
     if (!options.Json) {
         m_out.Write(result.Text);
     } else if (!streamed) {

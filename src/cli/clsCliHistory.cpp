@@ -129,18 +129,6 @@ Json SideJson(const HistorySide& side) {
             {"image", side.Image.empty() ? Json() : Json(modByte::StringToHexString(side.Image, ""))}};
 }
 
-Json ChangesJson(const std::vector<HistoryChange>& changes) {
-    Json json = Json::array();
-    for (const HistoryChange& change : changes)
-        json.push_back({{"setting", change.Setting},
-                        {"registers", change.Registers},
-                        {"before", change.Before},
-                        {"wanted", change.Wanted},
-                        {"after", change.Kept ? Json(change.After) : Json()},
-                        {"kept", change.Kept ? Json(*change.Kept) : Json()}});
-    return json;
-}
-
 // How the reader was left, or what was last known of it.
 const std::string& LastSettings(const HistoryEvent& event) {
     return event.After.Settings.empty() ? event.Before.Settings : event.After.Settings;
@@ -250,7 +238,7 @@ CliResult clsCliHistory::Show(const HistoryEvent& event) const {
     Json& json = result.Json["event"];
     json["before"] = SideJson(event.Before);
     json["after"] = SideJson(event.After);
-    json["changes"] = ChangesJson(event.Changes);
+    json["changes"] = CliJson::Changes(event.Changes);
     json["lines"] = modText::Split(event.Lines, '\n');
     const std::string program =
         event.Program + " " + event.Version + " of " + event.User + " on " + event.Host;

@@ -36,6 +36,8 @@ class clsCliLog final : public clsILogView, public clsIMainView {
     /// Under a line that tells of a failure stands what to do first, once for each kind of failure. It is no
     /// message.
     void SetHints() { m_hints = true; }
+    /// What was said so far is not kept any more.
+    void ForgetMessages() { m_messages.clear(); }
     [[nodiscard]] const std::vector<CliMessage>& Messages() const { return m_messages; }
 
     void AppendLine(const std::string& time, const std::string& text, LogColor color) override;

@@ -82,6 +82,7 @@ std::optional<HistoryAction> ActionOf(const CliOptions& options) {
         case CliCommand::Check:
         case CliCommand::Diff: return HistoryAction::Check;
         case CliCommand::Set: return HistoryAction::Set;
+        case CliCommand::Station: return HistoryAction::Station;
         case CliCommand::TestEeprom: return HistoryAction::Test;
         case CliCommand::Restore: return options.DryRun ? HistoryAction::Check : HistoryAction::Restore;
         default: return std::nullopt;
@@ -98,6 +99,7 @@ bool TakesTime(CliCommand command) {
         case CliCommand::Diff:
         case CliCommand::TestEeprom:
         case CliCommand::Restore:
+        case CliCommand::Station:
         case CliCommand::Monitor: return true;
         default: return false;
     }
@@ -160,6 +162,7 @@ void clsCliRun::KeepHistory() {
 }
 
 void clsCliRun::Stop() {
+    if (m_station) return m_station->Stop();
     m_stopped = true;
     m_comm.CancelCommand();
 }
@@ -219,6 +222,7 @@ CliResult clsCliRun::ExecuteCommand() {
         case CliCommand::TestEeprom: return TestEeprom();
         case CliCommand::Restore: return Restore();
         case CliCommand::Monitor: return Monitor();
+        case CliCommand::Station: return Station();
         case CliCommand::Doctor: return Doctor();
         case CliCommand::History:  // these ask no reader: clsCliHistory, clsCliWire
         case CliCommand::Explain:
@@ -571,6 +575,27 @@ CliResult clsCliRun::Set() {
     };
     result.Exit = ExitOf(m_flows.SetRegister(m_options.Register, wanted, differs));
     return result.Exit == ExitDone ? RegisterResult(wanted) : result;
+}
+
+CliResult clsCliRun::Station() {
+    CliResult result;
+    std::string name;
+    if (!m_options.Port.empty()) {
+        name = PortName();
+        if (name.empty()) {
+            m_log.Say(modText::FromUtf8(m_options.Port) + ": there is no such port");
+            result.Exit = ExitNoReader;
+            return result;
+        }
+    }
+    if (m_options.File == clsCliFiles::standard && !TakeInput()) return result;
+    m_port = name;
+    m_station.emplace(m_options, name, m_platform, m_comm, m_flows, m_settingsFile, m_store.Store, m_history,
+                      m_out, m_log);
+    m_platform.BeginUnits();
+    result.Exit = m_station->Run();
+    m_station.reset();
+    return result;
 }
 
 CliResult clsCliRun::Monitor() {

@@ -9,6 +9,7 @@
 #include "cli/CliOptions.h"
 #include "cli/clsCliFiles.h"
 #include "cli/clsCliLog.h"
+#include "cli/clsCliStation.h"
 #include "cli/clsICliPlatform.h"
 #include "cli/clsITextOutput.h"
 #include "comm/ucCOMM.h"
@@ -81,6 +82,7 @@ class clsCliRun {
     CliResult Monitor();
     CliResult Doctor();
     bool AskPorts(AccessReport& report);
+    CliResult Station();
 
     bool BeginRecording();
     int Connect();
@@ -132,6 +134,7 @@ class clsCliRun {
     clsMessageLog m_messages;
     clsSettingsFile m_settingsFile;
     clsReaderFlows m_flows;
+    std::optional<clsCliStation> m_station;
     std::optional<clsFrameTrace> m_trace;
     std::optional<clsFrameTrace> m_monitor;
     std::optional<clsWireRecorder> m_recorder;

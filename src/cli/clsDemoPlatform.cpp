@@ -54,5 +54,16 @@ AccessReport clsDemoPlatform::Access(const std::vector<PortEntry>& ports) {
 }
 
 CommDevices clsDemoPlatform::Devices(bool) {
-    return m_readers ? m_readers->Devices(/*notices=*/nullptr) : CommDevices{};
+    if (m_readers) return m_readers->Devices(/*notices=*/nullptr);
+    CommDevices devices;
+    devices.Notices = &m_notices;
+    return devices;
+}
+
+void clsDemoPlatform::UseBench(int units, int bad) {
+    m_bench.emplace(m_real.Host(), m_serial, /*line=*/1, units, bad,
+                    [this](bool arrived, const std::string& port) {
+                        (arrived ? m_notices.OnDeviceArrival : m_notices.OnDeviceRemoveComplete)
+                            .Raise(DeviceNoticePort, port);
+                    });
 }

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <optional>
+#include <utility>
 
 #include "base/clsMemoryStore.h"
 #include "cli/clsICliPlatform.h"
+#include "sim/clsSimBench.h"
 #include "sim/clsSimReader.h"
 #include "sim/clsSimSerialControl.h"
 #include "sim/hid/clsDemoBus.h"
@@ -21,6 +23,8 @@ class clsDemoPlatform final : public clsICliPlatform {
     /// Makes the reader, with the memory out of the file `image` or, without one, the example configuration.
     /// What is wrong, empty when nothing is.
     std::string Begin(const std::string& image);
+    /// In the place of that one reader a box of them, `bad` of them bad, once BeginUnits is called.
+    void UseBench(int units, int bad);
 
     clsIHost& Host() override { return m_real.Host(); }
     clsISerialControl& Serial() override { return m_serial; }
@@ -38,6 +42,13 @@ class clsDemoPlatform final : public clsICliPlatform {
     }
     AccessReport Access(const std::vector<PortEntry>& ports) override;
     std::optional<bool> Confirm(const std::string& question) override { return m_real.Confirm(question); }
+    [[nodiscard]] clsConnection WatchInput(
+        std::function<void(const std::string& line, bool ended)> take) override {
+        return m_real.WatchInput(std::move(take));
+    }
+    void BeginUnits() override {
+        if (m_bench) m_bench->Begin();
+    }
     clsIHistory* History(const std::string& file) override {
         return file.empty() ? nullptr : m_real.History(file);
     }
@@ -51,6 +62,8 @@ class clsDemoPlatform final : public clsICliPlatform {
     clsSimReader m_reader;
     clsSimSerialControl m_serial;
     clsMemoryStore m_store;
+    clsIDeviceNotices m_notices;
+    std::optional<clsSimBench> m_bench;
     std::optional<clsHidReaders> m_readers;
     std::optional<clsDemoBus> m_bus;
 };

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -46,11 +47,17 @@ class clsICliPlatform {
     virtual AccessReport Access(const std::vector<PortEntry>& ports) = 0;
     /// A question to whoever sits at the terminal, answered with yes or no; nothing where nobody does.
     virtual std::optional<bool> Confirm(const std::string& question) = 0;
+    /// Standard input line by line, without line ends, from the host's loop until the connection is dropped;
+    /// `ended` once, with an empty line, when there is no more of it.
+    [[nodiscard]] virtual clsConnection WatchInput(
+        std::function<void(const std::string& line, bool ended)> take) = 0;
     /// The history in that file, the user's own when the name is empty. Null where none is kept.
     virtual clsIHistory* History(const std::string& file) = 0;
     /// When what is behind the device file was plugged in, ms since 1970, UTC; 0 where the system does not
     /// tell.
     virtual std::int64_t PluggedIn(const std::string& device) = 0;
+    /// The station is about to start: simulated readers may come and go from now on.
+    virtual void BeginUnits() {}
     /// The file of defaults: where it is, or where it should be.
     virtual std::string DefaultFile() = 0;
 };

@@ -15,6 +15,10 @@
 #include "system/clsAccessCheck.h"
 #include "system/clsLineFile.h"
 
+namespace {
+constexpr std::size_t inputLineLimit = 4096;  // bytes
+}
+
 clsQtCliPlatform::clsQtCliPlatform(int& argc, char** argv, std::function<void()> stop,
                                    std::function<void()> outputClosed)
     : m_argc(argc), m_argv(argv), m_stop(std::move(stop)), m_outputClosed(std::move(outputClosed)) {}
@@ -64,6 +68,23 @@ std::optional<std::string> clsQtCliPlatform::ReadInput(std::size_t limit, std::s
     clsWait(Host()).Until([&] { return ended || m_stopped; });
     if (m_stopped || !error.empty()) return std::nullopt;
     return input;
+}
+
+clsConnection clsQtCliPlatform::WatchInput(std::function<void(const std::string& line, bool ended)> take) {
+    return Host().WatchDescriptor(STDIN_FILENO, [this, take = std::move(take)] {
+        char bytes[4096];
+        const ssize_t count = read(STDIN_FILENO, bytes, sizeof bytes);
+        if (count < 0 && (errno == EINTR || errno == EAGAIN)) return;
+        const auto call = take;  // it may drop the connection, and this with it
+        if (count <= 0) return call({}, /*ended=*/true);
+        m_inputLine.append(bytes, static_cast<std::size_t>(count));
+        for (auto end = m_inputLine.find('\n'); end != std::string::npos; end = m_inputLine.find('\n')) {
+            const std::string line = m_inputLine.substr(0, end);
+            m_inputLine.erase(0, end + 1);
+            call(line, /*ended=*/false);
+        }
+        if (m_inputLine.size() > inputLineLimit) m_inputLine.clear();
+    });
 }
 
 clsISettingsStore& clsQtCliPlatform::Store() {

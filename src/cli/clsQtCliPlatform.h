@@ -35,6 +35,8 @@ class clsQtCliPlatform final : public clsICliPlatform {
     std::optional<std::string> ReadInput(std::size_t limit, std::string& error) override;
     AccessReport Access(const std::vector<PortEntry>& ports) override;
     std::optional<bool> Confirm(const std::string& question) override;
+    [[nodiscard]] clsConnection WatchInput(
+        std::function<void(const std::string& line, bool ended)> take) override;
     clsIHistory* History(const std::string& file) override;
     std::int64_t PluggedIn(const std::string& device) override;
     std::string DefaultFile() override;
@@ -58,6 +60,7 @@ class clsQtCliPlatform final : public clsICliPlatform {
     std::optional<clsQtSerialControl> m_serial;
     std::optional<clsHidReaders> m_readers;
     std::optional<clsDeviceNotices> m_notices;
+    std::string m_inputLine;  // what has come of it
     clsConnection m_outputWatch;
     std::optional<clsSqlHistory> m_history;
 };

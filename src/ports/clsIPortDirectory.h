@@ -13,6 +13,7 @@ struct PortEntry {
     std::string Description;  ///< product text, may be empty
     std::string Maker;        ///< may be empty
     std::string Serial;       ///< may be empty
+    bool OfReaders = false;   ///< a USB adapter of the readers' maker
     bool Access = true;       ///< whether it is there and this user may open it
     PortReason Reason;        ///< why not, under the port's name
 };

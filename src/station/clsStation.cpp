@@ -14,6 +14,14 @@ constexpr std::size_t mostUnits = 1000;
 constexpr std::int64_t msPerHour = 3'600'000;
 constexpr int readSteps = 43;  // what is read is told as settings
 
+// A scanner ends what it types with a key.
+std::string WithoutKeys(const std::string& text) {
+    std::string label;
+    for (const char c : text)
+        if (static_cast<unsigned char>(c) >= ' ') label += c;
+    return modText::Trim(label);
+}
+
 }  // namespace
 
 clsStation::clsStation(const StationParts& parts)
@@ -292,7 +300,7 @@ void clsStation::Ask(StationQuestion question, const std::string& text) {
 
 void clsStation::TakeLabel(const std::string& text) {
     if (!m_rows || !m_shown.LabelAsked || m_shown.Question != StationQuestion::None) return;
-    m_label = modText::Trim(text);
+    m_label = WithoutKeys(text);
     if (m_label.empty()) return SkipLabel();
     const ZarnInfo& profile = m_profile.Record();
     const bool form = !m_options.LabelForm.empty();

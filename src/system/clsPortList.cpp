@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "base/modText.h"
+#include "hidlib/orvhidio.h"
 #include "system/FolderEntries.h"
 #include "system/PortAccess.h"
 
@@ -73,6 +74,8 @@ std::optional<std::string> ReadUsb(fs::path directory, PortEntry& entry) {
         entry.Description = Attribute(directory, "product");
         entry.Maker = Attribute(directory, "manufacturer");
         entry.Serial = Attribute(directory, "serial");
+        entry.OfReaders =
+            modText::UCase(Attribute(directory, "idVendor")) == modText::Hex(HidReaderVendor, 4);
         const std::string which =
             entry.Serial.empty() ? "at-" + directory.filename().string() : Plain(entry.Serial);
         return Plain(Attribute(directory, "idVendor")) + ":" + Plain(Attribute(directory, "idProduct")) +

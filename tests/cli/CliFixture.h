@@ -118,6 +118,11 @@ struct clsCliWorld : testing::Test, clsICliPlatform {
         asked = question;
         return answer;
     }
+    [[nodiscard]] clsConnection WatchInput(
+        std::function<void(const std::string& line, bool ended)> take) override {
+        for (const std::string& line : typed) host.Post([take, line] { take(line, /*ended=*/false); });
+        return clsConnection(std::make_shared<bool>(true));
+    }
     clsIHistory* History(const std::string& file) override { return file == "none" ? nullptr : &history; }
     std::int64_t PluggedIn(const std::string&) override { return pluggedIn; }
     std::string DefaultFile() override { return "Default.ini"; }
@@ -154,6 +159,7 @@ struct clsCliWorld : testing::Test, clsICliPlatform {
     std::string input;  ///< standard input, there once in a run
     int inputTaken = 0;
     std::int64_t pluggedIn = 0;
+    Texts typed;       ///< standard input, line by line
     std::string sent;  ///< command letters that the reader received
     clsConnection onFrame;
 };

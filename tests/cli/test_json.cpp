@@ -47,6 +47,30 @@ struct clsSchema {
     }
 };
 
+TEST_F(clsCliTest, AStationPrintsAUnitALine) {
+    const clsSchema schema;
+    files.Contents["file"] = "[General]\r\nLanguage=3\r\n";
+    files.Contents["bad"] = "[General]\r\nLanguage=999\r\n";
+    const std::string station = "--json station file --port COM1 --start-with-plugged --count 1";
+    EXPECT_EQ(Run(station + " --check"), 4);
+    EXPECT_EQ(Sent('C'), 0);
+    EXPECT_EQ(Run(station + " --label A-{0007}"), 0);
+    const Json unit = Json::parse(out.Text);
+    EXPECT_TRUE(schema.Fits("unit", unit)) << out.Text;
+    EXPECT_EQ(unit["label"], "A-0007");
+    EXPECT_EQ(unit["changes"].size(), 6U);  // the rows of the table go, too
+    typed = {"04A1B2C3", "n", "bench 9"};
+    EXPECT_EQ(Run("station file --port COM1 --start-with-plugged --count 1 --label ask"), 0);
+    EXPECT_TRUE(out.Text.starts_with("1  PASS  bench 9  COM1  V1.02R007  0 changes")) << out.Text;
+    EXPECT_EQ(Run("station bad"), 1);
+    EXPECT_EQ(Run("station file --port COM9"), 3);
+    EXPECT_EQ(Run("station file --label A-1"), 2);
+    EXPECT_EQ(Run("demo --json station file --units 6 --bad 3"), 4);
+    EXPECT_EQ(std::count(out.Text.begin(), out.Text.end(), '\n'), 6);
+    for (const char* reason : {"second attempt; not kept", "SetCardInfo NG", "pulled out while writing"})
+        EXPECT_NE(out.Text.find(reason), std::string::npos) << reason << out.Text;
+}
+
 TEST_F(clsCliTest, EveryRunPrintsOneObjectOfTheSchema) {
     const clsSchema schema;
     EXPECT_FALSE(schema.Fits("register", Json::parse(R"({"register": 512, "value": 1})")));

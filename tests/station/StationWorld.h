@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "HidBench.h"
 #include "flows/clsReaderFlows.h"
 #include "station/clsStation.h"
 #include "support/SimWorld.h"
@@ -46,7 +47,7 @@ struct StationWorld : clsIStationView {
     struct Unit {
         explicit Unit(clsIHost& host) : Reader(host) {}
         clsSimReader Reader;
-        int Port = 0;
+        clsSimAdapter Adapter{Reader};  // of one on USB HID
     };
 
     explicit StationWorld(clsIHistory* kept = nullptr, bool inMemory = false)
@@ -75,7 +76,6 @@ struct StationWorld : clsIStationView {
         line.Reader = &unit.Reader;
         line.Paced = paced;
         line.OnlyBaud = clsSimSerialControl::readerSpeed;
-        unit.Port = port;
         unit.Reader.PowerUp();
         serial.AddLine(port, line);
         notices.OnDeviceArrival.Raise(DeviceNoticePort, "COM" + std::to_string(port));
@@ -96,7 +96,9 @@ struct StationWorld : clsIStationView {
     clsSimSerialControl serial{host};
     clsMemoryStore store;
     clsIDeviceNotices notices;
-    ucCOMM comm{host, serial, store, "zarn74", {nullptr, nullptr, &notices}};
+    clsFakeLoader loader;
+    clsHidBench hid{host};
+    ucCOMM comm{host, serial, store, "zarn74", {&loader, &hid, &notices}};
     modZarn74 module;
     clsMemoryFiles disk;
     clsMemoryHistory history;

@@ -11,6 +11,7 @@
 /// before it.
 struct clsMemoryHistory final : clsIHistory {
     std::vector<HistoryEvent> Rows;        ///< each event as it was kept last
+    std::string Broken;                    ///< why nothing is kept
     std::vector<HistoryOutcome> Outcomes;  ///< of everything that was kept, in this order
 
     [[nodiscard]] HistoryEvent NewEvent(HistoryAction action) override {
@@ -22,11 +23,13 @@ struct clsMemoryHistory final : clsIHistory {
         return event;
     }
     void Keep(const HistoryEvent& event) override {
+        if (!Broken.empty()) return;
         Outcomes.push_back(event.Outcome);
         std::erase_if(Rows, [&](const HistoryEvent& row) { return row.Id == event.Id; });
         Rows.push_back(event);
     }
     [[nodiscard]] bool Settled() const override { return true; }
+    [[nodiscard]] std::string WhyNotKept() override { return Broken; }
     [[nodiscard]] std::string Digest(const std::string& bytes) const override {
         return "digest of " + std::to_string(bytes.size());
     }
