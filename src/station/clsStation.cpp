@@ -5,11 +5,13 @@
 #include <utility>
 
 #include "base/clsScopeGuard.h"
+#include "base/clsWait.h"
 #include "base/modText.h"
 
 namespace {
 
-constexpr int watchTime = 250;  // ms between two looks whether the unit still says something
+constexpr int watchTime = 250;   // ms between two looks whether the unit still says something
+constexpr int labelTime = 2000;  // ms
 constexpr std::size_t mostUnits = 1000;
 constexpr std::int64_t msPerHour = 3'600'000;
 constexpr int readSteps = 43;  // what is read is told as settings
@@ -328,7 +330,8 @@ void clsStation::GiveLabel() {
     if (m_shown.Question != StationQuestion::LabelUsedToday && UsedToday(m_label))
         return Ask(StationQuestion::LabelUsedToday,
                    "The label \"" + m_label + "\" was used today. Take it again?");
-    m_rows->Label(m_label);
+    if (!clsWait(m_host, labelTime).Until([this] { return m_rows->Label(m_label); }))
+        SayNotice("The label was not kept: another program has the history for itself");
     m_shown.Last.Label = m_label;
     if (!m_units.empty()) m_units.back().Label = m_label;
     m_shown.LabelAsked = false;

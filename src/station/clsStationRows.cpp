@@ -27,17 +27,19 @@ clsStationRows::Row clsStationRows::ReadLast() {
     return {std::move(found.Value.front()), /*Recorded=*/true};
 }
 
-void clsStationRows::Label(const std::string& label) {
-    if (!m_last) return;
+bool clsStationRows::Label(const std::string& label) {
+    if (!m_last) return true;
     m_last->Label = label;
-    ++m_last->Revision;
     if (m_history == nullptr) {
         if (m_labels.size() == mostLabels) m_labels.erase(m_labels.begin());
         m_labels.push_back(label);
-        return;
+        return true;
     }
     const clsIHistory::Count changed = m_history->SetLabel(m_last->Id, label);
-    if (changed.Result != clsIHistory::Count::State::Done || changed.Value == 0) m_history->Keep(*m_last);
+    if (changed.Result == clsIHistory::Count::State::Busy) return false;
+    // The row itself may still wait to be kept.
+    if (changed.Value == 0) m_history->Keep(*m_last);
+    return true;
 }
 
 std::int64_t clsStationRows::Now() { return NewEvent(HistoryAction::Station).Begun; }

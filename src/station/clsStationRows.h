@@ -24,8 +24,8 @@ class clsStationRows final : public clsIEventKeeper {
     [[nodiscard]] Row ReadLast();
     /// Forgets the last row: the next unit has none yet.
     void Begin() { m_last.reset(); }
-    /// The last row gets a label.
-    void Label(const std::string& label);
+    /// The last row gets a label. False when another program has the history for itself: ask again.
+    bool Label(const std::string& label);
     [[nodiscard]] bool Settled() const { return m_history == nullptr || m_history->Settled(); }
     /// Why the history cannot be written; empty when it can, or when none is wanted.
     [[nodiscard]] std::string WhyNotKept();

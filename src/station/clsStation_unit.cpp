@@ -131,7 +131,10 @@ void clsStation::WorkOn(const std::string& port, bool found) {
     m_lastByte = m_host.TickCount();
     if (m_options.Labels == StationLabels::Serial) TakeSerial();
     const bool open = m_flows.BeginEvent(HistoryAction::Station);
+    const std::string label = MakeLabel();
     if (open) {
+        // Before the row is kept as begun: a row that stands keeps the label that a person gave it.
+        m_flows.SetEventLabel(label);
         m_flows.SetEventProfile(m_profile.Name(), m_profile.Content());
         if (reached == Reached::Yes) {
             Process();
@@ -140,8 +143,6 @@ void clsStation::WorkOn(const std::string& port, bool found) {
         }
     }
     SetPhase(StationPhase::Recording);
-    const std::string label = MakeLabel();
-    m_flows.SetEventLabel(label);
     m_flows.EndEvent(m_aborted);
     if (!open) KeepWithoutPort(port, label, WhyNotReached(port, reached));
     clsWait(m_host, recordTime).Until([this] { return m_rows->Settled(); });

@@ -5,7 +5,7 @@
 #include "hid/FakeHid.h"
 #include "sim/clsSimAdapter.h"
 
-/// A USB bus with one place, for a reader behind an adapter. Devices are numbered as they come.
+/// A USB bus with one place, for a reader behind an adapter; whatever is plugged in there has the same name.
 struct clsHidBench final : clsEmptyHidApi {
     explicit clsHidBench(clsIHost& host) : m_host(host) {}
 
@@ -25,9 +25,7 @@ struct clsHidBench final : clsEmptyHidApi {
         m_onData = {};
         Tell(open ? HidEventRemovalOfOpen : HidEventRemoval);
     }
-    [[nodiscard]] std::string Name() const {
-        return R"(\\?\hid#vid_2e91&pid_0005#)" + std::to_string(m_number);
-    }
+    [[nodiscard]] std::string Name() const { return R"(\\?\hid#vid_2e91&pid_0005#1)"; }
 
     Handle Create() override { return 1; }
     int EventDescriptor(Handle) override { return 0; }

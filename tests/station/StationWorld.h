@@ -50,12 +50,9 @@ struct StationWorld : clsIStationView {
         clsSimAdapter Adapter{Reader};  // of one on USB HID
     };
 
-    explicit StationWorld(clsIHistory* kept = nullptr, bool inMemory = false)
-        : station({host, comm, flows, files, store,
-                   inMemory          ? nullptr
-                   : kept == nullptr ? &history
-                                     : kept,
-                   *this, [this](const std::string& port) { return own == port; }}) {
+    explicit StationWorld(bool inMemory = false)
+        : station({host, comm, flows, files, store, inMemory ? nullptr : &history, *this,
+                   [this](const std::string& port) { return own == port; }}) {
         ZarnInfo wanted;
         wanted.Prefix = "ID=";
         wanted.Language = 2;

@@ -349,6 +349,32 @@ TEST(Station, ALabelIsAskedForAndAskedAboutWhenItIsOdd) {
     EXPECT_EQ(world.results.back().Label, "A-0010");
 }
 
+// What the wire and the adapter take, and hardly more: no question is asked twice.
+TEST(Station, AUnitTakesTheTimeOfItsBytes) {
+    for (const bool hid : {false, true}) {
+        StationWorld world;
+        ASSERT_TRUE(world.station.Start(world.options));
+        auto& unit = world.Make();
+        std::size_t bytes = 0;
+        std::string letters;
+        const auto onBytes =
+            world.comm.OnMonitorData.Connect([&](const std::string& some, bool) { bytes += some.size(); });
+        const auto onFrame = unit.Reader.OnFrame.Connect([&](const std::string& frame, bool received) {
+            if (received) letters += frame[1];
+        });
+        hid ? world.hid.Plug(unit.Adapter) : world.Plug(unit, 5, /*paced=*/true);
+        world.host.Run(10'000);
+        ASSERT_EQ(world.results.size(), 1U);
+        EXPECT_EQ(world.results[0].Result, Pass);
+        EXPECT_EQ(letters, "DYYV" + std::string(5, 'C') + "YYV");
+        const double ms = world.results[0].Milliseconds;
+        const double wire = static_cast<double>(bytes) * 10 * 1000 / 19200;
+        if (!hid) {
+            EXPECT_LE(ms, wire * 1.1);
+        }
+    }
+}
+
 TEST(Station, WhatLooksLikeACardIdIsKnown) {
     const auto looks = [](const char* text) { return StationLabel::LooksLikeCardId(text, "\x02ID=", "#\r"); };
     for (const char* text : {"04A1B2C3", "04a1b2c3d4", "04A1B2C3D4E5F6", "0123456789", "01234567890123",

@@ -25,8 +25,11 @@ struct clsMemoryHistory final : clsIHistory {
     void Keep(const HistoryEvent& event) override {
         if (!Broken.empty()) return;
         Outcomes.push_back(event.Outcome);
+        std::string label = event.Label;  // that of a row that stands stays
+        for (const HistoryEvent& row : Rows) label = row.Id == event.Id ? row.Label : label;
         std::erase_if(Rows, [&](const HistoryEvent& row) { return row.Id == event.Id; });
         Rows.push_back(event);
+        Rows.back().Label = label;
     }
     [[nodiscard]] bool Settled() const override { return true; }
     [[nodiscard]] std::string WhyNotKept() override { return Broken; }
