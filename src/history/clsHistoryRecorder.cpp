@@ -121,13 +121,17 @@ void clsHistoryRecorder::BeginWriting() {
 
 void clsHistoryRecorder::EndWriting() { m_written = m_event.has_value(); }
 
-// Only against what was read: without that nobody knows what has changed.
+// Only against what was read. Without a reading before it nobody knows what has changed; what was not kept
+// shows all the same.
 void clsHistoryRecorder::Compare() {
-    if (m_wanted && m_before) {
+    if (m_wanted && (m_before || m_after)) {
         m_event->Changes.clear();
-        for (SettingChange& change : Changes(*m_before, *m_wanted, m_after ? &*m_after : nullptr))
+        for (SettingChange& change :
+             Changes(m_before ? *m_before : *m_wanted, *m_wanted, m_after ? &*m_after : nullptr)) {
+            if (!m_before) change.Before.clear();
             m_event->Changes.push_back({change.Item.Key(), change.Item.Registers(), std::move(change.Before),
                                         std::move(change.Wanted), std::move(change.After), change.Kept});
+        }
         m_event->Changes.insert(m_event->Changes.end(), m_registers.begin(), m_registers.end());
     }
     m_event->ChangeCount = static_cast<int>(m_event->Changes.size());

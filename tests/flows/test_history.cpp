@@ -145,6 +145,13 @@ TEST(History, EveryFlowIsOneEventOfWhatWasSeen) {
              world.Edit();
          },
          "write differs 23 [si|si] not kept: Language"},
+        {"write of all pages without a look before it, and one is lost",
+         [](Recording& world) {
+             world.flows.SetOnlyChanged(false);
+             world.Fault(SimFault::DroppedWrite, 'C', 210);
+             world.Edit();
+         },
+         "write differs 1 [|si] not kept: Language"},
         {"write of what was chosen",
          [](Recording& world) {
              ZarnInfo held;

@@ -291,6 +291,16 @@ TEST_F(Restore, ATestWritesBackWhatWasThereHoweverItEnds) {
          false,
          "test failed",
          ""},
+        {"a register is worn out that nobody saw behind the test",
+         {SimFault::RefuseCode, 'Y', -1, 6, 2, 4},
+         1,
+         [this] {
+             reader.AddFault({SimFault::DroppedWrite, 'C', 129, 2});
+         },
+         FlowResult::Failed,
+         false,
+         "test done, restore differs",
+         ""},
         {"a register is worn out",
          {SimFault::DroppedWrite, 'C', 129, 2},
          0,
