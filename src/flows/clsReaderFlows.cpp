@@ -126,11 +126,15 @@ clsReaderFlows::~clsReaderFlows() {
 
 // -- finding and asking a reader ----------------------------------------------------------------------------
 
-bool clsReaderFlows::FindReader(const std::string& port) {
-    m_readerFound = false;
+void clsReaderFlows::ForgetReader() {
     m_picture.Forget();
     m_seen.Forget();
     ShowPicture();
+}
+
+bool clsReaderFlows::FindReader(const std::string& port) {
+    m_readerFound = false;
+    ForgetReader();
     m_comm.AwaitRestOfImage();  // waits, as the search does: it would garble the first polls
     m_comm.SetPortOpen(false);
     if (Cancelled()) return false;  // the search would know nothing of it
@@ -766,11 +770,7 @@ void clsReaderFlows::ShowPicture() { m_view.ShowPicture(m_picture); }
 
 void clsReaderFlows::HandlePort(const std::string& message) {
     m_log.ShowMsg(message);
-    if (!m_comm.PortOpen()) {
-        m_picture.Forget();
-        m_seen.Forget();
-        ShowPicture();
-    }
+    if (!m_comm.PortOpen()) ForgetReader();
     if (!m_running) ButtonsEnable(true);
 }
 

@@ -103,6 +103,8 @@ class clsReaderFlows {
     [[nodiscard]] const clsReaderPicture& Picture() const { return m_picture; }
     /// Apply and Initialize are followed by a read that writes no line. False at start.
     void SetReadBack(bool value) { m_readBack = value; }
+    /// Whoever closes the port, or changes the reader on it, says so: nobody knows then what is there.
+    void ForgetReader();
     /// `cmdShowZarn74`: reader to record, and to the controls.
     FlowResult Read();
     /// `cmdTest`. While the test runs it cancels it instead, and is Refused.

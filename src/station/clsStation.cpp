@@ -54,6 +54,7 @@ bool clsStation::Start(const StationOptions& options) {
     m_options = options;
     m_running = clsRunningLabel::Of(options.LabelPattern);
     m_comm.SetPortOpen(false);
+    m_flows.KeepHistory(nullptr);  // it lets go of the history's notices before the rows take them
     m_rows.emplace(m_parts.History);
     m_flows.KeepHistory(&*m_rows);
     m_flows.SetEcho(false);
@@ -192,9 +193,11 @@ void clsStation::EndNow() {
     m_onPort = {};
     m_onBytes = {};
     m_comm.SetPortOpen(false);
+    m_flows.ForgetReader();
     m_flows.SetEcho(true);
-    m_flows.KeepHistory(m_parts.History);
+    m_flows.KeepHistory(nullptr);
     m_rows.reset();
+    m_flows.KeepHistory(m_parts.History);
     m_queue.clear();
     m_shown.Queue.clear();
     m_shown.LabelAsked = false;

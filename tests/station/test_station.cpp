@@ -188,8 +188,14 @@ TEST(Station, AVerdictStandsUntilTheNextUnitBeginsAndNothingIsDoneTwice) {
     world.host.Run(5000);
     EXPECT_EQ(world.results.size(), 4U);
     EXPECT_EQ(world.beeps, (std::vector<int>{1, 1, 1, 1}));
+    EXPECT_TRUE(world.flows.Picture().Known());
+    world.history.ShowNotice("not kept");
     world.station.Stop();
     EXPECT_EQ(world.station.Shown().State, StationState::Stopped);
+    EXPECT_FALSE(world.flows.Picture().Known()) << "nobody knows what the next one holds";
+    EXPECT_EQ(world.flows.LastSeen().Event(), std::nullopt);
+    world.history.ShowNotice("not kept either");
+    EXPECT_EQ(world.view.Notices, (Texts{"not kept", "not kept either"}));
 }
 
 TEST(Station, SilenceIsAFailureOnlyWhereThereIsAReaderForSure) {
