@@ -138,7 +138,7 @@ class clsFrameMasker {
     void Mask(std::size_t index, RecordingEntry& entry);
     void MaskAdapter(std::string& packet, bool received);
     void MaskCommand(std::string& bytes);
-    void MaskImage(std::string& bytes, int offset);
+    void MaskImage(std::string& bytes, int offset, bool whole);
     void MaskReply(std::size_t index, std::string& bytes);
     void MaskUnasked(std::string& bytes);
     void MaskSerial(std::string& text);
@@ -147,6 +147,8 @@ class clsFrameMasker {
         const std::string& bytes = m_from.Entries.at(number).Bytes;
         return IsFrame(bytes) ? bytes.substr(1, bytes.size() - 2) : std::string();
     }
+
+    [[nodiscard]] bool IsWholeImage(std::size_t index) const;
 
     const Recording& m_from;
     const std::vector<RecordedRow> m_rows;
@@ -164,7 +166,7 @@ void clsFrameMasker::Mask(std::size_t index, RecordingEntry& entry) {
     if (!entry.Received) {
         MaskCommand(entry.Bytes);
     } else if (m_rows[index].Row.Start.ImageOffset >= 0) {
-        MaskImage(entry.Bytes, m_rows[index].Row.Start.ImageOffset);
+        MaskImage(entry.Bytes, m_rows[index].Row.Start.ImageOffset, IsWholeImage(index));
     } else if (IsFrame(entry.Bytes)) {
         MaskReply(index, entry.Bytes);
     } else {
@@ -187,7 +189,7 @@ void clsFrameMasker::MaskCommand(std::string& bytes) {
     const int number = RegisterOf(text);
     const std::size_t comma = text.find(',');
     if (number >= 0 && !HoldsKeysOrID(number)) return;
-    if (number < 0 || comma == std::string::npos || text.size() < comma + 3 + checksumSize)
+    if (number < 0 || comma == std::string::npos || text.size() != comma + 3 + checksumSize)
         return MaskUnasked(bytes);
     const std::string former = text.substr(0, text.size() - checksumSize);
     std::string changed = former;
@@ -195,13 +197,42 @@ void clsFrameMasker::MaskCommand(std::string& bytes) {
     bytes = OrvNetFrame::STX + WithChecksum(former, changed, text.substr(former.size())) + OrvNetFrame::CR;
 }
 
-void clsFrameMasker::MaskImage(std::string& bytes, int offset) {
+// With the rows that go on with it.
+bool clsFrameMasker::IsWholeImage(std::size_t index) const {
+    std::size_t end = 0;
+    for (; index < m_rows.size(); ++index) {
+        const WireRow& row = m_rows[index].Row;
+        if (row.Start.ImageOffset < 0 || (end != 0 && static_cast<std::size_t>(row.Start.ImageOffset) != end))
+            break;
+        end = static_cast<std::size_t>(row.Start.ImageOffset) + row.Bytes.size();
+    }
+    return end >= registerCount;
+}
+
+// What broke off may as well have been typed.
+void clsFrameMasker::MaskImage(std::string& bytes, int offset, bool whole) {
     const std::string_view text = std::string_view(bytes).substr(IsFrame(bytes) ? 1 : 0);
     constexpr std::size_t refusal = 5;
     if (offset == 0 && bytes.size() == refusal && IsFrame(bytes) && text.starts_with('N')) return;
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         const int number = offset + static_cast<int>(i);
-        if (HoldsKeysOrID(number)) bytes[i] = m_masker.Byte(Place::Register, number, bytes[i]);
+        if (!whole || HoldsKeysOrID(number)) bytes[i] = m_masker.Byte(Place::Register, number, bytes[i]);
+    }
+}
+
+/// Whether the text is an answer to that command, or something that a reader typed and that looks like a
+/// frame.
+bool Answers(char command, std::string_view text) {
+    constexpr std::size_t accepted = 1 + checksumSize;
+    constexpr std::size_t shortest = 5;  // what somebody has to hide is longer
+    switch (command) {
+        case 'B': return text.size() == accepted + 2 && text[0] == 'A' && IsHexDigits(text);
+        case 'C': return text.size() <= accepted && text.starts_with('A');
+        case 'D': return modText::Like(modText::UCase(std::string(text)), "AZARN*,*");
+        case 'J': return modText::Like(text, "AFF") || modText::Like(text, "A[0-9A-F][0-9A-F],*");
+        case 'V': return modText::Like(text, "AV#*,*");
+        case 'X': return text.size() <= shortest;
+        default: return false;
     }
 }
 
@@ -213,8 +244,11 @@ void clsFrameMasker::MaskReply(std::size_t index, std::string& bytes) {
             asked = CommandOf(other);
     std::string text = bytes.substr(1, bytes.size() - 2);
     const int number = RegisterOf(asked);
-    if (text.starts_with('N') && text.size() <= 3 + checksumSize) return;  // refused
-    switch (asked.empty() ? '\0' : asked.front()) {
+    if (text.starts_with('N') && text.size() <= 3 + checksumSize && IsHexDigits(text.substr(1)))
+        return;  // refused
+    const char command = asked.empty() ? '\0' : asked.front();
+    if (!Answers(command, text)) return MaskUnasked(bytes);
+    switch (command) {
         case 'C':
         case 'D':
         case 'X': return;
@@ -225,7 +259,7 @@ void clsFrameMasker::MaskReply(std::size_t index, std::string& bytes) {
             break;
         case 'B': {
             if (number >= 0 && !HoldsKeysOrID(number)) return;
-            if (number < 0 || text.size() <= checksumSize + 1) return MaskUnasked(bytes);
+            if (number < 0) return MaskUnasked(bytes);
             const std::string former = text.substr(0, text.size() - checksumSize);
             std::string changed = former;
             m_masker.Digits(Place::Register, number, changed, 1);

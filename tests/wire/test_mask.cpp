@@ -112,4 +112,29 @@ TEST(Mask, HidesEverySecretByteAndNothingElse) {
     EXPECT_LT(kept, 12);
 }
 
+// What a reader types may look like the frame that was waited for.
+TEST(Mask, HidesWhatIsTypedInThePlaceOfAReply) {
+    const std::string typed = "C0FFEE42";
+    for (const std::string command : {"D", "V", "J", "X", "B0D2", "B0A0", "C0D2,4100", "Y"}) {
+        for (const std::string before : {"", "A", "N", "A01,"}) {
+            Recording recording{{"zarn74", "1", "COM1", 19200, "now"}, {}, false};
+            const auto add = [&](std::int64_t time, bool received, const std::string& text) {
+                recording.Entries.push_back({RecordingEntry::Kind::Frame,
+                                             time,
+                                             0,
+                                             received,
+                                             OrvNetFrame::STX + text + OrvNetFrame::CR,
+                                             {},
+                                             0});
+            };
+            add(0, false, command);
+            add(1000, true, before + typed);
+            const std::string masked = Masked(recording, Seeded(3)).Entries[1].Bytes;
+            EXPECT_EQ(masked.size(), before.size() + typed.size() + 2);
+            for (std::size_t at = 0; at + 4 <= typed.size(); ++at)
+                EXPECT_EQ(masked.find(typed.substr(at, 4)), std::string::npos) << command << ": " << masked;
+        }
+    }
+}
+
 }  // namespace
