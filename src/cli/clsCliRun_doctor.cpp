@@ -94,8 +94,7 @@ bool clsCliRun::AskPorts(AccessReport& report) {
             if (reader.Alias == name || reader.Device == name) port = reader.Name;
         const FlowResult found = m_flows.Scan(port);
         if (m_stopped || found == FlowResult::Cancelled) break;
-        if (found != FlowResult::Done)
-            for (const PortReason& reason : m_comm.SearchReasons()) report.Add(name, reason);
+        if (found != FlowResult::Done) report.Add(name, m_comm.SearchReasons());
     }
     m_comm.SetPortOpen(false);
     return true;

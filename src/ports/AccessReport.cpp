@@ -49,10 +49,19 @@ std::vector<std::string> AccessReport::Askable() const {
     return ports;
 }
 
-void AccessReport::Add(const std::string& port, const PortReason& reason) {
+void AccessReport::Add(const std::string& port, const std::vector<PortReason>& reasons) {
     const auto node =
         std::find_if(Nodes.begin(), Nodes.end(), [&](const AccessNode& entry) { return entry.Name == port; });
     if (node == Nodes.end()) return;
+    for (const PortReason& reason : reasons) Add(*node, reason);
+    if (reasons.empty())
+        Findings.push_back({AccessTrouble::NotThere, port, port + " could not be asked",
+                            "its device is there, and it is none of the ports that the program knows",
+                            "plug it in again; this shows which ports there are", "zarn74ctl ports"});
+}
+
+void AccessReport::Add(const AccessNode& node, const PortReason& reason) {
+    const std::string& port = node.Name;
     if (reason.Obstacle != PortObstacle::Silent) {
         // Everything looked well, and it could not be opened all the same.
         const bool failed = reason.Obstacle == PortObstacle::Failed;
@@ -61,14 +70,14 @@ void AccessReport::Add(const std::string& port, const PortReason& reason) {
                             reason.What + (reason.Why.empty() ? "" : ": " + reason.Why),
                             failed ? "see whether it is a serial line, and whether its hardware is there"
                                    : reason.ToDo + "; this shows who has it",
-                            (failed ? "ls -l " : "sudo fuser -v ") + modText::FromUtf8(node->Device)});
+                            (failed ? "ls -l " : "sudo fuser -v ") + modText::FromUtf8(node.Device)});
         return;
     }
     Findings.push_back({AccessTrouble::Silent, port, "no reader answers on " + port,
-                        node->Hid ? "its adapter is there, and nothing came back from behind it"
-                                  : "the port opens, and nothing came back at any speed",
+                        node.Hid ? "its adapter is there, and nothing came back from behind it"
+                                 : "the port opens, and nothing came back at any speed",
                         "check the reader's cable and power; this shows whether it sends anything",
-                        "zarn74ctl --port " + port + (node->Hid ? "" : " --baud 19200") + " monitor"});
+                        "zarn74ctl --port " + port + (node.Hid ? "" : " --baud 19200") + " monitor"});
 }
 
 std::string AccessText(const AccessNode& node) {

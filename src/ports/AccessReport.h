@@ -65,8 +65,12 @@ struct AccessReport {
     [[nodiscard]] AccessReport Only(const std::string& port) const;
     /// The ports that nothing keeps from being asked for a reader.
     [[nodiscard]] std::vector<std::string> Askable() const;
-    /// A port was asked for a reader, in vain: what the search found out of it.
-    void Add(const std::string& port, const PortReason& reason);
+    /// A port was asked for a reader, in vain: what the search found out of it. Without any reason there was
+    /// no such port to be asked.
+    void Add(const std::string& port, const std::vector<PortReason>& reasons);
+
+  private:
+    void Add(const AccessNode& node, const PortReason& reason);
 };
 
 /// What an account is let do with a device, in one line: "anna may use it".

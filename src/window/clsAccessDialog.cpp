@@ -105,9 +105,8 @@ void clsAccessDialog::Ask() {
         m_sentence->setText(tr("The free ports are being asked for a reader."));
         asked = m_parts.Ask(m_report);
     }
-    const bool wrong = !m_report.Findings.empty();
-    ShowReport(asked && !wrong ? tr("Nothing is wrong, and readers answered on every free port.")
-                               : Sentence());
+    const bool answered = asked && m_report.Findings.empty() && !m_report.Askable().empty();
+    ShowReport(answered ? tr("Nothing is wrong, and readers answered on every free port.") : Sentence());
 }
 
 void clsAccessDialog::reject() {

@@ -42,8 +42,7 @@ bool frmMain::AskPorts(AccessReport& report) {
                 if (reader.Alias == name || reader.Device == name) port = reader.Name;
             const FlowResult found = m_flows.Scan(port);
             if (found == FlowResult::Cancelled || found == FlowResult::Refused) return found;
-            if (found == FlowResult::Failed)
-                for (const PortReason& reason : m_parts.Comm.SearchReasons()) report.Add(name, reason);
+            if (found == FlowResult::Failed) report.Add(name, m_parts.Comm.SearchReasons());
         }
         return FlowResult::Done;
     });

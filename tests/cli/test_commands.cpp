@@ -397,6 +397,10 @@ TEST_F(clsCliTest, TheDoctorAsksPortsOnlyWhenSomebodySaysYes) {
     host.StartTimer(700, [this] { cli.Stop(); });
     EXPECT_EQ(Run("doctor COM2 --poll"), 130);
     access.Nodes.resize(1);
+    access.Nodes[0].Name = access.Nodes[0].Device = "/dev/hidraw9";
+    access.Nodes[0].There = access.Nodes[0].May = true;
+    EXPECT_EQ(Run("doctor --poll"), 4);  // there, and no port of the program's
+    EXPECT_NE(out.Text.find("1. /dev/hidraw9 could not be asked\n"), out.Text.npos) << out.Text;
     access.Nodes[0].Name = "COM1";
     access.Findings.push_back({AccessTrouble::NotInGroup, "COM1", "what", "why\x1B", "do", "a command"});
     EXPECT_EQ(Run("doctor COM1 --poll"), 4);

@@ -78,9 +78,13 @@ TEST_F(clsReasonsTest, TheCheckOfAccessShowsFindingsAndAsksPortsOnlyAfterAYes) {
     EXPECT_NE(Sent, "");
     EXPECT_FALSE(comm.PortOpen());
     EXPECT_TRUE(Enabled("cmdAccessAsk"));
+    const auto nodes = std::exchange(report.Nodes, {});
+    Click("cmdAccessAsk");
+    EXPECT_EQ(Shown("labAccess"), "Nothing is wrong.") << "there was no port that could have answered";
+    report.Nodes = nodes;
     report.Findings.push_back({AccessTrouble::NotInGroup, "COM2", "what", "why", "do", "a 'command'"});
     Click("cmdAccessAgain");
-    EXPECT_EQ(looks, 4);
+    EXPECT_EQ(looks, 5);
     Click("cmdCopy1");
     EXPECT_EQ(QApplication::clipboard()->text().toStdString(), "a 'command'");
     Sent.clear();
