@@ -43,6 +43,7 @@ constexpr ActionRow rows[] = {
     {Command::ReadBack, WindowMenu::Reader, "actReadBack", "Read &back after writing", nullptr, false},
     {Command::ReadCard, WindowMenu::Reader, "actReadCard", "Read the car&d", nullptr, true},
     {Command::TestMemory, WindowMenu::Reader, "actTestMemory", "&Test EEPROM", nullptr, false},
+    {Command::TestAndRestore, WindowMenu::Reader, "actTestAndRestore", "Test and re&store", nullptr, false},
     {Command::Station, WindowMenu::Reader, "actStation", "&Station...", "Shift+F2", true},
     {Command::Cancel, WindowMenu::Reader, "actCancel", "&Cancel", "F7", true},
     {Command::Changes, WindowMenu::View, "actChanges", "&Changes", "F9", false},
@@ -82,7 +83,7 @@ clsActions::clsActions(QMainWindow& window, bool bench) : QObject(&window) {
     for (const Command checkable : {Command::ReadBack, Command::Record, Command::Changes, Command::Registers,
                                     Command::Traffic, Command::FullScreen})
         (*this)[checkable].setCheckable(true);
-    (*this)[Command::TestMemory].setVisible(bench);
+    for (const Command test : {Command::TestMemory, Command::TestAndRestore}) (*this)[test].setVisible(bench);
     QMenuBar* const bar = window.menuBar();
     connect(new QShortcut(Qt::Key_F10, &window), &QShortcut::activated, bar, [bar] {
         bar->setFocus(Qt::MenuBarFocusReason);

@@ -33,6 +33,7 @@ enum class Command {
     Default,
     ReadCard,
     TestMemory,
+    TestAndRestore,
     Station,
     Cancel,
     ReadBack,

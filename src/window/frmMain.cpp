@@ -281,17 +281,7 @@ void frmMain::ConnectButtons() {
     for (QPushButton* button : {m_ui->cmdAutoScan, m_ui->cmdShowZarn74, m_ui->cmdApply, m_ui->cmdInitialize,
                                 m_ui->cmdOpen, m_ui->cmdSave, m_cancel})
         button->setFocusPolicy(Qt::TabFocus);
-    // While the test runs this button ends it.
-    connect(m_ui->cmdTest, &QPushButton::clicked, this, [this] {
-        if (m_flows.FlowRunning()) {
-            m_flows.TestEeprom();
-        } else {
-            Run(tr("Testing the memory"), Pages::Open, [this] {
-                static_cast<void>(m_flows.TestEeprom());
-                return FlowResult::Cancelled;  // one that made way for a closing window says OK
-            });
-        }
-    });
+    connect(m_ui->cmdTest, &QPushButton::clicked, this, &frmMain::TestMemory);
     connect(m_ui->cmdExit, &QPushButton::clicked, this, &QWidget::close);
     connect(m_ui->chkQuickMode, &QCheckBox::toggled, this, [this](bool quick) {
         m_flows.SetQuickRead(quick);
@@ -323,6 +313,7 @@ void frmMain::ConnectActions() {
     m_recentMenu = new QMenu(tr("&Recent files"), &file);
     m_recentMenu->setObjectName("mnuRecent");
     file.insertMenu(&(*m_actions)[Command::Save], m_recentMenu);
+    does(Command::TestAndRestore, [this] { TestAndRestore(); });
     does(Command::SaveDefault, [this] { SaveDefault(); });
     does(Command::Station, [this] { OpenStation(); });
     does(Command::Options, [this] { ShowOptions(); });
@@ -700,7 +691,7 @@ void frmMain::EnableButtons(const ButtonStates& given) {
     }
     m_ui->cmdSaveLog->setEnabled(states.Idle);
     if (states.Cancel && m_cancel->isHidden()) m_closeRefused.clear();
-    for (const Command command : {Command::Check, Command::Review})
+    for (const Command command : {Command::Check, Command::Review, Command::TestAndRestore})
         (*m_actions)[command].setEnabled(states.Port);
     (*m_actions)[Command::Station].setEnabled(states.Idle);
     m_recentMenu->setEnabled(states.Idle && !m_recent.isEmpty());
@@ -784,6 +775,7 @@ void frmMain::ShowNotice(const std::string& text) {
 void frmMain::Note(const QString& text) {
     if (InStation()) return m_station->SayNotice(text);
     m_ui->labNotice->setText(text);
+    if (m_noticeDo != nullptr) m_noticeDo->hide();
     m_ui->fraNotice->show();
 }
 

@@ -40,6 +40,7 @@ class QLabel;
 class QMenu;
 class QProgressBar;
 class QPushButton;
+class QToolButton;
 class SettingItem;
 class TextBoxEx;
 class ucTextScroll;
@@ -194,6 +195,12 @@ class frmMain : public QMainWindow, public clsIMainView {
     void ReviewChanges(const QString& title, const QString& wanted,
                        const std::function<void(ZarnInfo&)>& change);
 
+    // the memory test, and the way back
+    void TestMemory();
+    void TestAndRestore();
+    void OfferRestore(const QString& text, const clsLastSeen& seen);
+    void PutBack(const HistoryEvent& event, bool before, bool tested);
+
     // the history
     void ShowHistory();
     void ShowWhetherKept();
@@ -263,6 +270,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     std::optional<clsWireRecorder> m_recorder;
     clsTrafficDock* m_traffic = nullptr;          // once it is wanted
     clsHistoryWindow* m_historyWindow = nullptr;  // the same
+    QToolButton* m_noticeDo = nullptr;            // the same
     clsIHistory* m_events = nullptr;              // null: there is none
     bool m_alwaysKept = false;                    // whatever the user's store says
     clsExplanationPane* m_explanation = nullptr;  // the same

@@ -65,7 +65,8 @@ void frmMain::ShowHistory() {
 void frmMain::RestoreEvent(const HistoryEvent& event, bool before) {
     const HistorySide& side = before ? event.Before : event.After;
     if (side.Settings.empty()) {
-        Note(tr("This event holds a memory image and no settings: zarn74ctl restores it."));
+        activateWindow();
+        PutBack(event, before, TestedSince(*m_events, event, before));
         return;
     }
     ZarnInfo held;
