@@ -198,11 +198,9 @@ def hid(args):
             row(f'{what} told, worst of 20', worst, 'ms', 300)
 
 
-def core(args):
-    """The core in virtual time, and its whole suite."""
-    limits = {'ReadEverything/slow': 5.0, 'SettingsText': 1.0, 'AllDifferences': 0.05,
-              'FrameKept': 1.0}  # of a thousand frames: a microsecond each
-    report = json.loads(output(pinned(args.core) + [BIN / 'bench_core', '--benchmark_format=json',
+def medians(program, limits, args):
+    """The processor's time of each benchmark in a program."""
+    report = json.loads(output(pinned(args.core) + [BIN / program, '--benchmark_format=json',
                                                     '--benchmark_repetitions=7'], stderr=subprocess.DEVNULL))
     found = set()
     for entry in report['benchmarks']:
@@ -217,6 +215,21 @@ def core(args):
             row(f'{name}: processor', times, 'ms', limits.get(name), note)
     for name in limits.keys() - found:
         row(name, None, 'ms', limits[name], 'was not measured')
+
+
+def history(args):
+    """Pages of and searches in 100,000 events."""
+    pages = ('first_page', 'last_page', 'page_by_label', 'middle_page_by_label')
+    searches = ('search_all_have', 'search_one_has', 'search_none_has')
+    limits = {f'Ask/{name}': 200.0 for name in pages} | {f'Ask/{name}': 60.0 for name in searches}
+    medians('bench_history', limits, args)
+
+
+def core(args):
+    """The core in virtual time, and its whole suite."""
+    limits = {'ReadEverything/slow': 5.0, 'SettingsText': 1.0, 'AllDifferences': 0.05,
+              'FrameKept': 1.0}  # of a thousand frames: a microsecond each
+    medians('bench_core', limits, args)
     before = os.times()
     result = subprocess.run(['ctest', '--preset', 'core', '-L', 'core', '-j', '1'], cwd=TOP, stdout=subprocess.DEVNULL,
                             check=False, timeout=PATIENCE)
@@ -351,8 +364,8 @@ def window(args):
 
 
 def main():
-    groups = {'exchange': exchange, 'wire': wire, 'hid': hid, 'core': core, 'programs': programs,
-              'window': window}
+    groups = {'exchange': exchange, 'wire': wire, 'hid': hid, 'core': core, 'history': history,
+              'programs': programs, 'window': window}
     parser = argparse.ArgumentParser()
     parser.add_argument('--rounds', type=int, default=9, help='rounds of the exchanges, at least 7')
     parser.add_argument('--core', type=int, default=0, help='the processor core that client and answer share')

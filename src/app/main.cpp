@@ -249,7 +249,9 @@ int RunOnReaders(ProgramBase& base, const WindowOptions& options, const PortMap&
     clsQtSerialControl serial(base.Host, ports);
     clsDeviceNotices notices(base.Host, ports);
     clsHidReaders readers(clsHidReaders::Library::Real);
-    ucCOMM comm(base.Host, serial, store, applicationName, readers.Devices(&notices));
+    CommDevices devices = readers.Devices(&notices);
+    devices.UsbAdapter = [&ports](const std::string& port) { return ports.UsbAdapter(port); };
+    ucCOMM comm(base.Host, serial, store, applicationName, devices);
     WindowParts parts = base.Parts(comm, store);
     parts.Access = [&ports, &comm] {
         std::vector<PortEntry> all = ports.Ports();

@@ -103,11 +103,14 @@ clsISerialControl& clsQtCliPlatform::Serial() {
 }
 
 CommDevices clsQtCliPlatform::Devices(bool watch) {
-    if (!watch && !clsHidReaders::AnyPresent()) return {};
-    m_readers.emplace(clsHidReaders::Library::Real);
-    if (!watch) return m_readers->Devices(/*notices=*/nullptr);
-    m_notices.emplace(Host(), PortList());
-    return m_readers->Devices(&*m_notices);
+    CommDevices devices;
+    if (watch) m_notices.emplace(Host(), PortList());
+    if (watch || clsHidReaders::AnyPresent()) {
+        m_readers.emplace(clsHidReaders::Library::Real);
+        devices = m_readers->Devices(watch ? &*m_notices : nullptr);
+    }
+    devices.UsbAdapter = [this](const std::string& port) { return PortList().UsbAdapter(port); };
+    return devices;
 }
 
 std::unique_ptr<clsILineFile> clsQtCliPlatform::LineFile(const std::string& name, std::string& error) {

@@ -6,6 +6,7 @@
 #include "base/clsEvent.h"
 #include "hid/clsIHidApi.h"
 #include "hid/clsILibraryLoader.h"
+#include "ports/clsIPortDirectory.h"
 
 /// Values of a notice's device type.
 enum DeviceNoticeType : int { DeviceNoticePort = 3 };
@@ -37,4 +38,6 @@ struct CommDevices {
     clsIDeviceNotices* Notices = nullptr;  ///< serial ports that come and go
     /// Names the programs that have a device file open, as far as this user may know; may be empty.
     std::function<std::string(const std::string& device)> ProgramsUsing = {};
+    /// The USB adapter of a serial port, as the system tells of it; may be empty.
+    std::function<PortAdapter(const std::string& port)> UsbAdapter = {};
 };

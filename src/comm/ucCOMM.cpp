@@ -21,6 +21,7 @@ ucCOMM::ucCOMM(clsIHost& host, clsISerialControl& serial, clsISettingsStore& sto
       m_serial(serial),
       m_store(store),
       m_programsUsing(devices.ProgramsUsing),
+      m_usbAdapter(devices.UsbAdapter),
       m_live(live),
       m_ports(application),
       m_timerOnPacket(host, packetTime,
@@ -81,9 +82,10 @@ void ucCOMM::SetPortOpen(bool value) {
     if (onHid && m_ports.PortOpen()) m_adapterName = m_hid->Control.GetHIDVersion();
 }
 
-std::string ucCOMM::AdapterSerial() {
-    if (m_adapterName.empty()) return {};
-    return m_hid->Control.GetDeviceSerialNumber(modOrvHID::BareName(m_ports.CommPort()));
+PortAdapter ucCOMM::Adapter() {
+    const std::string& port = m_ports.CommPort();
+    if (m_adapterName.empty()) return m_usbAdapter ? m_usbAdapter(port) : PortAdapter();
+    return {m_adapterName, m_hid->Control.GetDeviceSerialNumber(modOrvHID::BareName(port))};
 }
 
 // The next reader on the same cable is another one: it is asked afresh for its name.

@@ -82,9 +82,9 @@ class ucCOMM : private clsPacketCutter::clsISink {
     /// The name of the USB adapter behind the open port, asked once when it opened; empty where there is
     /// none.
     [[nodiscard]] const std::string& AdapterName() const { return m_adapterName; }
-    /// The serial number of that adapter, as its device tells it without a command; empty where there is
-    /// none.
-    [[nodiscard]] std::string AdapterSerial();
+    /// That adapter with its serial number, or the one of a serial port; as the system tells it, without a
+    /// command.
+    [[nodiscard]] PortAdapter Adapter();
 
     // -- the command engine ---------------------------------------------------------------------------------
     static std::uint8_t CalcChkSum(const std::string& text, std::int32_t count) {
@@ -248,6 +248,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
     clsISerialControl& m_serial;
     clsISettingsStore& m_store;
     std::function<std::string(const std::string& device)> m_programsUsing;
+    std::function<PortAdapter(const std::string& port)> m_usbAdapter;
     const bool m_live;
     clsWaitAccount m_waits;
     clsCommPorts m_ports;

@@ -509,7 +509,8 @@ bool clsReaderFlows::BeginEvent(HistoryAction action) {
     if (!m_comm.PortOpen()) return false;
     const std::string& port = m_comm.CommPort();
     const int baud = m_comm.CommPort_IsBaudrateSupported(port) ? m_comm.BaudRate() : 0;
-    return m_recorder.Open(action, {port, m_comm.AdapterName(), m_comm.AdapterSerial(), baud});
+    const PortAdapter adapter = m_comm.Adapter();
+    return m_recorder.Open(action, {port, adapter.Name, adapter.Serial, baud});
 }
 
 void clsReaderFlows::EndEvent(bool cancelled) {

@@ -18,6 +18,12 @@ struct PortEntry {
     PortReason Reason;        ///< why not, under the port's name
 };
 
+/// What stands between the machine and a port; both may be empty.
+struct PortAdapter {
+    std::string Name;
+    std::string Serial;
+};
+
 /// The list of ports with what a person wants to know of each. Built by main beside the control it describes.
 class clsIPortDirectory {
   public:

@@ -52,7 +52,7 @@ clsSqlHistory::Fault clsSqlHistory::Select(const HistoryFilter& filter,
     if (filter.Until) demand("begun < ?", Whole(*filter.Until));
     if (!filter.Label.empty()) demand("instr(upper(label), upper(?)) > 0", Text(filter.Label));
     if (!filter.Search.empty())
-        demand("id IN (SELECT event FROM words WHERE instr(text, lower(?)) > 0)", Text(filter.Search));
+        demand("instr((SELECT text FROM words WHERE event = id), lower(?)) > 0", Text(filter.Search));
     if (filter.Action) demand("action = ?", WordOf(*filter.Action));
     if (!filter.IdBegins.empty()) {
         demand("uuid >= ?", Text(filter.IdBegins));
@@ -64,16 +64,17 @@ clsSqlHistory::Fault clsSqlHistory::Select(const HistoryFilter& filter,
                             filter.Outcome == HistoryOutcome::BegunThere;
     if (filter.Outcome) demand("outcome = ?", WordOf(unfinished ? HistoryOutcome::Begun : *filter.Outcome));
     const QString order = OrderText(filter.Order, filter.Rising);
-    QString page;
-    if (!unfinished) {
-        page = " LIMIT ? OFFSET ?";
-        values.insert(values.end(), {filter.Limit > 0 ? filter.Limit : -1, filter.Offset});
+    const bool paged = filter.Limit > 0 && !unfinished;
+    if (paged) {
+        // Sorted and passed over are ids alone, not whole rows.
+        where = QString(" WHERE id IN (SELECT id FROM events%1%2 LIMIT ? OFFSET ?)").arg(where, order);
+        values.insert(values.end(), {filter.Limit, filter.Offset});
     }
-    QSqlQuery query = Prepared("SELECT " + Columns() + " FROM events" + where + order + page);
+    QSqlQuery query = Prepared("SELECT " + Columns() + " FROM events" + where + order);
     for (const QVariant& value : values) query.addBindValue(value);
     if (Fault fault = Run(query)) return fault;
     const std::size_t limit = filter.Limit > 0 ? static_cast<std::size_t>(filter.Limit) : std::size_t(-1);
-    int over = unfinished ? filter.Offset : 0;
+    int over = paged ? 0 : filter.Offset;
     const int outcomeAt = query.record().indexOf("outcome");
     while (events.size() < limit && query.next()) {
         const HistoryOutcome outcome = OutcomeOfRow(query, outcomeAt);

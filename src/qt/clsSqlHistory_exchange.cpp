@@ -59,7 +59,7 @@ std::string LinesOf(std::string_view content, std::vector<std::string_view>& lin
     const QJsonObject head = Object(content.substr(0, content.find('\n')));
     if (head["format"].toString() != formatName) return "this is no export of a history";
     if (head["version"].toInt() > formatVersion) return "a newer version of the program made it";
-    const std::string damaged = "it is damaged, or not all of it is there";
+    std::string damaged = "it is damaged, or not all of it is there";
     if (!content.ends_with('\n')) return damaged;
     const std::size_t end = content.rfind('\n', content.size() - 2) + 1;
     const QJsonObject foot = Object(content.substr(end));

@@ -53,6 +53,8 @@ std::string Resolved(const fs::path& path) {
 }
 
 // Keeps what a list of "number=identity" separated by semicolons can hold.
+constexpr const char* uartText = "Serial port";
+
 std::string Plain(std::string text) {
     for (char& c : text) {
         const bool plain =
@@ -194,6 +196,14 @@ std::string clsPortList::AddDevice(const std::string& path) {
     return ComName(number);
 }
 
+PortAdapter clsPortList::UsbAdapter(const std::string& port) {
+    for (const auto& [number, entry] : Lines()) {
+        const bool found = port == "COM" + std::to_string(number);
+        if (found && entry.Description != uartText) return {entry.Description, entry.Serial};
+    }
+    return {};
+}
+
 clsPortList::Numbered clsPortList::Lines() { return m_map.empty() ? MachineLines() : MappedLines(); }
 
 clsPortList::Numbered clsPortList::MappedLines() {
@@ -226,7 +236,7 @@ clsPortList::Numbered clsPortList::MachineLines() {
             // The kernel makes nodes for chips that are not there; their type is 0, unknown.
             const std::string type = Attribute(item, "type");
             if (!number || type.empty() || type == "0") continue;
-            node.Entry.Description = "Serial port";
+            node.Entry.Description = uartText;
             lines[*number] = node.Entry;
             continue;
         }

@@ -37,6 +37,8 @@ class clsPortList final : public clsIPortDirectory {
     std::string AddDevice(const std::string& path);
     /// In the order of their numbers.
     [[nodiscard]] std::vector<PortEntry> Ports() override;
+    /// The USB adapter that a line hangs on; empty for another one.
+    [[nodiscard]] PortAdapter UsbAdapter(const std::string& port);
     /// The device file of line COM`number`; empty when there is no such line.
     [[nodiscard]] std::string DeviceOf(int number);
 

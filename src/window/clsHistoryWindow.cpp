@@ -18,12 +18,14 @@
 #include <QSplitter>
 #include <QTableView>
 #include <algorithm>
+#include <utility>
 
 #include "window/CheckBoxColors.h"
 #include "window/clsEventView.h"
 
 namespace {
 
+constexpr int againTime = 200;    // ms
 constexpr int typingTime = 80;    // ms
 constexpr int usualWidth = 1180;  // pixels
 constexpr int usualHeight = 700;
@@ -326,24 +328,34 @@ std::vector<std::string> clsHistoryWindow::ChosenIds() const {
     for (const QModelIndex& index : m_table->selectionModel()->selectedRows()) rows.push_back(index.row());
     std::sort(rows.begin(), rows.end());
     std::vector<std::string> ids;
+    ids.reserve(rows.size());
     for (const int row : rows) ids.push_back(m_model.EventAt(row).Id);
     return ids;
 }
 
 std::optional<HistoryEvent> clsHistoryWindow::Whole(const std::string& id) {
     auto found = m_parts.History->Find(id);
-    if (found.Result == clsIHistory::Events::State::Done && found.Value.size() == 1)
+    if (found.Result == clsIHistory::Events::State::Done && found.Value.size() == 1) {
+        if (std::exchange(m_askAgain, false)) Say({});
         return std::move(found.Value.front());
-    const bool busy = found.Result == clsIHistory::Events::State::Busy;
-    Say(busy ? tr("Another program keeps the history locked: press F5 to ask again.")
-             : QString::fromStdString(found.Error));
+    }
+    m_askAgain = found.Result == clsIHistory::Events::State::Busy;
+    if (m_askAgain) QTimer::singleShot(againTime, &m_chosenSoon, qOverload<>(&QTimer::start));
+    Say(m_askAgain ? tr("Another program keeps the history locked; it is asked again.")
+                   : QString::fromStdString(found.Error));
     return std::nullopt;
 }
 
 void clsHistoryWindow::ShowChosen() {
     const std::vector<std::string> ids = ChosenIds();
-    m_event.reset();
-    if (ids.size() == 1) m_event = Whole(ids.front());
+    std::optional<HistoryEvent> event;
+    if (ids.size() == 1) event = Whole(ids.front());
+    const bool same = event && event == m_event;  // then a page that was scrolled stays so
+    m_event = std::move(event);
+    if (same) {
+        EnableActions();
+        return;
+    }
     if (m_event) {
         m_view->ShowEvent(*m_event);
     } else if (ids.size() == 2) {

@@ -86,6 +86,7 @@ class clsHistoryWindow : public QDialog {
     std::optional<HistoryEvent> m_event;  // the one that is shown
     QString m_warning;
     bool m_idle = true;
+    bool m_askAgain = false;  // for the event that is chosen
 
     QLineEdit* m_search = nullptr;
     QComboBox* m_action = nullptr;

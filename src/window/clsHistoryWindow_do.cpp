@@ -1,6 +1,7 @@
 // What the window of the history makes of the events that are chosen.
 
 #include <QAction>
+#include <QApplication>
 #include <QFile>
 #include <QLabel>
 #include <QMenu>
@@ -15,6 +16,14 @@ namespace {
 QString EventsText(qint64 count) {
     return count == 1 ? clsHistoryWindow::tr("1 event") : clsHistoryWindow::tr("%1 events").arg(count);
 }
+
+/// Thousands of events take a moment.
+struct clsWaitCursor {
+    clsWaitCursor() { QApplication::setOverrideCursor(Qt::WaitCursor); }
+    clsWaitCursor(const clsWaitCursor&) = delete;
+    clsWaitCursor& operator=(const clsWaitCursor&) = delete;
+    ~clsWaitCursor() { QApplication::restoreOverrideCursor(); }
+};
 
 }  // namespace
 
@@ -106,6 +115,9 @@ void clsHistoryWindow::SaveSheets() {
 }
 
 void clsHistoryWindow::Export(const std::vector<std::string>& ids) {
+    const QString file = m_parts.ChooseFile("zarn74.history", /*save=*/true, tr("Histories (*.history)"));
+    if (file.isEmpty()) return;
+    const clsWaitCursor waiting;
     const auto answer = m_parts.History->Export(ids);
     if (answer.Result != HistoryAnswer<std::string>::State::Done) {
         const bool busy = answer.Result == HistoryAnswer<std::string>::State::Busy;
@@ -117,13 +129,13 @@ void clsHistoryWindow::Export(const std::vector<std::string>& ids) {
         Say(tr("The history is empty: there is nothing to export."));
         return;
     }
-    const QString file = m_parts.ChooseFile("zarn74.history", /*save=*/true, tr("Histories (*.history)"));
-    if (!file.isEmpty()) Save(file, answer.Value);
+    Save(file, answer.Value);
 }
 
 void clsHistoryWindow::Import() {
     const QString file = m_parts.ChooseFile({}, /*save=*/false, tr("Histories (*.history)"));
     if (file.isEmpty()) return;
+    const clsWaitCursor waiting;
     const auto content = m_parts.Files.WholeFile(QFile::encodeName(file).toStdString());
     if (!content) {
         Say(tr("%1 could not be read: %2.")

@@ -69,6 +69,12 @@ TEST_F(clsPortListTest, AMapReplacesTheList) {
     EXPECT_EQ(Listed(), "COM3=tty COM12=reader ");
     EXPECT_FALSE(list.Ports().at(0).Access);
     EXPECT_EQ(list.Ports().at(1).Serial, "A");
+    EXPECT_EQ(list.UsbAdapter("COM12").Serial, "A");
+    EXPECT_EQ(list.UsbAdapter("COM12").Name, list.Ports().at(1).Description);
+    EXPECT_EQ(list.UsbAdapter("COM3").Serial, "");
+    list.SetMap({});
+    EXPECT_EQ(list.UsbAdapter("COM1").Name, "") << "a line of the machine itself";
+    list.SetMap(ParsePortMap({"com12=" + folder + "/reader", "COM3=/nowhere/tty"}, nullptr));
     EXPECT_EQ(list.AddDevice(folder + "/dev/ttyUSB0"), "COM12");  // known under its link
     EXPECT_EQ(list.AddDevice("/nowhere/else"), "COM6");           // 5 is remembered
     EXPECT_EQ(list.DeviceOf(6), "/nowhere/else");

@@ -39,6 +39,7 @@ struct clsHistoryTest : clsWindowTest {
     }
     static void Settle() {
         QTest::qWait(120);  // until it is searched for what was typed
+        for (int turn = 0; turn < 5; ++turn) QCoreApplication::processEvents();  // on a busy machine too
     }
     [[nodiscard]] QTableView& Table() const { return Find<QTableView>("tblHistory"); }
     [[nodiscard]] std::string Cell(int row, int column) const {
