@@ -43,7 +43,7 @@ constexpr ActionRow rows[] = {
     {Command::ReadBack, WindowMenu::Reader, "actReadBack", "Read &back after writing", nullptr, false},
     {Command::ReadCard, WindowMenu::Reader, "actReadCard", "Read the car&d", nullptr, true},
     {Command::TestMemory, WindowMenu::Reader, "actTestMemory", "&Test EEPROM", nullptr, false},
-    {Command::TestAndRestore, WindowMenu::Reader, "actTestAndRestore", "Test and re&store", nullptr, false},
+    {Command::TestAndRestore, WindowMenu::Reader, "actTestAndRestore", "Test and rest&ore", nullptr, false},
     {Command::Station, WindowMenu::Reader, "actStation", "&Station...", "Shift+F2", true},
     {Command::Cancel, WindowMenu::Reader, "actCancel", "&Cancel", "F7", true},
     {Command::Changes, WindowMenu::View, "actChanges", "&Changes", "F9", false},
