@@ -82,6 +82,9 @@ WindowParsing ParseArguments(std::vector<std::string> arguments, WindowOptions& 
     } catch (const CLI::ParseError& error) {
         return {/*Run=*/false, /*Exit=*/2, std::string(error.what()) + "\n"};
     }
+    if (!options.Station.empty() && (demo == "hid" || !options.Image.empty()))
+        return {/*Run=*/false, /*Exit=*/2,
+                "--station: its simulated readers are fresh ones on a serial line\n"};
     if (!options.Station.empty() && (options.Batch() || !options.File.empty()))
         return {/*Run=*/false, /*Exit=*/2,
                 "--station: it goes with no picture, no description and no other file\n"};

@@ -2,7 +2,6 @@
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QEvent>
 #include <QGridLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -35,7 +34,7 @@ QLabel* BuddyLabel(const QString& text, QWidget* control) {
 }  // namespace
 
 clsDemoPanel::clsDemoPanel(const std::vector<Connection>& connections, int chosen, QWidget* parent)
-    : QFrame(parent),
+    : clsDemoStrip(parent),
       m_connections(connections),
       m_connection(new QComboBox),
       m_card(new QComboBox),
@@ -43,8 +42,6 @@ clsDemoPanel::clsDemoPanel(const std::vector<Connection>& connections, int chose
       m_plugged(new QCheckBox(tr("Plugged in"))),
       m_paced(new QCheckBox(tr("Real line speed"))) {
     setObjectName("pnlDemo");
-    setAutoFillBackground(true);
-    Color();
 
     m_paced->setToolTip(tr("Bytes take as long as on a real serial line"));
     m_plugged->setChecked(true);
@@ -77,11 +74,7 @@ clsDemoPanel::clsDemoPanel(const std::vector<Connection>& connections, int chose
 
 // The controls in two rows, with what is only shown or clicked.
 void clsDemoPanel::Arrange() {
-    auto* const banner = new QLabel(tr("Simulated reader: nothing here reaches a real one."));
-    banner->setObjectName("labDemo");
-    QFont bold = banner->font();
-    bold.setBold(true);
-    banner->setFont(bold);
+    auto* const banner = MakeBanner(tr("Simulated reader: nothing here reaches a real one."));
     auto* const type = new QPushButton(tr("Type card ID"));
     type->setObjectName("cmdDemoType");
     type->setToolTip(tr("The reader types the ID of the card that lies on it, and Enter"));
@@ -134,20 +127,4 @@ void clsDemoPanel::ApplyFault() {
         fault = ParseSimFault(QtText::ToBytes(m_fault->currentText()), error);
     }
     for (const Connection& connection : m_connections) connection.Reader->SetFault(fault);
-}
-
-void clsDemoPanel::changeEvent(QEvent* event) {
-    QFrame::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange && !m_coloring) Color();
-}
-
-/// An amber strip: light with dark text, or the other way round on a dark theme.
-void clsDemoPanel::Color() {
-    m_coloring = true;
-    const bool dark = palette().color(QPalette::Base).lightness() < 128;
-    QPalette colors = palette();
-    colors.setColor(QPalette::Window, dark ? QColor(0x5A, 0x45, 0x00) : QColor(0xFF, 0xE8, 0xA3));
-    colors.setColor(QPalette::WindowText, dark ? QColor(0xFF, 0xF2, 0xCC) : QColor(0x3A, 0x2C, 0x00));
-    setPalette(colors);
-    m_coloring = false;
 }

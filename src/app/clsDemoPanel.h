@@ -1,9 +1,9 @@
 #pragma once
 
-#include <QFrame>
 #include <vector>
 
 #include "app/clsDemoReader.h"
+#include "app/clsDemoStrip.h"
 
 class QCheckBox;
 class QComboBox;
@@ -12,7 +12,7 @@ class QPushButton;
 /// The strip above the window that says that the reader is simulated, and what can be done to that reader.
 /// Made by main for the window, which owns it; the readers outlive it. Its slots run inside flows too: that
 /// is what it is for.
-class clsDemoPanel : public QFrame {
+class clsDemoPanel : public clsDemoStrip {
     Q_OBJECT
 
   public:
@@ -24,18 +24,12 @@ class clsDemoPanel : public QFrame {
     /// Only the connection `chosen` is plugged in.
     clsDemoPanel(const std::vector<Connection>& connections, int chosen, QWidget* parent = nullptr);
 
-    [[nodiscard]] QSize minimumSizeHint() const override { return {0, QFrame::minimumSizeHint().height()}; }
-
   signals:
     /// Bytes are to take as long as on a real line, or no time at all.
     void PacedChanged(bool paced);
 
-  protected:
-    void changeEvent(QEvent* event) override;
-
   private:
     void Arrange();
-    void Color();
     void ApplyPlug();
     void ApplyCard();
     void ApplyFault();
@@ -47,5 +41,4 @@ class clsDemoPanel : public QFrame {
     QComboBox* m_fault;
     QCheckBox* m_plugged;
     QCheckBox* m_paced;
-    bool m_coloring = false;
 };

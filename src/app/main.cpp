@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -26,6 +27,7 @@
 #include "qt/clsQtStore.h"
 #include "qt/clsSqlHistory.h"
 #include "sim/SimImage.h"
+#include "sim/clsSimBench.h"
 #include "system/ProgramFiles.h"
 #include "system/clsAccessCheck.h"
 #include "system/clsDeviceNotices.h"
@@ -43,6 +45,8 @@ constexpr auto applicationName = "zarn74";
 constexpr int exitUsage = 2;
 constexpr int historyTime = 2000;  // ms that another program may have it locked
 constexpr int iconTime = 50;       // ms from the window's being shown
+constexpr int demoUnits = 40;      // of a station's demo
+constexpr int demoBad = 10;
 constexpr auto desktopEntry = "org.example.zarn74";
 
 int Say(const std::string& text, int status) {
@@ -145,7 +149,8 @@ bool HasHistory(const WindowOptions& options) {
 
 /// Shows the window until it is closed, on a simulated reader when there is a panel for one. The program's
 /// exit status.
-int Open(const WindowParts& parts, const WindowOptions& options, clsDemoPanel* panel) {
+int Open(const WindowParts& parts, const WindowOptions& options, QWidget* panel,
+         const std::function<void()>& stationStarted = {}) {
     WindowFiles files;
     files.Defaults = ProgramFiles::DefaultFile();
     if (panel == nullptr) files.UserDefaults = ProgramFiles::UserDefaultFile();
@@ -173,6 +178,7 @@ int Open(const WindowParts& parts, const WindowOptions& options, clsDemoPanel* p
         window.UseHistory(*history, /*always=*/!own);
     }
     if (panel != nullptr) window.InsertPanel(panel);
+    if (stationStarted) QObject::connect(&window, &frmMain::StationStarted, &window, stationStarted);
     if (!options.Page.empty() && !TurnToPage(window, QString::fromLocal8Bit(options.Page.c_str())))
         return Say("there is no page " + options.Page + "\n", exitUsage);
     if (options.Width > 0 && options.Height > 0) window.resize(options.Width, options.Height);
@@ -258,7 +264,28 @@ int RunOnReaders(ProgramBase& base, const WindowOptions& options, const PortMap&
         for (PortEntry& reader : comm.HidPorts()) all.push_back(std::move(reader));
         return clsAccessCheck().Look(all);
     };
+    parts.IsReadersOwn = [&ports](const std::string& port) {
+        const auto all = ports.Ports();
+        return std::any_of(all.begin(), all.end(),
+                           [&](const PortEntry& entry) { return entry.Name == port && entry.OfReaders; });
+    };
     return Open(parts, options, nullptr);
+}
+
+/// A box of simulated readers that come and go once the station runs.
+int RunStationDemo(ProgramBase& base, const WindowOptions& options) {
+    clsMemoryStore store;
+    store.SaveSetting("Station", "Labels", "running");
+    clsSimSerialControl serial(base.Host);
+    clsIDeviceNotices notices;
+    clsSimBench bench(base.Host, serial, /*line=*/1, demoUnits, demoBad,
+                      [&notices](bool arrived, const std::string& port) {
+                          (arrived ? notices.OnDeviceArrival : notices.OnDeviceRemoveComplete)
+                              .Raise(DeviceNoticePort, port);
+                      });
+    ucCOMM comm(base.Host, serial, store, applicationName, {nullptr, nullptr, &notices});
+    return Open(base.Parts(comm, store), options, new clsDemoStationStrip(demoUnits, demoBad),
+                [&bench] { bench.Begin(); });
 }
 
 int RunDemo(ProgramBase& base, const WindowOptions& options) {
@@ -311,6 +338,8 @@ int Main(int argc, char** argv) {
     const PortMap map = ParsePortMap(options.PortMap, std::getenv("ZARN74_PORT_MAP"));
     if (!map.Error.empty()) return Say(map.Error + "\n", exitUsage);
     ProgramBase base;
+    if (options.Demo != WindowOptions::DemoKind::None && !options.Station.empty())
+        return RunStationDemo(base, options);
     return options.Demo == WindowOptions::DemoKind::None ? RunOnReaders(base, options, map)
                                                          : RunDemo(base, options);
 }

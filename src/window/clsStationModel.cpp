@@ -131,5 +131,7 @@ QVariant clsStationModel::data(const QModelIndex& index, int role) const {
 QVariant clsStationModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal) return {};
     if (role == Qt::DisplayRole) return tr(titles.at(static_cast<std::size_t>(section)));
+    const bool number = section == ChangesColumn || section == SecondsColumn;
+    if (role == Qt::TextAlignmentRole && number) return QVariant(Qt::AlignRight | Qt::AlignVCenter);
     return {};
 }

@@ -106,6 +106,7 @@ void clsStationPages::Start() {
         return;
     }
     run.ShowState();
+    emit Started();
 }
 
 // -- running ------------------------------------------------------------------------------------------------

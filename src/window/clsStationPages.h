@@ -59,6 +59,7 @@ class clsStationPages : public QStackedWidget, public clsIStationView {
     void Beep(int times) override;
 
   signals:
+    void Started();
     /// Back to the settings.
     void Left();
     void CloseWanted();

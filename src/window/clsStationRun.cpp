@@ -164,6 +164,8 @@ QWidget* clsStationRun::MakeLists() {
         {clsStationModel::PortColumn, 8},     {clsStationModel::FirmwareColumn, 14},
         {clsStationModel::ChangesColumn, 10}, {clsStationModel::ResultColumn, 23}};
     for (const auto& [column, letters] : widths) m_list->header()->resizeSection(column, letter * letters);
+    m_list->header()->setStretchLastSection(false);
+    m_list->header()->setSectionResizeMode(clsStationModel::ResultColumn, QHeaderView::Stretch);
 
     auto* const side = new QWidget(this);
     auto* const column = new QVBoxLayout(side);

@@ -57,7 +57,7 @@ clsStationSetup::clsStationSetup(Parts parts, QWidget* parent) : QWidget(parent)
     setObjectName("pagStationSetup");
     m_choices = new QWidget(this);
     auto* const form = new QFormLayout(m_choices);
-    form->setFieldGrowthPolicy(QFormLayout::ExpandingFieldsGrow);
+    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     m_profile = new QLineEdit(this);
     m_profile->setObjectName("txtStationProfile");
     m_profile->setToolTip(tr("The settings file that every reader is to hold"));
@@ -67,6 +67,7 @@ clsStationSetup::clsStationSetup(Parts parts, QWidget* parent) : QWidget(parent)
     m_findings->setObjectName("labStationFindings");
     m_findings->setTextFormat(Qt::PlainText);
     m_findings->setWordWrap(true);
+    m_findings->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     form->addRow(QString(), m_findings);
     m_line = new QComboBox(this);
     m_line->setObjectName("cboStationLine");
@@ -254,6 +255,9 @@ void clsStationSetup::CheckProfile() {
         lines += tr("Warning: %1").arg(QtText::ToQString(warning));
     m_profileGood = profile.Errors().empty();
     m_doubtful = !lines.isEmpty();
+    QFont font = m_profile->font();
+    font.setBold(m_doubtful);
+    m_findings->setFont(font);
     m_findings->setText(lines.isEmpty() ? tr("It can be used.") : lines.join('\n'));
     Update();
 }

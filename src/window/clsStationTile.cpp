@@ -14,6 +14,9 @@ using Sign = clsStationTile::Sign;
 constexpr double wordPart = 0.34;
 constexpr double unitPart = 0.11;
 constexpr double linePart = 0.095;
+constexpr double crowdedWordPart = 0.27;
+constexpr double crowdedLinePart = 0.078;
+constexpr double wordGap = 0.04;
 constexpr double toDoPart = 0.15;
 constexpr double marginPart = 0.05;
 constexpr int leastLine = 13;  // pixels
@@ -221,33 +224,40 @@ void clsStationTile::paintEvent(QPaintEvent*) {
 
 void clsStationTile::PaintTexts(QPainter& painter, const QRectF& area) const {
     painter.setPen(Qt::white);
-    double top = area.top();
-    const auto draw = [&](const QFont& font, const QString& text, double at) {
-        painter.setFont(font);
-        const QFontMetricsF metrics(font);
-        painter.drawText(QPointF(area.left(), at + metrics.ascent()),
-                         metrics.elidedText(text, Qt::ElideRight, area.width()));
-        return metrics.height();
-    };
     const double whole = height();
-    top += draw(Fitting(font(), whole * wordPart, /*bold=*/true, m_word, area.width()), m_word, top);
-    if (!m_unit.isEmpty())
-        top += draw(Fitting(font(), whole * unitPart, /*bold=*/false, m_unit, area.width()), m_unit, top);
-    const QFont toDo = Fitting(font(), whole * toDoPart, /*bold=*/true, m_toDo, area.width());
-    const double bottom = area.bottom() - (m_toDo.isEmpty() ? 0 : QFontMetricsF(toDo).height());
-    if (!m_toDo.isEmpty()) draw(toDo, m_toDo, bottom);
-
-    const QFont small = FontOf(font(), static_cast<int>(whole * linePart), /*bold=*/false);
-    const double step = small.pixelSize() * lineStep;
-    const auto room = static_cast<qsizetype>(std::max((bottom - top) / step, 1.0));
-    QStringList lines = m_lines;
-    if (lines.size() > room) {
-        const auto more = lines.size() - room + 1;
-        lines.resize(room - 1);
-        lines += tr("and %1 more").arg(more);
+    // Several reasons are worth a smaller word.
+    const double word = whole * (m_lines.size() > 1 ? crowdedWordPart : wordPart);
+    const double line = whole * (m_lines.size() > 1 ? crowdedLinePart : linePart);
+    const auto draw = [&](const QFont& font, const QString& text, double baseline) {
+        painter.setFont(font);
+        const QString fits = QFontMetricsF(font).elidedText(text, Qt::ElideRight, area.width());
+        painter.drawText(QPointF(area.left(), baseline), fits);
+    };
+    const QFont large = Fitting(font(), word, /*bold=*/true, m_word, area.width());
+    double at = area.top() + QFontMetricsF(large).capHeight();
+    draw(large, m_word, at);
+    at += whole * wordGap;
+    if (!m_unit.isEmpty()) {
+        const QFont unit = Fitting(font(), whole * unitPart, /*bold=*/false, m_unit, area.width());
+        at += unit.pixelSize();
+        draw(unit, m_unit, at);
     }
-    for (const QString& line : lines) {
-        draw(small, line, top);
-        top += step;
+    const QFont toDo = Fitting(font(), whole * toDoPart, /*bold=*/true, m_toDo, area.width());
+    const double bottom = area.bottom() - QFontMetricsF(toDo).descent();
+    draw(toDo, m_toDo, bottom);
+
+    const QFont small = FontOf(font(), static_cast<int>(line), /*bold=*/false);
+    const double step = small.pixelSize() * lineStep;
+    const double room = bottom - (m_toDo.isEmpty() ? 0 : toDo.pixelSize()) - at;
+    const auto fit = static_cast<qsizetype>(std::max(room / step, 1.0));
+    QStringList lines = m_lines;
+    if (lines.size() > fit) {
+        const auto more = lines.size() - fit + 1;
+        lines.resize(fit - 1);
+        lines += fit > 1 ? tr("and %1 more").arg(more) : tr("%1 reasons").arg(more);
+    }
+    for (const QString& text : lines) {
+        at += step;
+        draw(small, text, at);
     }
 }

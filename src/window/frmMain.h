@@ -132,6 +132,8 @@ class frmMain : public QMainWindow, public clsIMainView {
     void FormChanged();
     /// What the reader was last seen to hold has changed.
     void PictureChanged();
+    /// A station begins.
+    void StationStarted();
 
   protected:
     void closeEvent(QCloseEvent* event) override;

@@ -27,6 +27,7 @@ clsStationPages& frmMain::Station() {
                                     this);
     m_ui->layCentral->addWidget(m_station);
     ColorCheckBoxes();
+    connect(m_station, &clsStationPages::Started, this, &frmMain::StationStarted);
     connect(m_station, &clsStationPages::Left, this, &frmMain::LeaveStation);
     connect(m_station, &clsStationPages::CloseWanted, this, &QWidget::close);
     return *m_station;
@@ -60,8 +61,8 @@ bool frmMain::EnterStation() {
 
 /// All but these, until it is left.
 void frmMain::DisableCommands(const std::vector<Command>& but) {
-    for (QMenu* menu : menuBar()->findChildren<QMenu*>(Qt::FindDirectChildrenOnly)) {
-        for (QAction* action : menu->actions()) {
+    for (const QAction* title : menuBar()->actions()) {
+        for (QAction* action : title->menu()->actions()) {
             const bool stays = std::any_of(but.begin(), but.end(),
                                            [&](Command command) { return action == &(*m_actions)[command]; });
             if (stays || action->isSeparator() || !action->isEnabled()) continue;

@@ -30,6 +30,10 @@ TEST(WindowOptionsTest, TheArgumentsAreUnderstood) {
         {{"--image", "x"}, 0, Kind::Serial, false, ""},
         {{"--size", "100000x100"}, 2, Kind::None, false, ""},
         {{"--no-history", "--history", "x"}, 2, Kind::None, false, ""},
+        {{"--station", "a.txt", "--operator"}, 0, Kind::None, false, ""},
+        {{"--operator"}, 2, Kind::None, false, ""},
+        {{"--station", "a.txt", "--describe"}, 2, Kind::None, false, ""},
+        {{"--station", "a.txt", "--demo=hid"}, 2, Kind::None, false, ""},
         {{"--history", ""}, 2, Kind::None, false, ""},
     };
     for (const auto& row : rows) {
