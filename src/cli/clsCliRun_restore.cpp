@@ -142,7 +142,7 @@ CliResult clsCliRun::TestAndRestore() {
 
 // The newest event since the reader was plugged in that tells what was in it.
 std::optional<HistoryEvent> clsCliRun::LastSeen() {
-    const std::string adapter = modText::ToUtf8(m_comm.AdapterSerial());
+    const std::string adapter = modText::ToUtf8(m_comm.Adapter().Serial);
     const auto ports = AllPorts();
     const auto port = std::find_if(ports.begin(), ports.end(),
                                    [this](const PortEntry& entry) { return entry.Name == m_port; });
