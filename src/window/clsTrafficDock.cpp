@@ -18,7 +18,7 @@
 
 namespace {
 constexpr int margin = 6;                         // pixels
-constexpr int frameTime = 50;                     // ms between two looks at what is new
+constexpr int frameTime = 100;                    // ms between two looks at what is new
 constexpr int quietTime = 500;                    // ms between two looks for answers that do not come
 constexpr std::int64_t longestWait = 11'000'000;  // us, after which none is waited for any more
 }  // namespace
