@@ -261,6 +261,13 @@ CliResult clsCliHistory::Show(const HistoryEvent& event) const {
     return result;
 }
 
+// Where what there was before the event stands in for what it left.
+void clsCliHistory::SaySide(const HistoryEvent& event) {
+    if (event.After.Settings.empty() && !event.Before.Settings.empty())
+        m_log.Say("what event " + ShortId(event) +
+                  " left was not read: what there was before it is compared");
+}
+
 // When the part was not read.
 bool clsCliHistory::Refused(const std::string& part, const HistoryEvent& event, const char* what) {
     if (!part.empty()) return false;
@@ -319,10 +326,12 @@ CliResult clsCliHistory::Diff(const HistoryEvent& event) {
         if (!other) return {};
         second = LastSettings(*other);
         if (Refused(second, *other, "settings")) return {};
+        SaySide(*other);
     } else {
         first = event.Before.Settings;
     }
     if (Refused(first, event, "settings") || (!file && Refused(second, event, "settings"))) return {};
+    if (!m_options.Other.empty()) SaySide(event);
     m_files.SetText(firstText, first);
     m_files.SetText(secondText, second);
     std::vector<SettingChange> changes;

@@ -37,6 +37,7 @@ class clsCliHistory {
     auto Patiently(Ask ask) -> decltype(ask());
     std::optional<HistoryEvent> Find(const std::string& idBegins);
     bool There();
+    void SaySide(const HistoryEvent& event);
     bool Refused(const std::string& part, const HistoryEvent& event, const char* what);
     bool Save(CliResult& result, const std::string& content);
 

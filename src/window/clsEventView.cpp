@@ -164,11 +164,16 @@ void clsEventView::ShowDifference(const HistoryEvent& first, const HistoryEvent&
                         QString::fromStdString(difference.B)});
     const auto name = [](const HistoryEvent& event) {
         const QString label = QString::fromStdString(event.Label).simplified();
-        return clsHistoryModel::TimeText(event.Begun) + (label.isEmpty() ? "" : ", " + label);
+        return clsHistoryModel::TimeText(event.Begun) + (label.isEmpty() ? "" : ", " + label) +
+               (event.After.Settings.empty() ? tr(" (before it)") : QString());
     };
-    m_sentence->setText(rows.empty() ? tr("None of %1 settings differ between the two events.").arg(itemCount)
-                                     : tr("%1 of %2 settings differ, as the two events left the reader.")
-                                           .arg(rows.size())
-                                           .arg(itemCount));
+    const bool left = !first.After.Settings.empty() && !second.After.Settings.empty();
+    QString sentence = rows.empty() ? tr("None of %1 settings differ between the two events").arg(itemCount)
+                                    : tr("%1 of %2 settings differ").arg(rows.size()).arg(itemCount);
+    if (!rows.empty() && left) sentence += tr(", as the two events left the reader");
+    sentence += '.';
+    if (!left)
+        sentence += tr(" What an event left was not read: what the reader held before it stands in for it.");
+    m_sentence->setText(sentence);
     Fill(*m_changes, {tr("Setting"), name(first), name(second)}, rows);
 }

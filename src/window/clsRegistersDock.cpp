@@ -41,12 +41,13 @@ bool LaySettings(const std::string& content, ZarnInfo& record) {
     return parser.Content().KnownKey;
 }
 
+// Whole, so that it can say which side ReadBy takes.
 QString EventText(const HistoryEvent& event) {
     const QDateTime begun = QDateTime::fromMSecsSinceEpoch(event.Begun);
     QString text = begun.toString("yyyy-MM-dd hh:mm ") + WordOf(event.Action);
     const std::string& what = event.Label.empty() ? event.Port : event.Label;
     if (!what.empty()) text += ", " + QString::fromStdString(what);
-    return text;
+    return event.After.Empty() ? clsRegistersDock::tr("%1, before it").arg(text) : text;
 }
 
 }  // namespace
@@ -275,8 +276,8 @@ void clsRegistersDock::AddEvents() {
     for (const HistoryEvent& event : events.Value) {
         const clsIHistory::Events found = history->Find(event.Id);
         if (found.Value.size() != 1 || ReadBy(found.Value.front()).empty()) continue;
-        connect(m_menu->addAction(EventText(event).replace('&', "&&")), &QAction::triggered, this,
-                [this, whole = found.Value.front()] { CompareWith(EventText(whole), ReadBy(whole)); });
+        connect(m_menu->addAction(EventText(found.Value.front()).replace('&', "&&")), &QAction::triggered,
+                this, [this, whole = found.Value.front()] { CompareWith(EventText(whole), ReadBy(whole)); });
         if (++listed == listedEvents) break;
     }
     if (listed > 0) return;

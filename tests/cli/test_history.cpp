@@ -133,6 +133,9 @@ TEST_F(CliHistory, EventsAreListedShownComparedAndTakenOut) {
         EXPECT_EQ(Said(), row.Said) << row.Line;
         EXPECT_EQ(sent, "") << row.Line;
     }
+    history.Rows[2].Before.Settings = read.After.Settings;
+    EXPECT_EQ(Run("history diff 3 1"), 0);
+    EXPECT_EQ(Said(), "what event 30000000 left was not read: what there was before it is compared");
     EXPECT_EQ(Run("history export saved"), 0);
     EXPECT_EQ(out.Text, "3 events exported\n");
     EXPECT_EQ(Run("history export -"), 0);

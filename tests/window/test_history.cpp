@@ -127,6 +127,16 @@ TEST_F(clsHistoryTest, OneIsShownWholeAndTwoByTheirDifference) {
     EXPECT_EQ(Find<QTreeWidget>("lstEventChanges").topLevelItem(0)->text(1), "Spanish") << "the earlier one";
     Choose({1, 2});
     EXPECT_EQ(Shown("labEvent"), "None of 43 settings differ between the two events.");
+    HistoryEvent failed = kept.NewEvent(HistoryAction::Write);
+    failed.Begun = 9000;
+    failed.Outcome = HistoryOutcome::Failed;
+    failed.Before.Settings = "[General]\r\nLanguage=3\r\n";
+    kept.Keep(failed);
+    Settle();
+    Choose({0, 1});
+    EXPECT_EQ(Shown("labEvent"),
+              "None of 43 settings differ between the two events. What an event left was not read: what the "
+              "reader held before it stands in for it.");
     Choose({0, 1, 2});
     EXPECT_FALSE(Enabled("cmdHistoryRestore"));
     EXPECT_TRUE(Enabled("cmdHistorySheet"));
