@@ -69,13 +69,12 @@ void frmMain::RestoreEvent(const HistoryEvent& event, bool before) {
         PutBack(event, before, TestedSince(*m_events, event, before));
         return;
     }
-    ZarnInfo held;
-    clsSettingsParser parser(held);
-    parser.Feed(side.Settings);
-    parser.End();
     activateWindow();
-    ReviewChanges(tr("Restore"), tr("In the event"), [&held](ZarnInfo& record) {
-        for (std::size_t place = 0; place < itemCount; ++place) SettingItem(place).Copy(held, record);
+    // Over what the reader holds: what the event does not tell stays.
+    ReviewChanges(tr("Restore"), tr("In the event"), [settings = side.Settings](ZarnInfo& record) {
+        clsSettingsParser parser(record);
+        parser.Feed(settings);
+        parser.End();
     });
 }
 
