@@ -11,6 +11,7 @@
 namespace {
 
 constexpr std::size_t shortId = 8;
+constexpr int lineLength = 16;  // registers; no run goes over the end of a line of the memory
 constexpr std::array<std::uint8_t, 2> testPatterns{0x00, 0xFF};
 
 std::size_t At(int number) { return static_cast<std::size_t>(number); }
@@ -78,8 +79,8 @@ std::vector<RegisterChange> RestorePlan::Registers() const {
             next.Kept = kept;
         }
         RegisterChange* const last = changes.empty() ? nullptr : &changes.back();
-        if (last != nullptr && last->First + static_cast<int>(last->Wanted.size()) == number &&
-            last->Kept == next.Kept) {
+        if (number % lineLength != 0 && last != nullptr &&
+            last->First + static_cast<int>(last->Wanted.size()) == number && last->Kept == next.Kept) {
             last->Before += next.Before;
             last->Wanted += next.Wanted;
             last->After += next.After;
