@@ -29,7 +29,7 @@ QPushButton* Button(const QString& text, const char* name, const QString& tip) {
 }
 
 QString ChangeText(const HistoryChange& change) {
-    const QString line = QString::fromStdString(ChangeLine(change));
+    QString line = QString::fromStdString(ChangeLine(change));
     if (!change.Kept) return line;
     if (!*change.Kept) return clsStationRun::tr("not kept: %1").arg(line);
     return clsStationRun::tr("%1: %2, before %3")
@@ -57,6 +57,7 @@ clsStationRun::clsStationRun(QWidget* parent) : QWidget(parent) {
     m_notice->setObjectName("labStationNotice");
     m_notice->setTextFormat(Qt::PlainText);
     m_notice->setWordWrap(true);
+    m_notice->setMinimumHeight(fontMetrics().height());  // nor by one line
     m_counters = new QLabel(this);
     m_counters->setObjectName("labStationCounters");
     QFont large = m_counters->font();
@@ -232,7 +233,6 @@ void clsStationRun::ShowState() {
     if (!shown.Notice.empty()) lines += QString::fromStdString(shown.Notice);
     if (!m_said.isEmpty()) lines += m_said;
     m_notice->setText(lines.join('\n'));
-    m_notice->setVisible(!lines.isEmpty());
     ShowCounters();
     ShowQuestion();
     ShowLabel();

@@ -58,17 +58,7 @@ clsStationSetup::clsStationSetup(Parts parts, QWidget* parent) : QWidget(parent)
     m_choices = new QWidget(this);
     auto* const form = new QFormLayout(m_choices);
     form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
-    m_profile = new QLineEdit(this);
-    m_profile->setObjectName("txtStationProfile");
-    m_profile->setToolTip(tr("The settings file that every reader is to hold"));
-    form->addRow(tr("&Profile"), WithButton(m_profile, m_browse, tr("B&rowse..."), "cmdStationBrowse"));
-    static_cast<QLabel*>(form->labelForField(m_profile->parentWidget()))->setBuddy(m_profile);
-    m_findings = new QLabel(this);
-    m_findings->setObjectName("labStationFindings");
-    m_findings->setTextFormat(Qt::PlainText);
-    m_findings->setWordWrap(true);
-    m_findings->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
-    form->addRow(QString(), m_findings);
+    MakeProfile(*form);
     m_line = new QComboBox(this);
     m_line->setObjectName("cboStationLine");
     form->addRow(tr("Readers &come"), m_line);
@@ -134,6 +124,20 @@ QWidget* clsStationSetup::WithButton(QWidget* control, QPushButton*& button, con
     row->addWidget(control, /*stretch=*/1);
     row->addWidget(button);
     return both;
+}
+
+void clsStationSetup::MakeProfile(QFormLayout& form) {
+    m_profile = new QLineEdit(this);
+    m_profile->setObjectName("txtStationProfile");
+    m_profile->setToolTip(tr("The settings file that every reader is to hold"));
+    form.addRow(tr("&Profile"), WithButton(m_profile, m_browse, tr("B&rowse..."), "cmdStationBrowse"));
+    static_cast<QLabel*>(form.labelForField(m_profile->parentWidget()))->setBuddy(m_profile);
+    m_findings = new QLabel(this);
+    m_findings->setObjectName("labStationFindings");
+    m_findings->setTextFormat(Qt::PlainText);
+    m_findings->setWordWrap(true);
+    m_findings->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    form.addRow(QString(), m_findings);
 }
 
 void clsStationSetup::MakeLabels(QFormLayout& form) {

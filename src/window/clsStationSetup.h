@@ -55,6 +55,7 @@ class clsStationSetup : public QWidget {
     void keyPressEvent(QKeyEvent* event) override;
 
   private:
+    void MakeProfile(QFormLayout& form);
     void MakeLabels(QFormLayout& form);
     void MakeWays(QFormLayout& form);
     QWidget* WithButton(QWidget* control, QPushButton*& button, const QString& text, const char* name);
