@@ -146,8 +146,9 @@ void clsStation::WorkOn(const std::string& port, bool found) {
     m_flows.EndEvent(m_aborted);
     if (!open) KeepWithoutPort(port, label, WhyNotReached(port, reached));
     clsWait(m_host, recordTime).Until([this] { return m_rows->Settled(); });
-    if (!FixedLine()) m_comm.SetPortOpen(false);
     Verdict(port);
+    // Behind the verdict: an adapter takes its time to close, and nobody has to wait for that.
+    if (!FixedLine()) m_comm.SetPortOpen(false);
 }
 
 // Whether there is nothing to be told but that nothing answers.

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <algorithm>
 #include <string>
 
 #include "hid/FakeHid.h"
 #include "sim/clsSimAdapter.h"
 
 /// A USB bus with one place, for a reader behind an adapter; whatever is plugged in there has the same name.
+/// A report takes a millisecond, either way.
 struct clsHidBench final : clsEmptyHidApi {
     explicit clsHidBench(clsIHost& host) : m_host(host) {}
 
@@ -25,6 +27,7 @@ struct clsHidBench final : clsEmptyHidApi {
         m_onData = {};
         Tell(open ? HidEventRemovalOfOpen : HidEventRemoval);
     }
+    [[nodiscard]] int Reports() const { return m_reports; }
     [[nodiscard]] std::string Name() const { return R"(\\?\hid#vid_2e91&pid_0005#1)"; }
 
     Handle Create() override { return 1; }
@@ -57,16 +60,28 @@ struct clsHidBench final : clsEmptyHidApi {
   private:
     bool Put(const std::string& bytes, bool control) {
         if (!m_open) return false;
-        m_host.StartTimer(1, [this, bytes, control, number = m_number] {
+        m_host.StartTimer(Later(m_outFree, bytes.size()), [this, bytes, control, number = m_number] {
             if (m_adapter == nullptr || number != m_number) return;
             control ? m_adapter->ReceiveControl(bytes) : m_adapter->ReceiveData(bytes);
         });
         return true;
     }
     void Come(std::string& to, const std::string& bytes, std::uint32_t event) {
-        if (!m_open) return;
-        to += bytes;
-        m_host.Post([this, event] { Tell(event); });
+        for (std::size_t at = 0; m_open && at < bytes.size(); at += reportBytes) {
+            m_host.StartTimer(Later(m_inFree, 1), [this, &to, event, piece = bytes.substr(at, reportBytes)] {
+                if (!m_open) return;
+                to += piece;
+                Tell(event);
+            });
+        }
+    }
+    /// ms until so many bytes are over, behind all that went before them.
+    int Later(std::uint32_t& free, std::size_t bytes) {
+        const int reports = static_cast<int>((bytes + reportBytes - 1) / reportBytes);
+        const std::uint32_t now = m_host.TickCount();
+        m_reports += reports;
+        free = std::max(free, now) + static_cast<std::uint32_t>(reports);
+        return static_cast<int>(free - now);
     }
     void Tell(std::uint32_t event) {
         if (m_proc != nullptr) m_proc(1, m_userData, event, 0);
@@ -76,7 +91,11 @@ struct clsHidBench final : clsEmptyHidApi {
         from.erase(0, taken.size());
         return taken;
     }
+    static constexpr std::size_t reportBytes = 62;
     clsIHost& m_host;
+    int m_reports = 0;
+    std::uint32_t m_outFree = 0;
+    std::uint32_t m_inFree = 0;
     clsSimAdapter* m_adapter = nullptr;
     int m_number = 0;
     bool m_open = false;
