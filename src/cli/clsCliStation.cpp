@@ -63,7 +63,7 @@ std::string LineOf(const StationUnit& unit) {
     line += "  " + Seconds(unit.Milliseconds) + " s";
     if (!unit.Reason.empty()) line += "  " + unit.Reason;
     const std::string details = Details(unit);
-    return line + (details.empty() ? "" : ": " + details) + "\n";
+    return line + (details.empty() ? "" : (unit.Reason.empty() ? "  " : "; ") + details) + "\n";
 }
 
 const char* JsonWord(StationResult result) {

@@ -564,6 +564,45 @@ labStatusPort=HID1
 )");
 }
 
+// Readers come and go on one line, one of them in the middle: what is said of each is what its row holds.
+TEST_F(Programs, AStationKeepsARowOfEachReaderAlsoOfOneThatGoesInTheMiddle) {
+    ExpectSaid(R"sh(
+        exec 2>said  # the shell tells of what it killed
+        printf '[General]\r\nLanguage=2\r\nTagFrequency=1\r\n' >shop
+        zarn74ctl --port COM7 station shop --start-with-plugged --count 3 --label 'U-{0001}' >out 2>err &
+        station=$!
+        until_said() { until (($(grep -c "$2" $1) >= $3)); do sleep .05; done; }
+        for i in 1 2 3; do
+            fault=()
+            [ $i = 2 ] && fault=(--fault 'no-answer command=C skip=1')
+            start --pace 19200 --link reader --image image "${fault[@]}"
+            [ $i = 2 ] && until_said err 'SetLanguage OK' 2 && kill -9 $sim
+            until_said out . $i
+            kill $sim
+            wait $sim
+            echo language $(byte 210)
+            rm image
+            [ $i = 3 ] || until_said err 'Plug in a reader' $((i + 1))
+        done
+        wait $station
+        echo $?
+        sed 's/  [0-9.]* s//' out
+        zarn74ctl --json history --action station |
+            grep -o -E '"(outcome|label|reason|changeCount)":("[^"]*"|[0-9]*|null)' | paste -d' ' - - - -)sh",
+               R"(
+language 2
+language 2
+language 2
+4
+1  PASS  U-0001  COM7  V1.02R007  2 changes
+2  FAIL  U-0002  COM7  V1.02R007  2 changes  pulled out while writing; written: Language; Language: wanted Germany, it was USA; Tag frequency: wanted LF (125KHz), it was LF + HF
+3  PASS  U-0003  COM7  V1.02R007  2 changes
+"outcome":"done" "reason":null "label":"U-0003" "changeCount":2
+"outcome":"failed" "reason":"pulled out while writing; written: Language" "label":"U-0002" "changeCount":2
+"outcome":"done" "reason":null "label":"U-0001" "changeCount":2
+)");
+}
+
 TEST_F(Programs, AWriteOfSevenSettingsTakesTwoAndAHalfKiBOfTheHistory) {
     ExpectSaid(R"sh(
         zarn74ctl demo --no-history read >kept 2>&-

@@ -14,6 +14,7 @@
 #include "base/clsMemoryStore.h"
 #include "comm/ucCOMM.h"
 #include "sim/clsSimSerialControl.h"
+#include "station/StationWorld.h"
 #include "system/clsDeviceNotices.h"
 #include "system/clsHidReaders.h"
 #include "system/clsPollHost.h"
@@ -106,6 +107,42 @@ TEST_F(clsPluggingTest, EveryArrivalAndRemovalIsToldOnceAndInTime) {
                     (*list)[10], list->back());
         EXPECT_LT((*list)[10], 300);
     }
+}
+
+TEST_F(clsPluggingTest, AStationBeginsWithAReaderThatIsPluggedIn) {
+    struct : clsIStationView {
+        void ShowStation() override {}
+        void ShowUnit(const StationUnit& unit) override { Last = unit; }
+        void Beep(int) override {}
+        StationUnit Last;
+    } view;
+    clsSimReader reader(host);
+    clsSimSerialControl::Line line;
+    line.Reader = &reader;
+    modZarn74 module;
+    clsMemoryFiles disk;
+    disk.Contents["shop"] = "[General]\r\nLanguage=2\r\n";
+    clsStationFlowsView flowsView;
+    clsMessageLog log(host, flowsView);
+    clsSettingsFile files(disk);
+    clsReaderFlows flows(host, comm, module, log, files, flowsView);
+    clsStation station({host, comm, flows, files, store, nullptr, view});
+    StationOptions options;
+    options.Profile = "shop";
+    ASSERT_TRUE(station.Start(options));
+    std::string path;
+    Told([&] {
+        serial.AddLine(7, line);
+        path = AddTty(2);
+    });
+    const std::uint32_t start = host.TickCount();
+    while (view.Last.Result == StationResult::None && host.TickCount() - start < 4000) host.WaitEvents(50);
+    EXPECT_EQ(view.Last.Result, StationResult::Pass) << view.Last.Reason << station.Shown().Notice;
+    EXPECT_EQ(view.Last.Port, "COM7");
+    EXPECT_EQ(reader.Registers[210], 2);
+    EXPECT_EQ(station.Shown().State, StationState::Unplug);
+    Told([&] { Remove(path); });
+    EXPECT_EQ(station.Shown().State, StationState::Waiting);
 }
 
 }  // namespace
