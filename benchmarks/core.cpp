@@ -15,6 +15,7 @@
 #include "settings/modZarn74.h"
 #include "sim/clsSimReader.h"
 #include "sim/clsSimSerialControl.h"
+#include "station/StationWorld.h"
 #include "support/clsVirtualHost.h"
 #include "system/clsSystemFiles.h"
 #include "wire/clsWireRing.h"
@@ -143,6 +144,36 @@ void FrameKept(benchmark::State& state) {
     if (ring.End() - ring.First() != clsWireRing::smallRows) state.SkipWithError("they were not kept");
 }
 BENCHMARK(FrameKept)->Unit(benchmark::kMillisecond);
+
+/// Forty units with seven changes each at 19200 baud, one after the other. What it takes is the program's and
+/// the simulated readers' time together, for all forty; the rest of a unit is the wire's.
+void StationOfForty(benchmark::State& state) {
+    constexpr int units = 40;
+    constexpr int changes = 7;
+    double milliseconds = 0;
+    for (auto unused : state) {
+        StationWorld world(/*inMemory=*/true);
+        world.disk.Contents[StationWorld::profile] =
+            "[General]\r\nPrefixHex=49443D\r\nLanguage=2\r\nTagFrequency=1\r\nDelimiter=1\r\n"
+            "KeyboardOutput=False\r\nBuzzerEnabled=False\r\nDisplayCardType=False\r\nCardIDNumericSequence="
+            "0\r\n";
+        if (!world.station.Start(world.options)) state.SkipWithError("the station does not start");
+        for (int i = 0; i < units; ++i) {
+            world.Plug(world.Make(), 5, /*paced=*/true);
+            world.host.Run(4000);
+            const StationUnit& last = world.station.Shown().Last;
+            if (last.Result != StationResult::Pass || last.Changes.size() != changes)
+                state.SkipWithError(("no PASS with so many changes: " + last.Reason + ", " +
+                                     std::to_string(last.Changes.size()))
+                                        .c_str());
+            milliseconds += last.Milliseconds;
+            world.Pull(5);
+            world.host.Run(500);
+        }
+    }
+    state.counters["wire ms"] = milliseconds / units / static_cast<double>(state.iterations());
+}
+BENCHMARK(StationOfForty)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
