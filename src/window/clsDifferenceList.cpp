@@ -15,6 +15,10 @@ constexpr int usualCharacters = 64;  // of all columns
 constexpr int usualRows = 14;
 }  // namespace
 
+QString DifferenceRow::Name() const {
+    return Registers.isEmpty() ? QString::fromStdString(Item.Name()) : Registers;
+}
+
 // -- the rows -----------------------------------------------------------------------------------------------
 
 void clsDifferenceModel::SetTitles(const QStringList& titles) {
@@ -25,9 +29,8 @@ void clsDifferenceModel::SetTitles(const QStringList& titles) {
 }
 
 void clsDifferenceModel::SetRows(std::vector<DifferenceRow> rows) {
-    const bool same =
-        std::equal(rows.begin(), rows.end(), m_rows.begin(), m_rows.end(),
-                   [](const DifferenceRow& a, const DifferenceRow& b) { return a.Item == b.Item; });
+    const bool same = std::equal(rows.begin(), rows.end(), m_rows.begin(), m_rows.end(),
+                                 [](const DifferenceRow& a, const DifferenceRow& b) { return a.IsOf(b); });
     if (same) {
         rows.swap(m_rows);
         for (int row = 0; row < rowCount(); ++row) {
@@ -51,7 +54,7 @@ int clsDifferenceModel::columnCount(const QModelIndex& parent) const {
 
 QString clsDifferenceModel::Text(const DifferenceRow& row, int column) const {
     switch (column) {
-        case SettingColumn: return QString::fromStdString(row.Item.Name());
+        case SettingColumn: return row.Name();
         case ReaderColumn: return row.InReader;
         case WantedColumn: return row.Wanted;
         default: return row.Note;
@@ -118,19 +121,19 @@ std::vector<DifferenceRow> clsDifferenceList::SelectedRows() const {
 
 void clsDifferenceList::SetRows(std::vector<DifferenceRow> rows) {
     const bool hadCurrent = currentIndex().isValid();
-    const SettingItem current = hadCurrent ? m_model.RowAt(currentIndex()).Item : SettingItem(0);
+    const DifferenceRow current = hadCurrent ? m_model.RowAt(currentIndex()) : DifferenceRow{SettingItem(0)};
     const std::vector<DifferenceRow> selected = SelectedRows();
     m_model.SetRows(std::move(rows));
     executeDelayedItemsLayout();           // else it is painted before, and again behind each step of that
     if (currentIndex().isValid()) return;  // they are where they were
-    for (int row = 0; row < m_model.rowCount(); ++row) {
-        const QModelIndex index = m_model.index(row, 0);
-        const SettingItem& item = m_model.RowAt(index).Item;
+    for (int at = 0; at < m_model.rowCount(); ++at) {
+        const QModelIndex index = m_model.index(at, 0);
+        const DifferenceRow& row = m_model.RowAt(index);
         const bool had = std::any_of(selected.begin(), selected.end(),
-                                     [&](const DifferenceRow& before) { return before.Item == item; });
+                                     [&](const DifferenceRow& before) { return before.IsOf(row); });
         const auto whole = QItemSelectionModel::Select | QItemSelectionModel::Rows;
         if (had) selectionModel()->select(index, whole);
-        if (hadCurrent && item == current)
+        if (hadCurrent && row.IsOf(current))
             selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
     }
 }
@@ -144,7 +147,7 @@ void clsDifferenceList::Copy() const {
     if (rows.empty()) rows = m_model.Rows();
     QString text;
     for (const DifferenceRow& row : rows) {
-        QStringList cells{QString::fromStdString(row.Item.Name()), row.InReader, row.Wanted};
+        QStringList cells{row.Name(), row.InReader, row.Wanted};
         if (m_model.columnCount() > clsDifferenceModel::NoteColumn) cells += row.Note;
         text += cells.join('\t') + '\n';
     }

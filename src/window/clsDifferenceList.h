@@ -6,20 +6,27 @@
 
 #include "flows/clsReaderPicture.h"
 
-/// A setting and its values on two sides, as texts.
+/// A setting, or registers by their numbers, and the values on two sides, as texts.
 struct DifferenceRow {
     SettingItem Item;
     Sight Stands = Sight::Same;  ///< its mark
-    QString InReader;
-    QString Wanted;
-    QString Note;          ///< the fourth column
-    QString Told;          ///< for screen readers, with the setting's name
+    QString InReader = {};
+    QString Wanted = {};
+    QString Note = {};     ///< the fourth column
+    QString Told = {};     ///< for screen readers, with the setting's name
     bool HasTick = false;  ///< may be ticked
     bool Ticked = false;
+    QString Registers = {};  ///< named in place of the item, where the row is none
+
+    [[nodiscard]] QString Name() const;
+    /// Whether both are about the same.
+    [[nodiscard]] bool IsOf(const DifferenceRow& other) const {
+        return Item == other.Item && Registers == other.Registers;
+    }
     bool operator==(const DifferenceRow&) const = default;
 };
 
-/// Those rows for a view. Where the items stay the same, so do selection and current row.
+/// Those rows for a view. Where what they are about stays the same, so do selection and current row.
 class clsDifferenceModel : public QAbstractTableModel {
     Q_OBJECT
 

@@ -134,18 +134,23 @@ void clsReviewDialog::keyPressEvent(QKeyEvent* event) {
 void clsReviewDialog::Begin() {
     const FlowResult result = m_parts.Run(
         tr("Reading"), [this] { return m_parts.Flows.ReadInto(m_read, modZarn74::Lines::Written); });
-    switch (result) {
-        case FlowResult::Done: break;
-        case FlowResult::Cancelled: return End(tr("Cancelled: nothing was written."));
-        case FlowResult::Refused: return End(tr("Something else is running: nothing was written."));
-        case FlowResult::Failed:
-        case FlowResult::FileBad: return End(tr("The reader was not read to its end: nothing was written."));
-    }
+    if (!EndUnlessRead(result)) return;
     m_read = AsStored(m_read);
     m_wanted = m_read;
     m_parts.Change(m_wanted);
     ShowChoice();
     CheckPicture();  // it may have gone with its last byte
+}
+
+bool clsReviewDialog::EndUnlessRead(FlowResult result) {
+    switch (result) {
+        case FlowResult::Done: return true;
+        case FlowResult::Cancelled: End(tr("Cancelled: nothing was written.")); break;
+        case FlowResult::Refused: End(tr("Something else is running: nothing was written.")); break;
+        case FlowResult::Failed:
+        case FlowResult::FileBad: End(tr("The reader was not read to its end: nothing was written.")); break;
+    }
+    return false;
 }
 
 // -- choosing -----------------------------------------------------------------------------------------------
@@ -160,18 +165,21 @@ void clsReviewDialog::ShowChoice() {
         rows.push_back({item, Sight::Same, QString::fromStdString(difference.A),
                         QString::fromStdString(difference.B), note, note, may, may});
     }
-    const bool any = !rows.empty();
-    m_list->SetRows(std::move(rows));
-    Enter(State::Choosing, {});
+    if (rows.empty())
+        return End(tr("The reader holds all %1 settings as they should be: there is nothing to write.")
+                       .arg(itemCount));
+    OfferRows(std::move(rows), {});
     ShowChosen();
-    if (any) {
-        m_list->setCurrentIndex(m_list->Model().index(0, 0));
-        m_list->setFocus();
-        m_write->setDefault(true);
-    } else {
-        End(tr("The reader holds all %1 settings as they should be: there is nothing to write.")
-                .arg(itemCount));
-    }
+}
+
+void clsReviewDialog::OfferRows(std::vector<DifferenceRow> rows, const QString& sentence) {
+    m_list->Model().SetTitles({tr("Setting"), tr("In the reader"), m_parts.Wanted, tr("Result")});
+    m_list->SetRows(std::move(rows));
+    Enter(State::Choosing, sentence);
+    m_write->setEnabled(true);
+    m_list->setCurrentIndex(m_list->Model().index(0, 0));
+    m_list->setFocus();
+    m_write->setDefault(true);
 }
 
 std::size_t clsReviewDialog::CountTicked() const {
@@ -206,7 +214,7 @@ void clsReviewDialog::Write() {
     for (const DifferenceRow& row : m_list->Model().Rows())
         if (row.Ticked) row.Item.Copy(m_wanted, m_chosen);
     // Writing and reading back are one event of the history.
-    const bool event = m_parts.Flows.BeginEvent(HistoryAction::Write);
+    const bool event = m_parts.Flows.BeginEvent(m_parts.Action);
     const clsScopeGuard ended([this, event] {
         if (event) m_parts.Flows.EndEvent(/*cancelled=*/false);
     });
@@ -232,21 +240,38 @@ void clsReviewDialog::NotWritten(FlowResult result) {
     if (result == FlowResult::Refused) return End(tr("Something else is running: nothing was written."));
     if (m_parts.Flows.Picture().Known())
         return End(tr("Nothing was written: the reader cannot be given this."));
+    ShowNotKnown();
+    End(result == FlowResult::Cancelled
+            ? tr("Cancelled while writing: what the reader holds now is not known. Read it.")
+            : tr("The writing broke off: what the reader holds now is not known. Read it."));
+}
+
+void clsReviewDialog::ShowNotKnown() {
     std::vector<DifferenceRow> rows = m_list->Model().Rows();
     for (DifferenceRow& row : rows) {
         if (row.Ticked) row.Note = row.Told = tr("not known");
         row.HasTick = false;
     }
     ShowOutcome(std::move(rows));
-    End(result == FlowResult::Cancelled
-            ? tr("Cancelled while writing: what the reader holds now is not known. Read it.")
-            : tr("The writing broke off: what the reader holds now is not known. Read it."));
 }
 
 /// What the reader held is what it held before.
 void clsReviewDialog::ShowOutcome(std::vector<DifferenceRow> rows) {
-    m_list->Model().SetTitles({tr("Setting"), tr("Before"), tr("Here"), tr("Result")});
+    m_list->Model().SetTitles({tr("Setting"), tr("Before"), m_parts.Wanted, tr("Result")});
+    const auto failed = std::find_if(
+        rows.begin(), rows.end(), [](const DifferenceRow& shown) { return shown.Stands == Sight::Differs; });
+    const int first = failed == rows.end() ? 0 : static_cast<int>(failed - rows.begin());
     m_list->SetRows(std::move(rows));
+    m_list->setCurrentIndex(m_list->Model().index(first, 0));
+}
+
+DifferenceRow clsReviewDialog::RowOf(const SettingChange& change, bool written) {
+    const QString note = written ? Result(change) : NextStart(change.Item);
+    const Sight sight = !written || change.Kept == true ? Sight::Same
+                        : change.Kept                   ? Sight::Differs
+                                                        : Sight::Written;
+    return {change.Item, sight, QString::fromStdString(change.Before), QString::fromStdString(change.Wanted),
+            note,        note};
 }
 
 /// Each row with what became of it; those too that nobody wanted to change and that have.
@@ -276,11 +301,7 @@ void clsReviewDialog::ShowWritten(const ZarnInfo* after) {
         shown.Told = shown.Note;
         rows.push_back(std::move(shown));
     }
-    const auto failed = std::find_if(
-        rows.begin(), rows.end(), [](const DifferenceRow& shown) { return shown.Stands == Sight::Differs; });
-    const int first = failed == rows.end() ? 0 : static_cast<int>(failed - rows.begin());
     ShowOutcome(std::move(rows));
-    m_list->setCurrentIndex(m_list->Model().index(first, 0));
 }
 
 QString clsReviewDialog::Proven(const std::vector<SettingChange>& changes) const {

@@ -26,13 +26,14 @@ class clsReviewDialog : public QDialog {
         /// Makes of what the reader holds what it is to hold.
         std::function<void(ZarnInfo& record)> Change;
         QString Title = tr("Review and write");
-        QString Wanted = tr("Here");  ///< heads what it is to hold
+        QString Wanted = tr("Here");                  ///< heads what it is to hold
+        HistoryAction Action = HistoryAction::Write;  ///< what the writing is called in the history
     };
 
     clsReviewDialog(Parts parts, QWidget* parent);
 
     /// Reads, once it is shown. Comes back when it is known what differs, or that nobody will know.
-    void Begin();
+    virtual void Begin();
     /// The reader may have gone while the choice was made.
     void CheckPicture();
 
@@ -41,18 +42,29 @@ class clsReviewDialog : public QDialog {
   protected:
     void keyPressEvent(QKeyEvent* event) override;
 
-  private:
     enum class State { Reading, Choosing, Writing, ReadingBack, Ended };
 
-    [[nodiscard]] bool Running() const;
     void Enter(State state, const QString& sentence);
     void End(const QString& sentence) { Enter(State::Ended, sentence); }
+    /// True when the reader was read; otherwise the dialog has said why not.
+    bool EndUnlessRead(FlowResult result);
+    /// Lets a person choose, with Write as the button of the Enter key.
+    void OfferRows(std::vector<DifferenceRow> rows, const QString& sentence);
+    virtual void Write();
+    void ShowOutcome(std::vector<DifferenceRow> rows);
+    /// Every row as one of which nobody knows what became of it.
+    void ShowNotKnown();
+    /// A setting's row with what became of it, or what is to be known before.
+    [[nodiscard]] static DifferenceRow RowOf(const SettingChange& change, bool written);
+    [[nodiscard]] State Now() const { return m_state; }
+    [[nodiscard]] const Parts& GivenParts() const { return m_parts; }
+
+  private:
+    [[nodiscard]] bool Running() const;
     void ShowChoice();
     void ShowChosen();
-    void Write();
     void ShowWritten(const ZarnInfo* after);
     void NotWritten(FlowResult result);
-    void ShowOutcome(std::vector<DifferenceRow> rows);
     [[nodiscard]] std::size_t CountTicked() const;
     [[nodiscard]] QString Proven(const std::vector<SettingChange>& changes) const;
 

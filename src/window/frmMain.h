@@ -31,6 +31,7 @@ class clsTrafficDock;
 class clsHistoryWindow;
 class clsIHistory;
 class clsRegistersDock;
+class clsReviewDialog;
 class clsStationPages;
 class QAction;
 class QComboBox;
@@ -194,8 +195,9 @@ class frmMain : public QMainWindow, public clsIMainView {
     void TakeReaders(const std::vector<SettingItem>& items);
     void CheckAgainstFile();
     void Review();
-    void ReviewChanges(const QString& title, const QString& wanted,
+    void ReviewChanges(const QString& title, const QString& wanted, HistoryAction action,
                        const std::function<void(ZarnInfo&)>& change);
+    void OpenReview(clsReviewDialog& dialog);
 
     // the memory test, and the way back
     void TestMemory();

@@ -138,21 +138,24 @@ void frmMain::CheckAgainstFile() {
 }
 
 void frmMain::Review() {
-    ReviewChanges(tr("Review and write"), tr("Here"), [this](ZarnInfo& record) {
+    ReviewChanges(tr("Review and write"), tr("Here"), HistoryAction::Write, [this](ZarnInfo& record) {
         ZarnForm form;
         ReadForm(form);
         form.SaveZarn74(record);
     });
 }
 
-void frmMain::ReviewChanges(const QString& title, const QString& wanted,
+void frmMain::ReviewChanges(const QString& title, const QString& wanted, HistoryAction action,
                             const std::function<void(ZarnInfo&)>& change) {
     if (m_flows.FlowRunning() || !m_running.isEmpty()) return;
-    auto* const dialog = new clsReviewDialog(
+    OpenReview(*new clsReviewDialog(
         {m_flows, [this](const QString& what, const auto& flow) { return Run(what, Pages::Open, flow); },
-         change, title, wanted},
-        this);
-    connect(this, &frmMain::PictureChanged, dialog, &clsReviewDialog::CheckPicture);
-    dialog->open();
-    dialog->Begin();
+         change, title, wanted, action},
+        this));
+}
+
+void frmMain::OpenReview(clsReviewDialog& dialog) {
+    connect(this, &frmMain::PictureChanged, &dialog, &clsReviewDialog::CheckPicture);
+    dialog.open();
+    dialog.Begin();
 }

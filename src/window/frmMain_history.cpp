@@ -7,6 +7,7 @@
 #include "window/clsActions.h"
 #include "window/clsHistoryWindow.h"
 #include "window/clsOptionsDialog.h"
+#include "window/clsRestoreDialog.h"
 #include "window/clsStationSetup.h"
 #include "window/frmMain.h"
 
@@ -61,21 +62,32 @@ void frmMain::ShowHistory() {
     m_historyWindow->activateWindow();
 }
 
-/// Through Review and write: the pages stay as they are.
+/// Shown first, and agreed to: the pages stay as they are.
 void frmMain::RestoreEvent(const HistoryEvent& event, bool before) {
+    activateWindow();
+    if (const std::string refusal = RestorePlan::Refusal(event, before); !refusal.empty())
+        return ShowNotice(refusal);
     const HistorySide& side = before ? event.Before : event.After;
-    if (side.Settings.empty()) {
-        activateWindow();
-        PutBack(event, before, TestedSince(*m_events, event, before));
+    if (side.Image.size() == registerCount) {
+        if (m_flows.FlowRunning() || !m_running.isEmpty()) return;
+        const clsReviewDialog::Parts parts{
+            m_flows,
+            [this](const QString& what, const auto& flow) { return Run(what, Pages::Open, flow); },
+            {},
+            tr("Restore"),
+            tr("In the event"),
+            HistoryAction::Restore};
+        const bool tested = TestedSince(*m_events, event, before);
+        OpenReview(*new clsRestoreDialog(parts, {event, before, tested}, QuestionDoor, this));
         return;
     }
-    activateWindow();
     // Over what the reader holds: what the event does not tell stays.
-    ReviewChanges(tr("Restore"), tr("In the event"), [settings = side.Settings](ZarnInfo& record) {
-        clsSettingsParser parser(record);
-        parser.Feed(settings);
-        parser.End();
-    });
+    ReviewChanges(tr("Restore"), tr("In the event"), HistoryAction::Restore,
+                  [settings = side.Settings](ZarnInfo& record) {
+                      clsSettingsParser parser(record);
+                      parser.Feed(settings);
+                      parser.End();
+                  });
 }
 
 void frmMain::ShowOptions() {

@@ -17,6 +17,7 @@
 #include "qt/clsSqlHistory.h"
 #include "support/TempFolder.h"
 #include "window/HistorySheet.h"
+#include "window/clsDifferenceList.h"
 
 namespace {
 
@@ -259,6 +260,69 @@ TEST_F(clsHistoryTest, RestoringGoesThroughReviewAndLeavesThePages) {
     EXPECT_EQ(reader.Registers[210], 4);
     EXPECT_EQ(reader.Registers[160], 'Q');
     EXPECT_EQ(Shown("cboLanguage"), language);
+    EXPECT_EQ(kept.List({}).Value.front().Action, HistoryAction::Restore);
+}
+
+TEST_F(clsHistoryTest, AnEventWithItsMemoryBringsBackEveryByteAndLeavesThePages) {
+    reader.Registers[128] = 0x01;  // on, in a byte that nobody writes
+    reader.Registers[40] = 0xF3;   // a foreign card type, with an ID
+    reader.Registers[43] = 0x33;
+    StartWith(0);
+    Click("cmdShowZarn74");
+    auto held = reader.Registers;
+    Select("cboLanguage", "France");
+    reader.Registers[40] = 0xF4;
+    reader.Registers[43] = 0x44;
+    reader.Registers[128] = 0xFF;
+    reader.Registers[210] = 4;
+    std::size_t unmapped = 511;
+    while (ZarnRegisterMap::mapped[unmapped]) --unmapped;
+    held[unmapped] = reader.Registers[unmapped] ^= 0x55;
+    const auto changed = reader.Registers;
+    const std::string offer =
+        " registers differ from what the event holds. Write puts all of them back, byte for byte: none can "
+        "be "
+        "left out. 1 register without a setting differs too and stays as it is.";
+    const auto look = [this] {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);  // the one before
+        Settle();
+        Choose({Rows() - 1});
+        Do("actRestoreBehind");
+    };
+    const auto last = [this] {
+        const HistoryEvent event = kept.List({}).Value.front();
+        return std::string(WordOf(event.Action)) + ' ' + WordOf(event.Outcome);
+    };
+    look();
+    EXPECT_EQ(Shown("labReview"), "4" + offer);
+    const auto& rows = Find<clsDifferenceList>("lstReview").Model().Rows();
+    ASSERT_EQ(rows.size(), 4U);
+    EXPECT_EQ((rows[0].Name() + rows[3].Name() + rows[3].InReader + rows[3].Wanted).toStdString(),
+              "LanguageRegister 128FF01");
+    Click("cmdReviewCancel");
+    EXPECT_EQ(reader.Registers, changed);
+    EXPECT_EQ(last(), "check differs");
+
+    look();
+    reader.Registers[300] ^= 0x20;
+    Click("cmdReviewWrite");
+    EXPECT_EQ(Shown("labReview"),
+              "The reader holds something else than was shown: nothing was written. 5" + offer);
+    EXPECT_EQ(reader.Registers[40], 0xF4);
+    EXPECT_EQ(last(), "restore cancelled");
+    reader.AddFault({SimFault::DroppedWrite, 'C', 40});
+    Click("cmdReviewWrite");
+    EXPECT_EQ(Shown("labReview"), "The reader did not keep: Register 40");
+    EXPECT_EQ(last(), "restore differs");
+    Click("cmdReviewCancel");
+    reader.ClearFaults();
+    reader.Registers[128] = 0xFF;
+    look();
+    Click("cmdReviewWrite");
+    EXPECT_EQ(Shown("labReview"), "All 2 registers are as they were: written back and read.");
+    EXPECT_EQ(reader.Registers, held);
+    EXPECT_EQ(last(), "restore done");
+    EXPECT_EQ(Shown("cboLanguage"), "France") << "the pages stay";
 }
 
 }  // namespace
