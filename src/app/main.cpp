@@ -110,7 +110,7 @@ void UseDarkColors() {
 /// False when neither a page that is shown nor what View opens has that caption. The latter opens once the
 /// window is shown and has its size.
 bool TurnToPage(QWidget& window, const QString& caption) {
-    for (const char* name : {"actChanges", "actRegisters"}) {
+    for (const char* name : {"actChanges", "actRegisters", "actTraffic"}) {
         auto* const view = window.findChild<QAction*>(name);
         if (view->text().remove('&').compare(caption, Qt::CaseInsensitive) != 0) continue;
         QTimer::singleShot(0, view, &QAction::trigger);
