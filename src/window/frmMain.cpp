@@ -176,7 +176,11 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
     m_ui->cmdAutoScan->setFocus();
 }
 
-frmMain::~frmMain() { delete m_traffic; }  // it looks at what the members below hold
+// These two use what the members below hold to their own end.
+frmMain::~frmMain() {
+    delete m_traffic;
+    delete m_station;
+}
 
 // What does not fit is scrolled: the window has room on every screen.
 void frmMain::MakeScrollArea() {
