@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -13,10 +14,13 @@ class clsIFileReader {
     virtual std::optional<std::size_t> Read(char* to, std::size_t count) = 0;
     /// All that is left of it, but no more than `limit` bytes; nothing when reading fails.
     std::optional<std::string> ReadUpTo(std::size_t limit) {
-        std::string content(limit, '\0');
+        // A limit is mostly far beyond what a file holds, and room that is not needed costs time too.
+        constexpr std::size_t first = 8192;
+        std::string content;
         std::size_t size = 0;
         while (size < limit) {
-            const auto count = Read(content.data() + size, limit - size);
+            if (size == content.size()) content.resize(std::min(limit, std::max(first, 2 * size)));
+            const auto count = Read(content.data() + size, content.size() - size);
             if (!count) return std::nullopt;
             if (*count == 0) break;
             size += *count;

@@ -59,7 +59,7 @@ struct HistorySide {
 struct HistoryEvent {
     std::string Id;           ///< a UUID, in lower case
     int Revision = 1;         ///< counts what was changed in the event since it began
-    std::int64_t Edited = 0;  ///< when that was last, and on which machine
+    std::int64_t Edited = 0;  ///< when it got its label, or was first kept, and on which machine
     std::string Editor;
     std::int64_t Begun = 0;  ///< ms since 1970, UTC
     std::int64_t Ended = 0;  ///< the same; 0 while it is under way

@@ -92,8 +92,9 @@ class clsIHistory : public clsIEventKeeper {
     // -- several machines -----------------------------------------------------------------------------------
     /// The events with these ids, or all, as a file's content for Import.
     [[nodiscard]] virtual HistoryAnswer<std::string> Export(const std::vector<std::string>& ids) = 0;
-    /// Takes in what Export made: all of it, or nothing. Of an event that is here already the
-    /// higher revision stays, of equal ones the later edit, then the one of the host whose name is greater.
+    /// Takes in what Export made: all of it, or nothing. Of an event that is here already the higher revision
+    /// stays, of equal ones the later edit, then the one of the host whose name is greater. Where it has
+    /// ended on one side only, that holds for the label alone, and the end stays.
     virtual HistoryAnswer<HistoryImport> Import(const std::string& content) = 0;
 
     // -- where it is ----------------------------------------------------------------------------------------
@@ -101,7 +102,8 @@ class clsIHistory : public clsIEventKeeper {
     [[nodiscard]] virtual std::string Place() const = 0;
     /// Bytes on the disk.
     [[nodiscard]] virtual std::int64_t Size() const = 0;
-    /// From now on what is older is deleted when something new is kept; 0: nothing is.
+    /// From now on what is older is deleted when something new is kept, counted from the last day of use but
+    /// two; 0: nothing is.
     virtual void SetDays(int days) = 0;
     /// What is kept here has been changed, by this program. Must not run the event loop. May be empty.
     std::function<void()> Changed;

@@ -11,7 +11,8 @@
 /// What the tables of a history's file look like, and the statements that are made from that.
 namespace HistoryRows {
 
-constexpr int applicationId = 0x5A373448;  ///< stands in the file's header
+constexpr int applicationId = 0x5A373448;     ///< stands in the file's header
+constexpr std::int64_t dayTime = 86'400'000;  ///< ms
 
 /// What makes a file of the next schema out of one of `schema`; 0 is an empty file.
 std::vector<const char*> StepFrom(int schema);

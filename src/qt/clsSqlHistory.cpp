@@ -1,7 +1,6 @@
 #include "qt/clsSqlHistory.h"
 
 #include <pwd.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <QCryptographicHash>
@@ -17,31 +16,22 @@
 #include "base/modText.h"
 #include "qt/EventBytes.h"
 #include "qt/HistoryRows.h"
-#include "system/HistoryFile.h"
 
 using namespace HistoryRows;
 
 namespace {
 
-constexpr int lockWait = 8;               // ms; it sleeps 1, 2 and 5 of them
 constexpr int againTime = 20;             // ms between two tries
 constexpr std::uint32_t patience = 1000;  // ms; then a person is told
 constexpr std::size_t waitingLimit = 1000;
 constexpr int atOnce = 20;      // waiting rows in one transaction, so that the loop runs between
 constexpr int oldAtOnce = 100;  // old rows deleted with a new one
-constexpr std::int64_t dayTime = 86'400'000;  // ms
-
-constexpr int sqliteBusy = 5;
-constexpr int sqliteLocked = 6;
-constexpr int sqliteCorrupt = 11;
-constexpr int sqliteNotDatabase = 26;
+constexpr int daysOfUse = 2;    // before today
 
 std::string UserName() {
     const passwd* const user = getpwuid(geteuid());
     return user != nullptr ? user->pw_name : std::to_string(geteuid());
 }
-
-QString FileError(const std::string& error) { return QString::fromLocal8Bit(error.c_str()); }
 
 }  // namespace
 
@@ -136,160 +126,12 @@ void clsSqlHistory::Tell(const QString& why) {
     ShowNotice(modText::FromUtf8(("History is not kept: " + why).toStdString()));
 }
 
-// -- the file -----------------------------------------------------------------------------------------------
-
-clsSqlHistory::Fault clsSqlHistory::FaultOf(const QSqlError& error) {
-    if (!error.isValid()) return {};
-    Fault fault{Fault::Type::Other, error.databaseText()};
-    if (fault.Text.isEmpty()) fault.Text = error.driverText();
-    switch (error.nativeErrorCode().toInt() & 0xFF) {  // above it stands what kind of that it is
-        case sqliteBusy:
-        case sqliteLocked: fault.Kind = Fault::Type::Busy; break;
-        case sqliteCorrupt:
-        case sqliteNotDatabase: fault.Kind = Fault::Type::Damaged; break;
-        default: break;
-    }
-    return fault;
-}
-
-clsSqlHistory::Fault clsSqlHistory::Run(QSqlQuery& query) {
-    return query.exec() ? Fault() : FaultOf(query.lastError());
-}
-
-// A statement that cannot be prepared says why when it is run.
-QSqlQuery clsSqlHistory::Prepared(const QString& sql) const {
-    QSqlQuery query(m_database);
-    query.setForwardOnly(true);
-    query.prepare(sql);
-    return query;
-}
-
-clsSqlHistory::Fault clsSqlHistory::Run(const QString& sql) const {
-    QSqlQuery query(m_database);
-    return query.exec(sql) ? Fault() : FaultOf(query.lastError());
-}
-
-clsSqlHistory::Fault clsSqlHistory::Number(const QString& sql, std::int64_t& number) const {
-    QSqlQuery query(m_database);
-    if (!query.exec(sql)) return FaultOf(query.lastError());
-    number = query.next() ? query.value(0).toLongLong() : 0;
-    return FaultOf(query.lastError());
-}
-
-// Once more on a new file, when the one that was there is damaged.
-clsSqlHistory::Fault clsSqlHistory::Try(const Work& work) {
-    Fault fault;
-    for (int round = 0; round < 2; ++round) {
-        fault = Open();
-        if (!fault) fault = work();
-        if (fault.Kind != Fault::Type::Damaged) return fault;
-        if (Fault failed = SetAside()) return failed;
-    }
-    return fault;
-}
-
-clsSqlHistory::Fault clsSqlHistory::SetAside() {
-    const auto aside = HistoryFile::SetAside(m_place.File, [this] { Close(); });
-    switch (aside.Result) {
-        case HistoryFile::Aside::State::Done:
-            if (ShowNotice)
-                ShowNotice("The history was damaged: it is kept as " + modText::FromUtf8(aside.Name) +
-                           ", and a new one begins");
-            return {};
-        case HistoryFile::Aside::State::Gone: return {};
-        case HistoryFile::Aside::State::InUse:
-            return {Fault::Type::Other, "its file is damaged, and another program has it open"};
-        case HistoryFile::Aside::State::Failed: break;
-    }
-    return {Fault::Type::Other, "its file is damaged, and cannot be set aside"};
-}
-
-clsSqlHistory::Fault clsSqlHistory::Open() {
-    if (m_open) return {};
-    Fault fault = OpenFile();
-    m_open = !fault;
-    if (fault && fault.Kind != Fault::Type::Damaged) Close();  // else as it is set aside
-    return fault;
-}
-
-clsSqlHistory::Fault clsSqlHistory::OpenFile() {
-    if (!QSqlDatabase::isDriverAvailable("QSQLITE"))
-        return {Fault::Type::Other, "Qt's driver for SQLite is not installed"};
-    const std::string failure = HistoryFile::Prepare(m_place.File, m_place.Own);
-    if (!failure.empty()) return {Fault::Type::Other, FileError(failure)};
-    m_database = QSqlDatabase::addDatabase("QSQLITE", m_connection);
-    m_database.setDatabaseName(QString::fromLocal8Bit(m_place.File.c_str()));
-    m_database.setConnectOptions("QSQLITE_BUSY_TIMEOUT=0");
-    if (!m_database.open()) return FaultOf(m_database.lastError());
-    // What another program made, or a newer one of this, is left as it is: nothing is changed before this.
-    std::int64_t version = 0;
-    std::int64_t application = 0;
-    std::int64_t tables = 0;
-    if (Fault fault = Number("PRAGMA user_version", version)) {
-        const bool refused = fault.Kind == Fault::Type::Damaged && !m_place.Own;
-        return refused ? Fault{Fault::Type::Other, "this file is no history"} : fault;
-    }
-    if (Fault fault = Number("PRAGMA application_id", application)) return fault;
-    if (Fault fault = Number("SELECT count(*) FROM sqlite_master", tables)) return fault;
-    if (tables != 0 && application != applicationId) return {Fault::Type::Other, "this file is no history"};
-    if (version > schema) return {Fault::Type::Other, "a newer version of the program made its file"};
-    // The first is refused where the file system cannot do it; the file is then as it was, which does as
-    // well.
-    if (Fault fault = Run("PRAGMA journal_mode = WAL"); fault.Kind == Fault::Type::Busy) return fault;
-    if (Fault fault = Run("PRAGMA synchronous = FULL")) return fault;
-    return version < schema ? CarryForward() : Fault();
-}
-
-clsSqlHistory::Fault clsSqlHistory::CarryForward() {
-    return Write(Locks::WaitFor, [this] {
-        std::int64_t version = 0;  // another program may have been faster
-        if (Fault fault = Number("PRAGMA user_version", version)) return fault;
-        for (std::int64_t next = version; next < schema; ++next) {
-            for (const char* statement : StepFrom(static_cast<int>(next))) {
-                if (Fault fault = Run(QString(statement))) return fault;
-            }
-        }
-        return Run(QString("PRAGMA user_version = %1").arg(schema));
-    });
-}
-
-void clsSqlHistory::Close() {
-    if (!m_database.isValid()) return;
-    m_database.close();
-    m_database = QSqlDatabase();
-    QSqlDatabase::removeDatabase(m_connection);
-    m_open = false;
-}
-
-std::int64_t clsSqlHistory::Size() const {
-    std::int64_t size = 0;
-    struct stat node {};
-    for (const char* part : {"", "-wal", "-shm"})
-        size += stat((m_place.File + part).c_str(), &node) == 0 ? node.st_size : 0;
-    return size;
-}
-
-bool clsSqlHistory::Exists() const { return access(m_place.File.c_str(), F_OK) == 0; }
-
-// One transaction. Once it has begun, nobody else writes; only without a write-ahead log its end may still
-// meet somebody who reads.
-clsSqlHistory::Fault clsSqlHistory::Write(Locks locks, const Work& work) {
-    if (Fault fault = Run(QString("PRAGMA busy_timeout = %1").arg(locks == Locks::WaitFor ? lockWait : 0)))
-        return fault;
-    Fault fault = Run("BEGIN IMMEDIATE");
-    static_cast<void>(Run("PRAGMA busy_timeout = 0"));
-    if (fault) return fault;
-    fault = work();
-    if (!fault) fault = Run("COMMIT");
-    if (fault) static_cast<void>(Run("ROLLBACK"));  // the database may have done so by itself
-    return fault;
-}
-
 // -- rows ---------------------------------------------------------------------------------------------------
 
 // A label given meanwhile stays, and counts as a revision of its own.
-clsSqlHistory::Fault clsSqlHistory::WriteEvent(const HistoryEvent& event) const {
-    static const QString sql = InsertText("revision = revision + 1", {"uuid", "revision", "label"});
+clsSqlHistory::Fault clsSqlHistory::WriteEvent(const HistoryEvent& event) {
+    static const QString sql =
+        InsertText("revision = revision + 1", {"uuid", "revision", "edited", "editor", "label"});
     const bool begun = event.Outcome == HistoryOutcome::Begun;
     return WriteRow(sql,
                     {
@@ -326,11 +168,11 @@ clsSqlHistory::Fault clsSqlHistory::WriteEvent(const HistoryEvent& event) const 
 
 // `values` are those of the columns in their order.
 clsSqlHistory::Fault clsSqlHistory::WriteRow(const QString& sql, const std::vector<QVariant>& values,
-                                             const QByteArray& details) const {
-    QSqlQuery query = Prepared(sql);
+                                             const QByteArray& details) {
+    QSqlQuery& query = Kept(sql);
     for (const QVariant& value : values) query.addBindValue(value);
     if (Fault fault = Run(query)) return fault;
-    QSqlQuery other = Prepared(
+    QSqlQuery& other = Kept(
         "INSERT INTO details (event, data) VALUES ((SELECT id FROM events WHERE uuid = ?), ?) "
         "ON CONFLICT (event) DO UPDATE SET data = excluded.data");
     other.addBindValue(values.front());
@@ -348,16 +190,29 @@ clsSqlHistory::Fault clsSqlHistory::Delete(const QString& which, const std::vect
     return fault;
 }
 
-// A clock that was once set far ahead must not empty the history: the days are counted from the newest event
-// but this, when that is earlier.
-clsSqlHistory::Fault clsSqlHistory::DeleteOld(const HistoryEvent& newest) const {
+// A clock that once stands far ahead must not empty the history: the days are counted from the last day of
+// use but two, and what began later than this event does not count.
+clsSqlHistory::Fault clsSqlHistory::OldBefore(std::int64_t now, std::int64_t& before) {
+    for (int i = 0; i < daysOfUse; ++i) {
+        QSqlQuery& query = Kept("SELECT max(begun) FROM events WHERE begun <= ?");
+        query.addBindValue(Whole(now - dayTime));
+        if (Fault fault = Run(query)) return fault;
+        const bool used = query.next() && !query.value(0).isNull();
+        now = used ? query.value(0).toLongLong() : 0;
+        query.finish();
+    }
+    before = now - m_place.Days * dayTime;
+    return {};
+}
+
+clsSqlHistory::Fault clsSqlHistory::DeleteOld(const HistoryEvent& newest) {
     if (m_place.Days <= 0 || newest.Outcome == HistoryOutcome::Begun) return {};
-    QSqlQuery other = Prepared("SELECT begun FROM events WHERE uuid <> ? ORDER BY begun DESC LIMIT 1");
-    other.addBindValue(Text(newest.Id));
-    if (Fault fault = Run(other)) return fault;
-    if (!other.next()) return {};
-    const std::int64_t from = std::min<std::int64_t>(newest.Begun, other.value(0).toLongLong());
+    std::int64_t oldest = 0;
+    if (Fault fault = Number("SELECT min(begun) FROM events", oldest)) return fault;
+    if (oldest >= newest.Begun - m_place.Days * dayTime) return {};
+    std::int64_t before = 0;
+    if (Fault fault = OldBefore(newest.Begun, before)) return fault;
     int count = 0;
     return Delete(QString("SELECT id FROM events WHERE begun < ? ORDER BY begun, id LIMIT %1").arg(oldAtOnce),
-                  {Whole(from - m_place.Days * dayTime)}, count);
+                  {Whole(before)}, count);
 }

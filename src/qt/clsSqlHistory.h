@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -74,20 +75,27 @@ class clsSqlHistory final : public clsIHistory {
     static Fault FaultOf(const QSqlError& error);
     static Fault Run(QSqlQuery& query);
     [[nodiscard]] QSqlQuery Prepared(const QString& sql) const;
+    [[nodiscard]] QSqlQuery& Kept(const QString& sql);
     [[nodiscard]] Fault Run(const QString& sql) const;
     Fault Number(const QString& sql, std::int64_t& number) const;
 
     Fault Try(const Work& work);
     Fault Open();
     Fault OpenFile();
+    [[nodiscard]] Fault Recognize(std::int64_t version) const;
+    Fault UseLog();
+    Fault OpenAlone();
+    [[nodiscard]] Fault LeaveLog() const;
     Fault CarryForward();
     void Close();
     Fault SetAside();
     Fault Write(Locks locks, const Work& work);
-    Fault WriteEvent(const HistoryEvent& event) const;
-    Fault WriteRow(const QString& sql, const std::vector<QVariant>& values, const QByteArray& details) const;
-    Fault Merge(const QJsonObject& row, HistoryImport& counts) const;
-    Fault DeleteOld(const HistoryEvent& newest) const;
+    Fault WriteEvent(const HistoryEvent& event);
+    Fault WriteRow(const QString& sql, const std::vector<QVariant>& values, const QByteArray& details);
+    Fault Merge(QJsonObject row, HistoryImport& counts);
+    Fault WriteLabel(const QJsonObject& row, int ended);
+    Fault OldBefore(std::int64_t now, std::int64_t& before);
+    Fault DeleteOld(const HistoryEvent& newest);
     Fault Delete(const QString& which, const std::vector<QVariant>& values, int& count) const;
     void WriteWaiting(Locks locks);
     Fault Select(const HistoryFilter& filter, std::vector<HistoryEvent>& events) const;
@@ -115,6 +123,7 @@ class clsSqlHistory final : public clsIHistory {
     ProgramRun m_run;      // of this program, once it has begun an event
     QString m_connection;  // its name among Qt's
     QSqlDatabase m_database;
+    std::map<QString, QSqlQuery> m_kept;  // prepared, by their texts
     bool m_open = false;
     std::deque<HistoryEvent> m_waiting;
     bool m_stuck = false;   // what waits is tried again with the next event only

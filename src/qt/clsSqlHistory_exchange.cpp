@@ -2,6 +2,7 @@
 // many events stand between and the SHA-256 of all before it, so that what is damaged or cut off is refused.
 
 #include <QCryptographicHash>
+#include <QDateTime>
 #include <QJsonDocument>
 #include <QUuid>
 #include <algorithm>
@@ -19,7 +20,6 @@ namespace {
 
 constexpr auto formatName = "zarn74 history";
 constexpr int formatVersion = 1;
-constexpr std::int64_t dayTime = 86'400'000;  // ms
 
 // These are numbers, the others texts.
 const QStringList numbers{"revision", "edited", "begun", "ended", "baud", "changes", "process", "started"};
@@ -53,6 +53,31 @@ bool Plausible(const QJsonObject& row) {
            ActionOf(text("action").toStdString()) && OutcomeOf(text("outcome").toStdString()) &&
            EventBytes::Unpack(QByteArray::fromBase64(text("details").toLatin1()), event);
 }
+
+/// A row's label, and what tells which of two is the later one.
+struct GivenLabel {
+    GivenLabel(qint64 revision, qint64 edited, const QString& editor, const QString& label,
+               const QString& outcome)
+        : Ended(OutcomeOf(outcome.toStdString()) == HistoryOutcome::Begun ? 0 : 1),
+          Count(revision - Ended),
+          Edited(edited),
+          Editor(editor.toStdString()),
+          Label(label.toStdString()) {}
+    /// The text, so that of two that were given at the same time all machines keep the same one.
+    [[nodiscard]] auto Key() const { return std::tie(Count, Edited, Editor, Label); }
+    void PutInto(QJsonObject& row, int ended) const {
+        row["revision"] = Count + ended;
+        row["edited"] = Edited;
+        row["editor"] = Text(Editor);
+        row["label"] = Text(Label);
+    }
+
+    int Ended;     ///< 1, or 0: the end of an event is a revision too, and none of its label
+    qint64 Count;  ///< of the label's revisions
+    qint64 Edited;
+    std::string Editor;
+    std::string Label;
+};
 
 /// The lines of events in a file that is whole; why it is refused.
 std::string LinesOf(std::string_view content, std::vector<std::string_view>& lines) {
@@ -116,32 +141,36 @@ HistoryAnswer<std::string> clsSqlHistory::Export(const std::vector<std::string>&
     return AnswerOf(fault, std::move(content));
 }
 
-clsSqlHistory::Fault clsSqlHistory::Merge(const QJsonObject& row, HistoryImport& counts) const {
+// What stays of two rows of one event must not depend on the order in which they are heard of: the end, which
+// came on one machine only, and beside it the greater label.
+clsSqlHistory::Fault clsSqlHistory::Merge(QJsonObject row, HistoryImport& counts) {
     static const QString sql = InsertText("revision = excluded.revision", {"uuid", "revision"});
-    const QString uuid = row["uuid"].toString();
-    QSqlQuery query = Prepared(
-        "SELECT revision, edited, editor, label, id IS NULL, key IN (SELECT uuid FROM pruned) "
+    QSqlQuery& query = Kept(
+        "SELECT revision, edited, editor, label, outcome, id IS NULL, key IN (SELECT uuid FROM pruned) "
         "FROM (SELECT ? AS key) LEFT JOIN events ON uuid = key");
-    query.addBindValue(uuid);
+    query.addBindValue(row["uuid"].toString());
     if (Fault fault = Run(query)) return fault;
     if (!query.next()) return FaultOf(query.lastError());
-    if (query.value(4).toBool()) {
+    const bool isNew = query.value(5).toBool();
+    const bool isBack = query.value(6).toBool();
+    const GivenLabel here(query.value(0).toLongLong(), query.value(1).toLongLong(), query.value(2).toString(),
+                          query.value(3).toString(), query.value(4).toString());
+    query.finish();
+    if (isNew) {
         ++counts.New;
-        counts.Back += query.value(5).toInt();
+        counts.Back += isBack ? 1 : 0;
     } else {
-        // The label, so that of two that were given at the same time all machines keep the same one.
-        const std::tuple here(query.value(0).toLongLong(), query.value(1).toLongLong(),
-                              query.value(2).toString().toStdString(),
-                              query.value(3).toString().toStdString());
-        const std::tuple there(row["revision"].toInteger(), row["edited"].toInteger(),
-                               row["editor"].toString().toStdString(), row["label"].toString().toStdString());
-        if (there <= here) {
+        const GivenLabel there(row["revision"].toInteger(), row["edited"].toInteger(),
+                               row["editor"].toString(), row["label"].toString(), row["outcome"].toString());
+        const bool greater = here.Key() < there.Key();
+        if (!greater && there.Ended <= here.Ended) {
             ++counts.There;
             return {};
         }
         ++counts.Newer;
+        if (there.Ended < here.Ended) return WriteLabel(row, here.Ended - there.Ended);
+        if (!greater) here.PutInto(row, there.Ended);
     }
-    query.finish();
     std::vector<QVariant> values;
     for (const QString& column : QString(columns).split(", ")) {
         const QJsonValue value = row[column];
@@ -152,6 +181,17 @@ clsSqlHistory::Fault clsSqlHistory::Merge(const QJsonObject& row, HistoryImport&
         }
     }
     return WriteRow(sql, values, QByteArray::fromBase64(row["details"].toString().toLatin1()));
+}
+
+// Of a row whose event has not ended there, to one that has here.
+clsSqlHistory::Fault clsSqlHistory::WriteLabel(const QJsonObject& row, int ended) {
+    QSqlQuery& query =
+        Kept("UPDATE events SET revision = ?, edited = ?, editor = ?, label = ? WHERE uuid = ?");
+    query.addBindValue(row["revision"].toInteger() + ended);
+    query.addBindValue(row["edited"].toInteger());
+    for (const char* column : {"editor", "label", "uuid"})
+        query.addBindValue(row[QLatin1String(column)].toString());
+    return Run(query);
 }
 
 HistoryAnswer<HistoryImport> clsSqlHistory::Import(const std::string& content) {
@@ -170,11 +210,10 @@ HistoryAnswer<HistoryImport> clsSqlHistory::Import(const std::string& content) {
                 if (Fault failed = Merge(row, counts)) return failed;
             }
             if (m_place.Days <= 0) return {};
+            std::int64_t before = 0;
+            if (Fault failed = OldBefore(QDateTime::currentMSecsSinceEpoch(), before)) return failed;
             std::int64_t old = 0;
-            Fault failed = Number(QString("SELECT count(*) FROM events WHERE begun < (SELECT max(begun) FROM "
-                                          "events) - %1")
-                                      .arg(m_place.Days * dayTime),
-                                  old);
+            Fault failed = Number(QString("SELECT count(*) FROM events WHERE begun < %1").arg(before), old);
             counts.Old = static_cast<int>(old);
             return failed;
         });

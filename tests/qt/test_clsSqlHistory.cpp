@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <random>
+#include <set>
 
 #include "PlatformFixture.h"
 #include "base/clsScopeGuard.h"
@@ -53,6 +54,7 @@ struct History : clsPlatformTest {
 
     std::string file = folder + "/data/zarn74/history.db";
     std::vector<std::string> notices;
+    int numbers = 0;
 };
 
 /// Another program's connection to the file.
@@ -93,6 +95,8 @@ TEST_F(History, WhatIsKeptComesBackToEveryProgramAndToNoOtherUser) {
     ASSERT_EQ(found.Value.size(), 1U);
     event.Label = "17 \"\xF0\x9F\x98\x80\",\n'x'";
     event.Revision = 3;
+    EXPECT_GE(found.Value[0].Edited, event.Edited) << "of the label, not of the end";
+    event.Edited = found.Value[0].Edited;
     EXPECT_EQ(found.Value[0], event);
     EXPECT_EQ(Open()->Find(event.Id.substr(0, 8) + "0").Value.size(), 0U);
 
@@ -271,21 +275,32 @@ TEST_F(History, ADamagedFileIsSetAsideWhenNobodyHasIt) {
     }
 }
 
-TEST_F(History, WhatIsOldGoesButNotByAClockThatIsWrongOnce) {
+TEST_F(History, WhatIsOldGoesButNotByAClockThatStandsFarAhead) {
     const auto history = Open({file, /*Own=*/true, /*Days=*/10});
     const std::int64_t now = history->NewEvent(HistoryAction::Read).Begun;
-    for (const std::int64_t begun : {now - 12 * day, now - 5 * day, now + 5000 * day}) {
+    const struct {
+        int Day;
+        std::size_t Left;
+        const char* What;
+    } rows[] = {{-30, 1, ""},
+                {-29, 2, ""},
+                {-5, 3, "counted from the last day of use but two"},
+                {0, 4, "that is day -29"},
+                {27'000, 3, "the clock stands far ahead; counted from day -5"},
+                {27'000, 4, "for all of this run"},
+                {28'000, 5, "and another one; from day 0"},
+                {1, 6, "what is ahead counts for nothing; from day -5"},
+                {6, 7, "from day 0"},
+                {12, 8, "from day 1"},
+                {16, 8, "from day 6"},
+                {29'000, 4, "a third day is believed"}};
+    for (const auto& row : rows) {
         HistoryEvent event = Ended(*history);
-        event.Begun = begun;
+        event.Begun = now + row.Day * day;
         history->Keep(event);
+        EXPECT_EQ(Listed().size(), row.Left) << row.Day << " " << row.What;
     }
-    EXPECT_EQ(Listed().size(), 3U);
-    const HistoryEvent ahead = Listed().at(0);
-    history->Prune(0);
-    Other(file).Do("DELETE FROM events WHERE begun > 2000000000000");
-    history->Keep(Ended(*history));
-    history->Keep(Ended(*history));
-    EXPECT_EQ(Listed().size(), 3U) << "of the first three the one in the middle";
+    EXPECT_TRUE(notices.empty());
 }
 
 /// A file as the program made it when that was its schema.
@@ -341,6 +356,29 @@ TEST_F(History, WithoutAWriteAheadLogNothingElseIsDifferent) {
     EXPECT_TRUE(notices.empty());
 }
 
+/// What stands in the place of the file that the programs' memory is shared by, and when.
+TEST_F(History, WhereProgramsCannotShareMemoryItIsKeptWithoutALog) {
+    using Block = void (*)(const std::string& name);
+    const Block blocks[] = {[](const std::string& name) { fs::create_directories(name); },
+                            [](const std::string& name) { fs::create_symlink("nowhere", name); }};
+    for (const Block block : blocks) {
+        for (const bool fromTheBeginning : {true, false}) {
+            if (!fromTheBeginning && block == blocks[0]) continue;  // the database takes it for a file
+            const HistoryPlace place{folder + "/" + std::to_string(++numbers), /*Own=*/false, /*Days=*/0};
+            if (!fromTheBeginning) Open(place)->Keep(Ended(*Open(place)));
+            block(place.File + "-shm");
+            const auto first = Open(place);
+            const auto second = Open(place);
+            for (int i = 0; i < 3; ++i) {
+                for (const auto* history : {&first, &second}) (*history)->Keep(Ended(**history));
+            }
+            EXPECT_TRUE(Until([&] { return first->Settled() && second->Settled(); }));
+            EXPECT_EQ(Open(place)->List({}).Value.size(), fromTheBeginning ? 6U : 7U);
+            EXPECT_EQ(notices, std::vector<std::string>());
+        }
+    }
+}
+
 // -- several machines ---------------------------------------------------------------------------------------
 
 struct Machines : History {
@@ -365,21 +403,35 @@ TEST_F(Machines, InWhateverOrderAndHowOftenTheyHearOfEachOtherTheyAgree) {
                                   "\xF0\x9F\x98\x80 Pr\xC3\xBC"
                                   "fstand",
                                   "{}\r\n[\\"};
+    std::vector<std::pair<int, HistoryEvent>> underWay;
+    const auto end = [&](std::size_t which) {
+        auto& [number, event] = underWay[which];
+        event.Before = {"[General]\r\nPrefix=\xE9\r\n", std::string("\0\xFF", 2)};
+        event.Outcome = HistoryOutcome::Done;
+        event.Edited = event.Ended = event.Begun + 5;
+        ++event.Revision;
+        Machine(number)->Keep(event);
+        underWay.erase(underWay.begin() + static_cast<std::ptrdiff_t>(which));
+    };
     for (int number = 0; number < 3; ++number) {
-        for (int i = 0; i < 4; ++i) {
+        for (int i = 0; i < 5; ++i) {
             const auto history = Machine(number);
             HistoryEvent event = history->NewEvent(HistoryAction::Write);
             event.Host = event.Editor = std::to_string(number);
             history->Keep(event);
-            if (i == 0) continue;
-            event.Before = {"[General]\r\nPrefix=\xE9\r\n", std::string("\0\xFF", 2)};
-            event.Outcome = HistoryOutcome::Done;
-            history->Keep(event);
+            underWay.emplace_back(number, event);
+            if (i > 2) end(underWay.size() - 1);
         }
     }
+    std::set<std::string> ended;
     for (int round = 0; round < 4; ++round) {
-        for (int step = 0; step < 6; ++step) {
+        for (int step = 0; step < 8; ++step) {
             const int number = upTo(3);
+            if (step > 5 && !underWay.empty()) {
+                ended.insert(underWay.back().second.Id);
+                end(underWay.size() - 1);
+                continue;
+            }
             if (step == 0) Imported(number, Exported(upTo(3)));
             const auto history = Machine(number);
             const auto events = history->List({}).Value;
@@ -402,8 +454,42 @@ TEST_F(Machines, InWhateverOrderAndHowOftenTheyHearOfEachOtherTheyAgree) {
             for (const int from : order) Imported(target, files[from]);
             if (all.empty()) all = Exported(target);
             EXPECT_EQ(Exported(target), all);
+            for (const HistoryEvent& event : Machine(target)->List({}).Value)
+                EXPECT_TRUE(event.Ended != 0 || !ended.contains(event.Id)) << "its end is lost";
             std::next_permutation(std::begin(order), std::begin(order) + 3);
         }
+    }
+}
+
+/// An event that is labelled elsewhere while it is under way.
+TEST_F(Machines, NeitherAnEndNorALabelIsLost) {
+    const struct {
+        int Here;   // labels on the machine where it began,
+        int There;  // and on the other
+        const char* Label;
+    } rows[] = {{0, 1, "there 1"}, {0, 2, "there 2"}, {1, 1, "there 1"}, {2, 1, "here 2"}};
+    for (const auto& row : rows) {
+        const int one = ++numbers;
+        const int other = ++numbers;
+        const auto here = Machine(one);
+        HistoryEvent event = here->NewEvent(HistoryAction::Write);
+        here->Keep(event);
+        Imported(other, Exported(one));
+        for (int i = 1; i <= row.Here; ++i) here->SetLabel(event.Id, "here " + std::to_string(i));
+        host.WaitEvents(2);  // so that what is done there is later
+        for (int i = 1; i <= row.There; ++i) Machine(other)->SetLabel(event.Id, "there " + std::to_string(i));
+        host.WaitEvents(2);
+        event.Outcome = HistoryOutcome::Done;
+        event.Edited = event.Ended = event.Begun + 1000;
+        here->Keep(event);
+        const std::string fromHere = Exported(one);
+        const std::string fromThere = Exported(other);
+        Imported(one, fromThere);
+        Imported(other, fromHere);
+        EXPECT_EQ(Exported(one), Exported(other));
+        const HistoryEvent merged = Machine(other)->List({}).Value.at(0);
+        EXPECT_EQ(merged.Outcome, HistoryOutcome::Done) << row.Label;
+        EXPECT_EQ(merged.Label, row.Label);
     }
 }
 
@@ -421,8 +507,13 @@ TEST_F(Machines, WhatAnImportDidIsCounted) {
     Machine(2)->Prune(first.Begun + 1);
     EXPECT_EQ(Imported(2, two), "2 0 0 2");
     EXPECT_EQ(Open({folder + "/2", /*Own=*/false, /*Days=*/1})->Import(two).Value.Old, 0);
-    Other(folder + "/2").Do("UPDATE events SET begun = 5 WHERE id = 1");
-    EXPECT_EQ(Open({folder + "/2", /*Own=*/false, /*Days=*/1})->Import(two).Value.Old, 1);
+    history = Open({folder + "/2", /*Own=*/false, /*Days=*/1});
+    for (const int age : {2, 4, 6}) {
+        HistoryEvent event = Ended(*history);
+        event.Begun -= age * day;
+        history->Keep(event);
+    }
+    EXPECT_EQ(history->Import(two).Value.Old, 1) << "by the last day of use but two";
     EXPECT_EQ(Exported(3), "");
 }
 
