@@ -10,26 +10,22 @@
 
 #include "base/modText.h"
 #include "frame/OrvNetFrame.h"
-#include "settings/RegisterMeaning.h"
+#include "wire/AnswerDoubt.h"
+#include "wire/FrameShape.h"
 #include "wire/RecordingRows.h"
+
+using FrameShape::Answers;
+using FrameShape::FrameText;
+using FrameShape::HoldsKeysOrID;
+using FrameShape::IsFrame;
+using FrameShape::IsHexDigits;
+using FrameShape::IsRefusal;
+using FrameShape::RegisterOf;
 
 namespace {
 
 constexpr std::size_t checksumSize = 2;
 constexpr std::uint8_t unused = 0xFF;
-
-bool HoldsKeysOrID(int number) {
-    switch (RegisterMeaning::RoleOf(number).Part) {
-        case RegisterPart::Key:
-        case RegisterPart::CardID:
-        case RegisterPart::CardText: return true;
-        default: return false;
-    }
-}
-
-bool IsHexDigits(std::string_view text) {
-    return text.find_first_not_of("0123456789ABCDEF") == std::string_view::npos;
-}
 
 /// What a byte may become: one of its own alphabet, so that a text stays a text and a number a number.
 enum class Alphabet { Value, Text };
@@ -98,28 +94,20 @@ class clsMasker {
     std::map<std::pair<Place, int>, Permutation> m_permutations;
 };
 
-bool IsFrame(std::string_view bytes) {
-    return bytes.size() > 2 && bytes.front() == OrvNetFrame::STX && bytes.back() == OrvNetFrame::CR;
-}
-
 // Rights the checksum behind a text that was changed; one that was wrong stays as wrong.
 std::string WithChecksum(const std::string& former, const std::string& text, const std::string& digits) {
     const unsigned wrong = modText::HexValue(digits) ^ OrvNetFrame::CalcChkSum(former);
     return text + modText::Hex(OrvNetFrame::CalcChkSum(text) ^ wrong, 2);
 }
 
-/// The register of a command frame's text, -1 for none.
-int RegisterOf(std::string_view text) {
-    if (text.size() < 3 || (text[0] != 'B' && text[0] != 'C')) return -1;
-    const std::string_view number = text.substr(1, std::min(text.find(','), text.size()) - 1);
-    return IsHexDigits(number) ? static_cast<int>(modText::HexValue(number)) : -1;
-}
-
 /// Goes through a recording's frames in their order.
 class clsFrameMasker {
   public:
     clsFrameMasker(const Recording& recording, const Draw& draw)
-        : m_from(recording), m_rows(RowsOf(recording)), m_masker(draw) {}
+        : m_from(recording),
+          m_rows(RowsOf(recording)),
+          m_doubts(DoubtsOf(recording, m_rows)),
+          m_masker(draw) {}
 
     Recording All() {
         Recording masked = m_from;
@@ -138,20 +126,13 @@ class clsFrameMasker {
     void Mask(std::size_t index, RecordingEntry& entry);
     void MaskAdapter(std::string& packet, bool received);
     void MaskCommand(std::string& bytes);
-    void MaskImage(std::string& bytes, int offset, bool whole);
+    void MaskImage(std::string& bytes, int offset, ImageTrust trust);
     void MaskReply(std::size_t index, std::string& bytes);
     void MaskUnasked(std::string& bytes);
     void MaskSerial(std::string& text);
-    [[nodiscard]] std::string CommandOf(std::uint64_t number) const {
-        if (number == clsPairing::none) return {};
-        const std::string& bytes = m_from.Entries.at(number).Bytes;
-        return IsFrame(bytes) ? bytes.substr(1, bytes.size() - 2) : std::string();
-    }
-
-    [[nodiscard]] bool IsWholeImage(std::size_t index) const;
-
     const Recording& m_from;
     const std::vector<RecordedRow> m_rows;
+    const std::vector<AnswerDoubt> m_doubts;
     clsMasker m_masker;
     char m_adapterCode = 0;  // of the last command to it
 };
@@ -166,7 +147,7 @@ void clsFrameMasker::Mask(std::size_t index, RecordingEntry& entry) {
     if (!entry.Received) {
         MaskCommand(entry.Bytes);
     } else if (m_rows[index].Row.Start.ImageOffset >= 0) {
-        MaskImage(entry.Bytes, m_rows[index].Row.Start.ImageOffset, IsWholeImage(index));
+        MaskImage(entry.Bytes, m_rows[index].Row.Start.ImageOffset, m_doubts[index].Image);
     } else if (IsFrame(entry.Bytes)) {
         MaskReply(index, entry.Bytes);
     } else {
@@ -197,56 +178,31 @@ void clsFrameMasker::MaskCommand(std::string& bytes) {
     bytes = OrvNetFrame::STX + WithChecksum(former, changed, text.substr(former.size())) + OrvNetFrame::CR;
 }
 
-// With the rows that go on with it.
-bool clsFrameMasker::IsWholeImage(std::size_t index) const {
-    std::size_t end = 0;
-    for (; index < m_rows.size(); ++index) {
-        const WireRow& row = m_rows[index].Row;
-        if (row.Start.ImageOffset < 0 || (end != 0 && static_cast<std::size_t>(row.Start.ImageOffset) != end))
-            break;
-        end = static_cast<std::size_t>(row.Start.ImageOffset) + row.Bytes.size();
-    }
-    return end >= registerCount;
-}
-
 // What broke off may as well have been typed.
-void clsFrameMasker::MaskImage(std::string& bytes, int offset, bool whole) {
+void clsFrameMasker::MaskImage(std::string& bytes, int offset, ImageTrust trust) {
     const std::string_view text = std::string_view(bytes).substr(IsFrame(bytes) ? 1 : 0);
     constexpr std::size_t refusal = 5;
     if (offset == 0 && bytes.size() == refusal && IsFrame(bytes) && text.starts_with('N')) return;
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         const int number = offset + static_cast<int>(i);
-        if (!whole || HoldsKeysOrID(number)) bytes[i] = m_masker.Byte(Place::Register, number, bytes[i]);
-    }
-}
-
-/// Whether the text is an answer to that command, or something that a reader typed and that looks like a
-/// frame.
-bool Answers(char command, std::string_view text) {
-    constexpr std::size_t accepted = 1 + checksumSize;
-    constexpr std::size_t shortest = 5;  // what somebody has to hide is longer
-    switch (command) {
-        case 'B': return text.size() == accepted + 2 && text[0] == 'A' && IsHexDigits(text);
-        case 'C': return text.size() <= accepted && text.starts_with('A');
-        case 'D': return modText::Like(modText::UCase(std::string(text)), "AZARN*,*");
-        case 'J': return modText::Like(text, "AFF") || modText::Like(text, "A[0-9A-F][0-9A-F],*");
-        case 'V': return modText::Like(text, "AV#*,*");
-        case 'X': return text.size() <= shortest;
-        default: return false;
+        if (trust == ImageTrust::None || HoldsKeysOrID(number))
+            bytes[i] = m_masker.Byte(Place::Register, number, bytes[i]);
     }
 }
 
 void clsFrameMasker::MaskReply(std::size_t index, std::string& bytes) {
-    std::string asked = CommandOf(m_rows[index].Row.Partner);
+    const std::uint64_t partner = m_rows[index].Row.Partner;
+    const std::string_view asked =
+        partner == clsPairing::none ? std::string_view() : FrameText(m_from.Entries.at(partner).Bytes);
+    std::string text(FrameText(bytes));
+    if (IsRefusal(text)) return;
+    char command = asked.empty() ? '\0' : asked.front();
+    int number = RegisterOf(asked);
     // Where it is not sure which command it answers, it is masked for the one that has something to hide.
-    for (const std::uint64_t other : m_rows[index].MayAnswer)
-        if (HoldsKeysOrID(RegisterOf(CommandOf(other))) && !HoldsKeysOrID(RegisterOf(asked)))
-            asked = CommandOf(other);
-    std::string text = bytes.substr(1, bytes.size() - 2);
-    const int number = RegisterOf(asked);
-    if (text.starts_with('N') && text.size() <= 3 + checksumSize && IsHexDigits(text.substr(1)))
-        return;  // refused
-    const char command = asked.empty() ? '\0' : asked.front();
+    if (m_doubts[index].Hidden >= 0 && !HoldsKeysOrID(number)) {
+        command = 'B';
+        number = m_doubts[index].Hidden;
+    }
     if (!Answers(command, text)) return MaskUnasked(bytes);
     switch (command) {
         case 'C':

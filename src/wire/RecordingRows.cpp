@@ -53,7 +53,6 @@ std::vector<RecordedRow> RowsOf(const Recording& recording) {
             case RecordingEntry::Kind::Adapter: row.Row.Start.Adapter = true; break;
             case RecordingEntry::Kind::Frame:
                 if (entry.Received) {
-                    row.MayAnswer = pairing.Waiting();
                     cutter.EndOpen();
                     cutter.Received(entry.Microseconds, entry.Bytes);
                     row.Row.Start.ImageOffset = last.Start.ImageOffset;

@@ -10,8 +10,6 @@
 struct RecordedRow {
     WireRow Row;
     std::int64_t TimedOutAt = noTimeOut;  ///< of a command, as clsWireRing has it
-    /// The commands that were waiting for an answer when it was received, the oldest first.
-    std::vector<std::uint64_t> MayAnswer;
 };
 
 /// A row for each entry; partners and commands are entries' indices. The entries that tell the port have

@@ -66,9 +66,3 @@ void clsPairing::Replied(std::uint64_t number, std::int64_t now) {
         m_link(m_commands[first + i].Number, m_replies[i]);
     }
 }
-
-std::vector<std::uint64_t> clsPairing::Waiting() const {
-    std::vector<std::uint64_t> numbers;
-    for (const Command& command : m_commands) numbers.push_back(command.Number);
-    return numbers;
-}

@@ -23,8 +23,6 @@ class clsPairing {
     /// A frame, once it is over; of an image once it has begun is enough.
     void Take(std::uint64_t number, const FrameStart& start, std::string_view bytes);
     void Clear();
-    /// The commands that a reply that comes now may belong to, the oldest first.
-    [[nodiscard]] std::vector<std::uint64_t> Waiting() const;
 
   private:
     struct Command {
