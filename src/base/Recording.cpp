@@ -194,6 +194,7 @@ std::string RecordingLine(const RecordingEntry& entry) {
 std::string RecordingText(const Recording& recording) {
     std::string text = RecordingLine(recording.Head) + "\n";
     for (const RecordingEntry& entry : recording.Entries) text += RecordingLine(entry) + "\n";
+    if (recording.CutOff) text.pop_back();
     return text;
 }
 
@@ -207,6 +208,7 @@ std::optional<Recording> ReadRecording(std::string_view text, std::string& error
         const std::string_view line = text.substr(0, end);
         text.remove_prefix(whole ? end + 1 : text.size());
         ++number;
+        recording.CutOff = !whole;
         if (number == 1) {
             if (!ReadHead(line, recording.Head)) break;
             continue;
@@ -215,9 +217,7 @@ std::optional<Recording> ReadRecording(std::string_view text, std::string& error
         if (entry && entry->Microseconds >= latest) {
             latest = entry->Microseconds;
             recording.Entries.push_back(std::move(*entry));
-        } else if (!whole) {
-            recording.CutOff = true;
-        } else {
+        } else if (whole) {
             error = "line " + std::to_string(number) +
                     (entry ? " is older than the one before it" : " is none of a recording");
             return std::nullopt;

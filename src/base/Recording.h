@@ -37,7 +37,8 @@ struct RecordingEntry {
 struct Recording {
     RecordingHead Head;
     std::vector<RecordingEntry> Entries;
-    bool CutOff = false;  ///< the last line was not written to its end, and is not among the entries
+    /// The last line has no end: it breaks off there. It is among the entries if it can be read all the same.
+    bool CutOff = false;
 };
 
 /// JSON objects on a line each, without line end, pure ASCII. A frame's is the line of a trace
@@ -45,7 +46,7 @@ struct Recording {
 /// "adapter":true as well.
 std::string RecordingLine(const RecordingHead& head);
 std::string RecordingLine(const RecordingEntry& entry);
-/// All lines, each with its end.
+/// All lines, each with its end; the last one of a recording that breaks off has none.
 std::string RecordingText(const Recording& recording);
 /// Nothing when it is no recording; `error` then says in which line why.
 std::optional<Recording> ReadRecording(std::string_view text, std::string& error);

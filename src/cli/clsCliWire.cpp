@@ -85,7 +85,7 @@ std::optional<Recording> clsCliWire::Load() {
     std::string error;
     auto recording = ReadRecording(text, error);
     if (!recording) return complain(error);
-    if (recording->CutOff) complain("its last line is not there to its end");
+    if (recording->CutOff) complain("it breaks off; its last line has no end");
     return recording;
 }
 

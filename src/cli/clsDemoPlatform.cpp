@@ -44,10 +44,7 @@ std::string clsDemoPlatform::PlugIn() {
 AccessReport clsDemoPlatform::Access(const std::vector<PortEntry>& ports) {
     AccessReport report;
     for (const PortEntry& port : ports) {
-        AccessNode& node = report.Nodes.emplace_back();
-        node.Hid = !port.Alias.empty();
-        node.Name = node.Hid ? port.Alias : port.Name;
-        node.Device = port.Device;
+        AccessNode& node = report.Nodes.emplace_back(AccessNode::Of(port));
         node.There = node.May = true;
     }
     return report;

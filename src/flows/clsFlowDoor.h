@@ -24,7 +24,6 @@ class clsReaderFlows::clsDoor {
         if (m_recording) m_flows.CloseEvent();
         m_flows.m_running = false;
         m_flows.m_busy = false;
-        m_flows.m_cancelRequested = false;
         m_flows.m_view.ShowProgress(/*number=*/0, /*count=*/0);
         m_flows.ButtonsEnable(true);
     }

@@ -5,6 +5,14 @@
 
 #include "base/modText.h"
 
+AccessNode AccessNode::Of(const PortEntry& port) {
+    AccessNode node;
+    node.Hid = !port.Alias.empty();
+    node.Name = node.Hid ? port.Alias : port.Name;
+    node.Device = port.Device;
+    return node;
+}
+
 const char* AccessFinding::Word() const {
     switch (Trouble) {
         case AccessTrouble::NotThere: return "not-there";

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "ports/PortReason.h"
+#include "ports/clsIPortDirectory.h"
 
 /// What can be wrong with the way to a reader.
 enum class AccessTrouble {
@@ -41,6 +42,9 @@ struct AccessNode {
     std::string LockFile;  ///< empty: none
     std::string LockedBy;  ///< "name (process 12)"; empty: the file does not tell
     std::string Programs;  ///< that have it open, as far as this account may see them
+
+    /// That port, of which nothing more is known yet.
+    static AccessNode Of(const PortEntry& port);
 };
 
 /// One thing that is wrong, for a person.

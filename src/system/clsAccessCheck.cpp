@@ -59,12 +59,7 @@ clsAccessCheck::clsAccessCheck(AccessRoots roots, AccessAccount account)
 
 AccessReport clsAccessCheck::Look(const std::vector<PortEntry>& ports) {
     AccessReport report;
-    for (const PortEntry& port : ports) {
-        AccessNode& node = report.Nodes.emplace_back();
-        node.Hid = !port.Alias.empty();
-        node.Name = node.Hid ? port.Alias : port.Name;
-        node.Device = port.Device;
-    }
+    for (const PortEntry& port : ports) report.Nodes.push_back(AccessNode::Of(port));
     AddHidReaders(report);
     std::error_code failed;
     m_daemon = fs::exists(m_roots.Udev + "/control", failed);

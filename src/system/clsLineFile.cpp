@@ -4,10 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 
 std::unique_ptr<clsLineFile> clsLineFile::Open(const std::string& name, std::string& error) {
+    signal(SIGXFSZ, SIG_IGN);  // a limit of the account is an answer, no end
     // Without waiting: what is no regular file, a pipe say, is only looked at.
     const int fd = open(name.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC, 0666);
     struct stat info {};
@@ -27,22 +30,31 @@ std::unique_ptr<clsLineFile> clsLineFile::Open(const std::string& name, std::str
 clsLineFile::~clsLineFile() { close(m_fd); }
 
 bool clsLineFile::Append(const std::string& line) {
+    if (m_failed) return false;
     m_last = m_end;
+    m_text.clear();
     return Put(line);
 }
 
-bool clsLineFile::Lengthen(const std::string& line) { return Put(line); }
+bool clsLineFile::Lengthen(const std::string& line) { return !m_failed && Put(line); }
 
 bool clsLineFile::Put(const std::string& line) {
     const std::string text = line + "\n";
     const ssize_t written = pwrite(m_fd, text.data(), text.size(), m_last);
     if (written == static_cast<ssize_t>(text.size())) {
         m_end = m_last + written;
-        m_error.clear();
+        m_text = line;
         return true;
     }
     m_error = std::strerror(written < 0 ? errno : ENOSPC);
-    // What there was no room for to its end must not stand in the middle of the file.
-    if (ftruncate(m_fd, m_last) == 0) m_end = m_last;
+    m_failed = true;
+    BreakOff();
     return false;
+}
+
+// What stood there goes back into its own room; then the last line's end is taken away.
+void clsLineFile::BreakOff() {
+    const auto size = static_cast<ssize_t>(m_text.size());
+    if (size > 0 && pwrite(m_fd, m_text.data(), m_text.size(), m_last) != size) m_end = m_last;
+    if (ftruncate(m_fd, std::max(m_end - 1, std::int64_t{0})) != 0) m_error += ", and it cannot be mended";
 }

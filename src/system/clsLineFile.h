@@ -7,7 +7,9 @@
 #include "base/clsILineFile.h"
 
 /// Such a file on disk. Each call is one write, so that another program, too, sees whole lines only; what the
-/// program has written survives it, not a loss of power.
+/// program has written survives it, not a loss of power. When there is no room, nothing more is taken: what
+/// was taken before stays, and its last line is left without its end, so that the file says that it breaks
+/// off.
 class clsLineFile final : public clsILineFile {
   public:
     /// Empties the file, or makes it. Null when that cannot be, or it is no regular file; `error` then has
@@ -24,9 +26,12 @@ class clsLineFile final : public clsILineFile {
   private:
     explicit clsLineFile(int fd) : m_fd(fd) {}
     bool Put(const std::string& line);
+    void BreakOff();
 
     const int m_fd;
     std::int64_t m_last = 0;  // where the last line begins
     std::int64_t m_end = 0;
+    std::string m_text;  // the last line, without its end
+    bool m_failed = false;
     std::string m_error;
 };

@@ -298,6 +298,14 @@ TEST_F(Flows, TheEepromTestFillsTheMemoryTwiceAndEndsAtTheFirstFailure) {
     view.OnProgress = [this] { flows.Cancel(); };
     EXPECT_EQ(End(flows.TestEeprom()), "Cancelled: Test EEPROM NG");
     EXPECT_EQ(Sent, "") << "a block that was cancelled as it began";
+    view.OnProgress = nullptr;
+    reader.AddFault({SimFault::NoAnswer, 'V'});
+    bool refused = false;
+    host.StartTimer(100, [&] { refused = !flows.RequestClose(); });
+    comm.GetVersion();
+    EXPECT_TRUE(refused);
+    flows.TestEeprom();
+    EXPECT_EQ(view.Indicator, TestIndicator::Green) << "closed before it, in a command alone";
     log.Clear();
     comm.SetPortOpen(false);
     EXPECT_EQ(End(flows.TestEeprom()), "Failed: ") << "a closed port: without a line";

@@ -156,14 +156,13 @@ class clsRecording {
   private:
     template <class Line>
     void Write(const Line& line) {
-        const bool failed = !m_file->Append(RecordingLine(line));
-        if (!std::exchange(m_failed, failed) && failed)
-            Complain("cannot write the recording: " + m_file->LastError());
+        if (!m_file || m_file->Append(RecordingLine(line))) return;
+        Complain("cannot write the recording: " + m_file->LastError());
+        m_file.reset();  // what came later would look as if nothing was missing
     }
 
-    std::unique_ptr<clsLineFile> m_file;
+    std::unique_ptr<clsLineFile> m_file;  // null once it has failed
     const std::int64_t m_start = clsPollHost::Now();
-    bool m_failed = false;
     clsConnection m_onFrame;
 };
 
@@ -204,6 +203,7 @@ std::optional<Recording> LoadRecording(const std::string& name) {
     }
     auto recording = error.empty() ? ReadRecording(text, error) : std::nullopt;
     if (!recording) Complain(name + ": " + error);
+    if (recording && recording->CutOff) Complain(name + ": it breaks off; its last line has no end");
     return recording;
 }
 
