@@ -110,6 +110,32 @@ void clsTextFMT::ShowMenu(const QPoint& position) {
     menu->popup(position);
 }
 
+bool clsTextFMT::PressKey(const QKeyEvent& key) {
+    if (Undoes(key)) {
+        key.modifiers() & Qt::ShiftModifier ? m_edit->redo() : m_edit->undo();
+        return true;
+    }
+    if (key.matches(QKeySequence::Paste)) {
+        Enter(QGuiApplication::clipboard()->text());
+        return true;
+    }
+    if (!IsTyping(key)) return false;
+    Enter(key.text());
+    return true;
+}
+
+void clsTextFMT::Drop(QDropEvent& drop) {
+    // Its own characters stay where they are.
+    if (drop.source() != m_edit && drop.mimeData()->hasText()) {
+        m_edit->setCursorPosition(m_edit->cursorPositionAt(drop.position().toPoint()));
+        Enter(drop.mimeData()->text());
+        drop.setDropAction(Qt::CopyAction);  // moved, it would be gone where it came from
+        drop.accept();
+    }
+    QDragLeaveEvent over;  // what the line edit showed while the drag hung over it goes
+    QCoreApplication::sendEvent(m_edit, &over);
+}
+
 // Every way in which a user brings characters into a line edit passes here.
 bool clsTextFMT::eventFilter(QObject* watched, QEvent* event) {
     switch (event->type()) {
@@ -117,20 +143,7 @@ bool clsTextFMT::eventFilter(QObject* watched, QEvent* event) {
             if (!Undoes(static_cast<const QKeyEvent&>(*event))) return false;
             event->accept();
             return true;
-        case QEvent::KeyPress: {
-            const auto& key = static_cast<const QKeyEvent&>(*event);
-            if (Undoes(key)) {
-                key.modifiers() & Qt::ShiftModifier ? m_edit->redo() : m_edit->undo();
-                return true;
-            }
-            if (key.matches(QKeySequence::Paste)) {
-                Enter(QGuiApplication::clipboard()->text());
-                return true;
-            }
-            if (!IsTyping(key)) return false;
-            Enter(key.text());
-            return true;
-        }
+        case QEvent::KeyPress: return PressKey(static_cast<const QKeyEvent&>(*event));
         case QEvent::InputMethod: {
             auto& input = static_cast<QInputMethodEvent&>(*event);
             if (input.commitString().isEmpty()) return false;
@@ -161,20 +174,10 @@ bool clsTextFMT::eventFilter(QObject* watched, QEvent* event) {
             if (drag.isAccepted()) drag.setDropAction(Qt::CopyAction);
             return true;
         }
-        case QEvent::Drop: {
+        case QEvent::Drop:
             if (watched != m_edit) return false;
-            auto& drop = static_cast<QDropEvent&>(*event);
-            // Its own characters stay where they are.
-            if (drop.source() != m_edit && drop.mimeData()->hasText()) {
-                m_edit->setCursorPosition(m_edit->cursorPositionAt(drop.position().toPoint()));
-                Enter(drop.mimeData()->text());
-                drop.setDropAction(Qt::CopyAction);  // moved, it would be gone where it came from
-                drop.accept();
-            }
-            QDragLeaveEvent over;  // what the line edit showed while the drag hung over it goes
-            QCoreApplication::sendEvent(m_edit, &over);
+            Drop(static_cast<QDropEvent&>(*event));
             return true;
-        }
         default: return QObject::eventFilter(watched, event);
     }
 }

@@ -40,6 +40,8 @@ class clsTextFMT : public QObject {
   private:
     void OnChange();
     void Enter(const QString& text);
+    bool PressKey(const QKeyEvent& key);
+    void Drop(QDropEvent& drop);
     void ShowMenu(const QPoint& position);
 
     ValueFormat m_format;
