@@ -12,6 +12,7 @@
 #include "cli/CliTime.h"
 #include "flows/FileDifferences.h"
 #include "flows/clsSettingsFile.h"
+#include "ports/PortPlace.h"
 #include "settings/ZarnRegisterMap.h"
 #include "settings/modByte.h"
 
@@ -226,8 +227,8 @@ CliResult clsCliHistory::List() {
     rows.reserve(found.Value.size());
     for (const HistoryEvent& event : found.Value) {
         rows.push_back({ShortId(event), CliTime::Local(event.Begun), WordOf(event.Action),
-                        WordOf(event.Outcome), OneLine(event.Label), event.Port, OneLine(event.Firmware),
-                        ChangeCountText(event)});
+                        WordOf(event.Outcome), OneLine(event.Label), PortPlace(event.Port),
+                        OneLine(event.Firmware), ChangeCountText(event)});
     }
     result.Text = Table(rows);
     return result;

@@ -57,7 +57,7 @@ std::string LineOf(const StationUnit& unit) {
     std::string line = std::to_string(unit.Number) + "  " + WordOf(unit.Result);
     if (!unit.Recorded) line += " (not recorded)";
     if (!unit.Label.empty()) line += "  " + unit.Label;
-    line += "  " + unit.Port;
+    line += "  " + unit.ShortPort;
     if (!unit.Firmware.empty()) line += "  " + unit.Firmware;
     line += "  " + std::to_string(unit.Changes.size()) + (unit.Changes.size() == 1 ? " change" : " changes");
     line += "  " + Seconds(unit.Milliseconds) + " s";

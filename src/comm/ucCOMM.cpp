@@ -7,6 +7,7 @@
 #include "base/clsScopeGuard.h"
 #include "base/modText.h"
 #include "hid/modOrvHID.h"
+#include "ports/PortPlace.h"
 
 namespace {
 
@@ -105,6 +106,14 @@ std::vector<std::string> ucCOMM::PresentPorts() {
     const int readers = m_hid ? m_hid->Control.NumberOfCommPorts() : 0;
     for (int i = 0; i < readers; ++i) names.push_back(m_hid->Control.EnumCommPort(i));
     return names;
+}
+
+std::string ucCOMM::ShortName(const std::string& name) const {
+    const int readers = m_hid ? m_hid->Control.NumberOfCommPorts() : 0;
+    for (int i = 0; i < readers; ++i)
+        if (modOrvHID::BareName(m_hid->Control.EnumCommPort(i)) == modOrvHID::BareName(name))
+            return m_hid->Control.DevicePrefix() + std::to_string(i + 1);
+    return PortPlace(name);
 }
 
 std::vector<PortEntry> ucCOMM::HidPorts() {

@@ -77,6 +77,9 @@ class ucCOMM : private clsPacketCutter::clsISink {
     [[nodiscard]] std::vector<std::string> PresentPorts();
     /// Whether the port is one of a reader on USB HID.
     [[nodiscard]] bool IsHidPort(const std::string& name) const;
+    /// What a person is told of the port: "HID1" of a reader on USB HID that is there, else as PortPlace has
+    /// it.
+    [[nodiscard]] std::string ShortName(const std::string& name) const;
     /// The readers on USB HID, in the order of their aliases.
     [[nodiscard]] std::vector<PortEntry> HidPorts();
     /// The name of the USB adapter behind the open port, asked once when it opened; empty where there is

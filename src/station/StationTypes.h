@@ -55,6 +55,7 @@ struct StationUnit {
     TimeOfDayRecord Time;  ///< when it began
     std::string Label;     ///< UTF-8, like all texts here that are not named otherwise
     std::string Port;
+    std::string ShortPort;  ///< what a person is told of it: "HID1" where it was that
     std::string Firmware;
     StationResult Result = StationResult::None;
     bool SecondAttempt = false;  ///< something had to be written twice
@@ -74,8 +75,8 @@ struct StationCounters {
 
 /// A reader that waits in line; the first is the next.
 struct StationPlace {
-    std::string Port;
-    int Place = 0;  ///< from 1
+    std::string Port;  ///< as a person is told it
+    int Place = 0;     ///< from 1
 };
 
 enum class StationQuestion {
@@ -91,7 +92,7 @@ struct StationShown {
     StationPhase Phase = StationPhase::None;
     int Step = 0;  ///< of StepCount, within the phase; both 0 where there are none
     int StepCount = 0;
-    std::string Port;  ///< of the unit, or the fixed line
+    std::string Port;  ///< of the unit, or the fixed line; as a person is told it
     std::string
         Notice;  ///< what else is to be known: an adapter behind which nothing answers, a line that is gone
     StationUnit Last;  ///< the last verdict, until the next unit begins; Result None: there is none

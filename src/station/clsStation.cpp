@@ -113,7 +113,8 @@ void clsStation::SetStep(int number) {
 void clsStation::ShowQueue() {
     m_shown.Queue.clear();
     for (const std::string& port : m_queue)
-        m_shown.Queue.push_back({port, static_cast<int>(m_shown.Queue.size()) + 1});
+        m_shown.Queue.push_back(
+            {modText::ToUtf8(m_comm.ShortName(port)), static_cast<int>(m_shown.Queue.size()) + 1});
     Show();
 }
 
@@ -368,6 +369,7 @@ void clsStation::Verdict(const std::string& port) {
     unit.Recorded = row.Recorded;
     unit.Time = m_time.value_or(m_host.TimeOfDay());
     if (unit.Port.empty()) unit.Port = modText::ToUtf8(port);
+    unit.ShortPort = m_shown.Port;
     unit.Milliseconds = m_host.TickCount() - m_begun;
     const bool passed = unit.Result == StationResult::Pass;
     ++(passed ? counters.Passed : counters.Failed);

@@ -117,7 +117,7 @@ void clsStation::WorkOn(const std::string& port, bool found) {
     m_lastByte = m_begun;
     m_time = m_host.TimeOfDay();
     m_rows->Begin();
-    m_shown.Port = modText::ToUtf8(port);
+    m_shown.Port = modText::ToUtf8(m_comm.ShortName(port));
     m_shown.Notice.clear();
     m_shown.State = StationState::Working;
     SetPhase(StationPhase::Finding);
@@ -156,7 +156,7 @@ bool clsStation::NoUnit(const std::string& port, Reached reached) {
     const bool own = m_comm.IsHidPort(port) || (m_parts.IsReadersOwn && m_parts.IsReadersOwn(port));
     if (own && reached != Reached::Stopped) return false;
     std::string notice;
-    if (reached == Reached::Silent) notice = modText::ToUtf8(port) + ": nothing answers behind this adapter";
+    if (reached == Reached::Silent) notice = m_shown.Port + ": nothing answers behind this adapter";
     if (reached == Reached::NotOpened) notice = modText::ToUtf8(WhyNotReached(port, reached));
     m_comm.SetPortOpen(false);
     if (!m_gone) m_ignored.insert(port);

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "ports/PortPlace.h"
+
 namespace {
 
 constexpr int againTime = 200;       // ms between two tries while another program has the history for itself
@@ -90,7 +92,13 @@ void clsHistoryModel::fetchMore(const QModelIndex& parent) {
     emit Asked();
 }
 
+void clsHistoryModel::Hold(bool hold) {
+    m_held = hold;
+    if (!hold) RefreshSoon();
+}
+
 void clsHistoryModel::Refresh() {
+    if (m_held) return;
     std::vector<HistoryEvent> events;
     const int count = std::clamp(rowCount() + pageSize / 2, int{pageSize}, mostRefreshed);
     if (!Ask(0, count, events)) {
@@ -147,11 +155,19 @@ QString clsHistoryModel::Text(const HistoryEvent& event, int column) {
         case ActionColumn: return WordOf(event.Action);
         case OutcomeColumn: return WordOf(event.Outcome);
         case LabelColumn: return QString::fromStdString(event.Label);
-        case PortColumn: return QString::fromStdString(event.Port);
+        case PortColumn: return QString::fromStdString(PortPlace(event.Port));
         case FirmwareColumn: return QString::fromStdString(event.Firmware);
         case ChangesColumn: return event.ChangeCount == 0 ? QString() : QString::number(event.ChangeCount);
         default: return {};
     }
+}
+
+/// What the cell has no room for.
+QVariant clsHistoryModel::ToolTip(const HistoryEvent& event, int column) {
+    std::string text;
+    if (column == OutcomeColumn) text = event.Reason;
+    if (column == PortColumn && PortPlace(event.Port) != event.Port) text = event.Port;
+    return text.empty() ? QVariant() : QString::fromStdString(text).toHtmlEscaped();
 }
 
 int clsHistoryModel::rowCount(const QModelIndex& parent) const {
@@ -171,10 +187,7 @@ QVariant clsHistoryModel::data(const QModelIndex& index, int role) const {
             return text.replace('\n', ' ');
         }
         case Qt::EditRole: return Text(event, index.column());
-        case Qt::ToolTipRole:
-            return index.column() == OutcomeColumn && !event.Reason.empty()
-                       ? QString::fromStdString(event.Reason).toHtmlEscaped()
-                       : QVariant();
+        case Qt::ToolTipRole: return ToolTip(event, index.column());
         case Qt::TextAlignmentRole:
             return index.column() == ChangesColumn ? QVariant(Qt::AlignRight | Qt::AlignVCenter) : QVariant();
         default: return {};
@@ -203,8 +216,10 @@ bool clsHistoryModel::setData(const QModelIndex& index, const QVariant& value, i
     const auto answer = m_history->SetLabel(event.Id, label);
     if (answer.Result != clsIHistory::Count::State::Done || answer.Value == 0) {
         const bool busy = answer.Result == clsIHistory::Count::State::Busy;
-        emit NotLabelled(busy ? tr("another program keeps the history locked")
-                              : QString::fromStdString(answer.Error));
+        const bool gone = answer.Result == clsIHistory::Count::State::Done;
+        emit NotLabelled(busy   ? tr("another program keeps the history locked")
+                         : gone ? tr("the event is not in the history any more")
+                                : QString::fromStdString(answer.Error));
         return false;
     }
     event.Label = label;

@@ -37,6 +37,9 @@ class clsHistoryModel : public QAbstractTableModel {
     /// The same, once from the loop.
     void RefreshSoon() { m_soon.start(); }
 
+    /// While it holds, no row moves or changes but by setData; what came meanwhile is shown behind it.
+    void Hold(bool hold);
+
     [[nodiscard]] const HistoryEvent& EventAt(int row) const {
         return m_events.at(static_cast<std::size_t>(row));
     }
@@ -67,6 +70,7 @@ class clsHistoryModel : public QAbstractTableModel {
     void NotLabelled(const QString& why);
 
   private:
+    [[nodiscard]] static QVariant ToolTip(const HistoryEvent& event, int column);
     bool Ask(int offset, int count, std::vector<HistoryEvent>& events);
     void Restart();
     bool ShowNewer(std::vector<HistoryEvent>& events, bool last);
@@ -74,6 +78,7 @@ class clsHistoryModel : public QAbstractTableModel {
     clsIHistory* m_history;
     HistoryFilter m_filter;
     std::vector<HistoryEvent> m_events;
+    bool m_held = false;
     bool m_all = false;  // there are no more rows
     std::string m_error;
     QTimer m_again;

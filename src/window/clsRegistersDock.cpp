@@ -12,6 +12,7 @@
 
 #include "base/modText.h"
 #include "flows/clsSettingsFile.h"
+#include "ports/PortPlace.h"
 #include "window/clsRegisterGrid.h"
 #include "window/clsRegisterModel.h"
 
@@ -45,7 +46,7 @@ bool LaySettings(const std::string& content, ZarnInfo& record) {
 QString EventText(const HistoryEvent& event) {
     const QDateTime begun = QDateTime::fromMSecsSinceEpoch(event.Begun);
     QString text = begun.toString("yyyy-MM-dd hh:mm ") + WordOf(event.Action);
-    const std::string& what = event.Label.empty() ? event.Port : event.Label;
+    const std::string what = event.Label.empty() ? PortPlace(event.Port) : event.Label;
     if (!what.empty()) text += ", " + QString::fromStdString(what);
     return event.After.Empty() ? clsRegistersDock::tr("%1, before it").arg(text) : text;
 }

@@ -26,7 +26,7 @@ QString Text(const StationUnit& unit, int column) {
                 .arg(unit.Time.Minute, 2, 10, QChar('0'))
                 .arg(unit.Time.Second, 2, 10, QChar('0'));
         case clsStationModel::LabelColumn: return QString::fromStdString(unit.Label);
-        case clsStationModel::PortColumn: return QString::fromStdString(unit.Port);
+        case clsStationModel::PortColumn: return QString::fromStdString(unit.ShortPort);
         case clsStationModel::FirmwareColumn: return QString::fromStdString(unit.Firmware);
         case clsStationModel::ChangesColumn: return QString::number(unit.Changes.size());
         case clsStationModel::ResultColumn: return ResultText(unit);
@@ -122,8 +122,9 @@ QVariant clsStationModel::data(const QModelIndex& index, int role) const {
                        ? QVariant(Qt::AlignRight | Qt::AlignVCenter)
                        : QVariant();
         case Qt::ToolTipRole:
-            return column == ResultColumn && !unit.Reason.empty() ? QString::fromStdString(unit.Reason)
-                                                                  : QVariant();
+            if (column == ResultColumn && !unit.Reason.empty()) return QString::fromStdString(unit.Reason);
+            return column == PortColumn && unit.ShortPort != unit.Port ? QString::fromStdString(unit.Port)
+                                                                       : QVariant();
         default: return {};
     }
 }

@@ -13,6 +13,7 @@
 
 #include "qt/QtText.h"
 #include "station/clsStation.h"
+#include "widgets/Announcement.h"
 #include "window/clsStationTile.h"
 
 namespace {
@@ -57,6 +58,7 @@ clsStationRun::clsStationRun(QWidget* parent) : QWidget(parent) {
     m_notice->setObjectName("labStationNotice");
     m_notice->setTextFormat(Qt::PlainText);
     m_notice->setWordWrap(true);
+    Announcement::Prepare(*m_notice);
     m_notice->setMinimumHeight(fontMetrics().height());  // nor by one line
     m_counters = new QLabel(this);
     m_counters->setObjectName("labStationCounters");
@@ -227,12 +229,15 @@ void clsStationRun::ShowState() {
     }
     QStringList notices;
     for (const StationPlace& place : shown.Queue)
-        notices += tr("%1: number %2 in line").arg(QtText::ToQString(place.Port)).arg(place.Place);
+        notices += tr("%1: number %2 in line").arg(QString::fromStdString(place.Port)).arg(place.Place);
     QStringList lines;
     if (!notices.isEmpty()) lines += notices.join("   ");
     if (!shown.Notice.empty()) lines += QString::fromStdString(shown.Notice);
     if (!m_said.isEmpty()) lines += m_said;
-    m_notice->setText(lines.join('\n'));
+    if (const QString notice = lines.join('\n'); notice != m_notice->text()) {
+        m_notice->setText(notice);
+        Announcement::Say(*m_notice, notice);
+    }
     ShowCounters();
     ShowQuestion();
     ShowLabel();
@@ -241,7 +246,8 @@ void clsStationRun::ShowState() {
     if (shown.StopAsked && shown.State == StationState::Working) toDo = tr("Stops behind this unit");
     if (shown.PauseAsked && shown.State == StationState::Working) toDo = tr("Pauses behind this unit");
     m_tile->Show(shown, toDo);
-    m_label->setAccessibleDescription(m_tile->accessibleName());
+    if (m_label->accessibleDescription() != m_tile->accessibleName())
+        m_label->setAccessibleDescription(m_tile->accessibleName());
 }
 
 void clsStationRun::ShowCounters() {

@@ -129,6 +129,7 @@ QWidget* clsStationSetup::WithButton(QWidget* control, QPushButton*& button, con
 void clsStationSetup::MakeProfile(QFormLayout& form) {
     m_profile = new QLineEdit(this);
     m_profile->setObjectName("txtStationProfile");
+    m_profile->setAccessibleName(tr("Profile"));  // its caption stands outside its row
     m_profile->setToolTip(tr("The settings file that every reader is to hold"));
     form.addRow(tr("&Profile"), WithButton(m_profile, m_browse, tr("B&rowse..."), "cmdStationBrowse"));
     static_cast<QLabel*>(form.labelForField(m_profile->parentWidget()))->setBuddy(m_profile);

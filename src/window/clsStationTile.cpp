@@ -1,10 +1,11 @@
 #include "window/clsStationTile.h"
 
-#include <QAccessible>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPen>
 #include <algorithm>
+
+#include "widgets/Announcement.h"
 
 namespace {
 
@@ -112,7 +113,7 @@ QString UnitText(const StationShown& shown) {
     QStringList parts{clsStationTile::tr("Unit %1").arg(unit.Number)};
     const bool told = shown.State != StationState::Paused && shown.State != StationState::Stopped;
     if (!told) parts.first() += QString(": ") + WordOf(unit.Result);
-    for (const std::string& part : {unit.Label, unit.Port})
+    for (const std::string& part : {unit.Label, unit.ShortPort})
         if (!part.empty()) parts += QString::fromStdString(part);
     if (!unit.Recorded) parts += clsStationTile::tr("not recorded");
     return parts.join("   ");
@@ -158,6 +159,7 @@ clsStationTile::clsStationTile(QWidget* parent) : QWidget(parent) {
     setFocusPolicy(Qt::TabFocus);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     setAttribute(Qt::WA_OpaquePaintEvent);
+    Announcement::Prepare(*this);
 }
 
 void clsStationTile::Show(const StationShown& shown, const QString& toDo) {
@@ -174,10 +176,11 @@ void clsStationTile::Show(const StationShown& shown, const QString& toDo) {
     }
     m_toDo = toDo.isEmpty() ? QString::fromStdString(shown.ToDo()) : toDo;
     // The steps of the work are many: they are the progress bar's to tell.
-    if (const QString told = Told(); told != accessibleName()) {
+    const QString told = Told();
+    if (m_sign != before) {
+        Announcement::Say(*this, told);
+    } else if (told != accessibleName()) {
         setAccessibleName(told);
-        QAccessibleEvent alert(this, QAccessible::Alert);
-        if (m_sign != before) QAccessible::updateAccessibility(&alert);
     }
     update();
 }

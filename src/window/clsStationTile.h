@@ -6,8 +6,9 @@
 #include "station/StationTypes.h"
 
 /// How the station stands, to be read from two metres away: a word, a sign, a colour, the unit, what is
-/// happening and what is to be done. It shows a station's plain data and nothing else; for screen readers it
-/// all is the name. It owns its colours, ground and text, so that they are the same on every desktop.
+/// happening and what is to be done. It shows a station's plain data and nothing else; screen readers
+/// speak it all when the sign changes. It owns its colours, ground and text, so that they are the same on
+/// every desktop.
 class clsStationTile : public QWidget {
     Q_OBJECT
     Q_PROPERTY(QString text READ Text)

@@ -214,6 +214,12 @@ TEST(Station, SilenceIsAFailureOnlyWhereThereIsAReaderForSure) {
     world.hid.Plug(unit.Adapter);
     world.host.Run(6000);
     ASSERT_EQ(world.results.size(), 2U);
+    EXPECT_EQ(world.results[0].ShortPort, "COM6");
+    EXPECT_EQ(world.results[1].ShortPort, "HID1");
+    EXPECT_EQ(world.station.Shown().Port, "HID1");
+    EXPECT_TRUE(world.history.Rows.back().Port.starts_with(world.hid.Name()));
+    world.hid.Pull();
+    EXPECT_EQ(world.station.Shown().Last.ShortPort, "HID1");
     EXPECT_EQ(world.results[0].Reason, "it does not answer");
     EXPECT_EQ(world.results[1].Reason, "it does not answer");
     EXPECT_EQ(world.history.Rows.size(), 2U);
