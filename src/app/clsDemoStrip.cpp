@@ -6,6 +6,7 @@
 
 clsDemoStrip::clsDemoStrip(QWidget* parent) : QFrame(parent) {
     setAutoFillBackground(true);
+    setAccessibleName(tr("Simulated readers"));
     Color();
 }
 

@@ -38,6 +38,8 @@ class clsIFiles {
     /// A null pointer when the name is no regular file or it cannot be opened; never waits. The reader does
     /// not outlive this.
     [[nodiscard]] virtual std::unique_ptr<clsIFileReader> OpenFile(const std::string& name) = 0;
+    /// Whether there is anything of that name, a folder or a device too; a link counts as what it leads to.
+    [[nodiscard]] virtual bool Exists(const std::string& name) = 0;
     /// All that the file holds; nothing when it cannot be read to its end.
     [[nodiscard]] std::optional<std::string> WholeFile(const std::string& name) {
         constexpr std::size_t piece = 65536;

@@ -19,6 +19,9 @@ class clsCliFiles final : public clsIFiles {
     void SetText(const std::string& name, const std::string& text) { m_texts[name] = text; }
 
     [[nodiscard]] std::unique_ptr<clsIFileReader> OpenFile(const std::string& name) override;
+    [[nodiscard]] bool Exists(const std::string& name) override {
+        return m_texts.contains(name) || m_files.Exists(name);
+    }
     bool ReplaceFile(const std::string& name, const std::string& content) override {
         return m_files.ReplaceFile(name, content);
     }

@@ -124,6 +124,11 @@ std::unique_ptr<clsIFileReader> clsSystemFiles::OpenFile(const std::string& name
     return nullptr;
 }
 
+bool clsSystemFiles::Exists(const std::string& name) {
+    struct stat info {};
+    return stat(name.c_str(), &info) == 0;
+}
+
 /// Where a file is, or will be.
 struct clsSystemFiles::Place {
     std::string Target;

@@ -16,6 +16,7 @@ class clsSystemFiles final : public clsIFiles {
     /// From now on a write beyond the process's file size limit fails instead of killing the process.
     explicit clsSystemFiles(Survives survives = Survives::System);
     [[nodiscard]] std::unique_ptr<clsIFileReader> OpenFile(const std::string& name) override;
+    [[nodiscard]] bool Exists(const std::string& name) override;
     /// The new content is invisible until it is whole on the disk: a program killed meanwhile leaves nothing
     /// beside the old file. That keeps its mode. A file that may not be written is not replaced either.
     bool ReplaceFile(const std::string& name, const std::string& content) override;

@@ -16,10 +16,12 @@
 #include <QShortcut>
 #include <QShowEvent>
 #include <QSplitter>
+#include <QStyledItemDelegate>
 #include <QTableView>
 #include <algorithm>
 #include <utility>
 
+#include "widgets/Announcement.h"
 #include "window/CheckBoxColors.h"
 #include "window/clsEventView.h"
 
@@ -61,6 +63,27 @@ QDateEdit* MakeDay(const char* name, const QDate& day, QWidget* parent) {
     box->setEnabled(false);
     return box;
 }
+
+/// Tells while a label is being typed.
+class clsLabelDelegate final : public QStyledItemDelegate {
+  public:
+    clsLabelDelegate(std::function<void(bool typed)> typing, QObject* parent)
+        : QStyledItemDelegate(parent), m_typing(std::move(typing)) {}
+    QWidget* createEditor(QWidget* parent, const QStyleOptionViewItem& option,
+                          const QModelIndex& index) const override {
+        m_typing(/*typed=*/true);
+        QWidget* const editor = QStyledItemDelegate::createEditor(parent, option, index);
+        editor->setAccessibleName(clsHistoryWindow::tr("Label"));
+        return editor;
+    }
+    void destroyEditor(QWidget* editor, const QModelIndex& index) const override {
+        QStyledItemDelegate::destroyEditor(editor, index);
+        m_typing(/*typed=*/false);
+    }
+
+  private:
+    const std::function<void(bool typed)> m_typing;
+};
 
 }  // namespace
 
@@ -114,8 +137,10 @@ void clsHistoryWindow::MakeFilters(QBoxLayout& column) {
     m_search->setClearButtonEnabled(true);
     m_action = MakeKinds("cboHistoryAction", tr("Any action"), lastAction, this);
     m_action->setAccessibleName(tr("Action"));
+    m_action->setAccessibleDescription(tr("Action"));  // a list's name is its entry on some systems
     m_outcome = MakeKinds("cboHistoryOutcome", tr("Any outcome"), lastOutcome, this);
     m_outcome->setAccessibleName(tr("Outcome"));
+    m_outcome->setAccessibleDescription(tr("Outcome"));
     m_since = new QCheckBox(tr("Si&nce"), this);
     m_since->setObjectName("chkHistorySince");
     m_sinceDay = MakeDay("datHistorySince", QDate::currentDate().addDays(-daysBack), this);
@@ -148,6 +173,9 @@ void clsHistoryWindow::MakeTable() {
     m_table->setAccessibleName(tr("Events"));
     m_table->setModel(&m_model);
     m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_table->setItemDelegateForColumn(
+        clsHistoryModel::LabelColumn,
+        new clsLabelDelegate([this](bool typed) { m_model.Hold(typed); }, this));
     m_table->setEditTriggers(QAbstractItemView::DoubleClicked);
     m_table->setShowGrid(false);
     m_table->setAlternatingRowColors(true);
@@ -190,6 +218,7 @@ void clsHistoryWindow::MakeButtons(QBoxLayout& column) {
     m_said->setObjectName("labHistorySaid");
     m_said->setTextFormat(Qt::PlainText);
     m_said->setWordWrap(true);
+    Announcement::Prepare(*m_said);
     m_said->hide();
     column.addWidget(m_said);
     auto* const row = new QHBoxLayout;

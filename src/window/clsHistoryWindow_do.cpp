@@ -8,6 +8,7 @@
 #include <QPushButton>
 #include <QTableView>
 
+#include "widgets/Announcement.h"
 #include "window/HistorySheet.h"
 #include "window/clsHistoryWindow.h"
 
@@ -53,6 +54,7 @@ void clsHistoryWindow::EnableActions() {
 
 void clsHistoryWindow::Say(const QString& text) {
     m_said->setText(text);
+    Announcement::Say(*m_said, text);
     m_said->setVisible(!text.isEmpty());
 }
 
@@ -63,6 +65,10 @@ void clsHistoryWindow::AskForRestore(bool before) {
 }
 
 void clsHistoryWindow::EditLabel() {
+    if (m_typing.isActive()) {  // or it would take the rows away under the label
+        m_typing.stop();
+        Search();
+    }
     const QModelIndexList rows = m_table->selectionModel()->selectedRows(clsHistoryModel::LabelColumn);
     if (rows.size() != 1) return;
     m_table->setFocus();
@@ -107,7 +113,7 @@ void clsHistoryWindow::SaveSheets() {
     for (const HistoryEvent& event : events) {
         const QString name = folder + '/' + HistorySheet::FileName(event);
         QString file = name + ".pdf";
-        for (int number = 2; m_parts.Files.OpenFile(QFile::encodeName(file).toStdString()); ++number)
+        for (int number = 2; m_parts.Files.Exists(QFile::encodeName(file).toStdString()); ++number)
             file = QString("%1 (%2).pdf").arg(name).arg(number);
         if (!Save(file, HistorySheet::Pdf(event).toStdString())) return;
     }

@@ -66,6 +66,7 @@ clsLogView::clsLogView(QWidget* parent) : QPlainTextEdit(parent) {
 void clsLogView::AppendLine(const std::string& time, const std::string& text, LogColor color) {
     Append(time, LogColor::Black, /*endsLine=*/false);
     Append(text, color, /*endsLine=*/true);
+    m_lastLine = QtText::ToQString(text);
 }
 
 void clsLogView::AppendText(const std::string& text, LogColor color) {

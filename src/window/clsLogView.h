@@ -27,6 +27,8 @@ class clsLogView : public QPlainTextEdit, public clsILogView {
 
     /// Everything that the log holds, also what no frame has shown yet.
     QString LogText();
+    /// The line begun last, without its time.
+    [[nodiscard]] const QString& LastLine() const { return m_lastLine; }
 
   signals:
     /// A key with a character was pressed; the arguments are clsMessageLog::KeyDown's.
@@ -53,6 +55,7 @@ class clsLogView : public QPlainTextEdit, public clsILogView {
     void Insert(QTextCursor& cursor, const Piece& piece);
 
     std::deque<Piece> m_pending;
+    QString m_lastLine;
     int m_pendingLines = 0;
     bool m_outrun = false;  // more lines are pending than the log keeps: what it shows goes
     bool m_hasFont = false;

@@ -7,11 +7,13 @@
 #include <QPushButton>
 #include <QScreen>
 #include <algorithm>
+#include <utility>
 
 #include "base/clsScopeGuard.h"
 #include "flows/SettingsCheck.h"
 #include "history/HistoryEvent.h"
 #include "qt/QtText.h"
+#include "widgets/Announcement.h"
 #include "window/clsDifferenceList.h"
 #include "window/clsMark.h"
 
@@ -62,6 +64,7 @@ clsReviewDialog::clsReviewDialog(Parts parts, QWidget* parent) : QDialog(parent)
     m_sentence->setObjectName("labReview");
     m_sentence->setTextFormat(Qt::PlainText);
     m_sentence->setWordWrap(true);
+    Announcement::Prepare(*m_sentence);
     m_list = new clsDifferenceList(this);
     m_list->setObjectName("lstReview");
     m_list->setAccessibleName(tr("Settings to write"));
@@ -88,9 +91,15 @@ clsReviewDialog::clsReviewDialog(Parts parts, QWidget* parent) : QDialog(parent)
         m_list->header()->resizeSection(values, width() / 5);
 
     connect(&m_list->Model(), &clsDifferenceModel::Ticked, this, &clsReviewDialog::ShowChosen);
-    connect(m_write, &QPushButton::clicked, this, &clsReviewDialog::Write);
+    connect(m_write, &QPushButton::clicked, this, &clsReviewDialog::WriteWhenIdle);
     connect(m_cancel, &QPushButton::clicked, this, &clsReviewDialog::reject);
     Enter(State::Reading, tr("The reader is being read."));
+}
+
+void clsReviewDialog::Say(const QString& sentence) {
+    m_sentence->setText(sentence);
+    m_list->setAccessibleDescription(sentence);
+    Announcement::Say(*m_sentence, sentence);
 }
 
 bool clsReviewDialog::Running() const {
@@ -106,8 +115,8 @@ bool clsReviewDialog::Running() const {
 
 void clsReviewDialog::Enter(State state, const QString& sentence) {
     m_state = state;
-    m_sentence->setText(sentence);
-    m_list->setAccessibleDescription(sentence);
+    m_writes = false;
+    Say(sentence);
     m_write->setVisible(state != State::Ended);
     m_write->setEnabled(false);
     m_cancel->setText(state == State::Ended ? tr("Close") : tr("Cancel"));
@@ -120,6 +129,7 @@ void clsReviewDialog::reject() {
     if (Running()) {
         m_parts.Flows.Cancel();
     } else {
+        m_writes = false;
         QDialog::reject();
     }
 }
@@ -196,8 +206,7 @@ void clsReviewDialog::ShowChosen() {
                            .arg(itemCount)
                            .arg(itemCount - differing);
     if (ticked < differing) sentence += tr(", %1 stay as the reader has them").arg(differing - ticked);
-    m_sentence->setText(sentence + '.');
-    m_list->setAccessibleDescription(m_sentence->text());
+    Say(sentence + '.');
     m_write->setEnabled(ticked > 0);
 }
 
@@ -207,6 +216,19 @@ void clsReviewDialog::CheckPicture() {
 }
 
 // -- writing ------------------------------------------------------------------------------------------------
+
+// A card may be being read, since it has just typed itself in.
+void clsReviewDialog::WriteWhenIdle() {
+    if (m_state != State::Choosing) return;
+    if (!m_parts.Flows.FlowRunning()) return Write();
+    m_writes = true;
+    m_write->setEnabled(false);
+    Say(tr("A card is being read; the reader is written behind that."));
+}
+
+void clsReviewDialog::FlowEnded() {
+    if (std::exchange(m_writes, false)) WriteWhenIdle();
+}
 
 void clsReviewDialog::Write() {
     if (m_state != State::Choosing) return;

@@ -36,6 +36,8 @@ class clsReviewDialog : public QDialog {
     virtual void Begin();
     /// The reader may have gone while the choice was made.
     void CheckPicture();
+    /// A flow has ended, perhaps one that a write waits for.
+    void FlowEnded();
 
     void reject() override;
 
@@ -50,6 +52,7 @@ class clsReviewDialog : public QDialog {
     bool EndUnlessRead(FlowResult result);
     /// Lets a person choose, with Write as the button of the Enter key.
     void OfferRows(std::vector<DifferenceRow> rows, const QString& sentence);
+    /// What was chosen; nothing else runs.
     virtual void Write();
     void ShowOutcome(std::vector<DifferenceRow> rows);
     /// Every row as one of which nobody knows what became of it.
@@ -61,6 +64,8 @@ class clsReviewDialog : public QDialog {
 
   private:
     [[nodiscard]] bool Running() const;
+    void Say(const QString& sentence);
+    void WriteWhenIdle();
     void ShowChoice();
     void ShowChosen();
     void ShowWritten(const ZarnInfo* after);
@@ -70,6 +75,7 @@ class clsReviewDialog : public QDialog {
 
     const Parts m_parts;
     State m_state = State::Reading;
+    bool m_writes = false;  // as soon as nothing else runs
     ZarnInfo m_read;
     ZarnInfo m_wanted;  // what is to become of it
     ZarnInfo m_chosen;  // that, of what was ticked

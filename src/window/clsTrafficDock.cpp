@@ -70,10 +70,12 @@ QLayout* clsTrafficDock::MakeFilters() {
     m_direction = new QComboBox(this);
     m_direction->setObjectName("cboTrafficDirection");
     m_direction->setAccessibleName(tr("Direction"));
+    m_direction->setAccessibleDescription(tr("Direction"));  // a list's name is its entry on some systems
     m_direction->addItems({tr("Both ways"), tr("Sent"), tr("Received")});
     m_command = new QComboBox(this);
     m_command->setObjectName("cboTrafficCommand");
     m_command->setAccessibleName(tr("Command"));
+    m_command->setAccessibleDescription(tr("Command"));
     const std::pair<QString, char> commands[] = {{tr("All commands"), '\0'},
                                                  {tr("Read a register"), 'B'},
                                                  {tr("Write a register"), 'C'},
@@ -90,10 +92,12 @@ QLayout* clsTrafficDock::MakeFilters() {
     m_text = new QLineEdit(this);
     m_text->setObjectName("txtTrafficFilter");
     m_text->setPlaceholderText(tr("Only rows with this text"));
+    m_text->setAccessibleName(tr("Filter"));
     m_text->setClearButtonEnabled(true);
     m_find = new QLineEdit(this);
     m_find->setObjectName("txtTrafficFind");
     m_find->setPlaceholderText(tr("Find"));
+    m_find->setAccessibleName(tr("Find"));
     m_find->setToolTip(tr("Enter goes to the next row with this text, Shift+Enter to the one before"));
     m_find->installEventFilter(this);
     m_pause = new QToolButton(this);

@@ -22,6 +22,7 @@
 #include "base/clsScopeGuard.h"
 #include "qt/QtText.h"
 #include "ui_frmMain.h"
+#include "widgets/Announcement.h"
 #include "widgets/clsElidedLabel.h"
 #include "widgets/clsInputGuard.h"
 #include "window/CheckBoxColors.h"
@@ -153,18 +154,7 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
     ColorCheckBoxes();
     m_ui->fraNotice->hide();
 
-    m_flows.ClearMsg(/*keepSelections=*/false);
-    ShowForm(ZarnForm());
-    m_flows.OpenStartupFile(files.StartupToRead);
-    m_flows.ClearMsg(/*keepSelections=*/true);
-    m_history->Clear();
-    m_ui->chkQuickMode->setChecked(true);
-    m_ui->chkQuickMode->setVisible(bench);
-    m_ui->cmdTest->setVisible(bench);
-    m_ui->fraTest->setEnabled(bench);
-    m_ui->SSTab1->setTabVisible(m_ui->SSTab1->indexOf(m_ui->tabEeprom), bench);
-    ShowTest(clsReaderFlows::testCaption, TestIndicator::Grey);
-    m_flows.ButtonsEnable(true);
+    ShowFirst(bench);
 
     MakeScrollArea();
     setAcceptDrops(true);
@@ -180,6 +170,22 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
 frmMain::~frmMain() {
     delete m_traffic;
     delete m_station;
+}
+
+/// The settings of last time, and no reader.
+void frmMain::ShowFirst(bool bench) {
+    m_flows.ClearMsg(/*keepSelections=*/false);
+    ShowForm(ZarnForm());
+    m_flows.OpenStartupFile(m_files.StartupToRead);
+    m_flows.ClearMsg(/*keepSelections=*/true);
+    m_history->Clear();
+    m_ui->chkQuickMode->setChecked(true);
+    m_ui->chkQuickMode->setVisible(bench);
+    m_ui->cmdTest->setVisible(bench);
+    m_ui->fraTest->setEnabled(bench);
+    m_ui->SSTab1->setTabVisible(m_ui->SSTab1->indexOf(m_ui->tabEeprom), bench);
+    ShowTest(clsReaderFlows::testCaption, TestIndicator::Grey);
+    m_flows.ButtonsEnable(true);
 }
 
 // What does not fit is scrolled: the window has room on every screen.
@@ -218,6 +224,8 @@ void frmMain::MakeHints() {
 void frmMain::MakeStatusBar() {
     m_statusState = new QLabel(this);
     m_statusState->setObjectName("labStatusState");
+    Announcement::Prepare(*m_statusState);
+    Announcement::Prepare(*m_ui->fraNotice);
     m_progress = new QProgressBar(this);
     m_progress->setObjectName("prgStatus");
     m_progress->setMaximumWidth(fontMetrics().averageCharWidth() * 30);
@@ -252,6 +260,10 @@ void frmMain::MakeReaderPanel() {
     for (QLabel* label :
          {m_ui->labProductCaption, m_ui->labROMVersionCaption, m_ui->labROMSNCaption, m_ui->labPortCaption})
         label->setForegroundRole(QPalette::PlaceholderText);
+    m_ui->labProductCaption->setBuddy(m_ui->labProduct);
+    m_ui->labROMVersionCaption->setBuddy(m_ui->labROMVersion);
+    m_ui->labROMSNCaption->setBuddy(m_ui->labROMSN);
+    m_ui->labPortCaption->setBuddy(m_ui->labPort);
     m_ui->cmdAutoScan->setMinimumHeight(m_ui->cmdAutoScan->sizeHint().height() * 4 / 3);
 }
 
@@ -502,6 +514,9 @@ FlowResult frmMain::Run(const QString& what, Pages pages, const std::function<Fl
     const clsScopeGuard ended([this] {
         m_running.clear();
         ShowState();
+        // How it ended stands in the log, where nobody is who cannot see it.
+        Announcement::Say(*m_statusState,
+                          QStringList{m_ui->txtView->LastLine(), m_statusState->text()}.join(". "));
     });
     m_ui->fraNotice->hide();
     const FlowResult result = pages == Pages::Closed ? RunOverPages(flow, step) : flow();
@@ -584,7 +599,8 @@ void frmMain::ShowFile() {
 void frmMain::SaveDefault() {
     const std::string& file = m_files.UserDefaults;
     const QString name = QFile::decodeName(file.c_str());
-    if (QFileInfo::exists(name) && !QuestionDoor(tr("Replace %1 by what the pages show?").arg(Short(name))))
+    if (m_parts.Files.Exists(file) &&
+        !QuestionDoor(tr("Replace %1 by what the pages show?").arg(Short(name))))
         return;
     Run(tr("Saving the defaults"), Pages::Open, [this, &file, &name] {
         const FlowResult result = m_flows.SaveAs(file);
@@ -632,12 +648,13 @@ QString frmMain::ChooseFile(const QString& suggested, bool save, const QString& 
 void frmMain::ShowState() {
     const bool open = m_parts.Comm.PortOpen();
     const bool running = m_flows.FlowRunning();
-    if (running) {
-        m_statusState->setText(Running() + "...");
-    } else if (!m_closeRefused.isEmpty()) {
-        m_statusState->setText(m_closeRefused);
-    } else {
-        m_statusState->setText(open ? tr("Ready") : tr("No reader: AutoScan looks for one"));
+    const QString state = running                     ? Running() + "..."
+                          : !m_closeRefused.isEmpty() ? m_closeRefused
+                          : open                      ? tr("Ready")
+                                                      : tr("No reader: AutoScan looks for one");
+    if (state != m_statusState->text()) {
+        m_statusState->setText(state);
+        m_statusState->setAccessibleName(state);
     }
     ShowPort(open);
     const bool hasRate = open && m_parts.Comm.CommPort_IsBaudrateSupported(m_parts.Comm.CommPort());
@@ -647,16 +664,12 @@ void frmMain::ShowState() {
 
 void frmMain::ShowPort(bool open) {
     const std::string port = open ? m_parts.Comm.CommPort() : std::string();
-    if (port != m_port) {
-        m_portAlias.clear();
-        for (const PortEntry& reader : m_parts.Comm.HidPorts())
-            if (!port.empty() && reader.Name == port) m_portAlias = QtText::ToQString(reader.Alias);
-    }
+    if (port != m_port) m_shortPort = QtText::ToQString(m_parts.Comm.ShortName(port));
     m_port = port;
-    m_statusPort->setText(!open ? tr("no port open")
-                                : (m_portAlias.isEmpty() ? QtText::ToQString(port) : m_portAlias));
-    m_statusPort->setToolTip(m_portAlias.isEmpty() ? QString() : QtText::ToQString(port));
-    m_ui->labPort->setToolTip(m_portAlias);
+    const QString whole = QtText::ToQString(port);
+    m_statusPort->setText(open ? m_shortPort : tr("no port open"));
+    m_statusPort->setToolTip(m_shortPort == whole ? QString() : whole);
+    m_ui->labPort->setToolTip(m_shortPort == whole ? QString() : m_shortPort);
     // What is known of a reader that is not there any more stays to be read, and says so.
     m_ui->grpReader->setTitle(open ? tr("Reader") : tr("Reader: not connected"));
     for (QLabel* label :
@@ -711,6 +724,7 @@ void frmMain::EnableButtons(const ButtonStates& given) {
         m_focusBack = nullptr;
     }
     ShowState();
+    if (states.Idle) emit FlowEnded();
     if (states.Idle && m_closeSoon) QTimer::singleShot(0, this, &QWidget::close);
 }
 
@@ -779,6 +793,7 @@ void frmMain::ShowNotice(const std::string& text) {
 void frmMain::Note(const QString& text) {
     if (InStation()) return m_station->SayNotice(text);
     m_ui->labNotice->setText(text);
+    Announcement::Say(*m_ui->fraNotice, text);
     if (m_noticeDo != nullptr) m_noticeDo->hide();
     m_ui->fraNotice->show();
 }

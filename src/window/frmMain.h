@@ -133,6 +133,8 @@ class frmMain : public QMainWindow, public clsIMainView {
     void FormChanged();
     /// What the reader was last seen to hold has changed.
     void PictureChanged();
+    /// Another flow may begin; told also where none has ended.
+    void FlowEnded();
     /// A station begins.
     void StationStarted();
 
@@ -146,6 +148,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     using Filters = std::array<CardFilterRange, cardFilterCount>;
 
     // making the window
+    void ShowFirst(bool bench);
     void MakeScrollArea();
     void MakeHints();
     void MakeLists();
@@ -302,8 +305,8 @@ class frmMain : public QMainWindow, public clsIMainView {
     QString m_opened;            // the one opened last
     QStringList m_recent;        // opened or saved last, the newest first
     QMenu* m_recentMenu = nullptr;
-    std::string m_port;  // the open port, and its other name
-    QString m_portAlias;
+    std::string m_port;  // the open port, and what a person is told of it
+    QString m_shortPort;
     QWidget* m_focusBack = nullptr;  // the button that a flow was started with
     bool m_closeSoon = false;
     bool m_leftUnsaved = false;

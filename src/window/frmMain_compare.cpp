@@ -156,6 +156,8 @@ void frmMain::ReviewChanges(const QString& title, const QString& wanted, History
 
 void frmMain::OpenReview(clsReviewDialog& dialog) {
     connect(this, &frmMain::PictureChanged, &dialog, &clsReviewDialog::CheckPicture);
+    // From the loop: the flow still stands below.
+    connect(this, &frmMain::FlowEnded, &dialog, &clsReviewDialog::FlowEnded, Qt::QueuedConnection);
     dialog.open();
     dialog.Begin();
 }

@@ -20,6 +20,7 @@ class clsMemoryFiles final : public clsIFiles {
         m_error = Contents.contains(name) ? "" : "No such file";
         return m_error.empty() ? std::make_unique<clsReader>(Contents.at(name), BreakAt) : nullptr;
     }
+    [[nodiscard]] bool Exists(const std::string& name) override { return Contents.contains(name); }
     bool ReplaceFile(const std::string& name, const std::string& content) override {
         if (MayReplace(name)) Contents[name] = content;
         return !Refuse;

@@ -10,7 +10,6 @@
 
 #include "WindowFixture.h"
 #include "base/clsScopeGuard.h"
-
 namespace {
 
 using clsControlsTest = clsWindowTest;
@@ -247,6 +246,55 @@ TEST_F(clsControlsTest, EveryControlThatTakesTheFocusHasAConstantNameOfItsOwn) {
     }
     const auto* const digits = QAccessible::queryAccessibleInterface(&Find<QWidget>("oCardSNLen1"));
     EXPECT_EQ(digits->text(QAccessible::Value), "digits 3 to 8 of 8");
+}
+
+TEST_F(clsControlsTest, WhatTakesTheFocusOutsideThePagesIsNamedToo) {
+    StartOnReader();
+    for (const char* opens : {"actTraffic", "actRegisters", "actHistory", "actStation"}) {
+        Do(opens);
+        int seen = 0;
+        for (const QWidget* control : window->findChildren<QWidget*>()) {
+            if (!control->isVisible() || control->focusPolicy() == Qt::NoFocus) continue;
+            if (control->focusProxy() != nullptr || control->inherits("QTabWidget")) continue;
+            if (control->inherits("QLabel")) continue;  // its text is its name
+            auto* const spoken = QAccessible::queryAccessibleInterface(const_cast<QWidget*>(control));
+            // A closed list's name is what is chosen in it.
+            const bool list = control->inherits("QComboBox");
+            EXPECT_FALSE(spoken->text(list ? QAccessible::Description : QAccessible::Name).isEmpty() &&
+                         spoken->relations(QAccessible::Label).isEmpty())
+                << opens << ' ' << control->objectName().toStdString() << control->metaObject()->className();
+            ++seen;
+        }
+        EXPECT_GT(seen, 10);
+    }
+}
+
+TEST_F(clsControlsTest, WhatIsShownAwayFromTheFocusIsANotification) {
+    const auto told = [this](const char* name) {
+        auto* const spoken = QAccessible::queryAccessibleInterface(&Find<QWidget>(name));
+        EXPECT_EQ(spoken->role(), QAccessible::Notification) << name;
+        return spoken->text(QAccessible::Name).toStdString();
+    };
+    StartOnReader();
+    Click("cmdShowZarn74");
+    EXPECT_EQ(told("labStatusState"), "Get Device Information OK. Ready");
+    reader.AddFault({SimFault::LateReply, 0, -1, 0, -1, /*Value=*/20});
+    host.StartTimer(10, [&] { EXPECT_EQ(told("labStatusState"), "Reading..."); });
+    Click("cmdShowZarn74");
+    reader.ClearFaults();
+    chosenFile = "/log";
+    Click("cmdSaveLog");
+    EXPECT_EQ(told("fraNotice"), "The log was saved to /log.");
+    Select("cboLanguage", "Japan");
+    Do("actReview");
+    EXPECT_EQ(told("labReview"), "1 of 43 settings will be written, 42 are already as they should be.");
+    Click("cmdReviewWrite");
+    EXPECT_EQ(told("labReview"), "The reader has kept the setting that was written.");
+    Click("cmdReviewCancel");
+    disk.Contents["shop.txt"] = TextOf(window->Flows().Record());
+    window->StartStation("shop.txt", /*isOperator=*/false);
+    host.Run(10);
+    EXPECT_EQ(told("staTile"), "READY. Plug in a reader");
 }
 
 TEST_F(clsControlsTest, TheWindowWorksFromTheKeyboard) {

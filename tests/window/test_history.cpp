@@ -6,6 +6,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPointer>
 #include <QScrollBar>
 #include <QSpinBox>
 #include <QTableView>
@@ -14,6 +15,7 @@
 #include <set>
 
 #include "WindowFixture.h"
+#include "ports/PortPlace.h"
 #include "qt/clsSqlHistory.h"
 #include "support/TempFolder.h"
 #include "window/HistorySheet.h"
@@ -118,7 +120,57 @@ TEST_F(clsHistoryTest, WhatAFlowAddsIsThereAtOnceAndMovesNothing) {
     EXPECT_EQ(Rows(), 12);
 }
 
+TEST_F(clsHistoryTest, ALabelThatIsBeingTypedIsLeftAloneByWhatComesMeanwhile) {
+    StartWith(3);
+    std::string label = "Unit 1";
+    const auto row = [&] {
+        int found = 0;
+        while (Cell(found, labelColumn) != label && found < Rows()) ++found;
+        return found;
+    };
+    const auto other = [this](int what) {  // as another program does it
+        HistoryEvent event = kept.NewEvent(HistoryAction::Check);
+        event.Begun = 9000;
+        if (what == 0) kept.Keep(event);                                    // a row before it
+        if (what == 1) kept.SetLabel(kept.List({}).Value.at(0).Id, "new");  // a row changes
+        if (what == 2) kept.Prune(1500);                                    // one behind it goes
+        if (what == 3) kept.Prune(9500);                                    // it goes itself
+    };
+    for (const int what : {0, 1, 2, 3}) {
+        for (const bool taken : {true, false}) {
+            SCOPED_TRACE(what * 10 + taken);
+            Type("");
+            Choose({row()});
+            Find<QLineEdit>("txtHistorySearch").setText(label.substr(0, 2).c_str());
+            QTest::keyClick(&Table(), Qt::Key_F2);  // before it is searched for
+            const QPointer<QLineEdit> editor = Table().findChild<QLineEdit*>();
+            ASSERT_NE(editor, nullptr);
+            const std::string typed = "half a la" + std::to_string(what);
+            editor->setText(typed.c_str());
+            other(what);
+            Settle();
+            ASSERT_NE(editor, nullptr);
+            EXPECT_EQ(editor->text().toStdString(), typed);
+            QTest::keyClick(editor, taken ? Qt::Key_Return : Qt::Key_Escape);
+            Settle();
+            Type("");
+            if (what == 3) {
+                EXPECT_EQ(Rows(), 0);
+                EXPECT_EQ(Shown("labHistorySaid"),
+                          "The label could not be kept: the event is not in the history any more");
+                return;
+            }
+            if (taken) label = typed;
+            EXPECT_LT(row(), Rows()) << label;
+        }
+    }
+}
+
 TEST_F(clsHistoryTest, OneIsShownWholeAndTwoByTheirDifference) {
+    const std::string place = R"(\\?\hid#vid_2e91&pid_0005#1-2:1.0)";
+    for (const char* tail : {"", " (Zarn74)", "(x#y)", "[z]"})
+        EXPECT_EQ(PortPlace(place + tail), "HID at 1-2:1.0") << tail;
+    for (const char* other : {"COM5", "", "HID1", "hid#1"}) EXPECT_EQ(PortPlace(other), other);
     StartWith(4);
     Choose({0});
     EXPECT_NE(Shown("labEvent").find("Outcome: done"), std::string::npos);

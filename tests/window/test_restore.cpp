@@ -4,6 +4,9 @@
 #include <QToolButton>
 
 #include "WindowFixture.h"
+#include "base/clsHostTimer.h"
+#include "settings/ZarnRegisterMap.h"
+#include "window/clsHistoryWindow.h"
 
 namespace {
 
@@ -26,9 +29,144 @@ struct clsRestoreTest : clsWindowTest {
         return button != nullptr && button->isVisible() ? button : nullptr;
     }
 
+    /// The dialog over the first event, as the history's window asks for it.
+    void Restore() {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);  // the one before
+        Do("actHistory");
+        emit Find<clsHistoryWindow>("dlgHistory").RestoreWanted(history.Rows.front(), /*before=*/false);
+    }
+    [[nodiscard]] std::string Sentence() const { return Shown("labReview"); }
+    /// Other bytes than were held in so many mapped registers that nothing else depends on.
+    void Change(int count) {
+        for (int number = 129; count > 0; ++number) {
+            if (!ZarnRegisterMap::mapped.at(static_cast<std::size_t>(number))) continue;
+            reader.SetRegister(number, static_cast<std::uint8_t>(held.at(number) ^ 0x41));
+            --count;
+        }
+    }
+
     clsMemoryHistory history;
     std::array<std::uint8_t, registerCount> held{};
 };
+
+TEST_F(clsRestoreTest, TheDialogPutsAll512BackBehindATestAndNamesWhatIsLost) {
+    StartOn(/*read=*/false);
+    for (std::size_t i = 0; i < registerCount; ++i)
+        if (!ZarnRegisterMap::mapped[i]) reader.Registers[i] = static_cast<std::uint8_t>(0x11 + i % 200);
+    held = reader.Registers;
+    Click("cmdShowZarn74");
+    Click("cmdTest");
+    std::size_t unmapped = 511;
+    while (ZarnRegisterMap::mapped.at(unmapped)) --unmapped;
+    for (const int lost : {-1, static_cast<int>(unmapped)}) {
+        for (std::size_t i = 0; i < registerCount; ++i)
+            reader.Registers[i] = ZarnRegisterMap::mapped[i] ? static_cast<std::uint8_t>(held[i] ^ 0x41) : 0;
+        if (lost >= 0) reader.AddFault({SimFault::DroppedWrite, 'C', lost});
+        Restore();
+        EXPECT_EQ(
+            Sentence(),
+            "512 registers differ from what the event holds. Write puts all of them back, byte for byte: "
+            "none can be left out. All 512 count: a memory test has overwritten them.");
+        Click("cmdReviewWrite");
+        auto left = held;
+        if (lost >= 0) left.at(unmapped) = 0;
+        EXPECT_EQ(reader.Registers, left);
+        EXPECT_EQ(Sentence(), lost < 0 ? "All 512 registers are as they were: written back and read."
+                                       : "The reader did not keep: Register " + std::to_string(lost));
+        EXPECT_EQ(history.Rows.back().Outcome, lost < 0 ? HistoryOutcome::Done : HistoryOutcome::Differs);
+        Click("cmdReviewCancel");
+        history.Rows.erase(history.Rows.begin() + 2, history.Rows.end());  // the test is the last again
+    }
+}
+
+TEST_F(clsRestoreTest, TheDialogAsksWhereTheReaderIsAnother) {
+    const struct {
+        const char *product, *version, *question;
+    } rows[] = {{"Zarn99", nullptr, "it was read from a Zarn99, and this is a "},
+                {nullptr, "V1.01R003,FWQ-K3861", "Needs firmware V1.02R002 or later"}};
+    for (const auto& row : rows) {
+        for (const bool yes : {false, true}) {
+            SCOPED_TRACE(std::string(row.question) + (yes ? " yes" : " no"));
+            StartOn(/*read=*/false);
+            window->QuestionDoor = [&](const QString& text) {
+                boxes = text.toStdString();
+                return yes;
+            };
+            reader.SetRegister(218, 1);  // the tag frequency, which not every firmware has
+            held = reader.Registers;
+            Click("cmdShowZarn74");
+            reader.SetRegister(218, 3);
+            Change(3);
+            const auto changed = reader.Registers;
+            if (row.product != nullptr) history.Rows.front().Product = row.product;
+            const std::string version = reader.Version;
+            if (row.version != nullptr) reader.Version = row.version;
+            Restore();
+            Click("cmdReviewWrite");
+            EXPECT_NE(boxes.find(row.question), std::string::npos) << boxes;
+            EXPECT_EQ(reader.Registers, yes ? held : changed);
+            EXPECT_EQ(Enabled("cmdReviewWrite"), !yes) << "who says no may still choose";
+            Click("cmdReviewCancel");
+            reader.Version = version;
+        }
+    }
+}
+
+TEST_F(clsRestoreTest, AReaderPulledOutUnderTheDialogIsNeverCalledRestored) {
+    enum Phase { Reading, Choosing, Asking, ReadingAgain, Writing, ReadingBack };
+    const struct {
+        Phase phase;
+        const char *during, *behind;
+    } rows[] = {
+        {Reading, "The reader is being read.", "The reader was not read to its end: nothing was written."},
+        {Choosing, "20 registers differ", "The reader has gone: nothing was written."},
+        {Asking, "20 registers differ", "The reader has gone: nothing was written."},
+        {ReadingAgain, "The reader is being read.",
+         "The reader was not read to its end: nothing was written."},
+        {Writing, "The registers are being written.", "It was not restored: register "},
+        {ReadingBack, "The registers were written and are being read back.",
+         "All was written. The reading back broke off: nothing is proven."},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.phase);
+        StartOn(/*read=*/false);
+        Click("cmdShowZarn74");
+        Change(20);
+        const auto changed = reader.Registers;
+        if (row.phase == Asking) history.Rows.front().Product = "Zarn99";
+        bool pulled = false;
+        const auto pull = [&] {
+            EXPECT_EQ(Sentence().find(row.during), 0U) << Sentence();
+            pulled = true;
+            serial.Unplug(1);
+        };
+        window->QuestionDoor = [&](const QString&) {
+            if (row.phase == Asking) pull();
+            host.Run(5);
+            return true;
+        };
+        reader.AddFault({SimFault::LateReply, 0, -1, 0, -1, /*Value=*/20});
+        // When the phase before it has ended: looked for every few ms.
+        clsHostTimer look(host, 7, [&] {
+            const bool reads = row.phase != Reading || window->Flows().FlowRunning();
+            const auto* const label = window->findChild<QLabel*>("labReview");
+            if (pulled || label == nullptr || !reads || !label->text().startsWith(row.during)) return;
+            pull();
+        });
+        look.SetEnabled(row.phase == Reading || row.phase == Writing || row.phase == ReadingBack);
+        Restore();
+        if (row.phase == Choosing) pull();
+        look.SetEnabled(row.phase > Asking);
+        if (row.phase > Choosing) Click("cmdReviewWrite");
+        host.Run(1000);
+        EXPECT_TRUE(pulled);
+        EXPECT_EQ(Sentence().find(row.behind), 0U) << Sentence();
+        EXPECT_EQ(reader.Registers == changed, row.phase < Writing);
+        for (const HistoryEvent& event : history.Rows)
+            EXPECT_FALSE(event.Action == HistoryAction::Restore && event.Outcome == HistoryOutcome::Done);
+        Click("cmdReviewCancel");
+    }
+}
 
 TEST_F(clsRestoreTest, BehindTheTestWhatWasReadIsOfferedAndComesBackWhole) {
     StartOn(/*read=*/true);

@@ -1,6 +1,7 @@
 // Review and write: what is ticked is written, and what became of it is said, whatever comes in between.
 
 #include <QAction>
+#include <QCheckBox>
 #include <QDialog>
 #include <QPointer>
 
@@ -208,7 +209,42 @@ TEST_F(clsReviewTest, WhateverComesInTheMiddleItEndsAndSaysWhatIsKnown) {
     reader.AddFault({SimFault::LateReply, 0, -1, 0, -1, /*Value=*/20});
     host.StartTimer(30, [this] { Click("cmdReviewWrite"); });
     EXPECT_EQ(window->Flows().Read(), FlowResult::Done);
-    EXPECT_EQ(Sentence(), "Something else is running: nothing was written.");
+    QCoreApplication::processEvents();
+    EXPECT_EQ(Sentence(), "The reader has kept the setting that was written.");
+}
+
+TEST_F(clsReviewTest, ACardThatTypesItselfInDefersTheWrite) {
+    enum What { Wait, Escape, Pull };
+    for (const What what : {Wait, Escape, Pull}) {
+        SCOPED_TRACE(what);
+        if (!serial.Plugged(1)) serial.Replug(1);
+        LoadExampleConfiguration(reader);
+        StartOnReader();
+        Select("cboLanguage", "Spanish");
+        Find<QCheckBox>("chkAutoRead").setChecked(true);
+        Review();
+        reader.AddFault({SimFault::LateReply, 'J', -1, 0, -1, /*Value=*/300});
+        reader.TypeText("04A1B2C3\r");
+        Sent.clear();
+        host.StartTimer(200, [&] {
+            ASSERT_TRUE(window->Flows().FlowRunning()) << "the card is being read";
+            Click("cmdReviewWrite");
+            EXPECT_EQ(Sentence(), "A card is being read; the reader is written behind that.");
+            EXPECT_FALSE(Enabled("cmdReviewWrite"));
+            if (what == Escape) QTest::keyClick(dialog, Qt::Key_Escape);
+            if (what == Pull) serial.Unplug(1);
+        });
+        host.Run(2000);
+        reader.ClearFaults();
+        QCoreApplication::processEvents();
+        host.Run(1000);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        EXPECT_EQ(Sent.find('C') != std::string::npos, what == Wait) << Sent;
+        EXPECT_EQ(dialog == nullptr, what == Escape);
+        const char* const said[] = {"The reader has kept the setting that was written.", "",
+                                    "The reader has gone: nothing was written."};
+        EXPECT_EQ(dialog == nullptr ? "" : Sentence(), said[what]);
+    }
 }
 
 }  // namespace
