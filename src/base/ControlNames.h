@@ -15,5 +15,7 @@ std::optional<char> CodeOf(std::string_view name);
 /// The text with its control characters by name in angle brackets, so that nothing a reader sends can command
 /// a terminal.
 std::string Visible(std::string_view text);
+/// The same for UTF-8, where the marks that turn the direction of writing and separate lines count as well.
+std::string VisibleUtf8(std::string_view text);
 
 }  // namespace ControlNames

@@ -11,6 +11,7 @@
 
 #include "base/modText.h"
 #include "cli/CliTime.h"
+#include "history/HistoryEvent.h"
 #include "station/StationLabel.h"
 
 namespace {
@@ -54,6 +55,10 @@ constexpr std::array<CommandRow, 19> commands{{
 
 // An empty text (of a shell variable that is not set) is not the same as none.
 std::string NotEmpty(const std::string& text) { return text.empty() ? "must not be empty" : ""; }
+
+std::string LabelFits(const std::string& text) {
+    return CutLabel(text) == text ? "" : "a label has at most " + std::to_string(labelLimit) + " characters";
+}
 
 // An event's id, as far as it was typed.
 std::string IdOf(const std::string& text) {
@@ -230,7 +235,8 @@ void AddHistory(CLI::App& app, CliOptions& options) {
         if (row.Verb == HistoryVerb::Label)
             verb->add_option("TEXT", options.Label, "The name; empty takes it away")
                 ->required()
-                ->type_name("");
+                ->type_name("")
+                ->check(LabelFits);
     }
 }
 
@@ -245,7 +251,7 @@ void AddStation(CLI::App& app, CliOptions& options) {
         ->type_name("PATTERN|ask|serial")
         ->check([](const std::string& text) {
             const bool known = text == "ask" || text == "serial" || clsRunningLabel::Of(text);
-            return known ? std::string() : "'" + text + "' has no first number in braces, as A-{0001}";
+            return known ? LabelFits(text) : "'" + text + "' has no first number in braces, as A-{0001}";
         });
     app.add_option("--label-form", options.LabelForm,
                    "What a label looks like: * any text, ? a character, # a digit,\n"

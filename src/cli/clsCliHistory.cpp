@@ -1,122 +1,37 @@
 #include "cli/clsCliHistory.h"
 
 #include <algorithm>
-#include <array>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <utility>
 
+#include "base/ControlNames.h"
 #include "base/clsWait.h"
 #include "base/modText.h"
 #include "cli/CliJson.h"
 #include "cli/CliTime.h"
+#include "cli/EventText.h"
 #include "flows/FileDifferences.h"
 #include "flows/clsSettingsFile.h"
-#include "ports/PortPlace.h"
 #include "settings/ZarnRegisterMap.h"
 #include "settings/modByte.h"
 
 namespace {
 
+using ControlNames::VisibleUtf8;
+using EventText::ShortId;
 using Json = nlohmann::ordered_json;
 
 constexpr int lockTime = 2000;  // ms that another program may have the history for itself
 constexpr int askAgain = 20;    // ms
-constexpr std::size_t shortLength = 8;
 // Names that no file of the system has.
 constexpr const char* firstText = "\n1";
 constexpr const char* secondText = "\n2";
 
-std::string ShortId(const HistoryEvent& event) { return event.Id.substr(0, shortLength); }
-
-// Whatever a label or a file's name holds, it does not command a terminal.
-std::string OneLine(std::string utf8) {
-    for (char& c : utf8) c = (c >= 0 && c < ' ') || c == '\x7F' ? ' ' : c;
-    return utf8;
-}
-
-// As wide as it shows, for what is not written in wide characters.
-std::size_t Width(const std::string& utf8) {
-    return static_cast<std::size_t>(
-        std::count_if(utf8.begin(), utf8.end(), [](char c) { return (c & 0xC0) != 0x80; }));
-}
-
-std::string Table(const std::vector<std::array<std::string, 8>>& rows) {
-    std::array<std::size_t, 8> widths{};
-    for (const auto& row : rows) {
-        for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], Width(row[i]));
-    }
-    std::string table;
-    for (const auto& row : rows) {
-        std::string line;
-        for (std::size_t i = 0; i < row.size(); ++i)
-            line += row[i] + std::string(widths[i] - Width(row[i]) + 2, ' ');
-        table += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
-    }
-    return table;
-}
-
 std::string CountText(int count) { return std::to_string(count) + (count == 1 ? " event" : " events"); }
 
-std::string ChangeCountText(const HistoryEvent& event) {
-    return std::to_string(event.ChangeCount) + (event.ChangeCount == 1 ? " change" : " changes");
-}
-
-Json TextOrNull(const std::string& utf8) { return utf8.empty() ? Json() : Json(utf8); }
-
-/// What is known of an event in one line; the keys of JSON, and the columns of a table.
-Json Summary(const HistoryEvent& event) {
-    return {{"id", event.Id},
-            {"revision", event.Revision},
-            {"begun", CliTime::Utc(event.Begun)},
-            {"ended", event.Ended == 0 ? Json() : Json(CliTime::Utc(event.Ended))},
-            {"action", WordOf(event.Action)},
-            {"outcome", WordOf(event.Outcome)},
-            {"reason", TextOrNull(event.Reason)},
-            {"label", TextOrNull(event.Label)},
-            {"port", TextOrNull(event.Port)},
-            {"adapter", TextOrNull(event.Adapter)},
-            {"adapterSerial", TextOrNull(event.AdapterSerial)},
-            {"baud", event.Baud == 0 ? Json() : Json(event.Baud)},
-            {"product", TextOrNull(event.Product)},
-            {"version", TextOrNull(event.Firmware)},
-            {"firmwareSerial", TextOrNull(event.FirmwareSerial)},
-            {"profile", TextOrNull(event.Profile)},
-            {"profileSha256", TextOrNull(event.ProfileDigest)},
-            {"changeCount", event.ChangeCount},
-            {"host", event.Host},
-            {"user", event.User},
-            {"program", event.Program},
-            {"programVersion", event.Version}};
-}
-
-// As RFC 4180 has it.
-std::string CsvField(const std::string& text) {
-    if (text.find_first_of("\",\r\n") == std::string::npos) return text;
-    std::string quoted = "\"";
-    for (const char c : text) quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
-    return quoted + "\"";
-}
-
-std::string Csv(const std::vector<HistoryEvent>& events) {
-    std::string text;
-    const Json columns = Summary(HistoryEvent());
-    for (const auto& column : columns.items()) text += (text.empty() ? "" : ",") + column.key();
-    text += "\r\n";
-    for (const HistoryEvent& event : events) {
-        std::string line;
-        const Json summary = Summary(event);
-        for (const auto& [key, value] : summary.items()) {
-            const std::string field = value.is_string() ? value.get<std::string>() : value.dump();
-            line += (key == "id" ? "" : ",") + (value.is_null() ? std::string() : CsvField(field));
-        }
-        text += line + "\r\n";
-    }
-    return text;
-}
-
 std::string LineOf(const char* name, const std::string& value) {
-    return value.empty() ? std::string() : std::string(name) + ": " + OneLine(value) + "\n";
+    return value.empty() ? std::string() : VisibleUtf8(name + std::string(": ") + value) + "\n";
 }
 
 std::string SideText(const HistorySide& side) {
@@ -211,31 +126,34 @@ std::optional<HistoryEvent> clsCliHistory::Find(const std::string& idBegins) {
 }
 
 CliResult clsCliHistory::List() {
-    const auto found = Patiently([&] { return m_history->List(m_options.Filter); });
-    if (found.Result != clsIHistory::Events::State::Done) return {};
     CliResult result{ExitDone, {}, {}};
-    if (m_options.Csv) {
-        result.Text = Csv(found.Value);
-        return result;
-    }
-    if (m_options.Json) {
-        Json& events = result.Json["events"] = Json::array();
-        for (const HistoryEvent& event : found.Value) events.push_back(Summary(event));
-        return result;
-    }
-    std::vector<std::array<std::string, 8>> rows;
-    rows.reserve(found.Value.size());
-    for (const HistoryEvent& event : found.Value) {
-        rows.push_back({ShortId(event), CliTime::Local(event.Begun), WordOf(event.Action),
-                        WordOf(event.Outcome), OneLine(event.Label), PortPlace(event.Port),
-                        OneLine(event.Firmware), ChangeCountText(event)});
-    }
-    result.Text = Table(rows);
+    HistoryFilter filter = m_options.Filter;
+    filter.Brief = !m_options.Csv && !m_options.Json;
+    clsEventTable table;
+    Json events;
+    const auto add = [&](const HistoryEvent& event) {
+        if (m_options.Csv) {
+            result.Text += EventText::CsvLine(event);
+        } else if (m_options.Json) {
+            events.push_back(EventText::Summary(event));
+        } else {
+            table.Add(event);
+        }
+    };
+    const auto done = Patiently([&] {
+        result.Text = m_options.Csv ? EventText::CsvHead() : std::string();
+        events = Json::array();
+        table = {};
+        return m_history->Each(filter, add);
+    });
+    if (done.Result != clsIHistory::Count::State::Done) return {};
+    if (m_options.Json) result.Json["events"] = std::move(events);
+    if (filter.Brief) result.Text = table.Text();
     return result;
 }
 
 CliResult clsCliHistory::Show(const HistoryEvent& event) const {
-    CliResult result{ExitDone, {}, {{"event", Summary(event)}}};
+    CliResult result{ExitDone, {}, {{"event", EventText::Summary(event)}}};
     Json& json = result.Json["event"];
     json["before"] = SideJson(event.Before);
     json["after"] = SideJson(event.After);
@@ -258,7 +176,7 @@ CliResult clsCliHistory::Show(const HistoryEvent& event) const {
         if (change.Kept == false) text += ", there was " + change.After;
         result.Text += LineOf((change.Setting + " (" + change.Registers + ")").c_str(), text);
     }
-    for (const std::string& line : modText::Split(event.Lines, '\n')) result.Text += OneLine(line) + "\n";
+    for (const std::string& line : modText::Split(event.Lines, '\n')) result.Text += VisibleUtf8(line) + "\n";
     return result;
 }
 

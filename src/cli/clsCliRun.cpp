@@ -457,11 +457,13 @@ CliResult clsCliRun::Write() {
     result.Exit = LayFile(file, role, laid);
     if (result.Exit != ExitDone) return result;
     const auto changes = Changes(laid.Before, laid.Wanted);
-    result.Json = {{"changes", CliJson::Changes(changes)}};
+    result.Json = {{"changes", CliJson::Changes(changes)}, {"emptiesTable", laid.EmptiesTable}};
     m_writing = !m_options.DryRun;
     ShowNow(ChangeText(changes));
     if (m_options.DryRun) {
-        result.Text = "nothing was written\n";
+        if (laid.EmptiesTable)
+            result.Text = "the file has no conversion table: the reader's table would be emptied\n";
+        result.Text += "nothing was written\n";
         return result;
     }
     result.Exit = ExitOf(m_flows.WriteLaid(laid, role));
@@ -477,7 +479,7 @@ CliResult clsCliRun::Prove(const LaidFile& laid) {
     result.Exit = ExitOf(m_flows.ReadInto(after, modZarn74::Lines::Silent));
     const bool read = result.Exit == ExitDone;
     const auto changes = Changes(laid.Before, laid.Wanted, read ? &after : nullptr);
-    result.Json = {{"changes", CliJson::Changes(changes)}};
+    result.Json = {{"changes", CliJson::Changes(changes)}, {"emptiesTable", laid.EmptiesTable}};
     if (result.Exit == ExitFailed) m_log.Say("written, not proven");
     if (!read) return result;
     for (const SettingChange& change : changes) {

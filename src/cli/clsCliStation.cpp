@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/ControlNames.h"
 #include "base/clsWait.h"
 #include "base/modText.h"
 #include "cli/CliJson.h"
@@ -56,7 +57,7 @@ std::string Details(const StationUnit& unit) {
 std::string LineOf(const StationUnit& unit) {
     std::string line = std::to_string(unit.Number) + "  " + WordOf(unit.Result);
     if (!unit.Recorded) line += " (not recorded)";
-    if (!unit.Label.empty()) line += "  " + unit.Label;
+    if (!unit.Label.empty()) line += "  " + ControlNames::VisibleUtf8(unit.Label);
     line += "  " + unit.ShortPort;
     if (!unit.Firmware.empty()) line += "  " + unit.Firmware;
     line += "  " + std::to_string(unit.Changes.size()) + (unit.Changes.size() == 1 ? " change" : " changes");

@@ -32,3 +32,12 @@ std::optional<HistoryAction> ActionOf(std::string_view word) {
 std::optional<HistoryOutcome> OutcomeOf(std::string_view word) {
     return Find<HistoryOutcome>(outcomeWords, word);
 }
+
+std::string CutLabel(std::string label) {
+    std::size_t characters = 0;
+    for (std::size_t at = 0; at < label.size(); ++at) {
+        const bool begins = (label[at] & 0xC0) != 0x80;
+        if (begins && ++characters > labelLimit) label.resize(at);
+    }
+    return label;
+}

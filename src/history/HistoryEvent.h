@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -31,6 +32,10 @@ const char* WordOf(HistoryOutcome outcome);
 /// Of a word, also with "-" for its blanks; nothing when it is none of them.
 std::optional<HistoryAction> ActionOf(std::string_view word);
 std::optional<HistoryOutcome> OutcomeOf(std::string_view word);
+
+constexpr std::size_t labelLimit = 200;  ///< characters
+/// A label, in UTF-8, without what is beyond the limit.
+std::string CutLabel(std::string label);
 
 /// What stands for the setting's key where the change is of registers by their numbers.
 constexpr const char* registerSetting = "Register";

@@ -25,6 +25,8 @@ struct HistoryFilter {
     bool Rising = false;  ///< the smallest first
     int Offset = 0;       ///< so many of them are passed over
     int Limit = 0;        ///< 0: all
+    /// Of each event only id, begun, action, outcome, label, port, firmware and number of changes are told.
+    bool Brief = false;
 };
 
 /// What became of the events that another history held.
@@ -82,9 +84,17 @@ class clsIHistory : public clsIEventKeeper {
     using Count = HistoryAnswer<int>;
     /// The newest first, without sides, changes and lines.
     [[nodiscard]] virtual Events List(const HistoryFilter& filter) = 0;
+    using EventTaker = std::function<void(const HistoryEvent& event)>;
+    /// The same, given to `take` one after the other, which must not ask the history; how many there were.
+    /// What was given counts only when it was done.
+    [[nodiscard]] virtual Count Each(const HistoryFilter& filter, const EventTaker& take) {
+        const Events found = List(filter);
+        for (const HistoryEvent& event : found.Value) take(event);
+        return {static_cast<Count::State>(found.Result), static_cast<int>(found.Value.size()), found.Error};
+    }
     /// The one event whose id begins so, with all that is kept of it; of several ones all, as List has them.
     [[nodiscard]] virtual Events Find(const std::string& idBegins) = 0;
-    /// How many events were changed: 1 or 0.
+    /// How many events were changed: 1 or 0. A label beyond the limit is cut.
     virtual Count SetLabel(const std::string& id, const std::string& label) = 0;
     /// Deletes what began before, ms since 1970, UTC; how many.
     virtual Count Prune(std::int64_t before) = 0;

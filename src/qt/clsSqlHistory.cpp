@@ -106,8 +106,8 @@ void clsSqlHistory::WriteWaiting(Locks locks) {
     });
     if (!fault) {
         m_locked = false;
-        if (Changed) Changed();
         m_waiting.erase(m_waiting.begin(), m_waiting.begin() + static_cast<std::ptrdiff_t>(count));
+        if (Changed) Changed();
         m_again.SetEnabled(!m_waiting.empty());
         return;
     }
@@ -148,7 +148,7 @@ clsSqlHistory::Fault clsSqlHistory::WriteEvent(const HistoryEvent& event) {
                         WordOf(event.Action),
                         WordOf(event.Outcome),
                         Text(event.Reason),
-                        Text(event.Label),
+                        Text(CutLabel(event.Label)),
                         Text(event.Port),
                         Text(event.Adapter),
                         Text(event.AdapterSerial),

@@ -52,6 +52,7 @@ class clsSqlHistory final : public clsIHistory {
     [[nodiscard]] std::string WhyNotKept() override;
     [[nodiscard]] std::string Digest(const std::string& bytes) const override;
     [[nodiscard]] Events List(const HistoryFilter& filter) override;
+    [[nodiscard]] Count Each(const HistoryFilter& filter, const EventTaker& take) override;
     [[nodiscard]] Events Find(const std::string& idBegins) override;
     Count SetLabel(const std::string& id, const std::string& label) override;
     Count Prune(std::int64_t before) override;
@@ -98,7 +99,7 @@ class clsSqlHistory final : public clsIHistory {
     Fault DeleteOld(const HistoryEvent& newest);
     Fault Delete(const QString& which, const std::vector<QVariant>& values, int& count) const;
     void WriteWaiting(Locks locks);
-    Fault Select(const HistoryFilter& filter, std::vector<HistoryEvent>& events) const;
+    Fault Select(const HistoryFilter& filter, const EventTaker& take) const;
     Fault LoadDetails(HistoryEvent& event) const;
     [[nodiscard]] HistoryOutcome OutcomeOfRow(const QSqlQuery& query, int at) const;
     [[nodiscard]] bool Exists() const;

@@ -3,7 +3,8 @@
 #include <QDateTime>
 #include <QSqlRecord>
 #include <QVariant>
-#include <cstddef>
+#include <cstdint>
+#include <limits>
 
 #include "qt/EventBytes.h"
 #include "qt/HistoryRows.h"
@@ -15,9 +16,15 @@ namespace {
 
 constexpr int candidates = 20;  // of an id that is not whole
 
-/// All columns. A text as bytes stays the UTF-8 that it is: half of a long list's time would go into UTF-16
-/// and back.
-QString Columns() {
+// A text as bytes stays the UTF-8 that it is: half of a long list's time would go into UTF-16 and back.
+// Whether a program still runs is asked of what has not ended only.
+constexpr const char* briefColumns =
+    "CAST(uuid AS BLOB), begun, CAST(action AS BLOB), CAST(outcome AS BLOB) AS outcome, "
+    "CAST(label AS BLOB), CAST(port AS BLOB), CAST(firmware AS BLOB), changes, "
+    "CASE outcome WHEN 'begun' THEN CAST(host AS BLOB) END AS host, CAST(boot AS BLOB) AS boot, "
+    "process, started";
+
+QString AllColumns() {
     static const QStringList numbers = {"revision", "edited",  "begun",   "ended",
                                         "baud",     "changes", "process", "started"};
     QStringList list;
@@ -27,6 +34,57 @@ QString Columns() {
 }
 
 std::string Utf8(const QVariant& value) { return value.toByteArray().toStdString(); }
+
+/// The columns of a row in their order.
+class clsRow {
+  public:
+    explicit clsRow(const QSqlQuery& query) : m_query(query) {}
+    std::string Text() { return Utf8(m_query.value(m_at++)); }
+    std::int64_t Number() { return m_query.value(m_at++).toLongLong(); }
+    void Skip() { ++m_at; }
+
+  private:
+    const QSqlQuery& m_query;
+    int m_at = 0;
+};
+
+void FillBriefly(HistoryEvent& event, clsRow row) {
+    event.Id = row.Text();
+    event.Begun = row.Number();
+    event.Action = ActionOf(row.Text()).value_or(HistoryAction::Read);
+    row.Skip();
+    event.Label = row.Text();
+    event.Port = row.Text();
+    event.Firmware = row.Text();
+    event.ChangeCount = static_cast<int>(row.Number());
+}
+
+void Fill(HistoryEvent& event, clsRow row) {
+    event.Id = row.Text();
+    event.Revision = static_cast<int>(row.Number());
+    event.Edited = row.Number();
+    event.Editor = row.Text();
+    event.Begun = row.Number();
+    event.Ended = row.Number();
+    event.Host = row.Text();
+    event.User = row.Text();
+    event.Program = row.Text();
+    event.Version = row.Text();
+    event.Action = ActionOf(row.Text()).value_or(HistoryAction::Read);
+    row.Skip();
+    event.Reason = row.Text();
+    event.Label = row.Text();
+    event.Port = row.Text();
+    event.Adapter = row.Text();
+    event.AdapterSerial = row.Text();
+    event.Baud = static_cast<int>(row.Number());
+    event.Product = row.Text();
+    event.Firmware = row.Text();
+    event.FirmwareSerial = row.Text();
+    event.Profile = row.Text();
+    event.ProfileDigest = row.Text();
+    event.ChangeCount = static_cast<int>(row.Number());
+}
 
 }  // namespace
 
@@ -40,8 +98,7 @@ HistoryOutcome clsSqlHistory::OutcomeOfRow(const QSqlQuery& query, int at) const
     return run.Alive() ? HistoryOutcome::Begun : HistoryOutcome::Interrupted;
 }
 
-clsSqlHistory::Fault clsSqlHistory::Select(const HistoryFilter& filter,
-                                           std::vector<HistoryEvent>& events) const {
+clsSqlHistory::Fault clsSqlHistory::Select(const HistoryFilter& filter, const EventTaker& take) const {
     QString where;
     std::vector<QVariant> values;
     const auto demand = [&](const char* condition, const QVariant& value) {
@@ -64,50 +121,31 @@ clsSqlHistory::Fault clsSqlHistory::Select(const HistoryFilter& filter,
                             filter.Outcome == HistoryOutcome::BegunThere;
     if (filter.Outcome) demand("outcome = ?", WordOf(unfinished ? HistoryOutcome::Begun : *filter.Outcome));
     const QString order = OrderText(filter.Order, filter.Rising);
-    const bool paged = filter.Limit > 0 && !unfinished;
-    if (paged) {
-        // Sorted and passed over are ids alone, not whole rows.
-        where = QString(" WHERE id IN (SELECT id FROM events%1%2 LIMIT ? OFFSET ?)").arg(where, order);
+    const bool counted = filter.Limit > 0 && !unfinished;
+    QString page;
+    if (counted) {
+        page = " LIMIT ? OFFSET ?";
         values.insert(values.end(), {filter.Limit, filter.Offset});
     }
-    QSqlQuery query = Prepared("SELECT " + Columns() + " FROM events" + where + order);
+    if (counted && (filter.Offset > 0 || filter.Order != HistoryOrder::Begun)) {
+        // Sorted and passed over are ids alone, not whole rows.
+        where = QString(" WHERE id IN (SELECT id FROM events%1%2%3)").arg(where, order, page);
+        page.clear();
+    }
+    const QString names = filter.Brief ? QString(briefColumns) : AllColumns();
+    QSqlQuery query = Prepared("SELECT " + names + " FROM events" + where + order + page);
     for (const QVariant& value : values) query.addBindValue(value);
     if (Fault fault = Run(query)) return fault;
-    const std::size_t limit = filter.Limit > 0 ? static_cast<std::size_t>(filter.Limit) : std::size_t(-1);
-    int over = paged ? 0 : filter.Offset;
+    int left = filter.Limit > 0 ? filter.Limit : std::numeric_limits<int>::max();
+    int over = counted ? 0 : filter.Offset;
     const int outcomeAt = query.record().indexOf("outcome");
-    while (events.size() < limit && query.next()) {
-        const HistoryOutcome outcome = OutcomeOfRow(query, outcomeAt);
-        if (filter.Outcome.value_or(outcome) != outcome || over-- > 0) continue;
-        int column = 0;
-        const auto text = [&] { return Utf8(query.value(column++)); };
-        const auto number = [&] { return query.value(column++).toLongLong(); };
-        HistoryEvent& event = events.emplace_back();
-        event.Id = text();
-        event.Revision = static_cast<int>(number());
-        event.Edited = number();
-        event.Editor = text();
-        event.Begun = number();
-        event.Ended = number();
-        event.Host = text();
-        event.User = text();
-        event.Program = text();
-        event.Version = text();
-        event.Action = ActionOf(text()).value_or(HistoryAction::Read);
-        ++column;
-        event.Outcome = outcome;
-        event.Reason = text();
-        event.Label = text();
-        event.Port = text();
-        event.Adapter = text();
-        event.AdapterSerial = text();
-        event.Baud = static_cast<int>(number());
-        event.Product = text();
-        event.Firmware = text();
-        event.FirmwareSerial = text();
-        event.Profile = text();
-        event.ProfileDigest = text();
-        event.ChangeCount = static_cast<int>(number());
+    HistoryEvent event;
+    while (left > 0 && query.next()) {
+        event.Outcome = OutcomeOfRow(query, outcomeAt);
+        if (filter.Outcome.value_or(event.Outcome) != event.Outcome || over-- > 0) continue;
+        (filter.Brief ? FillBriefly : Fill)(event, clsRow(query));
+        take(event);
+        --left;
     }
     return FaultOf(query.lastError());
 }
@@ -126,9 +164,22 @@ clsIHistory::Events clsSqlHistory::List(const HistoryFilter& filter) {
     if (!Exists()) return AnswerOf(Fault(), std::move(events));
     const Fault fault = Try([&] {
         events.clear();
-        return Select(filter, events);
+        return Select(filter, [&events](const HistoryEvent& event) { events.push_back(event); });
     });
     return AnswerOf(fault, std::move(events));
+}
+
+clsIHistory::Count clsSqlHistory::Each(const HistoryFilter& filter, const EventTaker& take) {
+    int count = 0;
+    if (!Exists()) return AnswerOf(Fault(), count);
+    const Fault fault = Try([&]() -> Fault {
+        if (count > 0) return {Fault::Type::Other, "its file is damaged"};
+        return Select(filter, [&](const HistoryEvent& event) {
+            ++count;
+            take(event);
+        });
+    });
+    return AnswerOf(fault, count);
 }
 
 clsIHistory::Events clsSqlHistory::Find(const std::string& idBegins) {
@@ -139,7 +190,7 @@ clsIHistory::Events clsSqlHistory::Find(const std::string& idBegins) {
     filter.Limit = candidates;
     const Fault fault = Try([&] {
         events.clear();
-        Fault failed = Select(filter, events);
+        Fault failed = Select(filter, [&events](const HistoryEvent& event) { events.push_back(event); });
         return failed || events.size() != 1 ? failed : LoadDetails(events.front());
     });
     return AnswerOf(fault, std::move(events));
@@ -153,7 +204,7 @@ clsIHistory::Count clsSqlHistory::SetLabel(const std::string& id, const std::str
             QSqlQuery query = Prepared(
                 "UPDATE events SET label = ?, revision = revision + 1, edited = ?, editor = ? WHERE uuid = "
                 "?");
-            query.addBindValue(Text(label));
+            query.addBindValue(Text(CutLabel(label)));
             query.addBindValue(QDateTime::currentMSecsSinceEpoch());
             query.addBindValue(Text(m_machine));
             query.addBindValue(Text(id));

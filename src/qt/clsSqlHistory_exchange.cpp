@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <string_view>
 #include <tuple>
+#include <utility>
 
 #include "qt/EventBytes.h"
 #include "qt/HistoryRows.h"
@@ -20,6 +21,8 @@ namespace {
 
 constexpr auto formatName = "zarn74 history";
 constexpr int formatVersion = 1;
+constexpr qint64 lastTime = 253'402'300'799'999;  // of the year 9999
+constexpr qsizetype mostDetails = 65536;          // bytes; what they unpack to is bounded with that
 
 // These are numbers, the others texts.
 const QStringList numbers{"revision", "edited", "begun", "ended", "baud", "changes", "process", "started"};
@@ -46,12 +49,17 @@ bool Plausible(const QJsonObject& row) {
         const bool right = numbers.contains(column) ? value.isDouble() : value.isString();
         if (!right && !(running.contains(column) && value.isNull())) return false;
     }
+    for (const char* column : {"edited", "begun", "ended"}) {
+        const qint64 time = row[QLatin1String(column)].toInteger(-1);
+        if (time < 0 || time > lastTime) return false;
+    }
     const auto text = [&row](const char* column) { return row[QLatin1String(column)].toString(); };
+    const QByteArray details = QByteArray::fromBase64(text("details").toLatin1());
     HistoryEvent event;
     return QUuid(text("uuid")).toString(QUuid::WithoutBraces) == text("uuid") &&
            !QUuid(text("uuid")).isNull() && row["revision"].toInteger() > 0 &&
            ActionOf(text("action").toStdString()) && OutcomeOf(text("outcome").toStdString()) &&
-           EventBytes::Unpack(QByteArray::fromBase64(text("details").toLatin1()), event);
+           details.size() <= mostDetails && EventBytes::Unpack(details, event);
 }
 
 /// A row's label, and what tells which of two is the later one.
@@ -202,12 +210,13 @@ HistoryAnswer<HistoryImport> clsSqlHistory::Import(const std::string& content) {
         return Write(Locks::WaitFor, [&]() -> Fault {
             counts = {};
             for (const std::string_view line : lines) {
-                const QJsonObject row = Object(line);
+                QJsonObject row = Object(line);
                 if (!Plausible(row)) {
                     refused = "it holds something that is no event";
                     return {Fault::Type::Other, {}};
                 }
-                if (Fault failed = Merge(row, counts)) return failed;
+                row["label"] = Text(CutLabel(row["label"].toString().toStdString()));
+                if (Fault failed = Merge(std::move(row), counts)) return failed;
             }
             if (m_place.Days <= 0) return {};
             std::int64_t before = 0;

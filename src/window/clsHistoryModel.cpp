@@ -211,7 +211,7 @@ Qt::ItemFlags clsHistoryModel::flags(const QModelIndex& index) const {
 bool clsHistoryModel::setData(const QModelIndex& index, const QVariant& value, int role) {
     if (role != Qt::EditRole || !index.isValid() || index.column() != LabelColumn) return false;
     HistoryEvent& event = m_events.at(static_cast<std::size_t>(index.row()));
-    const std::string label = value.toString().toStdString();
+    const std::string label = CutLabel(value.toString().toStdString());
     if (label == event.Label) return true;
     const auto answer = m_history->SetLabel(event.Id, label);
     if (answer.Result != clsIHistory::Count::State::Done || answer.Value == 0) {

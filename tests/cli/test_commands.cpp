@@ -268,6 +268,12 @@ TEST_F(clsCliTest, WhatWasWrittenIsReadBackAndWhatWasNotKeptIsNamed) {
     reader.ClearFaults();
     EXPECT_EQ(Run("check file"), 0);
     EXPECT_EQ(out.Text, "none of 43 settings differ\n");
+    files.Contents["bare"] = "[General]\r\nLanguage=3\r\n";
+    EXPECT_EQ(Run("write bare --dry-run"), 0);
+    EXPECT_TRUE(
+        out.Text.ends_with("\nthe file has no conversion table: the reader's table would be emptied\n"
+                           "nothing was written\n"))
+        << out.Text;
     EXPECT_EQ(Run("write file"), 0);
     // an interrupt while it is being read back
     reader.AddFault({SimFault::NoAnswer, 'V', -1, 2});

@@ -91,8 +91,8 @@ TEST_F(CliHistory, EventsAreListedShownComparedAndTakenOut) {
         std::string Out;  ///< what it prints begins so
         std::string Said;
     } rows[] = {
-        {"history", 0, "30000000  2026-09-21 16:16:20  set    done             COM1             1 change\n",
-         ""},
+        {"history", 0,
+         "30000000  2026-09-21 16:16:20  set    done                COM1             1 change\n", ""},
         {"history --action write", 0,
          "20000000  2026-09-21 16:15:20  write  done    COM1  V1.02R007  6 changes\n", ""},
         {"history --outcome not-proven", 0, "", ""},
@@ -162,6 +162,32 @@ TEST_F(CliHistory, EventsAreListedShownComparedAndTakenOut) {
     EXPECT_EQ(Run("history prune --before 2026-09-21T16:16 --yes"), 0);
     EXPECT_EQ(out.Text, "2 events deleted\n");
     EXPECT_EQ(Kept(), "set done 1");
+}
+
+/// Another machine's events may hold anything.
+TEST_F(CliHistory, NothingInAnEventCommandsTheTerminal) {
+    Run("set 5 7");
+    const std::string bad = "A\x1B[2J\r\x7F\xC2\x9B\xE2\x80\xAE\xE2\x82\xAC";
+    HistoryEvent& event = history.Rows[0];
+    for (std::string* text : {&event.Label, &event.Reason, &event.Port, &event.Adapter, &event.AdapterSerial,
+                              &event.Host, &event.User, &event.Program, &event.Version, &event.Product,
+                              &event.Firmware, &event.FirmwareSerial, &event.Profile, &event.ProfileDigest})
+        *text = bad;
+    event.Lines = bad + "\n";
+    event.Changes = {{bad, bad, bad, bad, bad, false}};
+    for (const char* line : {"history", "history show 1"}) {
+        EXPECT_EQ(Run(line), 0);
+        EXPECT_NE(out.Text.find("A<ESC>[2J<CR><7F><9B><202E>\xE2\x82\xAC"), std::string::npos) << line;
+        for (const char* sign : {"\x1B", "\r", "\x7F", "\xC2\x9B", "\xE2\x80\xAE"})
+            EXPECT_EQ(out.Text.find(sign), std::string::npos) << line;
+    }
+    Run("history --csv");
+    EXPECT_NE(out.Text.find(",\"" + bad + "\","), std::string::npos);
+    const std::string name(labelLimit + 1, 'x');
+    EXPECT_EQ(Run("history label 1 " + name), 2);
+    EXPECT_EQ(Said(), "TEXT: a label has at most 200 characters (zarn74ctl --help tells more)");
+    EXPECT_EQ(Run("history label 1 " + name.substr(1)), 0);
+    EXPECT_EQ(Run("station file --label " + name + "{1}"), 2);
 }
 
 TEST_F(CliHistory, WhatAnEventHoldsIsPutBackAndProven) {

@@ -143,6 +143,15 @@ TEST_F(History, TheListIsOfWhatWasAskedFor) {
         std::string labels;
         for (const HistoryEvent& event : Listed(filter)) labels += event.Label.back();
         EXPECT_EQ(labels, row.Labels);
+        filter.Brief = true;
+        std::string brief;
+        const auto answer = history->Each(filter, [&](const HistoryEvent& event) {
+            brief += event.Label.back();
+            EXPECT_EQ(event.Port.empty(), event.Action == HistoryAction::Read || event.Label.back() == '5');
+            EXPECT_EQ(event.Outcome == HistoryOutcome::Done, event.Label.back() < '3');
+        });
+        EXPECT_EQ(brief, labels);
+        EXPECT_EQ(answer.Value, static_cast<int>(labels.size()));
     }
     EXPECT_EQ(history->Prune(12000).Value, 3);
     EXPECT_EQ(Listed().size(), 3U);
@@ -542,10 +551,22 @@ TEST_F(Machines, AFileThatIsNotWhatWasExportedIsRefusedWhole) {
         {made("\"write\"", "\"wrote\""), "it holds something that is no event"},
         {made("\"uuid\":\"", "\"uuid\":\"x"), "it holds something that is no event"},
         {made("\"details\":\"", "\"details\":\"A"), "it holds something that is no event"},
-        {made("\"begun\":", "\"begun\":null,\"x\":"), "it holds something that is no event"}};
+        {made("\"begun\":", "\"begun\":null,\"x\":"), "it holds something that is no event"},
+        {made("\"begun\":", "\"begun\":-5,\"x\":"), "it holds something that is no event"},
+        {made("\"ended\":", "\"ended\":9e15,\"x\":"), "it holds something that is no event"}};
     for (const auto& [content, why] : rows) EXPECT_EQ(Imported(2, content), why);
     EXPECT_FALSE(fs::exists(folder + "/2") && !Machine(2)->List({}).Value.empty());
     EXPECT_EQ(Imported(2, made("\"write\"", "\"read\"")), "3 0 0 0") << "the cases do what they say";
+    // What is too long in it is cut everywhere alike, so that twice is once.
+    std::string label;
+    for (std::size_t i = 0; i < labelLimit + 100; ++i) label += "\xF0\x9F\x98\x80";
+    const std::string longer = made("\"label\":\"", ("\"label\":\"" + label).c_str());
+    EXPECT_EQ(Imported(3, longer), "3 0 0 0");
+    EXPECT_EQ(Imported(3, longer), "0 0 3 0");
+    const HistoryEvent last = Machine(3)->List({}).Value.at(0);
+    EXPECT_EQ(last.Label, label.substr(0, 4 * labelLimit));
+    Machine(3)->SetLabel(last.Id, "x" + label);
+    EXPECT_EQ(Machine(3)->List({}).Value.at(0).Label, "x" + label.substr(0, 4 * (labelLimit - 1)));
 }
 
 TEST_F(History, NoEventIsLargerThanItMayBe) {
