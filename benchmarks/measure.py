@@ -264,8 +264,9 @@ def history_of_a_write(ctl):
             continue
         with tempfile.TemporaryDirectory(dir=where) as folder:
             file = f'{folder}/settings'
-            pathlib.Path(file).write_bytes(output([ctl, 'demo', '--no-history', 'read'],
-                                                  stderr=subprocess.DEVNULL).encode('latin-1'))
+            settings = subprocess.run([ctl, 'demo', '--no-history', 'read'], check=True, stdout=subprocess.PIPE,
+                                      stderr=subprocess.DEVNULL).stdout
+            pathlib.Path(file).write_bytes(settings)
             write = lambda *options: child([ctl, 'demo', *options, 'write', file])[1]
             added = lambda: 1000 * median(write('--history', f'{folder}/history.db') - write('--no-history')
                                           for _ in range(20))
@@ -288,8 +289,12 @@ def list_of_events(ctl):
                          f'INSERT INTO events SELECT {values} FROM n, events WHERE id = 1')
         database.commit()
         database.close()
-        runs = [child([ctl, '--history', file, 'history']) for _ in range(5)]
-    row('zarn74ctl history, all of 100,000 events: processor', 1000 * median(one[1] for one in runs), 'ms', 200)
+        limit, runs = 200, []
+
+        def listed():
+            runs.extend(child([ctl, '--history', file, 'history']) for _ in range(5))
+            return 1000 * median(one[1] for one in runs[-5:])
+        row('zarn74ctl history, all of 100,000 events: processor', best(listed, limit), 'ms', limit)
     row('  peak resident size', max(one[2] for one in runs), 'MiB')
 
 

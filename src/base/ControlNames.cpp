@@ -50,6 +50,8 @@ std::string Visible(std::string_view text) {
 }
 
 std::string VisibleUtf8(std::string_view text) {
+    const auto plain = [](char c) { return c >= ' ' && c < '\x7F'; };
+    if (std::all_of(text.begin(), text.end(), plain)) return std::string(text);
     std::string visible;
     for (std::size_t at = 0; at < text.size();) {
         const auto code = [&](std::size_t i) {

@@ -102,6 +102,7 @@ class clsSqlHistory final : public clsIHistory {
     Fault Select(const HistoryFilter& filter, const EventTaker& take) const;
     Fault LoadDetails(HistoryEvent& event) const;
     [[nodiscard]] HistoryOutcome OutcomeOfRow(const QSqlQuery& query, int at) const;
+    [[nodiscard]] HistoryOutcome BriefOutcome(const QSqlQuery& query, int at) const;
     [[nodiscard]] bool Exists() const;
     void Tell(const QString& why);
     template <class Type>

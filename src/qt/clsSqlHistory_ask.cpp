@@ -17,12 +17,13 @@ namespace {
 constexpr int candidates = 20;  // of an id that is not whole
 
 // A text as bytes stays the UTF-8 that it is: half of a long list's time would go into UTF-16 and back.
-// Whether a program still runs is asked of what has not ended only.
 constexpr const char* briefColumns =
     "CAST(uuid AS BLOB), begun, CAST(action AS BLOB), CAST(outcome AS BLOB) AS outcome, "
-    "CAST(label AS BLOB), CAST(port AS BLOB), CAST(firmware AS BLOB), changes, "
-    "CASE outcome WHEN 'begun' THEN CAST(host AS BLOB) END AS host, CAST(boot AS BLOB) AS boot, "
-    "process, started";
+    "CAST(label AS BLOB), CAST(port AS BLOB), CAST(firmware AS BLOB), changes";
+// What tells of an event that has not ended whether its program still runs.
+constexpr const char* runOfEvent =
+    "SELECT CAST(outcome AS BLOB), CAST(host AS BLOB) AS host, CAST(boot AS BLOB) AS boot, process, started "
+    "FROM events WHERE uuid = CAST(? AS TEXT)";
 
 QString AllColumns() {
     static const QStringList numbers = {"revision", "edited",  "begun",   "ended",
@@ -98,6 +99,14 @@ HistoryOutcome clsSqlHistory::OutcomeOfRow(const QSqlQuery& query, int at) const
     return run.Alive() ? HistoryOutcome::Begun : HistoryOutcome::Interrupted;
 }
 
+HistoryOutcome clsSqlHistory::BriefOutcome(const QSqlQuery& query, int at) const {
+    const auto outcome = OutcomeOf(Utf8(query.value(at)));
+    if (outcome != HistoryOutcome::Begun) return outcome.value_or(HistoryOutcome::Failed);
+    QSqlQuery run = Prepared(runOfEvent);
+    run.addBindValue(query.value(0));
+    return run.exec() && run.next() ? OutcomeOfRow(run, 0) : HistoryOutcome::Begun;
+}
+
 clsSqlHistory::Fault clsSqlHistory::Select(const HistoryFilter& filter, const EventTaker& take) const {
     QString where;
     std::vector<QVariant> values;
@@ -141,7 +150,7 @@ clsSqlHistory::Fault clsSqlHistory::Select(const HistoryFilter& filter, const Ev
     const int outcomeAt = query.record().indexOf("outcome");
     HistoryEvent event;
     while (left > 0 && query.next()) {
-        event.Outcome = OutcomeOfRow(query, outcomeAt);
+        event.Outcome = filter.Brief ? BriefOutcome(query, outcomeAt) : OutcomeOfRow(query, outcomeAt);
         if (filter.Outcome.value_or(event.Outcome) != event.Outcome || over-- > 0) continue;
         (filter.Brief ? FillBriefly : Fill)(event, clsRow(query));
         take(event);

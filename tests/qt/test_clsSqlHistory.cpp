@@ -172,6 +172,8 @@ TEST_F(History, WhatWasBegunIsInterruptedWhenItsProgramIsGone) {
         HistoryFilter filter;
         filter.Outcome = row.Outcome;
         EXPECT_EQ(Listed(filter).size(), 1U) << row.Change;
+        filter.Brief = true;
+        EXPECT_EQ(Listed(filter).size(), 1U) << row.Change;
     }
 }
 
