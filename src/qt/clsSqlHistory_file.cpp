@@ -150,7 +150,7 @@ clsSqlHistory::Fault clsSqlHistory::Recognize(std::int64_t version) const {
 // with the next transaction only, and then every program would be shut out.
 clsSqlHistory::Fault clsSqlHistory::UseLog() {
     if (Fault fault = Run("PRAGMA journal_mode = WAL"); fault.Kind == Fault::Type::Busy) return fault;
-    const Fault fault = Write(Locks::WaitFor, [] { return Fault(); });
+    Fault fault = Write(Locks::WaitFor, [] { return Fault(); });
     if (fault.Kind != Fault::Type::Other) return fault;
     if (Fault failed = OpenAlone()) return failed;
     return LeaveLog();
