@@ -130,7 +130,7 @@ void clsCliStation::Stop() {
 void clsCliStation::ShowStation() {
     const StationShown& shown = m_station.Shown();
     if (!shown.LabelAsked) PrintUnit();
-    const bool asked = shown.LabelAsked || shown.Question != StationQuestion::None;
+    const bool asked = (shown.LabelAsked && !shown.LabelWaits) || shown.Question != StationQuestion::None;
     std::string toDo = shown.ToDo();
     if (shown.Question != StationQuestion::None) toDo += " [y/N]";
     if (shown.State == StationState::Working) toDo = "working on " + shown.Port;
@@ -149,6 +149,7 @@ void clsCliStation::ShowStation() {
 }
 
 void clsCliStation::ShowUnit(const StationUnit& unit) {
+    if (unit.Number <= m_printed) return;  // its label came late: a line a unit
     m_unit = unit;
     m_log.ForgetMessages();
 }
@@ -156,6 +157,7 @@ void clsCliStation::ShowUnit(const StationUnit& unit) {
 void clsCliStation::PrintUnit() {
     if (!m_unit) return;
     const StationUnit unit = *std::exchange(m_unit, std::nullopt);
+    m_printed = unit.Number;
     m_out.Write(m_options.Json
                     ? JsonOf(unit).dump(-1, ' ', /*ensure_ascii=*/false, Json::error_handler_t::replace) +
                           "\n"

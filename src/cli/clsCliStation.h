@@ -41,6 +41,7 @@ class clsCliStation final : public clsIStationView {
     StationOptions m_stationOptions;
     clsStation m_station;
     std::optional<StationUnit> m_unit;  // not printed yet: its label is still to come
+    int m_printed = 0;                  // number of the last one that was
     std::string m_said;
     std::string m_notice;
     clsConnection m_input;

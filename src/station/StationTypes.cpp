@@ -47,6 +47,8 @@ std::string StationShown::Doing() const {
 
 std::string StationShown::ToDo() const {
     if (Question != StationQuestion::None) return QuestionText;
+    if (LabelWaits || (StopAsked && LateLabels > 0))
+        return "Wait: another program has the history for itself";
     if (LabelAsked) return "Type or scan the label";
     switch (State) {
         case StationState::Stopped: break;

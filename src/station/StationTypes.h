@@ -99,6 +99,8 @@ struct StationShown {
     StationCounters Counters;
     std::vector<StationPlace> Queue;
     bool LabelAsked = false;  ///< a label for Last is to be typed or scanned
+    bool LabelWaits = false;  ///< it was, and another program has the history for itself: no other is taken
+    int LateLabels = 0;       ///< of units before Last, which wait for the history as well
     StationQuestion Question = StationQuestion::None;
     std::string QuestionText;
     bool PauseAsked = false;  ///< it pauses behind this unit
@@ -124,7 +126,7 @@ class clsIStationView {
     virtual ~clsIStationView() = default;
     /// Something of Shown() is different.
     virtual void ShowStation() = 0;
-    /// A verdict stands: a unit more in the list; or the last one has got its label.
+    /// A verdict stands: a unit more in the list; or one that is there has got its label.
     virtual void ShowUnit(const StationUnit& unit) = 0;
     /// 1 for a PASS, 2 for everything else.
     virtual void Beep(int times) = 0;

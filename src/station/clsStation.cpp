@@ -10,19 +10,12 @@
 
 namespace {
 
-constexpr int watchTime = 250;   // ms between two looks whether the unit still says something
-constexpr int labelTime = 2000;  // ms
+constexpr int watchTime = 250;             // ms between two looks whether the unit still says something
+constexpr int labelTurn = 100;             // ms until a label is tried again
+constexpr std::uint32_t endTime = 10'000;  // ms; so long its end waits for labels
 constexpr std::size_t mostUnits = 1000;
 constexpr std::int64_t msPerHour = 3'600'000;
 constexpr int readSteps = 43;  // what is read is told as settings
-
-// A scanner ends what it types with a key.
-std::string WithoutKeys(const std::string& text) {
-    std::string label;
-    for (const char c : text)
-        if (static_cast<unsigned char>(c) >= ' ') label += c;
-    return modText::Trim(label);
-}
 
 }  // namespace
 
@@ -31,11 +24,10 @@ clsStation::clsStation(const StationParts& parts)
       m_host(parts.Host),
       m_comm(parts.Comm),
       m_flows(parts.Flows),
-      m_watch(parts.Host, watchTime, [this] { WatchUnit(); }) {}
+      m_watch(parts.Host, watchTime, [this] { WatchUnit(); }),
+      m_keepLabels(parts.Host, labelTurn, [this] { KeepLabels(); }) {}
 
-clsStation::~clsStation() {
-    if (m_rows) EndNow();
-}
+clsStation::~clsStation() { EndNow(); }
 
 clsStationProfile clsStation::CheckProfile(const std::string& name) const {
     return clsStationProfile(m_parts.Files, name);
@@ -48,23 +40,30 @@ std::string clsStation::WrongWith(const StationOptions& options) {
 }
 
 bool clsStation::Start(const StationOptions& options) {
-    if (m_rows || m_flows.FlowRunning() || !WrongWith(options).empty()) return false;
+    if (m_rows || m_inTurn || m_flows.FlowRunning() || !WrongWith(options).empty()) return false;
     m_profile = CheckProfile(options.Profile);
     if (!m_profile.Errors().empty()) return false;
     m_options = options;
     m_running = clsRunningLabel::Of(options.LabelPattern);
-    m_comm.SetPortOpen(false);
-    m_flows.KeepHistory(nullptr);  // it lets go of the history's notices before the rows take them
-    m_rows.emplace(m_parts.History);
-    m_flows.KeepHistory(&*m_rows);
-    m_flows.SetEcho(false);
     m_shown = {};
     m_units.clear();
     m_queue.clear();
     m_ignored.clear();
+    m_late.clear();
+    m_endAt.reset();
     m_aborted = false;
     m_rate = 0;
     m_shown.Port = options.Port;
+    m_shown.State = StationState::Waiting;
+    ClosePort();
+    if (m_shown.StopAsked) {
+        EndNow();
+        return true;
+    }
+    m_flows.KeepHistory(nullptr);  // it lets go of the history's notices before the rows take them
+    m_rows.emplace(m_parts.History);
+    m_flows.KeepHistory(&*m_rows);
+    m_flows.SetEcho(false);
     const std::vector<std::string> present = m_comm.PresentPorts();
     if (!FixedLine()) {
         if (options.StartWithPlugged) {
@@ -78,7 +77,6 @@ bool clsStation::Start(const StationOptions& options) {
     m_onBytes = m_comm.OnMonitorData.Connect([this](const std::string&, bool received) {
         if (received) m_lastByte = m_host.TickCount();
     });
-    m_shown.State = StationState::Waiting;
     const std::string unwritable = m_rows->WhyNotKept();
     if (!unwritable.empty()) {
         Ask(StationQuestion::NotRecorded,
@@ -150,6 +148,7 @@ void clsStation::Begin() {
 
 // One turn of the loop later, so that nobody's handler is kept while a unit is worked on.
 void clsStation::Schedule(int ms) {
+    if (!m_rows) return;  // whoever was shown something has ended it
     m_host.StopTimer(m_timer);
     m_timer = m_host.StartTimer(ms, [this] {
         m_timer = 0;
@@ -157,11 +156,12 @@ void clsStation::Schedule(int ms) {
     });
 }
 
+bool clsStation::Enough() const { return m_options.Count > 0 && m_shown.Counters.Units >= m_options.Count; }
+
 // What is next, from wherever it is; the one place where a unit begins.
 void clsStation::Turn() {
     if (m_inTurn || !m_rows || m_shown.Question == StationQuestion::NotRecorded) return;
-    const auto enough = [this] { return m_options.Count > 0 && m_shown.Counters.Units >= m_options.Count; };
-    if (m_shown.State != StationState::Paused && !m_shown.StopAsked && !m_shown.PauseAsked && !enough()) {
+    if (m_shown.State != StationState::Paused && !m_shown.StopAsked && !m_shown.PauseAsked && !Enough()) {
         m_inTurn = true;
         const clsScopeGuard leave([this] { m_inTurn = false; });
         if (FixedLine()) {
@@ -170,13 +170,23 @@ void clsStation::Turn() {
             StartNext();
         }
     }
-    if (m_shown.StopAsked || (enough() && !m_shown.LabelAsked)) return EndNow();
-    if (m_shown.PauseAsked) {
-        m_shown.PauseAsked = false;
-        m_comm.SetPortOpen(false);
-        m_flows.SetEcho(true);
-        SetState(StationState::Paused);
-    }
+    if (m_shown.StopAsked || (Enough() && !m_shown.LabelAsked)) return EndWhenKept();
+    if (m_shown.PauseAsked) PauseNow();
+}
+
+// An adapter is waited for while it is closed: what is asked of the station meanwhile is done behind that.
+void clsStation::ClosePort() {
+    m_inTurn = true;
+    const clsScopeGuard leave([this] { m_inTurn = false; });
+    m_comm.SetPortOpen(false);
+}
+
+void clsStation::PauseNow() {
+    ClosePort();
+    if (m_shown.StopAsked) return EndWhenKept();
+    if (!std::exchange(m_shown.PauseAsked, false)) return Schedule(0);  // it goes on already
+    m_flows.SetEcho(true);
+    SetState(StationState::Paused);
 }
 
 void clsStation::StartNext() {
@@ -189,11 +199,24 @@ void clsStation::StartNext() {
     Schedule(0);
 }
 
+// Labels that can be kept in a moment are waited for; KeepLabels comes back here.
+void clsStation::EndWhenKept() {
+    const std::uint32_t now = m_host.TickCount();
+    if (!m_endAt) m_endAt = now;
+    const bool waits = (m_shown.LabelWaits || !m_late.empty()) && !m_aborted;
+    if (!waits || now - *m_endAt >= endTime) return EndNow();
+    if (!std::exchange(m_shown.StopAsked, true)) Show();
+}
+
 void clsStation::EndNow() {
-    m_host.StopTimer(std::exchange(m_timer, 0));
+    if (m_shown.State == StationState::Stopped) return;
     m_onPort = {};
     m_onBytes = {};
-    m_comm.SetPortOpen(false);
+    m_shown.Question = StationQuestion::None;
+    ClosePort();
+    m_keepLabels.SetEnabled(false);
+    m_host.StopTimer(std::exchange(m_timer, 0));
+    LoseLabels();
     m_flows.ForgetReader();
     m_flows.SetEcho(true);
     m_flows.KeepHistory(nullptr);
@@ -202,7 +225,6 @@ void clsStation::EndNow() {
     m_queue.clear();
     m_shown.Queue.clear();
     m_shown.LabelAsked = false;
-    m_shown.Question = StationQuestion::None;
     m_shown.StopAsked = false;
     m_shown.PauseAsked = false;
     m_shown.Phase = StationPhase::None;
@@ -210,15 +232,15 @@ void clsStation::EndNow() {
 }
 
 void clsStation::Stop() {
-    if (!m_rows) return;
+    if (m_shown.State == StationState::Stopped) return;
     m_shown.StopAsked = true;
     if (m_shown.State != StationState::Working) m_comm.CancelCommand();  // a poll
     Show();
-    if (!m_inTurn) EndNow();
+    if (!m_inTurn) EndWhenKept();
 }
 
 void clsStation::Abort() {
-    if (!m_rows) return;
+    if (m_shown.State == StationState::Stopped) return;
     m_aborted = true;
     m_comm.CancelCommand();
     Stop();
@@ -285,78 +307,6 @@ void clsStation::Departed(const std::string& name) {
         SetState(StationState::Waiting);
         Schedule(0);
     }
-}
-
-// -- labels -------------------------------------------------------------------------------------------------
-
-// The last midnight, as the rows tell the time, ms since 1970.
-std::int64_t clsStation::Today() {
-    const TimeOfDayRecord now = m_host.TimeOfDay();
-    const std::int64_t seconds = (now.Hour * 60 + now.Minute) * 60 + now.Second;
-    return m_rows->Now() - seconds * 1000;
-}
-
-bool clsStation::UsedToday(const std::string& label) { return m_rows->Used(label, Today()); }
-
-void clsStation::Ask(StationQuestion question, const std::string& text) {
-    m_shown.Question = question;
-    m_shown.QuestionText = text;
-    Show();
-}
-
-void clsStation::TakeLabel(const std::string& text) {
-    if (!m_rows || !m_shown.LabelAsked || m_shown.Question != StationQuestion::None) return;
-    m_label = WithoutKeys(text);
-    if (m_label.empty()) return SkipLabel();
-    const ZarnInfo& profile = m_profile.Record();
-    const bool form = !m_options.LabelForm.empty();
-    const bool odd = form ? !modText::Like(m_label, m_options.LabelForm)
-                          : StationLabel::LooksLikeCardId(m_label, modText::ToUtf8(profile.Prefix),
-                                                          modText::ToUtf8(profile.Postfix));
-    if (odd)
-        return Ask(StationQuestion::LabelOdd,
-                   "\"" + m_label +
-                       (form ? "\" does not look like a label. Take it?"
-                             : "\" looks like the ID of a card. Take it as the label?"));
-    GiveLabel();
-}
-
-void clsStation::SkipLabel() {
-    if (!m_rows || !m_shown.LabelAsked) return;
-    m_label.clear();
-    m_shown.LabelAsked = false;
-    m_shown.Question = StationQuestion::None;
-    Show();
-    Schedule(0);
-}
-
-void clsStation::GiveLabel() {
-    if (m_shown.Question != StationQuestion::LabelUsedToday && UsedToday(m_label))
-        return Ask(StationQuestion::LabelUsedToday,
-                   "The label \"" + m_label + "\" was used today. Take it again?");
-    if (!clsWait(m_host, labelTime).Until([this] { return m_rows->Label(m_label); }))
-        SayNotice("The label was not kept: another program has the history for itself");
-    m_shown.Last.Label = m_label;
-    if (!m_units.empty()) m_units.back().Label = m_label;
-    m_shown.LabelAsked = false;
-    m_shown.Question = StationQuestion::None;
-    m_parts.View.ShowUnit(m_shown.Last);
-    Show();
-    Schedule(0);
-}
-
-void clsStation::Answer(bool yes) {
-    if (!m_rows) return;
-    const StationQuestion question = m_shown.Question;
-    if (question == StationQuestion::None) return;
-    if (question == StationQuestion::NotRecorded) {
-        m_shown.Question = StationQuestion::None;
-        return yes ? Begin() : EndNow();
-    }
-    if (yes) return GiveLabel();
-    m_shown.Question = StationQuestion::None;
-    m_label.clear();
-    Show();
 }
 
 // -- the verdict --------------------------------------------------------------------------------------------

@@ -61,15 +61,17 @@ class clsStation {
     /// The last 1000 units, the oldest first.
     [[nodiscard]] const std::deque<StationUnit>& Units() const { return m_units; }
     /// Behind the unit that is being worked on; at once where there is none. A label that is asked for is
-    /// left out.
+    /// left out; for one that waits for the history it waits 10 s, and then says that it was not kept.
     void Stop();
-    /// Stops, and breaks off the unit: it has failed.
+    /// Stops, and breaks off the unit: it has failed. Waits for no label.
     void Abort();
     /// Behind the unit. What is plugged in until Resume is left alone until it was removed once.
     void Pause();
     void Resume();
     /// The label that is asked for, as it was typed or scanned, in UTF-8; an empty one is left out. It may be
-    /// followed by a question.
+    /// followed by a question. While another program has the history for itself it waits, and the next unit
+    /// for it, 2 s at most: then the unit goes without, and gets it when it can be kept. Nothing else is
+    /// taken meanwhile.
     void TakeLabel(const std::string& text);
     void SkipLabel();
     /// The answer to the question that is shown.
@@ -81,6 +83,10 @@ class clsStation {
   private:
     /// What became of looking for a reader on a port.
     enum class Reached { Yes, Silent, Gone, NotOpened, Stopped };
+    struct LateLabel {
+        HistoryEvent Row;
+        std::string Label;
+    };
 
     // what is shown
     void Show();
@@ -95,6 +101,10 @@ class clsStation {
     void EnterIdle();
     void Schedule(int ms);
     void Turn();
+    [[nodiscard]] bool Enough() const;
+    void ClosePort();
+    void PauseNow();
+    void EndWhenKept();
     void EndNow();
     void HandlePort(PortChange change, const std::string& name);
     void Arrived(const std::string& name);
@@ -133,9 +143,14 @@ class clsStation {
 
     // labels
     [[nodiscard]] std::int64_t Today();
-    [[nodiscard]] bool UsedToday(const std::string& label);
+    [[nodiscard]] HistoryAnswer<bool> UsedToday(const std::string& label);
     void Ask(StationQuestion question, const std::string& text);
-    void GiveLabel();
+    void GiveLabel(bool mayRepeat);
+    void TryLabel();
+    void EndLabel(const clsIHistory::Count& kept);
+    void KeepLabels();
+    void KeepLateLabels();
+    void LoseLabels();
 
     StationParts m_parts;
     clsIHost& m_host;
@@ -169,7 +184,13 @@ class clsStation {
     std::optional<TimeOfDayRecord> m_time;
     std::string m_serial;
 
-    std::string m_label;            // typed, while a question about it is open
+    std::string m_label;          // typed, while a question about it is open, or while it waits
+    bool m_mayRepeat = false;     // it is no question any more whether it was used today
+    std::uint32_t m_labelAt = 0;  // tick when it was given
+    std::deque<LateLabel> m_late;
+    clsHostTimer m_keepLabels;
+    std::optional<std::uint32_t> m_endAt;  // tick of the end, which waits for labels
+
     std::uint32_t m_firstUnit = 0;  // when the first unit ended
     clsConnection m_onPort;
     clsConnection m_onBytes;

@@ -27,32 +27,39 @@ clsStationRows::Row clsStationRows::ReadLast() {
     return {std::move(found.Value.front()), /*Recorded=*/true};
 }
 
-bool clsStationRows::Label(const std::string& label) {
-    if (!m_last) return true;
-    m_last->Label = label;
+clsIHistory::Count clsStationRows::Label(HistoryEvent row, const std::string& label) {
+    using State = clsIHistory::Count::State;
     if (m_history == nullptr) {
         if (m_labels.size() == mostLabels) m_labels.erase(m_labels.begin());
         m_labels.push_back(label);
-        return true;
+        return {State::Done, 1, {}};
     }
-    const clsIHistory::Count changed = m_history->SetLabel(m_last->Id, label);
-    if (changed.Result == clsIHistory::Count::State::Busy) return false;
-    // The row itself may still wait to be kept.
-    if (changed.Value == 0) m_history->Keep(*m_last);
-    return true;
+    clsIHistory::Count changed = m_history->SetLabel(row.Id, label);
+    if (changed.Result != State::Done || changed.Value > 0) return changed;
+    if (!m_history->Settled()) return {State::Busy, 0, {}};
+    // It is not there, nor does it wait to be: once more, with its label.
+    row.Label = label;
+    m_history->Keep(row);
+    changed = m_history->SetLabel(row.Id, label);
+    if (changed.Result == State::Done && changed.Value == 0)
+        return {State::Failed, 0, "the unit is not in the history"};
+    return changed;
 }
 
 std::int64_t clsStationRows::Now() { return NewEvent(HistoryAction::Station).Begun; }
 
-bool clsStationRows::Used(const std::string& label, std::int64_t since) {
-    if (m_history == nullptr) return std::find(m_labels.begin(), m_labels.end(), label) != m_labels.end();
+HistoryAnswer<bool> clsStationRows::Used(const std::string& label, std::int64_t since) {
+    using State = HistoryAnswer<bool>::State;
+    if (m_history == nullptr)
+        return {State::Done, std::find(m_labels.begin(), m_labels.end(), label) != m_labels.end(), {}};
     HistoryFilter filter;
     filter.Since = since;
     filter.Label = label;
     const clsIHistory::Events found = m_history->List(filter);
-    return std::any_of(found.Value.begin(), found.Value.end(), [&](const HistoryEvent& event) {
+    const bool used = std::any_of(found.Value.begin(), found.Value.end(), [&](const HistoryEvent& event) {
         return event.Label == label && !(m_last && m_last->Id == event.Id);
     });
+    return {found.Result == clsIHistory::Events::State::Busy ? State::Busy : State::Done, used, {}};
 }
 
 HistoryEvent clsStationRows::NewEvent(HistoryAction action) {

@@ -24,15 +24,17 @@ class clsStationRows final : public clsIEventKeeper {
     [[nodiscard]] Row ReadLast();
     /// Forgets the last row: the next unit has none yet.
     void Begin() { m_last.reset(); }
-    /// The last row gets a label. False when another program has the history for itself: ask again.
-    bool Label(const std::string& label);
+    /// The row that was kept last, as it was given.
+    [[nodiscard]] const std::optional<HistoryEvent>& Last() const { return m_last; }
+    /// The row gets a label, and has it when this is done. Busy also while the row itself waits to be kept.
+    clsIHistory::Count Label(HistoryEvent row, const std::string& label);
     [[nodiscard]] bool Settled() const { return m_history == nullptr || m_history->Settled(); }
     /// Why the history cannot be written; empty when it can, or when none is wanted.
     [[nodiscard]] std::string WhyNotKept();
     /// Now, as the rows tell it: ms since 1970.
     [[nodiscard]] std::int64_t Now();
     /// Whether another unit had that label since `since`, ms since 1970.
-    [[nodiscard]] bool Used(const std::string& label, std::int64_t since);
+    [[nodiscard]] HistoryAnswer<bool> Used(const std::string& label, std::int64_t since);
 
     [[nodiscard]] HistoryEvent NewEvent(HistoryAction action) override;
     void Keep(const HistoryEvent& event) override;

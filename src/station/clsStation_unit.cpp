@@ -21,7 +21,6 @@ constexpr int openRetry = 200;              // ms; rights come a moment after th
 constexpr std::uint32_t giveUpTime = 4000;  // ms
 constexpr int recordTime = 2000;            // ms; another program may have the history for itself
 constexpr int readSteps = 43;
-constexpr int mostLabelsTried = 10000;
 constexpr std::array<int, 5> allRates{19200, 9600, 14400, 4800, 2400};  // the factory's first
 
 const char* WordOf(StationPhase phase) {
@@ -263,15 +262,6 @@ void clsStation::TakeSerial() {
     if (!m_comm.IsHidPort(m_port) || !m_comm.AdapterName().empty()) return;
     for (const PortEntry& entry : m_comm.HidPorts())
         if (entry.Name == m_comm.CommPort()) m_serial = modText::ToUtf8(entry.Serial);
-}
-
-std::string clsStation::MakeLabel() {
-    if (m_options.Labels == StationLabels::Serial) return m_serial;
-    if (m_options.Labels != StationLabels::Running || !m_running) return {};
-    std::string label = m_running->Take(m_parts.Store);
-    for (int tried = 0; tried < mostLabelsTried && UsedToday(label); ++tried)
-        label = m_running->Take(m_parts.Store);
-    return label;
 }
 
 // -- the fixed line -----------------------------------------------------------------------------------------

@@ -57,10 +57,11 @@ void clsStationModel::Clear() {
 }
 
 void clsStationModel::Take(const StationUnit& unit) {
-    const int last = rowCount() - 1;
-    if (last >= 0 && m_units.back().Number == unit.Number) {
-        m_units.back() = unit;
-        emit dataChanged(index(last, 0), index(last, ColumnCount - 1));
+    const int at = m_units.empty() ? rowCount() : rowCount() - 1 - (m_units.back().Number - unit.Number);
+    if (at < 0) return;  // it is not in the list any more
+    if (at < rowCount()) {
+        m_units.at(static_cast<std::size_t>(at)) = unit;
+        emit dataChanged(index(at, 0), index(at, ColumnCount - 1));
         return;
     }
     if (m_units.size() == mostUnits) {

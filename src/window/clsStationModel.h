@@ -24,7 +24,7 @@ class clsStationModel : public QAbstractTableModel {
     using QAbstractTableModel::QAbstractTableModel;
 
     void Clear();
-    /// A unit more, or the last one as it is now.
+    /// A unit more, or one that is there as it is now.
     void Take(const StationUnit& unit);
     [[nodiscard]] const StationUnit& UnitAt(int row) const {
         return m_units.at(static_cast<std::size_t>(row));

@@ -156,12 +156,13 @@ void clsStationPages::Leave() {
 bool clsStationPages::MayClose(bool atOnce) {
     if (!Running()) return true;
     const StationShown& shown = m_station->Shown();
+    const bool waits = shown.LabelWaits || shown.LateLabels > 0;
     const bool middle = shown.State == StationState::Working || shown.LabelAsked;
-    if (middle && !atOnce && !m_asked) {
+    if ((middle || waits) && !atOnce && !m_asked) {
         m_asked = true;
-        const QString text =
-            shown.LabelAsked ? tr("This unit has no label yet. Leave all the same?")
-                             : tr("A unit is being worked on. Break it off and leave? It has failed then.");
+        QString text = tr("A unit is being worked on. Break it off and leave? It has failed then.");
+        if (shown.LabelAsked) text = tr("This unit has no label yet. Leave all the same?");
+        if (waits) text = tr("A label is not in the history yet, and is lost then. Leave all the same?");
         m_run->AskToLeave(text, [this](bool yes) {
             m_asked = false;
             if (!yes) return;

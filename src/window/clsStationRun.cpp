@@ -281,7 +281,7 @@ void clsStationRun::ShowQuestion() {
 
 // What is typed while no label is asked for goes nowhere: perhaps it is a reader that types.
 void clsStationRun::ShowLabel() {
-    const bool typed = m_station->Shown().LabelAsked;
+    const bool typed = m_station->Shown().LabelAsked && !m_station->Shown().LabelWaits;
     m_label->setReadOnly(!typed);
     m_label->setPlaceholderText(typed ? tr("Enter takes it, Esc leaves it out") : QString());
     if (typed == m_labelTyped) return;
@@ -330,8 +330,8 @@ void clsStationRun::TakeUnit(const StationUnit& unit) {
     if (follows) {
         m_list->setCurrentIndex(m_model.index(m_model.rowCount() - 1, 0));
         m_list->scrollToBottom();
-        ShowChanges();
     }
+    ShowChanges();
     ShowState();
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/modText.h"
@@ -12,6 +13,7 @@
 struct clsMemoryHistory final : clsIHistory {
     std::vector<HistoryEvent> Rows;        ///< each event as it was kept last
     std::string Broken;                    ///< why nothing is kept
+    std::vector<HistoryEvent> Waiting;     ///< what was kept while another program had the lock
     std::vector<HistoryOutcome> Outcomes;  ///< of everything that was kept, in this order
 
     [[nodiscard]] HistoryEvent NewEvent(HistoryAction action) override {
@@ -22,8 +24,18 @@ struct clsMemoryHistory final : clsIHistory {
         event.Action = action;
         return event;
     }
+    /// Another program takes the lock, or gives it back: what waits is kept then.
+    void SetLocked(bool locked) {
+        m_locked = locked;
+        if (!locked)
+            for (const HistoryEvent& event : std::exchange(Waiting, {})) Keep(event);
+    }
     void Keep(const HistoryEvent& event) override {
         if (!Broken.empty()) return;
+        if (m_locked) {
+            std::erase_if(Waiting, [&](const HistoryEvent& row) { return row.Id == event.Id; });
+            return Waiting.push_back(event);
+        }
         Outcomes.push_back(event.Outcome);
         std::string label = event.Label;  // that of a row that stands stays
         for (const HistoryEvent& row : Rows) label = row.Id == event.Id ? row.Label : label;
@@ -31,7 +43,7 @@ struct clsMemoryHistory final : clsIHistory {
         Rows.push_back(event);
         Rows.back().Label = label;
     }
-    [[nodiscard]] bool Settled() const override { return true; }
+    [[nodiscard]] bool Settled() const override { return Waiting.empty(); }
     [[nodiscard]] std::string WhyNotKept() override { return Broken; }
     [[nodiscard]] std::string Digest(const std::string& bytes) const override {
         return "digest of " + std::to_string(bytes.size());
@@ -56,8 +68,15 @@ struct clsMemoryHistory final : clsIHistory {
         return List(filter);
     }
     Count SetLabel(const std::string& id, const std::string& label) override {
-        for (HistoryEvent& row : Rows) row.Label = row.Id == id ? label : row.Label;
-        return {Count::State::Done, 1, {}};
+        if (!Broken.empty()) return {Count::State::Failed, 0, Broken};
+        if (m_locked) return {Count::State::Busy, 0, {}};
+        int count = 0;
+        for (HistoryEvent& row : Rows) {
+            if (row.Id != id) continue;
+            row.Label = label;
+            ++count;
+        }
+        return {Count::State::Done, count, {}};
     }
     Count Prune(std::int64_t before) override {
         const auto old = [before](const HistoryEvent& row) { return row.Begun < before; };
@@ -79,4 +98,5 @@ struct clsMemoryHistory final : clsIHistory {
 
   private:
     int m_count = 0;
+    bool m_locked = false;
 };

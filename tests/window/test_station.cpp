@@ -203,6 +203,52 @@ TEST_F(clsStationWindowTest, ALabelIsTypedWhereTheFocusIsAndOddOnesAreAskedAbout
     }
 }
 
+TEST_F(clsStationWindowTest, ALabelThatWaitsForTheHistoryIsNotLostByWhatIsPressedMeanwhile) {
+    StartStation("ask");
+    Plug();
+    host.Run(3000);
+    Pull();
+    history.SetLocked(true);
+    Scan("U-1");
+    EXPECT_EQ(ToDo(), "Wait: another program has the history for itself");
+    EXPECT_EQ(Cell(0, 1), "") << "the history does not have it yet";
+    Scan("U-2");
+    EXPECT_EQ(Shown("txtStationLabel"), "");
+    Alt(Qt::Key_S);
+    host.Run(1000);
+    EXPECT_EQ(Word(), "PASS");
+    EXPECT_FALSE(Find<QWidget>("cmdStationAgain").isVisible());
+    EXPECT_FALSE(window->close());
+    EXPECT_NE(Shown("labStationQuestion").find("is lost then"), std::string::npos);
+    Key(Qt::Key_Return);
+    history.SetLocked(false);
+    host.Run(200);
+    EXPECT_EQ(Word(), "STOPPED");
+    EXPECT_EQ(Cell(0, 1), "U-1");
+    EXPECT_EQ(history.Rows.back().Label, "U-1");
+    Click("cmdStationAgain");
+    Click("cmdStationStart");
+    host.Run(10);
+    EXPECT_EQ(Word(), "READY");
+}
+
+TEST_F(clsStationWindowTest, ALabelThatCameLateStandsAtItsOwnUnit) {
+    StartStation("ask");
+    for (const char* label : {"U-1", "U-2"}) {
+        Plug();
+        host.Run(3000);
+        Pull();
+        history.SetLocked(true);
+        Scan(label);
+        host.Run(2500);
+    }
+    EXPECT_EQ(Cell(0, 1) + Cell(1, 1), "");
+    history.SetLocked(false);
+    host.Run(200);
+    ASSERT_EQ(Rows(), 2);
+    EXPECT_EQ(Cell(0, 1) + Cell(1, 1), "U-1U-2");
+}
+
 TEST_F(clsStationWindowTest, ItIsRunByKeyboardAloneAndThePagesStayAsTheyWere) {
     StartWindow();
     Click("cmdAutoScan");
