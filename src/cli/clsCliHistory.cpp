@@ -8,6 +8,7 @@
 #include "base/ControlNames.h"
 #include "base/clsWait.h"
 #include "base/modText.h"
+#include "cli/AskPatiently.h"
 #include "cli/CliJson.h"
 #include "cli/CliTime.h"
 #include "cli/EventText.h"
@@ -22,8 +23,6 @@ using ControlNames::VisibleUtf8;
 using EventText::ShortId;
 using Json = nlohmann::ordered_json;
 
-constexpr int lockTime = 2000;  // ms that another program may have the history for itself
-constexpr int askAgain = 20;    // ms
 // Names that no file of the system has.
 constexpr const char* firstText = "\n1";
 constexpr const char* secondText = "\n2";
@@ -68,21 +67,7 @@ clsCliHistory::~clsCliHistory() {
 // What is still locked then failed.
 template <class Ask>
 auto clsCliHistory::Patiently(Ask ask) -> decltype(ask()) {
-    auto answer = ask();
-    using State = decltype(answer.Result);
-    clsWait wait(m_platform.Host(), lockTime);
-    wait.SetLongestTurn(askAgain);
-    wait.Until([&] {
-        if (answer.Result == State::Busy && wait.Waited() > 0) answer = ask();
-        return answer.Result != State::Busy;
-    });
-    if (answer.Result != State::Done) {
-        const bool busy = answer.Result == State::Busy;
-        m_log.Say("the history cannot be used: " + (busy
-                                                        ? std::string("another program keeps its file locked")
-                                                        : modText::FromUtf8(answer.Error)));
-    }
-    return answer;
+    return AskPatiently::Ask(m_platform.Host(), m_log, ask);
 }
 
 // The history was there to be asked; said when not.

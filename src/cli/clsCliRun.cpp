@@ -25,17 +25,6 @@ constexpr int historyTime = 2000;            // ms; after 1000 a person is told
 constexpr char writeCommand = 'C';           // the letter of the frames that change a reader
 constexpr std::size_t inputLimit = 1048576;  // bytes; a settings file has about 2000
 
-std::string HexTable(const std::array<std::uint8_t, registerCount>& image) {
-    constexpr std::size_t width = 16;
-    std::string table;
-    for (std::size_t row = 0; row < image.size(); row += width) {
-        table += modText::Hex(static_cast<std::uint32_t>(row), 3) + ":";
-        for (std::size_t i = row; i < row + width; ++i) table += " " + modText::Hex(image[i], 2);
-        table += "\n";
-    }
-    return table;
-}
-
 // Decimal and hexadecimal.
 std::string BothWays(int number, int digits) {
     return std::to_string(number) + " (0x" + modText::Hex(static_cast<std::uint32_t>(number), digits) + ")";
@@ -106,6 +95,17 @@ bool TakesTime(CliCommand command) {
 }
 
 }  // namespace
+
+std::string HexTable(const modZarn74::Image& image) {
+    constexpr std::size_t width = 16;
+    std::string table;
+    for (std::size_t row = 0; row < image.size(); row += width) {
+        table += modText::Hex(static_cast<std::uint32_t>(row), 3) + ":";
+        for (std::size_t i = row; i < row + width; ++i) table += " " + modText::Hex(image[i], 2);
+        table += "\n";
+    }
+    return table;
+}
 
 std::string ChangeText(const std::vector<SettingChange>& changes) {
     std::string text;

@@ -28,6 +28,8 @@ struct CliResult {
 
 /// A line for each change, and one that counts them.
 std::string ChangeText(const std::vector<SettingChange>& changes);
+/// The 512 registers, sixteen a line.
+std::string HexTable(const modZarn74::Image& image);
 
 /// One run of one command: the comm control and the flows on a machine's parts. Owned by clsCli while the
 /// command runs. Stop may be called from any handler inside it.
@@ -90,8 +92,11 @@ class clsCliRun {
     void KeepHistory();
     bool Agreed(const RestorePlan& plan);
     void ProveRestore(CliResult& result, const RestorePlan& plan, int exit);
-    std::optional<HistoryEvent> LastSeen();
-    void SayHowToRestore();
+    ReaderPlace Place();
+    std::int64_t PluggedIn();
+    std::optional<clsLastSeen> LastSeen(std::int64_t since);
+    void SayHowToRestore(std::int64_t pluggedIn);
+    bool SaysKept(const std::string& id);
     std::vector<PortEntry> AllPorts();
     bool TakeInput();
     int CheckFile(const std::string& file, FileRole role);

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include "base/clsWait.h"
 #include "base/modText.h"
+#include "cli/AskPatiently.h"
 #include "cli/CliJson.h"
 #include "cli/CliTime.h"
 #include "cli/clsCliHistory.h"
@@ -45,6 +47,8 @@ Json PlanJson(const RestorePlan& plan) {
 
 }  // namespace
 
+ReaderPlace clsCliRun::Place() { return {modText::ToUtf8(m_port), modText::ToUtf8(m_comm.Adapter().Serial)}; }
+
 // What is to be said of a plan before it is written. False when a person has to agree first.
 bool clsCliRun::Agreed(const RestorePlan& plan) {
     for (const std::string& lost : plan.Lost) m_log.Say("cannot come back: " + modText::FromUtf8(lost));
@@ -68,7 +72,8 @@ CliResult clsCliRun::Restore() {
     if (result.Exit != ExitDone) return result;
     RestorePlan plan;
     clsIHistory& history = *m_platform.History(m_options.HistoryFile);  // it has just told of the event
-    result.Exit = ExitOf(m_flows.PlanRestore(*event, before, TestedSince(history, *event, before), plan));
+    const bool tested = TestedSince(history, *event, before, Place());
+    result.Exit = ExitOf(m_flows.PlanRestore(*event, before, tested, plan));
     if (result.Exit == ExitFailed) SayWhyNotRead(plan.Before);
     if (result.Exit != ExitDone) return result;
     result.Json = PlanJson(plan);
@@ -107,11 +112,12 @@ CliResult clsCliRun::TestEeprom() {
     result.Exit = Connect();
     if (result.Exit != ExitDone) return result;
     if (m_options.Restore) return TestAndRestore();
+    const std::int64_t pluggedIn = PluggedIn();  // nobody can tell when it is pulled out meanwhile
     const FlowResult tested = m_flows.TestEeprom();
     result.Exit = ExitOf(tested);
     result.Json = {{"passed", tested == FlowResult::Done}};
     result.Text = tested == FlowResult::Done ? "passed\n" : "failed\n";
-    if (m_wrote) SayHowToRestore();
+    if (m_wrote) SayHowToRestore(pluggedIn);
     return result;
 }
 
@@ -123,47 +129,81 @@ CliResult clsCliRun::TestAndRestore() {
     result.Exit = exit;
     if (!tested.Tested) return result;
     result.Text = tested.Passed ? "passed\n" : "failed\n";
+    result.Json = {{"passed", tested.Passed}, {"restored", m_restored}};
     const RestorePlan& plan = tested.Restore;
     if (tested.Written == FlowResult::Refused) {
         m_log.Say("the reader is gone: what the test wrote is in it, as far as it came");
     } else if (tested.Written != FlowResult::Done) {
-        m_log.Say("not restored: " + plan.NotWritten());
+        m_log.Say("not restored: " + tested.WhyNotRestored());
     } else {
         ProveRestore(result, plan, ExitOf(tested.Proven));
         if (result.Exit == ExitDone) result.Exit = exit;
     }
-    if (!m_restored)
-        m_log.Say(tested.Event.empty()
-                      ? "what was in the reader is not kept: there is no history"
-                      : "what was in the reader is kept: " + Command(tested.Event, /*before=*/true));
-    result.Json = {{"passed", tested.Passed}, {"restored", m_restored}};
+    if (m_restored || SaysKept(tested.Event)) return result;
+    result.Text += "what was in the reader:\n" + HexTable(plan.WantedImage);
+    result.Json["registers"] = plan.WantedImage;
     return result;
 }
 
-// The newest event since the reader was plugged in that tells what was in it.
-std::optional<HistoryEvent> clsCliRun::LastSeen() {
-    const std::string adapter = modText::ToUtf8(m_comm.Adapter().Serial);
+// The history is asked: what was given to it may have been refused.
+bool clsCliRun::SaysKept(const std::string& id) {
+    if (id.empty()) {
+        m_log.Say("what was in the reader is not kept: there is no history");
+        return false;
+    }
+    clsWait(m_platform.Host(), AskPatiently::lockTime).Until([this] { return m_history->Settled(); });
+    const auto found = AskPatiently::Ask(m_platform.Host(), m_log, [&] { return m_history->Find(id); });
+    if (found.Result != clsIHistory::Events::State::Done) return false;
+    const bool kept = found.Value.size() == 1 && !found.Value[0].Before.Empty();
+    m_log.Say(kept ? "what was in the reader is kept: " + Command(id, /*before=*/true)
+                   : "what was in the reader is not kept: the history has not taken it");
+    return kept;
+}
+
+// 0 where the system does not tell.
+std::int64_t clsCliRun::PluggedIn() {
     const auto ports = AllPorts();
     const auto port = std::find_if(ports.begin(), ports.end(),
                                    [this](const PortEntry& entry) { return entry.Name == m_port; });
+    return port == ports.end() ? 0 : m_platform.PluggedIn(port->Device);
+}
+
+// By the events on this machine since then. Nothing, and said why, where the history cannot be asked.
+std::optional<clsLastSeen> clsCliRun::LastSeen(std::int64_t since) {
+    const ReaderPlace here = Place();
     HistoryFilter filter;
-    filter.Since = port == ports.end() ? 0 : m_platform.PluggedIn(port->Device);
-    for (const HistoryEvent& event : m_history->List(filter).Value) {
-        if (event.Port != modText::ToUtf8(m_port) || event.AdapterSerial != adapter) continue;
-        const auto found = m_history->Find(event.Id).Value;
-        if (found.size() == 1 && !clsLastSeen::Side(found[0]).Empty()) return found[0];
+    filter.Since = since;
+    const auto all = AskPatiently::Ask(m_platform.Host(), m_log, [&] { return m_history->List(filter); });
+    if (all.Result != clsIHistory::Events::State::Done) return std::nullopt;
+    std::vector<HistoryEvent> newestFirst;
+    for (const HistoryEvent& event : all.Value) {
+        if (event.Host != m_history->Machine() || ReaderPlace{event.Port, event.AdapterSerial} != here)
+            continue;
+        const auto found =
+            AskPatiently::Ask(m_platform.Host(), m_log, [&] { return m_history->Find(event.Id); });
+        if (found.Result != clsIHistory::Events::State::Done) return std::nullopt;
+        if (found.Value.size() != 1) continue;  // deleted meanwhile
+        newestFirst.push_back(found.Value[0]);
+        if (!clsLastSeen::Side(newestFirst.back()).Empty()) break;
     }
-    return std::nullopt;
+    clsLastSeen seen;
+    std::for_each(newestFirst.rbegin(), newestFirst.rend(),
+                  [&](const HistoryEvent& event) { seen.Add(event); });
+    return seen;
 }
 
 // Behind a test, which has left nothing in the reader.
-void clsCliRun::SayHowToRestore() {
+void clsCliRun::SayHowToRestore(std::int64_t pluggedIn) {
     if (m_history == nullptr) return m_log.Say("no history is kept: there is nothing to restore from");
-    if (!m_store.Remembers)
+    if (!m_store.Remembers || pluggedIn == 0)
         return m_log.Say(
             "the history does not know the reader on this port again: zarn74ctl history lists what was read");
-    const auto event = LastSeen();
+    const auto seen = LastSeen(pluggedIn);
+    if (!seen) return;  // said why
+    const auto& event = seen->Event();
     if (!event) return m_log.Say("the history has no read of this reader since it was plugged in");
+    const bool before = clsLastSeen::IsBefore(*event);
     m_log.Say("what was in the reader " + CliTime::Local(event->Begun) +
-              " can be restored: " + Command(event->Id, clsLastSeen::IsBefore(*event)));
+              " can be restored: " + Command(event->Id, before));
+    if (seen->ChangedSince() && !before) m_log.Say("what was written into it since then is not in that");
 }

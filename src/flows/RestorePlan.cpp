@@ -129,7 +129,7 @@ bool RestorePlan::Lay(const HistoryEvent& event, bool before, bool tested) {
     if (Raw) {
         std::transform(side.Image.begin(), side.Image.end(), WantedImage.begin(),
                        [](char c) { return static_cast<std::uint8_t>(c); });
-        Whole = tested && LooksTested();
+        Whole = tested && LooksTested(Part::WithoutSetting);
         for (int number = 0; Held && number < registerCount; ++number)
             LeftAlone += !InScope(number) && (*Held)[At(number)] != WantedImage[At(number)] ? 1 : 0;
     } else {
@@ -143,11 +143,12 @@ bool RestorePlan::Lay(const HistoryEvent& event, bool before, bool tested) {
 }
 
 // The test leaves its patterns, or what it did not come to: anything else there is another reader's own.
-bool RestorePlan::LooksTested() const {
+bool RestorePlan::LooksTested(Part part) const {
     for (int number = 0; Held && number < registerCount; ++number) {
         const std::uint8_t held = (*Held)[At(number)];
         const bool pattern = std::find(testPatterns.begin(), testPatterns.end(), held) != testPatterns.end();
-        if (!ZarnRegisterMap::mapped[At(number)] && !pattern && held != WantedImage[At(number)]) return false;
+        const bool counts = part == Part::All || !ZarnRegisterMap::mapped[At(number)];
+        if (counts && !pattern && held != WantedImage[At(number)]) return false;
     }
     return Held.has_value();
 }
@@ -158,6 +159,8 @@ void RestorePlan::Ask(const HistoryEvent& event, bool before) {
         Questions.push_back("it was read from a " + event.Product + ", and this is a " + product);
     if (event.Action == HistoryAction::Test && !before)
         Questions.emplace_back("a memory test left this behind: there are no settings in it");
+    else if (event.Product.empty())
+        Questions.push_back("the event does not tell what it was read from; this is a " + product);
     const FirmwareRules firmware = FirmwareRules::For(Before.Version, Before.FirmwareSN);
     for (const SettingChange& change : Settings()) {
         const std::string_view lacks = firmware.Lacks(change.Item, Wanted);
@@ -169,19 +172,33 @@ void RestorePlan::Ask(const HistoryEvent& event, bool before) {
     }
 }
 
-bool TestedSince(clsIHistory& history, const HistoryEvent& event, bool before) {
-    const auto newest = [&](HistoryAction action, std::optional<HistoryOutcome> outcome) {
+bool TestedSince(clsIHistory& history, const HistoryEvent& event, bool before, const ReaderPlace& now) {
+    const ReaderPlace then{event.Port, event.AdapterSerial};
+    // What a test found itself is of the reader that it has overwritten, wherever that is plugged in by now.
+    const bool own = before && event.Action == HistoryAction::Test;
+    if (event.Host != history.Machine() || (!own && then != now)) return false;
+    // -1 where there is none, nothing where the history cannot be asked.
+    const auto newest = [&](HistoryAction action, std::optional<HistoryOutcome> outcome,
+                            const ReaderPlace& other) -> std::optional<std::int64_t> {
         HistoryFilter filter;
         filter.Since = event.Begun;
         filter.Action = action;
         filter.Outcome = outcome;
-        for (const HistoryEvent& found : history.List(filter).Value) {
+        const auto answer = history.List(filter);
+        if (answer.Result != clsIHistory::Events::State::Done) return std::nullopt;
+        for (const HistoryEvent& found : answer.Value) {
             const bool behind = found.Id != event.Id || before;  // behind a test stands what it left itself
-            if (behind && found.Port == event.Port && found.AdapterSerial == event.AdapterSerial)
-                return found.Begun;
+            const ReaderPlace place{found.Port, found.AdapterSerial};
+            const bool there = found.Host == event.Host && (place == then || place == other);
+            // Kept as begun, before the first byte, and then as ended.
+            const bool wrote = action != HistoryAction::Test || found.Revision > 1 ||
+                               found.Outcome == HistoryOutcome::Begun ||
+                               found.Outcome == HistoryOutcome::Interrupted;
+            if (behind && there && wrote) return found.Begun;
         }
-        return std::int64_t{-1};
+        return -1;
     };
-    const std::int64_t test = newest(HistoryAction::Test, std::nullopt);
-    return test >= 0 && test > newest(HistoryAction::Restore, HistoryOutcome::Done);
+    const auto test = newest(HistoryAction::Test, std::nullopt, then);
+    const auto restore = newest(HistoryAction::Restore, HistoryOutcome::Done, now);
+    return test && restore && *test >= 0 && *test > *restore;
 }

@@ -25,6 +25,13 @@ struct RegisterChange {
     static std::string Value(const std::string& bytes);
 };
 
+/// Where a reader is reached, on this machine; in UTF-8, as events have it.
+struct ReaderPlace {
+    std::string Port;
+    std::string AdapterSerial;
+    bool operator==(const ReaderPlace&) const = default;
+};
+
 /// What is put back into a reader, and what became of it. A value, made and filled by the flows; whoever asks
 /// for the restore shows it in between.
 struct RestorePlan {
@@ -68,11 +75,14 @@ struct RestorePlan {
     /// Finds the Questions, and what is Lost.
     void Ask(const HistoryEvent& event, bool before);
 
-  private:
-    [[nodiscard]] bool LooksTested() const;
+    enum class Part { WithoutSetting, All };
+    /// Whether nothing stands in these registers but what a memory test leaves, or what they are to hold.
+    /// False where the memory could not be read.
+    [[nodiscard]] bool LooksTested(Part part) const;
 };
 
-/// Whether what stands in a reader on the event's port now may be what a memory test left, of which the event
-/// tells on that side what was there before: there was such a test, and no restore was done behind it. False
-/// too when the history cannot be asked at this moment: then the registers without a setting stay.
-bool TestedSince(clsIHistory& history, const HistoryEvent& event, bool before);
+/// Whether what stands in the reader that is reached there now may be what a memory test left, of which the
+/// event tells on that side what was there before: the event is such a test, or it is of a reader there and
+/// one came behind it; it was done on this machine and wrote something; and no restore was done behind it.
+/// False too when the history cannot be asked at this moment: then the registers without a setting stay.
+bool TestedSince(clsIHistory& history, const HistoryEvent& event, bool before, const ReaderPlace& now);

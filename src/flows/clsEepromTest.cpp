@@ -20,14 +20,15 @@ clsEepromTest::Result clsEepromTest::Run(const std::function<bool()>& cancelRequ
     m_generation = m_comm.CancelGeneration();
     m_step = 0;
     m_log.ShowMsg("Begin Test EEPROM...");
-    bool passed = true;
+    Pass pass = Pass::Done;
     for (const std::uint8_t pattern : patterns) {
-        const Pass pass = RunPass(pattern, cancelRequested);
-        passed = pass != Pass::Failed;
+        pass = RunPass(pattern, cancelRequested);
         if (pass != Pass::Done) break;
     }
-    m_log.ShowMsg(passed ? "Test EEPROM OK" : "Test EEPROM NG");
-    return passed ? Result::Passed : Result::Failed;
+    // Kept on purpose: a test that was ended says OK.
+    m_log.ShowMsg(pass == Pass::Failed ? "Test EEPROM NG" : "Test EEPROM OK");
+    if (pass == Pass::Failed) return Result::Failed;
+    return pass == Pass::Done ? Result::Passed : Result::Cancelled;
 }
 
 // A cancelled command fails by itself. One that comes between two commands is noticed before the next one.
@@ -35,6 +36,7 @@ clsEepromTest::Pass clsEepromTest::RunPass(std::uint8_t pattern,
                                            const std::function<bool()>& cancelRequested) {
     Image expected{};
     expected.fill(pattern);
+    if (BeginPattern) BeginPattern();
     for (int first = 0; first < registerCount; first += blockSize) {
         if (!Step()) return Pass::Failed;
         // Waits: the log's and the ports' handlers run, a close request sets cancelRequested, a cancel fails
@@ -44,7 +46,6 @@ clsEepromTest::Pass clsEepromTest::RunPass(std::uint8_t pattern,
                       std::to_string(first + blockSize - 1) + (written ? " byte OK" : " byte NG"));
         if (!written) return Pass::Failed;
         if (cancelRequested()) {
-            // Kept on purpose: a test that was ended here says OK.
             m_log.ShowMsg("Cancel");
             return Pass::Cancelled;
         }

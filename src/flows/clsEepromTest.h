@@ -12,16 +12,19 @@
 /// every setting of the reader. Owned and run by the flows, which keep everything else away while it runs.
 class clsEepromTest {
   public:
-    enum class Result { Passed, Failed, NotOpen };
+    enum class Result { Passed, Failed, Cancelled, NotOpen };
 
     clsEepromTest(ucCOMM& comm, clsIMessageSink& log) : m_comm(comm), m_log(log) {}
 
     /// Runs the whole test; the port must be open. `cancelRequested` is asked after each block that was
-    /// written: true ends the test there, and it then counts as passed.
+    /// written: true ends the test there, and it is Cancelled though its last line says OK.
     Result Run(const std::function<bool()>& cancelRequested);
     /// Step `number` of `count`, for a progress display. May be empty.
     std::function<void(int number, int count)> ShowStep;
     using Image = std::array<std::uint8_t, registerCount>;
+    /// The first byte of a pattern is about to be written: what was read before is gone. Must not run the
+    /// event loop. May be empty.
+    std::function<void()> BeginPattern;
     /// What was read behind a pattern. Must not run the event loop. May be empty.
     std::function<void(const Image& image)> TellImage;
 

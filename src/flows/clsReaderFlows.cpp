@@ -95,6 +95,7 @@ clsReaderFlows::clsReaderFlows(clsIHost& host, ucCOMM& comm, modZarn74& settings
         m_recorder.BeginWriting();
     };
     m_settings.TellWritten = [this](const SettingItem& item) { m_written.push_back(item); };
+    m_test.BeginPattern = [this] { m_recorder.BeginWriting(); };
     m_test.TellImage = [this](const modZarn74::Image& image) {
         m_recorder.EndWriting();
         m_recorder.AddImage(modZarn74::Bytes(image));
@@ -160,14 +161,18 @@ FlowResult clsReaderFlows::AutoScan() {
     m_record.Version.clear();
     m_record.FirmwareSN.clear();
     const bool found = FindReader({});
+    bool read = false;
     if (found) {
         door.Record(HistoryAction::Read);
-        ShowInfo();
+        read = ShowInfo();
     } else if (!Cancelled()) {
         m_view.ShowMessageBox("Missing Device");  // runs the loop, with m_running still true
     }
     m_view.FocusLog();
-    return door.Leave(found && !Cancelled());
+    const FlowResult result = door.Leave(found && !Cancelled());
+    // The search is done with a reader that was found; the reading is not.
+    if (result == FlowResult::Done && !read) m_recorder.SetEnd(HistoryOutcome::Failed);
+    return result;
 }
 
 // The scan's own answer counts while the port is open: a reader is not asked twice.
@@ -195,7 +200,7 @@ FlowResult clsReaderFlows::Identify(ReaderIdentity& identity) {
     return door.Leave(firmware.has_value());
 }
 
-void clsReaderFlows::ShowInfo() {
+bool clsReaderFlows::ShowInfo() {
     ShowCommPortInfo();
     ZarnForm form;
     if (m_view.ReadForm(form)) {
@@ -203,12 +208,12 @@ void clsReaderFlows::ShowInfo() {
         m_view.ShowForm(form);
     }
     const auto product = AskProduct();
-    if (!product) return NotRead(productNotice);
+    if (!product) return NotRead(productNotice, "the reader did not tell its product");
     m_panel.Product = *product;
     m_view.ShowPanel(m_panel);
 
     const auto firmware = AskFirmware();
-    if (!firmware) return NotRead(firmwareNotice);
+    if (!firmware) return NotRead(firmwareNotice, "the reader did not tell its firmware");
     m_panel.Version = firmware->Version;
     m_panel.SerialNo = firmware->FirmwareSN;
     m_view.ShowPanel(m_panel);
@@ -216,13 +221,16 @@ void clsReaderFlows::ShowInfo() {
         form.SetFirmware(FirmwareRules::For(firmware->Version, firmware->FirmwareSN));
         m_view.ShowForm(form);
     }
-    if (Cancelled() || !ReadReader()) NotRead(notReadNotice);
+    return (!Cancelled() && ReadReader()) || NotRead(notReadNotice);
 }
 
 // The pages show another reader's settings, or none: whoever writes them now is told so again.
-void clsReaderFlows::NotRead(const char* notice) {
+bool clsReaderFlows::NotRead(const char* notice, const char* reason) {
     m_notRead = Cancelled() ? notReadNotice : notice;
-    if (!Cancelled()) m_view.ShowNotice(m_notRead);
+    if (Cancelled()) return false;
+    m_recorder.SetReason(reason);
+    m_view.ShowNotice(m_notRead);
+    return false;
 }
 
 void clsReaderFlows::ShowNotices(Notices notices, const std::vector<SettingsFinding>& findings) {
@@ -437,19 +445,18 @@ FlowResult clsReaderFlows::TestEeprom() {
     clsDoor door(*this, FlowKind::Test);
     if (!door.Entered()) return FlowResult::Refused;
     door.Record(HistoryAction::Test);
-    return door.Leave(RunTest());
+    return door.Leave(ResultOf(RunTest()));
 }
 
-bool clsReaderFlows::RunTest() {
+clsEepromTest::Result clsReaderFlows::RunTest() {
     m_picture.Forget();
     ShowPicture();
-    if (m_comm.PortOpen()) m_recorder.BeginWriting();
     m_view.ShowTest(testCancelCaption, TestIndicator::Grey);
     const auto result = m_test.Run([this] { return m_cancelRequested; });
     const bool passed = result == clsEepromTest::Result::Passed;
     const auto light = passed && !m_cancelRequested ? TestIndicator::Green : TestIndicator::Red;
     m_view.ShowTest(testCaption, result == clsEepromTest::Result::NotOpen ? TestIndicator::Grey : light);
-    return passed;
+    return result;
 }
 
 // -- registers ----------------------------------------------------------------------------------------------
@@ -465,6 +472,8 @@ FlowResult clsReaderFlows::Dump(modZarn74::Image& image) {
         if (m_comm.PortOpen()) m_picture.Read(RecordOf(image), m_host.TimeOfDay(), &image);
         ShowPicture();
         m_recorder.AddImage(modZarn74::Bytes(image));
+        // The search was told it; nobody is asked for the history's sake.
+        m_recorder.SetProduct(SplitProductAnswer(m_comm.AutoScanReceive()).value_or(""));
     }
     return door.Leave(read);
 }
@@ -527,6 +536,11 @@ std::optional<HistoryEvent> clsReaderFlows::CloseEvent() {
 FlowResult clsReaderFlows::ResultOf(bool done) const {
     if (done) return FlowResult::Done;
     return Cancelled() ? FlowResult::Cancelled : FlowResult::Failed;
+}
+
+FlowResult clsReaderFlows::ResultOf(clsEepromTest::Result result) const {
+    if (result == clsEepromTest::Result::Cancelled) return FlowResult::Cancelled;
+    return ResultOf(result == clsEepromTest::Result::Passed);
 }
 
 void clsReaderFlows::SetEventProfile(const std::string& name, const std::string& content) {

@@ -54,12 +54,16 @@ struct ReaderIdentity {
 
 /// What became of a reader whose memory was tested and written back.
 struct TestedReader {
-    bool Tested = false;  ///< the test began, so that nothing is in the reader but by what follows
-    bool Passed = false;
+    bool Tested = false;   ///< the test began, so that nothing is in the reader but by what follows
+    bool Passed = false;   ///< all of it; not one that was ended on the way
+    bool Another = false;  ///< what answers behind it may be another reader: nothing was written back
     FlowResult Written = FlowResult::Failed;  ///< Refused where the port was gone by then
     FlowResult Proven = FlowResult::Failed;
     RestorePlan Restore;
     std::string Event;  ///< of the history, which holds from before it what was read; empty without one
+    /// Why nothing or not all was written back, in UTF-8; empty when all was, and when the port was gone.
+    [[nodiscard]] std::string WhyNotRestored() const { return Another ? another : Restore.NotWritten(); }
+    static constexpr const char* another = "what answers now may be another reader";
     /// All 512 registers were written back and read back as they were.
     [[nodiscard]] bool Restored() const { return Proven == FlowResult::Done && Restore.NotKept().empty(); }
 };
@@ -107,11 +111,13 @@ class clsReaderFlows {
     void ForgetReader();
     /// `cmdShowZarn74`: reader to record, and to the controls.
     FlowResult Read();
-    /// `cmdTest`. While the test runs it cancels it instead, and is Refused.
+    /// `cmdTest`. While the test runs it cancels it instead, and is Refused. Cancelled too when it made way
+    /// for a window that closes, though its last line says OK then.
     FlowResult TestEeprom();
     /// Reads the reader, tests its memory, writes all 512 registers back and proves them, also when the test
-    /// failed or was cancelled; a cancel behind the test ends the writing back. Two events of the history. In
-    /// other things as TestEeprom.
+    /// failed or was cancelled; a cancel behind the test ends the writing back. A reader that was silent on
+    /// the way may be another one by then: nothing is written into it unless it shows itself as the tested
+    /// one. Two events of the history. In other things as TestEeprom.
     FlowResult TestAndRestore(TestedReader& tested);
     /// All 512 registers. The picture is made of them; record and controls stay as they are.
     FlowResult Dump(modZarn74::Image& image);
@@ -222,8 +228,8 @@ class clsReaderFlows {
 
     [[nodiscard]] bool Cancelled() const { return m_comm.CancelGeneration() != m_generation; }
     bool FindReader(const std::string& port);
-    void ShowInfo();
-    void NotRead(const char* notice);
+    bool ShowInfo();
+    bool NotRead(const char* notice, const char* reason = "");
     void ShowNotices(Notices notices, const std::vector<SettingsFinding>& findings = {});
     std::optional<std::string> AskProduct();
     std::optional<FirmwareAnswer> AskFirmware();
@@ -235,13 +241,17 @@ class clsReaderFlows {
     void ShowPicture();
     std::optional<HistoryEvent> CloseEvent();
     [[nodiscard]] FlowResult ResultOf(bool done) const;
+    [[nodiscard]] FlowResult ResultOf(clsEepromTest::Result result) const;
     bool ReadHeld(RestorePlan& plan, modZarn74::Lines lines);
-    bool DumpTwice(std::optional<modZarn74::Image>& image);
-    bool RunTest();
+    bool DumpOnce(std::optional<modZarn74::Image>& image);
+    bool DumpTwice(std::optional<modZarn74::Image>& image) { return DumpOnce(image) || DumpOnce(image); }
+    clsEepromTest::Result RunTest();
     bool WriteRegisters(RestorePlan& plan);
     bool ReadRestored(RestorePlan& plan);
     void TellRegisters(const RestorePlan& plan);
-    void WriteBack(TestedReader& tested);
+    bool Tells(const ZarnInfo& reader);
+    bool ReadTested(RestorePlan& plan, bool silent);
+    void WriteBack(TestedReader& tested, bool silent);
     bool SayErrors(const ZarnInfo& record, const Notices& notices);
     static const WriteTexts& TextsOf(FileRole role);
     bool CheckSettings(const std::string& name, const WriteTexts& texts);

@@ -12,6 +12,7 @@ constexpr const char* noImageNotice =
 constexpr const char* noSettingsNotice = "There are no settings in what the event holds: nothing was written";
 constexpr const char* notTestedNotice =
     "The reader's memory could not be read in one piece: it was not tested";
+constexpr const char* timeoutEnd = "Err=Timeout";  // of what the comm control says of a silent reader
 constexpr const char* backNotice = "The test was cancelled: what was in the reader is written back";
 
 // What is in the memory, of the same reader.
@@ -26,10 +27,9 @@ ZarnInfo Decoded(const RegisterImage& image, const ZarnInfo& reader) {
 
 }  // namespace
 
-bool clsReaderFlows::DumpTwice(std::optional<modZarn74::Image>& image) {
+bool clsReaderFlows::DumpOnce(std::optional<modZarn74::Image>& image) {
     modZarn74::Image read{};
-    // Waits, as ReadRecord does.
-    if (!Cancelled() && (m_comm.Dump(read) || (!Cancelled() && m_comm.Dump(read)))) image = read;
+    if (!Cancelled() && m_comm.Dump(read)) image = read;  // waits, as ReadRecord does
     return image.has_value();
 }
 
@@ -152,28 +152,61 @@ FlowResult clsReaderFlows::TestAndRestore(TestedReader& tested) {
     plan.Raw = true;
     plan.Whole = true;
     m_view.ShowTest(testCancelCaption, TestIndicator::Grey);
+    bool silent = false;  // at any time from here on: so long a reader takes to be changed
+    const clsConnection heard = m_comm.OnError.Connect(
+        [&silent](const std::string& message) { silent = silent || message.ends_with(timeoutEnd); });
     const bool read = ReadHeld(plan, modZarn74::Lines::Silent) && plan.Held;
     if (!read || Cancelled() || m_cancelRequested) {
         m_view.ShowTest(testCaption, TestIndicator::Grey);
+        m_recorder.SetAction(HistoryAction::Read);  // and that is all it was
         if (!read && !Cancelled() && m_comm.PortOpen()) m_view.ShowNotice(notTestedNotice);
         return door.Leave(m_cancelRequested ? FlowResult::Cancelled : ResultOf(false));
     }
     plan.Wanted = plan.Before;
     plan.WantedImage = *plan.Held;
     tested.Tested = true;
-    tested.Passed = RunTest();
+    const auto result = RunTest();
+    silent = silent || m_comm.Timeout();
+    tested.Passed = result == clsEepromTest::Result::Passed;
     const auto light = tested.Passed && !m_cancelRequested ? TestIndicator::Green : TestIndicator::Red;
     m_view.ShowTest(testCancelCaption, light);
-    const FlowResult end = door.Leave(tested.Passed);
+    const FlowResult end = door.Leave(ResultOf(result));
     if (const auto event = CloseEvent()) tested.Event = event->Id;
     if (end == FlowResult::Cancelled && m_comm.PortOpen()) m_view.ShowNotice(backNotice);
-    WriteBack(tested);
+    WriteBack(tested, silent);
     m_view.ShowTest(testCaption, light);
     return tested.Restored() || end != FlowResult::Done ? door.Leave(end) : door.Leave(FlowResult::Failed);
 }
 
+// Asked afresh: what the search was told may be of another.
+bool clsReaderFlows::Tells(const ZarnInfo& reader) {
+    const auto product = SplitProductAnswer(m_comm.Polling(/*address=*/0, /*noAddress=*/true));
+    const auto firmware = AskFirmware();
+    return product == reader.ProductName && firmware && firmware->Version == reader.Version &&
+           firmware->FirmwareSN == reader.FirmwareSN;
+}
+
+// What stands behind the test in the reader. False when that, or the reader, may not be the tested one's: on
+// a serial line nobody sees it changed. One that answered all the time is the same, whatever it holds.
+bool clsReaderFlows::ReadTested(RestorePlan& plan, bool silent) {
+    if (!DumpOnce(plan.Held)) {
+        silent = true;
+        if (!DumpOnce(plan.Held)) return false;
+    }
+    if (silent &&
+        (!plan.LooksTested(RestorePlan::Part::All) || !(Tells(plan.Before) || Tells(plan.Before)))) {
+        m_recorder.AddImage(modZarn74::Bytes(*plan.Held));
+        return false;
+    }
+    plan.Before = Decoded(*plan.Held, plan.Before);
+    m_recorder.AddReading(plan.Before, modZarn74::Bytes(*plan.Held));
+    m_recorder.SetWanted(plan.Wanted);
+    TellRegisters(plan);
+    return true;
+}
+
 // The cancel that ended the test is no reason to leave the reader empty; one that comes later is obeyed.
-void clsReaderFlows::WriteBack(TestedReader& tested) {
+void clsReaderFlows::WriteBack(TestedReader& tested, bool silent) {
     RestorePlan& plan = tested.Restore;
     m_generation = m_comm.CancelGeneration();
     m_cancelRequested = false;
@@ -181,16 +214,14 @@ void clsReaderFlows::WriteBack(TestedReader& tested) {
     tested.Written = FlowResult::Refused;
     if (!m_comm.PortOpen()) return;
     BeginEvent(HistoryAction::Restore);
-    if (DumpTwice(plan.Held)) {
-        plan.Before = Decoded(*plan.Held, plan.Before);
-        m_recorder.AddReading(plan.Before, modZarn74::Bytes(*plan.Held));
-    }
-    m_recorder.SetWanted(plan.Wanted);
-    TellRegisters(plan);
-    const bool written = Wrote(WriteRegisters(plan) && !Cancelled(), plan.Wanted);
+    const bool same = ReadTested(plan, silent);
+    tested.Another = !same && !Cancelled() && m_comm.PortOpen();
+    if (tested.Another) m_recorder.SetReason(TestedReader::another);
+    // One that was cancelled counts what it did not come to.
+    const bool written = Wrote((same || Cancelled()) && WriteRegisters(plan) && !Cancelled(), plan.Wanted);
     m_log.ShowMsg(written ? writeOK : writeNG);
-    tested.Written = ResultOf(written);
-    m_recorder.SetEnd(clsDoor::EndOf(tested.Written));
+    if (same || m_comm.PortOpen()) tested.Written = ResultOf(written);
+    m_recorder.SetEnd(clsDoor::EndOf(ResultOf(written)));
     if (written) tested.Proven = ResultOf(ReadRestored(plan));
     CloseEvent();
     ShowPicture();

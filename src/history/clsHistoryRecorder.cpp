@@ -85,6 +85,10 @@ void clsHistoryRecorder::AddImage(const std::string& image) {
     if (m_event) Side().Image = image;
 }
 
+void clsHistoryRecorder::SetProduct(const std::string& product) {
+    if (m_event && !product.empty()) m_event->Product = modText::ToUtf8(product);
+}
+
 void clsHistoryRecorder::SetWanted(const ZarnInfo& record, const ZarnInfo* before) {
     if (!m_event) return;
     m_wanted = record;

@@ -49,6 +49,8 @@ class clsHistoryRecorder {
     /// Everything was read; `image` is the memory that it was taken from, 512 bytes, or empty.
     void AddReading(const ZarnInfo& record, const std::string& image);
     void AddImage(const std::string& image);
+    /// What the reader is, where everything is not read.
+    void SetProduct(const std::string& product);
     /// What the reader is to hold, for comparing or for writing. `before` is what it held as far as is known
     /// without reading it now.
     void SetWanted(const ZarnInfo& record, const ZarnInfo* before = nullptr);

@@ -107,6 +107,9 @@ class clsIHistory : public clsIEventKeeper {
     /// ended on one side only, that holds for the label alone, and the end stays.
     virtual HistoryAnswer<HistoryImport> Import(const std::string& content) = 0;
 
+    /// The name that events of this machine have as their host.
+    [[nodiscard]] virtual std::string Machine() const = 0;
+
     // -- where it is ----------------------------------------------------------------------------------------
     /// The file that it is kept in, bytes of the system's file names.
     [[nodiscard]] virtual std::string Place() const = 0;

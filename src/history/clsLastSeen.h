@@ -20,7 +20,9 @@ class clsLastSeen {
             case HistoryAction::Set:
             case HistoryAction::Default:
             case HistoryAction::Restore:
-            case HistoryAction::Station: return event.Revision > 1;  // kept as begun, and then as ended
+            case HistoryAction::Station:  // kept as begun, and then as ended
+                return event.Revision > 1 || event.Outcome == HistoryOutcome::Begun ||
+                       event.Outcome == HistoryOutcome::Interrupted;
             case HistoryAction::Read:
             case HistoryAction::Check:
             case HistoryAction::Test: break;

@@ -58,6 +58,7 @@ class clsSqlHistory final : public clsIHistory {
     Count Prune(std::int64_t before) override;
     [[nodiscard]] HistoryAnswer<std::string> Export(const std::vector<std::string>& ids) override;
     HistoryAnswer<HistoryImport> Import(const std::string& content) override;
+    [[nodiscard]] std::string Machine() const override { return m_machine; }
     [[nodiscard]] std::string Place() const override { return m_place.File; }
     [[nodiscard]] std::int64_t Size() const override;
     void SetDays(int days) override { m_place.Days = days; }

@@ -206,6 +206,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     void TestMemory();
     void TestAndRestore();
     void OfferRestore(const QString& text, const clsLastSeen& seen);
+    QString WhatIsKept(const std::string& id, bool gone);
     void PutBack(const HistoryEvent& event, bool before, bool tested);
 
     // the history

@@ -2,6 +2,7 @@
 
 #include <QAction>
 
+#include "base/modText.h"
 #include "flows/clsSettingsFile.h"
 #include "history/HistorySettings.h"
 #include "window/clsActions.h"
@@ -77,7 +78,9 @@ void frmMain::RestoreEvent(const HistoryEvent& event, bool before) {
             tr("Restore"),
             tr("In the event"),
             HistoryAction::Restore};
-        const bool tested = TestedSince(*m_events, event, before);
+        const ReaderPlace now{modText::ToUtf8(m_parts.Comm.CommPort()),
+                              modText::ToUtf8(m_parts.Comm.Adapter().Serial)};
+        const bool tested = TestedSince(*m_events, event, before, now);
         OpenReview(*new clsRestoreDialog(parts, {event, before, tested}, QuestionDoor, this));
         return;
     }

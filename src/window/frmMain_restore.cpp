@@ -19,9 +19,9 @@ QString TimeOf(const HistoryEvent& event) {
     return QDateTime::fromMSecsSinceEpoch(event.Begun).toString("yyyy-MM-dd HH:mm");
 }
 
-QString Outcome(const RestorePlan& plan, FlowResult written, FlowResult proven) {
+QString Outcome(const RestorePlan& plan, FlowResult written, FlowResult proven, const std::string& whyNot) {
     if (written != FlowResult::Done) {
-        const QString rest = Utf8(plan.NotWritten());
+        const QString rest = Utf8(whyNot);
         return rest.isEmpty() ? frmMain::tr("It was not restored.")
                               : frmMain::tr("It was not restored: %1").arg(rest);
     }
@@ -60,14 +60,29 @@ void frmMain::TestAndRestore() {
     QString text =
         tested.Passed ? tr("The memory has passed the test.") : tr("The memory test did not pass.");
     if (tested.Written != FlowResult::Refused)
-        text += ' ' + Outcome(tested.Restore, tested.Written, tested.Proven);
-    if (tested.Restored()) return Note(text);
-    clsLastSeen seen = m_flows.LastSeen();
-    if (!seen.Event() && !tested.Event.empty() && m_events != nullptr) {
-        const auto found = m_events->Find(tested.Event).Value;
-        if (found.size() == 1) seen.Add(found[0]);
-    }
-    OfferRestore(text, seen);
+        text += ' ' + Outcome(tested.Restore, tested.Written, tested.Proven, tested.WhyNotRestored());
+    // What was not kept the memory will not keep the next time.
+    if (tested.Written == FlowResult::Done) return Note(text);
+    const bool gone = !m_parts.Comm.PortOpen();
+    if (tested.Another && !text.endsWith('.')) text += '.';
+    if (gone || tested.Another) return Note(text + ' ' + WhatIsKept(tested.Event, gone));
+    OfferRestore(text, m_flows.LastSeen());
+}
+
+/// Asked of the history itself, of the event's side that clsLastSeen tells: what was given to it may have
+/// been refused, or wait.
+QString frmMain::WhatIsKept(const std::string& id, bool gone) {
+    clsIHistory::Events found;
+    if (m_events != nullptr && !id.empty()) found = m_events->Find(id);
+    if (found.Result != clsIHistory::Events::State::Done)
+        return gone ? tr("It is gone; whether the history has what was in it cannot be seen at this moment.")
+                    : tr("Whether the history has what was in it cannot be seen at this moment.");
+    if (found.Value.size() != 1 || clsLastSeen::Side(found.Value[0]).Empty())
+        return gone ? tr("It is gone, and the history does not have what was in it.")
+                    : tr("The history does not have what was in it.");
+    return (gone ? tr("It is gone; the history has what was in it, the event of %1.")
+                 : tr("The history has what was in it, the event of %1."))
+        .arg(TimeOf(found.Value[0]));
 }
 
 /// Behind `text` what the history can do for a reader that a test has emptied.
@@ -75,9 +90,7 @@ void frmMain::OfferRestore(const QString& text, const clsLastSeen& seen) {
     const auto& event = seen.Event();
     if (!event)
         return Note(text + ' ' + tr("The history has no read of this reader since it was plugged in."));
-    if (!m_parts.Comm.PortOpen())
-        return Note(text + ' ' +
-                    tr("It is gone; the history has what was in it, the event of %1.").arg(TimeOf(*event)));
+    if (!m_parts.Comm.PortOpen()) return Note(text + ' ' + WhatIsKept(event->Id, /*gone=*/true));
     QString offer = tr("It was read %1.").arg(TimeOf(*event));
     if (seen.ChangedSince() && !clsLastSeen::IsBefore(*event))
         offer += ' ' + tr("What was written since then is not in that.");
@@ -120,7 +133,7 @@ void frmMain::PutBack(const HistoryEvent& event, bool before, bool tested) {
     });
     if (result == FlowResult::Refused && written == FlowResult::Refused) return;
     if (result == FlowResult::FileBad || !agreed) return;  // said, or chosen
-    QString text = Outcome(plan, written, proven);
+    QString text = Outcome(plan, written, proven, plan.NotWritten());
     for (const std::string& lost : plan.Lost) text += '\n' + tr("Not in what is kept: %1").arg(Utf8(lost));
     Note(text);
 }

@@ -271,7 +271,8 @@ bool TryEvent(std::size_t flow, const CleanRun& clean, std::size_t at, Event eve
         world.Expect(world.Result == FlowResult::Failed || ((nothingLeft || flow == Scan) && done), "result");
         world.Expect(world.host.Now() - then <= 160, "took its time");  // two pauses between attempts
     } else if (ownWay) {
-        world.Expect(done && world.Logged("Cancel") + nothingLeft == 1, "result");
+        const FlowResult result = nothingLeft ? FlowResult::Done : FlowResult::Cancelled;
+        world.Expect(world.Result == result && world.Logged("Cancel") + nothingLeft == 1, "result");
     } else {
         world.Expect(world.Result == FlowResult::Cancelled || (nothingLeft && done), "result");
         world.Expect(world.host.Now() - then <= 60, "took its time");

@@ -260,13 +260,19 @@ TEST_F(CliHistory, BehindAMemoryTestItSaysHowToPutBackWhatWasThere) {
     };
     const auto held = reader.Registers;
     const std::string none = "the history has no read of this reader since it was plugged in";
+    EXPECT_EQ(
+        said("test-eeprom --yes"),
+        "the history does not know the reader on this port again: zarn74ctl history lists what was read")
+        << "nobody knows when it was plugged in";
+    pluggedIn = 1;
+    history.Rows.clear();
     EXPECT_EQ(said("test-eeprom --yes"), none);
     EXPECT_EQ(said("--no-history test-eeprom --yes"), "no history is kept: there is nothing to restore from");
     reader.Registers = held;
     Run("read");
     EXPECT_EQ(said("test-eeprom --yes"),
-              "what was in the reader 2026-09-21 16:15:20 can be restored: zarn74ctl restore 20000000");
-    EXPECT_EQ(Run("restore 2"), 0);
+              "what was in the reader 2026-09-21 16:16:20 can be restored: zarn74ctl restore 30000000");
+    EXPECT_EQ(Run("restore 3"), 0);
     EXPECT_EQ(reader.Registers, held);
     pluggedIn = history.Rows.back().Begun + 1;
     EXPECT_EQ(said("test-eeprom --yes"), none);
@@ -278,11 +284,110 @@ TEST_F(CliHistory, BehindAMemoryTestItSaysHowToPutBackWhatWasThere) {
     EXPECT_EQ(reader.Registers, held);
     host.StartTimer(1500, [this] { serial.Unplug(1); });
     EXPECT_EQ(Run("test-eeprom --restore"), 1);
-    EXPECT_EQ(Said(), "what was in the reader is kept: zarn74ctl restore 80000000 --before");
+    EXPECT_EQ(Said(), "what was in the reader is kept: zarn74ctl restore 90000000 --before");
     serial.Replug(1);
     EXPECT_NE(reader.Registers, held);
-    EXPECT_EQ(Run("restore 8 --before"), 0);
+    EXPECT_EQ(Run("restore 9 --before"), 0);
     EXPECT_EQ(reader.Registers, held);
+}
+
+TEST_F(CliHistory, BehindAMemoryTestOnlyWhatWasInThisReaderIsOffered) {
+    const std::string none = "the history has no read of this reader since it was plugged in";
+    const std::string offer =
+        "what was in the reader 2026-09-21 16:14:20 can be restored: zarn74ctl restore 10000000";
+    pluggedIn = 1;
+    Run("read");
+    const auto read = history.Rows;
+    const auto at = read[0].Begun;
+    HistoryEvent write = read[0];
+    write.Id = "a" + write.Id;
+    write.Action = HistoryAction::Write;
+    write.After = {};
+    const struct {
+        const char* Name;
+        std::function<void()> Do;
+        std::string Said;
+    } rows[] = {
+        {"read on another machine", [this] { history.Rows[0].Host = "another"; }, none},
+        {"with another adapter", [this] { history.Rows[0].AdapterSerial = "7"; }, none},
+        {"plugged in since, and pulled in the test",
+         [&] {
+             pluggedIn = at + 1;
+             host.StartTimer(1500, [this] { serial.Unplug(1); });
+         },
+         none},
+        {"pulled in the test",
+         [&] {
+             pluggedIn = at - 1;
+             host.StartTimer(1500, [this] { serial.Unplug(1); });
+         },
+         offer},
+        {"locked", [this] { history.Instead.Result = clsIHistory::Events::State::Busy; },
+         "the history cannot be used: another program keeps its file locked"},
+        {"refused",
+         [this] {
+             history.Instead = {clsIHistory::Events::State::Failed, {}, "it is bad"};
+         },
+         "the history cannot be used: it is bad"},
+        {"locked for a moment", [this] { history.BusyAt = 1; }, offer},
+        {"locked for a moment as the event is asked for", [this] { history.BusyAt = 2; }, offer},
+        {"a write that wrote nothing", [&] { history.Rows.push_back(write); }, offer},
+        {"written since",
+         [&] {
+             history.Rows.push_back(write);
+             history.Rows.back().Revision = 2;
+         },
+         "what was written into it since then is not in that"},
+        {"a write that was killed",
+         [&] {
+             history.Rows.push_back(write);
+             history.Rows.back().Outcome = HistoryOutcome::Interrupted;
+         },
+         "what was written into it since then is not in that"},
+    };
+    const auto slow = reader.OnFrame.Connect([this](const std::string&, bool) { host.Sleep(5); });
+    for (const auto& row : rows) {
+        history.Rows = read;
+        history.Instead = {};
+        pluggedIn = 1;
+        if (!serial.Plugged(1)) serial.Replug(1);
+        row.Do();
+        Run("test-eeprom --yes");
+        EXPECT_EQ(Said(), row.Said) << row.Name;
+    }
+}
+
+TEST_F(CliHistory, WhatIsNotKeptIsShownWhereItCouldNotBeWrittenBack) {
+    const auto held = reader.Registers;
+    Run("dump");
+    const std::string line = out.Text.substr(out.Text.find("0D0: "), 52);
+    history.Rows.clear();
+    const struct {
+        const char* Line;
+        std::function<void()> Do;
+        const char* Said;
+    } rows[] = {
+        {"test-eeprom --restore", [] {},
+         "what was in the reader is kept: zarn74ctl restore 20000000 --before"},
+        {"test-eeprom --restore", [this] { history.Broken = "read-only"; },
+         "what was in the reader is not kept: the history has not taken it"},
+        {"test-eeprom --restore", [this] { history.Instead.Result = clsIHistory::Events::State::Busy; },
+         "the history cannot be used: another program keeps its file locked"},
+        {"--no-history test-eeprom --restore", [] {},
+         "what was in the reader is not kept: there is no history"},
+    };
+    for (const auto& row : rows) {
+        reader.Registers = held;
+        reader.ClearFaults();
+        reader.AddFault({SimFault::RefuseCode, 'C', 210, 2, -1, 4});
+        history.Broken.clear();
+        history.Instead = {};
+        row.Do();
+        EXPECT_EQ(Run(row.Line), 1) << row.Line;
+        EXPECT_EQ(Said(), row.Said) << row.Line;
+        const bool kept = Said().find(" is kept: ") != std::string::npos;
+        EXPECT_EQ(out.Text.find(line) == std::string::npos, kept) << out.Text;
+    }
 }
 
 }  // namespace

@@ -74,6 +74,34 @@ TEST(History, EveryFlowIsOneEventOfWhatWasSeen) {
              world.flows.AutoScan();
          },
          ""},
+        {"search, and the reader does not tell its firmware",
+         [](Recording& world) {
+             world.Fault(SimFault::NoAnswer, 'V');
+             world.flows.AutoScan();
+         },
+         "read failed 0 [|] the reader did not tell its firmware"},
+        {"search, and the reader does not tell its product",
+         [](Recording& world) {
+             world.reader.Product = "Zarn74";
+             world.flows.AutoScan();
+         },
+         "read failed 0 [|] the reader did not tell its product"},
+        {"search, and the reader is not read to its end",
+         [](Recording& world) {
+             world.Fault(SimFault::NoAnswer, 'B');
+             world.flows.SetQuickRead(false);
+             world.flows.AutoScan();
+         },
+         "read failed 0 [|] Get Device Information NG"},
+        {"search that was cancelled as the reader told its firmware",
+         [](Recording& world) {
+             world.Fault(SimFault::LateReply, 'V');
+             const auto cancel = world.reader.OnFrame.Connect([&world](const std::string& frame, bool) {
+                 if (frame.at(1) == 'V') world.flows.Cancel();
+             });
+             world.flows.AutoScan();
+         },
+         "read cancelled 0 [|]"},
         {"no answer",
          [](Recording& world) {
              world.Fault(SimFault::NoAnswer, 'V');
@@ -174,6 +202,22 @@ TEST(History, EveryFlowIsOneEventOfWhatWasSeen) {
          },
          "set differs 1 [|] not kept: Register 5"},
         {"memory test", [](Recording& world) { world.flows.TestEeprom(); }, "test done 0 [|i]"},
+        {"memory test, cancelled in its second pattern",
+         [](Recording& world) {
+             world.logView.OnLine = [&] {
+                 if (world.Last() == "Write 0xFF to EEPROM 32~47 byte OK") world.flows.Cancel();
+             };
+             world.flows.TestEeprom();
+         },
+         "test cancelled 0 [|] Test EEPROM NG"},
+        {"memory test, ended by a window that closes",
+         [](Recording& world) {
+             world.logView.OnLine = [&] {
+                 if (world.Last() == "Write 0xFF to EEPROM 32~47 byte OK") world.flows.RequestClose();
+             };
+             world.flows.TestEeprom();
+         },
+         "test cancelled 0 [|]"},
         {"port closed",
          [](Recording& world) {
              world.comm.SetPortOpen(false);

@@ -36,7 +36,8 @@ struct Restore : testing::Test, FlowWorld {
     /// All that a front end does. What became of it, and of the event.
     std::string Run(bool before = false) {
         flows.BeginEvent(HistoryAction::Restore);
-        FlowResult result = flows.PlanRestore(event, before, TestedSince(history, event, before), plan);
+        const bool tested = TestedSince(history, event, before, {port, ""});
+        FlowResult result = flows.PlanRestore(event, before, tested, plan);
         if (result == FlowResult::Done) result = flows.WriteRestore(plan);
         if (result == FlowResult::Done) result = flows.ProveRestore(plan);
         flows.EndEvent(/*cancelled=*/false);
@@ -46,6 +47,15 @@ struct Restore : testing::Test, FlowWorld {
         const HistoryEvent& last = history.Rows.back();
         return (done ? "restored" : text) + "/" +
                (last.Action == HistoryAction::Restore ? WordOf(last.Outcome) : "none");
+    }
+    /// Read and tested as one event, which is the one to be restored.
+    void TestInOneEvent() {
+        flows.BeginEvent(HistoryAction::Test);
+        ZarnInfo read;
+        flows.ReadInto(read, modZarn74::Lines::Silent);
+        flows.TestEeprom();
+        flows.EndEvent(/*cancelled=*/false);
+        event = history.Rows.back();
     }
     /// From what `other` holds, in the registers of settings or in the others.
     [[nodiscard]] int Differing(const Registers& other, bool mapped = true) const {
@@ -59,6 +69,7 @@ struct Restore : testing::Test, FlowWorld {
     Registers changed{};
     HistoryEvent event;
     RestorePlan plan;
+    std::string port = "COM1";  ///< on which it is restored
 };
 
 TEST_F(Restore, BytesOfSettingsComeBackAndNothingElseIsTouched) {
@@ -148,6 +159,9 @@ TEST_F(Restore, SettingsComeBackWhereNoBytesAreKeptAndAPersonIsAskedWhereTheyMay
         std::function<void()> Do;
         Texts Questions;
     } rows[] = {
+        {"of a reader that nobody knows",
+         [this] { event.Product.clear(); },
+         {"the event does not tell what it was read from; this is a Zarn74"}},
         {"another product",
          [this] { event.Product = "Zarn75"; },
          {"it was read from a Zarn75, and this is a Zarn74"}},
@@ -194,16 +208,7 @@ TEST_F(Restore, All512ComeBackBehindAMemoryTestAndOnlyThere) {
              flows.TestEeprom();
          },
          true},
-        {"what the test found before it",
-         [this] {
-             flows.BeginEvent(HistoryAction::Test);
-             ZarnInfo read;
-             flows.ReadInto(read, modZarn74::Lines::Silent);
-             flows.TestEeprom();
-             flows.EndEvent(/*cancelled=*/false);
-             event = history.Rows.back();
-         },
-         true},
+        {"what the test found before it", [this] { TestInOneEvent(); }, true},
         {"tested before it was read",
          [this] { flows.TestEeprom(), flows.Read(), event = history.Rows.back(); }, false},
         {"restored since", [this] { flows.TestEeprom(), Run(), reader.Registers = changed; }, false},
@@ -211,11 +216,61 @@ TEST_F(Restore, All512ComeBackBehindAMemoryTestAndOnlyThere) {
         {"another port's reader was tested",
          [this] { flows.TestEeprom(), history.Rows.back().Port = "COM7"; }, false},
         {"never tested", [this] { reader.Registers.fill(0xFF); }, false},
+        {"another machine's reader was tested",
+         [this] {
+             flows.TestEeprom();
+             history.Rows.back().Host = "another";
+         },
+         false},
+        {"another machine's event, and its test",
+         [this] {
+             flows.TestEeprom();
+             event.Host = history.Rows.back().Host = "another";
+         },
+         false},
+        {"another machine's test itself",
+         [this] {
+             TestInOneEvent();
+             event.Host = history.Rows.back().Host = "another";
+         },
+         false},
+        {"restored on another port than that of the read", [this] { flows.TestEeprom(), port = "COM2"; },
+         false},
+        {"the test itself, its reader on another port by now", [this] { TestInOneEvent(), port = "COM2"; },
+         true},
+        {"a test that did not begin, and was given a label",
+         [this] {
+             reader.AddFault({SimFault::RefuseCode, 'Y', -1, 0, -1, 4});
+             TestedReader none;
+             flows.TestAndRestore(none);
+             history.Rows.back().Revision = 2;
+             reader.Registers.fill(0xFF);
+         },
+         false},
+        {"a test of which nothing was kept before it",
+         [this] {
+             flows.TestEeprom();
+             history.Rows.back().Revision = 1;
+         },
+         false},
+        {"the program was killed in the test",
+         [this] {
+             flows.TestEeprom();
+             history.Rows.back().Revision = 1;
+             history.Rows.back().Outcome = HistoryOutcome::Interrupted;
+         },
+         true},
+        {"the history is locked as it is asked for tests", [this] { flows.TestEeprom(), history.BusyAt = 1; },
+         false},
+        {"the history is locked as it is asked for restores",
+         [this] { flows.TestEeprom(), history.BusyAt = 2; }, false},
     };
     const HistoryEvent first = event;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.Name);
         event = first;
+        port = "COM1";
+        history.BusyAt = 0;
         Change();
         reader.Registers = kept;
         row.Do();
@@ -232,6 +287,8 @@ TEST_F(Restore, All512ComeBackBehindAMemoryTestAndOnlyThere) {
 }
 
 TEST_F(Restore, ATestWritesBackWhatWasThereHoweverItEnds) {
+    constexpr auto another = "what answers now may be another reader";
+    const std::string version = reader.Version;
     const struct {
         const char* Name;
         SimFaultRule Fault;
@@ -240,7 +297,8 @@ TEST_F(Restore, ATestWritesBackWhatWasThereHoweverItEnds) {
         FlowResult Result;
         bool Whole;          ///< all is as it was
         const char* Events;  ///< of the history
-        const char* NotWritten;
+        const char* WhyNot;
+        const char* Line = "";  ///< of the log, at which it happens instead
     } rows[] = {
         {"passed", {}, 0, {}, FlowResult::Done, true, "test done, restore done", ""},
         {"a block was refused",
@@ -271,9 +329,9 @@ TEST_F(Restore, ATestWritesBackWhatWasThereHoweverItEnds) {
          {},
          60,
          [this] { flows.RequestClose(); },
-         FlowResult::Done,
+         FlowResult::Cancelled,
          true,
-         "test done, restore done",
+         "test cancelled, restore done",
          ""},
         {"cancelled as it is written back",
          {},
@@ -291,16 +349,66 @@ TEST_F(Restore, ATestWritesBackWhatWasThereHoweverItEnds) {
          false,
          "test failed",
          ""},
-        {"a register is worn out that nobody saw behind the test",
+        {"its memory cannot be seen behind the test",
          {SimFault::RefuseCode, 'Y', -1, 6, 2, 4},
-         1,
-         [this] {
-             reader.AddFault({SimFault::DroppedWrite, 'C', 129, 2});
-         },
+         0,
+         {},
          FlowResult::Failed,
          false,
-         "test done, restore differs",
+         "test done, restore failed",
+         another},
+        {"silent in the test for a moment",
+         {SimFault::NoAnswer, 'C', 100, 0, 2},
+         0,
+         {},
+         FlowResult::Done,
+         true,
+         "test done, restore done",
          ""},
+        {"silent until the test ended",
+         {SimFault::NoAnswer, 'C', 100, 0, 3},
+         0,
+         {},
+         FlowResult::Failed,
+         true,
+         "test failed, restore done",
+         ""},
+        {"a bit is stuck, and it was never silent",
+         {},
+         0,
+         [this] { reader.Registers[129] = 0x10; },
+         FlowResult::Failed,
+         true,
+         "test failed, restore done",
+         "",
+         "Write 0x0 to EEPROM 128~143 byte OK"},
+        {"another is plugged in behind the test",
+         {SimFault::NoAnswer, 'C', 100, 0, 3},
+         0,
+         [this] { reader.Registers = kept; },
+         FlowResult::Failed,
+         false,
+         "test failed, restore failed",
+         another,
+         "Test EEPROM NG"},
+        {"another is plugged in, and the test goes on with it",
+         {SimFault::NoAnswer, 'C', 100, 0, 2},
+         0,
+         [this] { reader.Registers = kept; },
+         FlowResult::Failed,
+         false,
+         "test failed, restore failed",
+         another,
+         "SetRegister - Reg=100, Err=Timeout"},
+        {"another is plugged in that tells itself by its firmware alone",
+         {SimFault::NoAnswer, 'C', 100, 0, 3},
+         0,
+         [this] { reader.Version = "V1.01R003,FWQ-K1"; },
+         FlowResult::Failed,
+         false,
+         "test failed, restore failed",
+         another,
+         "Test EEPROM NG"},
         {"a register is worn out",
          {SimFault::DroppedWrite, 'C', 129, 2},
          0,
@@ -315,7 +423,15 @@ TEST_F(Restore, ATestWritesBackWhatWasThereHoweverItEnds) {
          {},
          FlowResult::Failed,
          true,
-         "test failed",
+         "read failed",
+         ""},
+        {"cancelled before the test",
+         {},
+         1,
+         [this] { flows.Cancel(); },
+         FlowResult::Cancelled,
+         true,
+         "read cancelled",
          ""},
     };
     for (const auto& row : rows) {
@@ -325,22 +441,32 @@ TEST_F(Restore, ATestWritesBackWhatWasThereHoweverItEnds) {
         Change();
         history.Rows.clear();
         reader.AddFault(row.Fault.Command != 0 ? row.Fault : SimFaultRule{SimFault::NoAnswer, 'Z'});
+        reader.Version = version;
         int steps = 0;
         view.OnProgress = [&] {
             if (++steps == row.Step) row.Do();
         };
+        logView.OnLine = [&] {
+            if (Last() == row.Line) row.Do();
+        };
         TestedReader tested;
         EXPECT_EQ(flows.TestAndRestore(tested), row.Result);
         view.OnProgress = {};
+        logView.OnLine = {};
         EXPECT_EQ(reader.Registers == changed, row.Whole);
         EXPECT_EQ(tested.Restored(), row.Whole && tested.Tested);
-        EXPECT_EQ(tested.Restore.NotWritten(), row.NotWritten);
+        EXPECT_EQ(tested.WhyNotRestored(), row.WhyNot);
         std::string events;
         for (const HistoryEvent& one : history.Rows)
             events +=
                 (events.empty() ? "" : ", ") + std::string(WordOf(one.Action)) + " " + WordOf(one.Outcome);
         EXPECT_EQ(events, row.Events);
+        if (row.WhyNot == std::string(another)) {
+            EXPECT_EQ(history.Rows[1].Revision, 1) << "nothing was written";
+            EXPECT_EQ(history.Rows[1].Reason, another);
+        }
         if (!tested.Tested) continue;
+        EXPECT_EQ(tested.Passed, history.Rows[0].Outcome == HistoryOutcome::Done);
         ASSERT_EQ(history.Rows[0].Id, tested.Event);
         EXPECT_EQ(history.Rows[0].Before.Image, std::string(changed.begin(), changed.end()));
         EXPECT_EQ(view.Caption, "Test EEPROM");

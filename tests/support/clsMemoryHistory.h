@@ -20,7 +20,7 @@ struct clsMemoryHistory final : clsIHistory {
         HistoryEvent event;
         event.Id = std::to_string(++m_count) + "0000000-0000-4000-8000-000000000000";
         event.Begun = 1'790'000'000'000 + std::int64_t{60'000} * m_count;
-        event.Host = "bench";
+        event.Host = Machine();
         event.Action = action;
         return event;
     }
@@ -30,6 +30,7 @@ struct clsMemoryHistory final : clsIHistory {
         if (!locked)
             for (const HistoryEvent& event : std::exchange(Waiting, {})) Keep(event);
     }
+    [[nodiscard]] std::string Machine() const override { return "bench"; }
     void Keep(const HistoryEvent& event) override {
         if (!Broken.empty()) return;
         if (m_locked) {
@@ -50,6 +51,7 @@ struct clsMemoryHistory final : clsIHistory {
     }
     [[nodiscard]] Events List(const HistoryFilter& filter) override {
         Events found = Instead;
+        if (BusyAt > 0 && --BusyAt == 0) found.Result = Events::State::Busy;
         if (found.Result != Events::State::Done) return found;
         for (auto row = Rows.rbegin(); row != Rows.rend(); ++row) {
             if (filter.Since.value_or(row->Begun) > row->Begun) continue;
@@ -94,6 +96,7 @@ struct clsMemoryHistory final : clsIHistory {
 
     std::function<HistoryAnswer<HistoryImport>(const std::string&)> Imported;
     int Days = 0;
+    int BusyAt = 0;  ///< so many answers to List from now on one is that it is locked; 0: none
     Events Instead;  ///< the answer to List, when it is not one that is done
 
   private:

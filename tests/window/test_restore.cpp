@@ -210,6 +210,19 @@ TEST_F(clsRestoreTest, WithoutAReadNothingIsOffered) {
     EXPECT_NE(Notice().find("It is gone; the history has what was in it, the event of 20"),
               std::string::npos);
     EXPECT_EQ(Offer(), nullptr);
+    const std::string lost = "It is gone, and the history does not have what was in it.";
+    const std::string unknown =
+        "It is gone; whether the history has what was in it cannot be seen at this moment.";
+    for (const auto& [state, said] : {std::pair(clsIHistory::Events::State::Done, lost),
+                                      std::pair(clsIHistory::Events::State::Busy, unknown)}) {
+        StartOn(/*read=*/true);
+        history.Rows.clear();
+        history.Instead.Result = state;
+        host.StartTimer(200, [this] { serial.Unplug(1); });
+        reader.AddFault({SimFault::LateReply, 0, -1, 0, -1, /*Value=*/20});
+        Click("cmdTest");
+        EXPECT_EQ(Notice(), "The memory test overwrites what was in the reader. " + said);
+    }
 }
 
 TEST_F(clsRestoreTest, TestAndRestoreLeavesTheReaderAsItWasOrSaysWhatItDid) {
@@ -232,6 +245,28 @@ TEST_F(clsRestoreTest, TestAndRestoreLeavesTheReaderAsItWasOrSaysWhatItDid) {
     EXPECT_NE(Notice().find("It is gone; the history has what was in it, the event of 20"), std::string::npos)
         << Notice();
     EXPECT_FALSE(Find<QAction>("actTestAndRestore").isEnabled());
+    StartOn(/*read=*/true);
+    history.Broken = "read-only";
+    host.StartTimer(500, [this] { serial.Unplug(1); });
+    reader.AddFault({SimFault::LateReply, 0, -1, 0, -1, /*Value=*/20});
+    Do("actTestAndRestore");
+    EXPECT_EQ(Notice(),
+              "The memory test did not pass. It is gone, and the history does not have what was in it.");
+    StartOn(/*read=*/true);
+    reader.AddFault({SimFault::NoAnswer, 'C', 100, 0, 3});
+    std::array<std::uint8_t, registerCount> other = held;
+    other[129] = 0x17;
+    const auto swapped = reader.OnFrame.Connect([&](const std::string& frame, bool received) {
+        if (received && frame.find("C64") == 1) reader.Registers = other;
+    });
+    Do("actTestAndRestore");
+    EXPECT_EQ(
+        Notice().find("The memory test did not pass. It was not restored: what answers now may be another "
+                      "reader. The history has what was in it, the event of 20"),
+        0U)
+        << Notice();
+    EXPECT_EQ(Offer(), nullptr);
+    EXPECT_EQ(reader.Registers, other);
 }
 
 }  // namespace
