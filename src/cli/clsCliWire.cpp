@@ -119,7 +119,7 @@ CliResult clsCliWire::ExplainAll(const Recording& recording) const {
         const char* direction = row.Lost ? "  " : entry.Received ? "rx" : "tx";
         result.Text += Seconds(entry.Microseconds) + " " + direction + (meaning.Fault ? " ! " : "   ") +
                        Column(VisibleText(row)) + " " + meaning.Text + "\n";
-        if (row.Lost) continue;
+        if (row.Lost || !m_options.Json) continue;  // it takes ten times the recording's room
         Json frame = Json::parse(RecordingLine(entry));
         frame["adapter"] = row.Start.Adapter;
         frame["meaning"] = meaning.Text;
