@@ -102,8 +102,10 @@ bool ucCOMM::IsHidPort(const std::string& name) const { return m_hid && m_hid->P
 
 std::vector<std::string> ucCOMM::PresentPorts() {
     std::vector<std::string> names;
-    for (int i = 0; i < m_msComm.NumberOfCommPorts(); ++i) names.push_back(m_msComm.EnumCommPort(i));
+    const int lines = m_msComm.NumberOfCommPorts();
     const int readers = m_hid ? m_hid->Control.NumberOfCommPorts() : 0;
+    names.reserve(static_cast<std::size_t>(lines) + static_cast<std::size_t>(readers));
+    for (int i = 0; i < lines; ++i) names.push_back(m_msComm.EnumCommPort(i));
     for (int i = 0; i < readers; ++i) names.push_back(m_hid->Control.EnumCommPort(i));
     return names;
 }

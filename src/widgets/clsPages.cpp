@@ -36,7 +36,7 @@ void clsGroup::paintEvent(QPaintEvent* event) {
     QStyleOptionGroupBox group;
     initStyleOption(&group);
     QStyleOptionFrame frame;
-    static_cast<QStyleOption&>(frame) = group;
+    static_cast<QStyleOption&>(frame) = static_cast<const QStyleOption&>(group);
     frame.features = group.features;
     frame.lineWidth = group.lineWidth;
     frame.midLineWidth = group.midLineWidth;

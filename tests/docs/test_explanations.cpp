@@ -33,7 +33,7 @@ struct Messages {
     }
     void Scan(const std::string& source) {
         std::map<std::string, std::string> constants;
-        static const std::regex constant(R"(const char\* (\w+) =\s*"([^"]*)\")");
+        static const std::regex constant(R"(const char\* (\w+) =\s*("[^"]*\"))");
         for (std::sregex_iterator at(source.begin(), source.end(), constant), end; at != end; ++at)
             constants[(*at)[1]] = (*at)[2];
         // The texts of flows that write, a block of constants; the messages of lists.
@@ -58,7 +58,8 @@ struct Messages {
             if (argument.find("const ") != argument.npos) continue;  // a declaration
             if (which == "RaiseOnPort" || which == "ShowLine") argument.erase(0, argument.find(',') + 1);
             for (const auto& [name, value] : constants)
-                argument = std::regex_replace(argument, std::regex("\\b" + name + "\\b"), '"' + value + '"');
+                argument = std::regex_replace(
+                    argument, std::regex(std::string("\\b").append(name).append("\\b")), value);
             for (const std::string& text : Expanded(argument)) {
                 const std::string message = Joined(text);
                 if (which == "ShowLine") {

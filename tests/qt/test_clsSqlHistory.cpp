@@ -326,8 +326,8 @@ constexpr const char* firstSchema[] = {
     "CREATE INDEX events_begun ON events (begun)",
     "CREATE TABLE details (event INTEGER PRIMARY KEY, data BLOB NOT NULL)",
     "PRAGMA application_id = 1513567304",
-    "INSERT INTO events VALUES (1, '1a2b3c4d-0000-4000-8000-000000000000', 1, 5, 'h', 5, 6, 'h', 'u', 'p', "
-    "'1', 'read', 'done', '', 'Unit 17', 'COM1', '', '', 0, '', 'V1', '', '', '', 0, NULL, NULL, NULL)",
+    ("INSERT INTO events VALUES (1, '1a2b3c4d-0000-4000-8000-000000000000', 1, 5, 'h', 5, 6, 'h', 'u', 'p', "
+     "'1', 'read', 'done', '', 'Unit 17', 'COM1', '', '', 0, '', 'V1', '', '', '', 0, NULL, NULL, NULL)"),
     "INSERT INTO details VALUES (1, x'00')",
     "PRAGMA user_version = 1"};
 
@@ -410,10 +410,7 @@ struct Machines : History {
 TEST_F(Machines, InWhateverOrderAndHowOftenTheyHearOfEachOtherTheyAgree) {
     std::mt19937 random(7);
     const auto upTo = [&](std::size_t count) { return static_cast<int>(random() % count); };
-    const char* const labels[] = {"", "17", "\"x\",\n'y'",
-                                  "\xF0\x9F\x98\x80 Pr\xC3\xBC"
-                                  "fstand",
-                                  "{}\r\n[\\"};
+    const char* const labels[] = {"", "17", "\"x\",\n'y'", "\U0001F600 Pr\u00FCfstand", "{}\r\n[\\"};
     std::vector<std::pair<int, HistoryEvent>> underWay;
     const auto end = [&](std::size_t which) {
         auto& [number, event] = underWay[which];

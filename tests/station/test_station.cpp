@@ -27,8 +27,6 @@ bool Holds(StationWorld& world, const clsSimReader& read) {
     return Differences(held, world.station.Profile().LaidOver(held)).empty();
 }
 
-constexpr int firstOfPrefix = 160;
-
 // Every kind of fault, with what has to come of it where that is one thing.
 struct FaultCase {
     const char* Fault;
