@@ -286,7 +286,7 @@ bool clsReaderFlows::WriteRecord(ZarnInfo& record) {
 bool clsReaderFlows::Wrote(bool written, const ZarnInfo& record) {
     if (written) m_recorder.EndWriting();
     if (written && m_comm.PortOpen()) {
-        m_picture.Written(record);
+        m_picture.Written(record, m_written);
     } else {
         m_picture.Forget();
     }

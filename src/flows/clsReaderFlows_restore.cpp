@@ -124,7 +124,7 @@ bool clsReaderFlows::ReadRestored(RestorePlan& plan) {
         if (!DumpTwice(plan.Found)) return false;
         after = Decoded(*plan.Found, plan.Before);
         m_recorder.AddReading(after, modZarn74::Bytes(*plan.Found));
-        m_picture.Read(after, m_host.TimeOfDay());
+        m_picture.Read(after, m_host.TimeOfDay(), &*plan.Found);
     }
     plan.After = after;
     TellRegisters(plan);

@@ -13,6 +13,7 @@ void clsReaderPicture::Read(const ZarnInfo& record, TimeOfDayRecord time, const 
         m_imageBefore = m_image;
         m_image = SeenImage{*image, time};
         m_imageHolds = true;
+        m_sent.reset();
     } else if (m_image) {
         const ZarnInfo seen = AsStored(RecordOf(m_image->Bytes));
         for (std::size_t place = 0; place < itemCount; ++place)
@@ -20,13 +21,14 @@ void clsReaderPicture::Read(const ZarnInfo& record, TimeOfDayRecord time, const 
     }
 }
 
-void clsReaderPicture::Written(const ZarnInfo& record) {
+void clsReaderPicture::Written(const ZarnInfo& record, const std::vector<SettingItem>& items) {
     const ZarnInfo stored = AsStored(record);
     if (!m_known) m_wasRead = false;
     for (std::size_t place = 0; place < itemCount; ++place) {
         const SettingItem item(place);
         if (!m_known || !item.Same(m_held, stored)) m_written.set(place);
     }
+    for (const SettingItem& item : items) m_sent.set(item.Place());
     m_held = stored;
     m_known = true;
 }
@@ -53,5 +55,6 @@ RegisterSight clsReaderPicture::Of(int number) const {
     const auto item = RegisterMeaning::RoleOf(number).Item;
     if (item && IsWritten(*item)) return RegisterSight::Written;
     const bool old = !m_imageHolds || (item && m_outdated[item->Place()]);
-    return old ? RegisterSight::Old : RegisterSight::Seen;
+    if (old) return RegisterSight::Old;
+    return item && m_sent[item->Place()] ? RegisterSight::Written : RegisterSight::Seen;
 }

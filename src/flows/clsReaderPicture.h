@@ -3,6 +3,7 @@
 #include <bitset>
 #include <cstddef>
 #include <optional>
+#include <vector>
 
 #include "base/clsIHost.h"
 #include "settings/Differences.h"
@@ -26,7 +27,7 @@ struct SightCount {
 enum class RegisterSight {
     Unknown,  ///< none was read
     Seen,     ///< the reader was seen to hold the image's byte
-    Written,  ///< its setting was given something else since
+    Written,  ///< its setting was written since
     Old       ///< nobody knows any more, or its setting was read otherwise since
 };
 
@@ -42,8 +43,9 @@ class clsReaderPicture {
   public:
     /// Everything was read; out of `image`, or null.
     void Read(const ZarnInfo& record, TimeOfDayRecord time, const RegisterImage* image = nullptr);
-    /// The record was written and the reader said that it was done; everything, when nothing was known.
-    void Written(const ZarnInfo& record);
+    /// The record was written and the reader said that it was done; everything, when nothing was known. A
+    /// write may send also `items` that do not differ: their registers may hold other bytes than the image.
+    void Written(const ZarnInfo& record, const std::vector<SettingItem>& items = {});
     /// Nobody knows any more.
     void Forget() { m_known = m_imageHolds = false; }
 
@@ -74,6 +76,7 @@ class clsReaderPicture {
     std::bitset<itemCount> m_written;
     std::optional<SeenImage> m_image;
     std::optional<SeenImage> m_imageBefore;
+    std::bitset<itemCount> m_sent;      // since the image was read, the same or not
     bool m_imageHolds = false;          // nothing made all of it doubtful
     std::bitset<itemCount> m_outdated;  // read otherwise since, one by one
 };

@@ -196,28 +196,30 @@ TEST_F(Proof, TheImageThatWasReadLastSaysOfEachRegisterWhetherItStillHolds) {
     const struct {
         const char* What;
         std::function<void()> Do;
-        const char* Sights;  // of the language, the speed and a register that is not used
+        const char* Sights;  // of the language, the speed, a register that is not used and zeros in front
         int Language;        // in the image
-    } rows[] = {{"read", [&] { read(/*quick=*/true); }, "sss", 2},
+    } rows[] = {{"read", [&] { read(/*quick=*/true); }, "ssss", 2},
+                {"write of all, which always writes the zeros in front", [&] { flows.Apply(); }, "sssw", 2},
+                {"read", [&] { read(/*quick=*/true); }, "ssss", 2},
                 {"write",
                  [&] {
                      ZarnInfo wanted = flows.Record();
                      wanted.Language = 4;
                      flows.WriteDifferences(wanted, flows.Record());
                  },
-                 "wss", 2},
-                {"read one by one", [&] { read(/*quick=*/false); }, "oss", 2},
-                {"dump", [&] { flows.Dump(image); }, "sss", 4},
-                {"search", [&] { flows.Scan(); }, "ooo", 4},
-                {"read one by one", [&] { read(/*quick=*/false); }, "ooo", 4},
-                {"read", [&] { read(/*quick=*/true); }, "sss", 4},
-                {"memory test", [&] { flows.TestEeprom(); }, "ooo", 4},
-                {"dump", [&] { flows.Dump(image); }, "sss", 255},
-                {"pull", [&] { serial.Unplug(1), host.DoEvents(); }, "ooo", 255}};
+                 "wsss", 2},
+                {"read one by one", [&] { read(/*quick=*/false); }, "osss", 2},
+                {"dump", [&] { flows.Dump(image); }, "ssss", 4},
+                {"search", [&] { flows.Scan(); }, "oooo", 4},
+                {"read one by one", [&] { read(/*quick=*/false); }, "oooo", 4},
+                {"read", [&] { read(/*quick=*/true); }, "ssss", 4},
+                {"memory test", [&] { flows.TestEeprom(); }, "oooo", 4},
+                {"dump", [&] { flows.Dump(image); }, "ssss", 255},
+                {"pull", [&] { serial.Unplug(1), host.DoEvents(); }, "oooo", 255}};
     for (const auto& row : rows) {
         row.Do();
         std::string sights;
-        for (const int number : {210, 209, 216})
+        for (const int number : {210, 209, 216, 217})
             sights += "?swo"[static_cast<std::size_t>(view.Picture.Of(number))];
         EXPECT_EQ(sights, row.Sights) << row.What;
         EXPECT_EQ(view.Picture.Image()->Bytes[210], row.Language) << row.What;

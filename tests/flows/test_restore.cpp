@@ -85,6 +85,8 @@ TEST_F(Restore, BytesOfSettingsComeBackAndNothingElseIsTouched) {
     EXPECT_EQ(view.Form.Record.Prefix, "being typed");
     EXPECT_EQ(TextOf(flows.Record()), record);
     EXPECT_EQ(flows.Picture().Held().Language, 2);
+    EXPECT_EQ(flows.Picture().Of(128), RegisterSight::Seen);
+    EXPECT_EQ(flows.Picture().Image()->Bytes, reader.Registers);
     const HistoryEvent& last = history.Rows.back();
     EXPECT_EQ(last.Before.Image, std::string(changed.begin(), changed.end()));
     EXPECT_EQ(last.After.Image, std::string(reader.Registers.begin(), reader.Registers.end()));

@@ -298,6 +298,12 @@ TEST_F(clsHistoryTest, TheOptionsSayWhatIsKeptFromNowOn) {
     });
     Click("cmdShowZarn74");
     EXPECT_EQ(kept.List({}).Value.size(), 1U);
+    Answering("actOptions", [](QWidget& dialog) {
+        dialog.findChild<QCheckBox*>("chkKeepHistory")->click();
+        dynamic_cast<QDialog&>(dialog).accept();
+    });
+    window.reset();
+    EXPECT_FALSE(kept.ShowNotice) << "rows that still wait are told to nobody";
 }
 
 TEST_F(clsHistoryTest, RestoringGoesThroughReviewAndLeavesThePages) {

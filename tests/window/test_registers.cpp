@@ -103,8 +103,9 @@ TEST_F(clsRegistersDockTest, WhatDiffersFromAReadingAFileOrAnEventIsMarked) {
     Open();
     Select("cboLanguage", "Spanish");
     Click("cmdApply");
-    EXPECT_EQ(Shown("labRegisters"), "Read at 14:03. Written or read otherwise since: 1 of 512.");
+    EXPECT_EQ(Shown("labRegisters"), "Read at 14:03. Written or read otherwise since: 2 of 512.");
     EXPECT_EQ(At("210").back(), "its setting was written since");
+    EXPECT_EQ(At("217").back(), "its setting was written since") << "with every write, the same or not";
     Sent.clear();
     Click("cmdDump");
     EXPECT_EQ(Sent, "YY") << "an image is compared with a second one";
