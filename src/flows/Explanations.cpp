@@ -125,8 +125,7 @@ constexpr Explanation rows[] = {
     {"* is plug-in",
      "COM5 is plug-in",
      "a port has come; scan. A reader on USB HID has a long name that begins with `\\\\?\\hid#`; the status "
-     "bar "
-     "calls it HID1",
+     "bar and a station call it HID1, the history HID at 1-2:1.0, by its place on the bus",
      {}},
     {"* is removed", "COM5 is removed", "a port has gone that was not in use", {}},
     {"* is removed and closed",
