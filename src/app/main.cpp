@@ -1,6 +1,7 @@
 // zarn74: the window.
 
 #include <QApplication>
+#include <QEventLoop>
 #include <QIcon>
 #include <QStringList>
 #include <QStyleFactory>
@@ -45,6 +46,7 @@ constexpr auto applicationName = "zarn74";
 constexpr int exitUsage = 2;
 constexpr int historyTime = 2000;  // ms that another program may have it locked
 constexpr int iconTime = 50;       // ms from the window's being shown
+constexpr int drawTime = 150;      // ms
 constexpr int demoUnits = 40;      // of a station's demo
 constexpr int demoBad = 10;
 constexpr auto desktopEntry = "org.example.zarn74";
@@ -134,7 +136,10 @@ int Tell(frmMain& window, const WindowOptions& options) {
     const QString description = DescribeWindow(window);
     if (options.Describe) done = Print(description.toStdString()) && done;
     if (!options.Screenshot.empty()) {
-        QApplication::processEvents();
+        // What draws itself some times a second is to be in the picture.
+        QEventLoop drawing;
+        QTimer::singleShot(drawTime, &drawing, &QEventLoop::quit);
+        drawing.exec();
         const QString file = QString::fromLocal8Bit(options.Screenshot.c_str());
         if (!window.grab().save(file, "PNG")) return Say("cannot write " + options.Screenshot + "\n", 1);
     }

@@ -17,6 +17,7 @@
 
 #include "base/clsScopeGuard.h"
 #include "qt/QtText.h"
+#include "widgets/Announcement.h"
 
 namespace {
 
@@ -42,6 +43,7 @@ clsAccessDialog::clsAccessDialog(Parts parts, QWidget* parent) : QDialog(parent)
     setAttribute(Qt::WA_DeleteOnClose);
     m_sentence = Text({}, this);
     m_sentence->setObjectName("labAccess");
+    Announcement::Prepare(*m_sentence);
     m_ports = new QTreeWidget(this);
     m_ports->setObjectName("lstAccess");
     m_ports->setAccessibleName(tr("Ports"));
@@ -82,6 +84,11 @@ clsAccessDialog::clsAccessDialog(Parts parts, QWidget* parent) : QDialog(parent)
     CheckAgain();
 }
 
+void clsAccessDialog::Say(const QString& sentence) {
+    m_sentence->setText(sentence);
+    Announcement::Say(*m_sentence, sentence);
+}
+
 void clsAccessDialog::CheckAgain() {
     m_report = m_parts.Look();
     ShowReport(Sentence());
@@ -102,7 +109,7 @@ void clsAccessDialog::Ask() {
         m_again->setEnabled(false);
         m_ask->setEnabled(false);
         m_close->setText(tr("Cancel"));
-        m_sentence->setText(tr("The free ports are being asked for a reader."));
+        Say(tr("The free ports are being asked for a reader."));
         asked = m_parts.Ask(m_report);
     }
     const bool answered = asked && m_report.Findings.empty() && !m_report.Askable().empty();
@@ -123,7 +130,7 @@ void clsAccessDialog::ShowReport(const QString& sentence) {
     m_ask->setEnabled(m_parts.MayAsk() && !m_report.Askable().empty());
     m_ask->setToolTip(m_parts.MayAsk() ? tr("Open each free port and send it a poll, at every speed")
                                        : tr("The reader in use is found already"));
-    m_sentence->setText(sentence);
+    Say(sentence);
     m_ports->clear();
     for (const AccessNode& node : m_report.Nodes) {
         const auto text = [](const std::string& bytes) { return QtText::ToQString(bytes); };

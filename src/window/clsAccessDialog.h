@@ -30,6 +30,7 @@ class clsAccessDialog : public QDialog {
     void reject() override;
 
   private:
+    void Say(const QString& sentence);
     void CheckAgain();
     void Ask();
     void ShowReport(const QString& sentence);

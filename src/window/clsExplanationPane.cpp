@@ -6,10 +6,12 @@
 #include <QToolButton>
 
 #include "flows/Explanations.h"
+#include "widgets/Announcement.h"
 #include "widgets/clsElidedLabel.h"
 
 clsExplanationPane::clsExplanationPane(QWidget* parent) : QFrame(parent) {
     setObjectName("fraExplanation");
+    Announcement::Prepare(*this);
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(4);
@@ -41,6 +43,7 @@ void clsExplanationPane::Explain(const QString& line, const Explanation& explana
     m_caption->setText(line);
     m_explanation = &explanation;
     ShowText();
+    Announcement::Say(*this, line + '\n' + m_text->toPlainText());
     show();
 }
 

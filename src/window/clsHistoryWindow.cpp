@@ -33,8 +33,8 @@ constexpr int usualWidth = 1180;  // pixels
 constexpr int usualHeight = 700;
 constexpr int daysBack = 30;  // that the filter begins with
 // Columns are as wide as these; the label takes what is left.
-constexpr const char* samples[] = {"0000-00-00 00:00:00", "restore", "interrupted", "Label", "COM10",
-                                   "V1.02R007",           "Changes"};
+constexpr const char* samples[] = {"0000-00-00 00:00:00", "restore",   "interrupted", "Label",
+                                   "HID at 1-2:1.0",      "V1.02R007", "Changes"};
 static_assert(std::size(samples) == clsHistoryModel::ColumnCount);
 constexpr int cellMargin = 22;  // pixels, with the mark of the order
 constexpr int leastWidth = 60;

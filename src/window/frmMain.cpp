@@ -810,7 +810,7 @@ void frmMain::ColorNotice() {
 
 void frmMain::ColorCheckBoxes() {
     m_ui->lstTable->setPalette(CheckBoxColors(*this));
-    ::ColorCheckBoxes(*m_ui->centralwidget);
+    ::ColorCheckBoxes(*this);
 }
 
 bool frmMain::GetFileName(std::string& name, bool save, const std::string& filter) {

@@ -5,6 +5,7 @@
 #include <QLayout>
 #include <QListWidget>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QStyle>
 #include <QTabBar>
 
@@ -57,6 +58,7 @@ void frmMain::ConnectChanges() {
 clsChangesDock& frmMain::Changes() {
     if (m_changes != nullptr) return *m_changes;
     m_changes = new clsChangesDock(*m_comparison, this);
+    ColorCheckBoxes();
     connect(m_changes->toggleViewAction(), &QAction::toggled, &(*m_actions)[Command::Changes],
             &QAction::setChecked);
     connect(m_changes, &clsChangesDock::GoTo, this, &frmMain::GoTo);
@@ -77,7 +79,9 @@ void frmMain::OpenDock(QDockWidget& dock) {
     const auto area = dockWidgetArea(&dock);
     const bool beside = area == Qt::LeftDockWidgetArea || area == Qt::RightDockWidgetArea;
     const int separator = style()->pixelMetric(QStyle::PM_DockWidgetSeparatorExtent);
-    const int room = width() - separator - m_ui->pnlSettings->minimumSizeHint().width();
+    const QScrollBar& bar = *findChild<QScrollArea*>("scrSettings")->verticalScrollBar();
+    const int pages = m_ui->pnlSettings->minimumSizeHint().width() + (bar.isVisible() ? bar.width() : 0);
+    const int room = width() - separator - pages;
     if (dock.isHidden() && !dock.isFloating() && beside && room < dock.sizeHint().width() * 3 / 4) {
         dock.setFloating(true);
         dock.resize(dock.sizeHint().boundedTo(size()));

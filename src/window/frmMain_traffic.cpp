@@ -32,6 +32,7 @@ void frmMain::ConnectTraffic() {
 clsTrafficDock& frmMain::Traffic() {
     if (m_traffic != nullptr) return *m_traffic;
     m_traffic = new clsTrafficDock(m_ring, this);
+    ColorCheckBoxes();
     connect(m_traffic->toggleViewAction(), &QAction::toggled, &(*m_actions)[Command::Traffic],
             &QAction::setChecked);
     connect(m_traffic, &clsTrafficDock::GoTo, this, &frmMain::GoTo);

@@ -218,6 +218,11 @@ TEST_F(clsControlsTest, TheRowsOfTheTableStandUnderTheHeaderAndTheirBoxesAreSeen
         EXPECT_TRUE(std::binary_search(shown.begin(), shown.end(), text.front()));
         EXPECT_FALSE(std::binary_search(shown.begin(), shown.end(), text.front() - 1));
         EXPECT_LT(shown.front() + 8, text.front()) << "its box, dark " << dark;
+        Do("actTraffic");
+        Do("actChanges");
+        for (const QCheckBox* box : window->findChildren<QCheckBox*>())
+            EXPECT_GT(box->palette().color(QPalette::Window).lightness(), 128)
+                << "its edge, " << box->objectName().toStdString() << " dark " << dark;
     }
 }
 

@@ -1,5 +1,6 @@
 // The memory test in the window, and the way back behind it.
 
+#include <QDialog>
 #include <QLabel>
 #include <QToolButton>
 
@@ -63,6 +64,10 @@ TEST_F(clsRestoreTest, TheDialogPutsAll512BackBehindATestAndNamesWhatIsLost) {
             reader.Registers[i] = ZarnRegisterMap::mapped[i] ? static_cast<std::uint8_t>(held[i] ^ 0x41) : 0;
         if (lost >= 0) reader.AddFault({SimFault::DroppedWrite, 'C', lost});
         Restore();
+        Find<QDialog>("dlgReview").resize(360, 300);
+        QCoreApplication::processEvents();
+        const auto& label = Find<QLabel>("labReview");
+        EXPECT_GE(label.height(), label.heightForWidth(label.width())) << "nothing of it is cut off";
         EXPECT_EQ(
             Sentence(),
             "512 registers differ from what the event holds. Write puts all of them back, byte for byte: "
