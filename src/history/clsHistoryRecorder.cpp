@@ -14,9 +14,8 @@ std::string WithoutFolder(const std::string& path) {
     return path.substr(path.rfind('/') + 1).substr(0, nameLimit);
 }
 
-bool Fails(const std::string& line) {
-    return modText::ContainsNoCase(line, " NG") && !modText::ContainsNoCase(line, " OK");
-}
+bool Succeeds(const std::string& line) { return modText::ContainsNoCase(line, " OK"); }
+bool Fails(const std::string& line) { return modText::ContainsNoCase(line, " NG") && !Succeeds(line); }
 
 }  // namespace
 
@@ -61,6 +60,11 @@ void clsHistoryRecorder::AddLine(const std::string& line) {
     if (!m_event) return;
     m_event->Lines += modText::ToUtf8(line) + "\n";
     constexpr std::size_t timeLength = std::string_view("hh:nn:ss - ").size();
+    // The work went on behind a step that failed: that is no reason for what comes of it.
+    if (Succeeds(line)) {
+        m_failedStep.clear();
+        if (m_failure.starts_with("Step ")) m_failure.clear();
+    }
     if (!Fails(line)) return;
     m_failure = modText::ToUtf8(line.substr(timeLength));
     if (m_failure.starts_with("Step ")) m_failedStep = m_failure.substr(m_failure.rfind(" - ") + 3);
@@ -160,7 +164,8 @@ std::optional<HistoryEvent> clsHistoryRecorder::Close() {
     Compare();
     HistoryEvent& event = *m_event;
     event.Outcome = OutcomeNow();
-    event.Reason = m_reason.empty() && event.Outcome != HistoryOutcome::Done ? m_failure : m_reason;
+    const bool came = event.Outcome == HistoryOutcome::Done || event.Outcome == HistoryOutcome::Differs;
+    event.Reason = m_reason.empty() && !came ? m_failure : m_reason;
     const std::string said = m_reason.empty() ? "" : m_reason + "; ";
     for (const HistoryChange& change : event.Changes) {
         if (change.Kept != false) continue;

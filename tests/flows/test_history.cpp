@@ -127,6 +127,21 @@ TEST(History, EveryFlowIsOneEventOfWhatWasSeen) {
              world.flows.LayFile(file, FileRole::Compare, laid);
          },
          "check differs 7 [|si]"},
+        {"check, by the slow way",
+         [](Recording& world) {
+             world.Fault(SimFault::ShortDump, 'Y');
+             LaidFile laid;
+             world.flows.LayFile(file, FileRole::Compare, laid);
+         },
+         "check differs 7 [|s]"},
+        {"read by the slow way in a write, interrupted behind it",
+         [](Recording& world) {
+             world.Fault(SimFault::ShortDump, 'Y');
+             world.flows.BeginEvent(HistoryAction::Write);
+             world.flows.Read();
+             world.flows.EndEvent(/*cancelled=*/true);
+         },
+         "write cancelled 0 [|s]"},
         {"file without settings",
          [](Recording& world) {
              LaidFile laid;
