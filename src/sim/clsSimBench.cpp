@@ -8,7 +8,7 @@ namespace {
 constexpr int tickTime = 50;              // ms
 constexpr std::uint32_t pauseTime = 400;  // ms between two readers
 constexpr std::uint32_t quietTime = 900;  // ms without a question: the verdict is read meanwhile
-constexpr std::uint32_t patience = 6000;  // ms until one that nobody asks is pulled out
+constexpr std::uint32_t patience = 6000;  // ms until one that nobody asks goes back into the box
 constexpr int writesUntilPulled = 2;
 constexpr int firstOfPrefix = 160;  // register
 constexpr char writeLetter = 'C';
@@ -89,8 +89,13 @@ void clsSimBench::Plug() {
     m_tell(/*arrived=*/true, "COM" + std::to_string(m_line));
 }
 
+// One that nobody has asked anything is the next again: its turn has not come.
 void clsSimBench::Pull() {
     m_in = false;
+    if (!m_asked) {
+        if (IsBad(m_plugged)) --m_badPlugged;
+        --m_plugged;
+    }
     m_since = m_host.TickCount();
     m_serial.Unplug(m_line);
     m_tell(/*arrived=*/false, "COM" + std::to_string(m_line));

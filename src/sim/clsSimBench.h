@@ -11,7 +11,8 @@
 #include "sim/clsSimSerialControl.h"
 
 /// A person with a box of simulated readers, some of them bad: plugs one into a line, waits until nothing has
-/// asked it for a while, pulls it out, takes the next. For demonstrations. Owned by whoever has the lines.
+/// asked it for a while, pulls it out, takes the next; one that is not asked at all is tried again. For
+/// demonstrations. Owned by whoever has the lines.
 class clsSimBench {
   public:
     /// What is wrong with a bad one; in this order, again and again.
@@ -29,7 +30,7 @@ class clsSimBench {
     /// The first comes in a moment.
     void Begin();
     [[nodiscard]] int Units() const { return m_units; }
-    /// How many have been plugged in.
+    /// How many have been plugged in, and asked something, with the one that is plugged in now.
     [[nodiscard]] int Plugged() const { return m_plugged; }
 
   private:

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "StationWorld.h"
+#include "sim/clsSimBench.h"
 
 namespace {
 
@@ -156,6 +157,32 @@ TEST(StationLabels, AUnitWhoseRowWaitsGetsItsLabelWithIt) {
         EXPECT_EQ(world.results.back().Label, "A");
         EXPECT_EQ(world.station.Shown().LateLabels, 0);
     }
+}
+
+// Who thinks about a label while the next reader waits in line, longer than the bench leaves it there.
+TEST(StationLabels, ASlowPersonGetsEveryReaderOfTheBench) {
+    StationWorld world;
+    clsSimBench bench(world.host, world.serial, /*line=*/5, /*units=*/3, /*bad=*/3,
+                      [&](bool arrived, const std::string& port) {
+                          (arrived ? world.notices.OnDeviceArrival : world.notices.OnDeviceRemoveComplete)
+                              .Raise(DeviceNoticePort, port);
+                      });
+    world.options.Labels = StationLabels::Asked;
+    world.options.Count = 3;
+    ASSERT_TRUE(world.station.Start(world.options));
+    bench.Begin();
+    Texts reasons;
+    for (int i = 0; i < 9; ++i) {
+        world.host.Run(20'000);
+        if (!world.station.Shown().LabelAsked) continue;
+        reasons.push_back(world.results.back().Reason);
+        world.station.TakeLabel("U-" + std::to_string(i));
+    }
+    EXPECT_EQ(world.station.Shown().Word(), "STOPPED");
+    ASSERT_EQ(reasons.size(), 3U);
+    EXPECT_TRUE(reasons[0].starts_with("second attempt; not kept")) << reasons[0];
+    EXPECT_TRUE(reasons[1].starts_with("writing: Set")) << reasons[1];
+    EXPECT_TRUE(reasons[2].starts_with("pulled out while writing")) << reasons[2];
 }
 
 // Closing an adapter waits for its answer. Who sees a station stopped may destroy it, or start the next one.
