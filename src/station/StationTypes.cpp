@@ -50,6 +50,7 @@ std::string StationShown::ToDo() const {
     if (LabelWaits || (StopAsked && LateLabels > 0))
         return "Wait: another program has the history for itself";
     if (LabelAsked) return "Type or scan the label";
+    if (StopAsked && State != StationState::Working) return "";
     switch (State) {
         case StationState::Stopped: break;
         case StationState::Looking: return "Wait a moment";

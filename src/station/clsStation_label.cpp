@@ -131,7 +131,9 @@ void clsStation::EndLabel(const clsIHistory::Count& kept) {
         m_shown.Notice = About(m_label, "is not kept yet", locked);
     } else if (kept.Result == KeptState::Done || !m_shown.Last.Recorded) {
         m_shown.Last.Label = m_label;
-        if (!m_units.empty()) m_units.back().Label = m_label;
+        // Its row may have waited too, and is there by now.
+        if (!m_shown.Last.Recorded) m_shown.Last.Recorded = m_rows->ReadLast().Recorded;
+        if (!m_units.empty()) m_units.back() = m_shown.Last;
     } else {
         m_shown.Notice = About(m_label, "was not kept", kept.Error);
     }
@@ -163,7 +165,8 @@ void clsStation::KeepLateLabels() {
         for (StationUnit& unit : m_units) {
             if (!done || unit.Id != late.Row.Id) continue;
             unit.Label = late.Label;
-            if (m_shown.Last.Id == unit.Id) m_shown.Last.Label = late.Label;
+            unit.Recorded = true;
+            if (m_shown.Last.Id == unit.Id) m_shown.Last = unit;
             m_parts.View.ShowUnit(StationUnit(unit));
             break;
         }

@@ -155,6 +155,7 @@ TEST(StationLabels, AUnitWhoseRowWaitsGetsItsLabelWithIt) {
         EXPECT_EQ(world.history.Rows[0].Outcome, HistoryOutcome::Done);
         EXPECT_EQ(world.history.Rows[0].Label, "A");
         EXPECT_EQ(world.results.back().Label, "A");
+        EXPECT_TRUE(world.results.back().Recorded) << "it was not when its verdict was said";
         EXPECT_EQ(world.station.Shown().LateLabels, 0);
     }
 }
