@@ -124,6 +124,10 @@ void frmMain::PutBack(const HistoryEvent& event, bool before, bool tested) {
         if (planned != FlowResult::Done) return planned;
         QStringList questions;
         for (const std::string& question : plan.Questions) questions += Utf8(question);
+        // On a serial line nobody sees that the reader was changed since.
+        if (tested && plan.Held && !plan.LooksTested(RestorePlan::Part::All))
+            questions +=
+                tr("The reader holds something else than a memory test leaves: it may be another one.");
         agreed =
             questions.isEmpty() || QuestionDoor(tr("Restore it all the same?\n%1").arg(questions.join('\n')));
         if (!agreed) return FlowResult::Cancelled;

@@ -133,6 +133,11 @@ TEST_F(clsCliTest, EveryRunPrintsOneObjectOfTheSchema) {
         EXPECT_EQ(json.at(Json::json_pointer(fact.substr(0, equals))), Json::parse(fact.substr(equals + 3)))
             << row.line;
     }
+    reader.AddFault({SimFault::RefuseCode, 'C', 210, 2, -1, 4});  // as it is written back
+    EXPECT_EQ(Run("--json --no-history test-eeprom --restore"), 1);
+    const Json lost = Json::parse(out.Text);
+    EXPECT_TRUE(schema.Fits(schema.Root, lost)) << out.Text;
+    EXPECT_EQ(lost["result"]["registers"].size(), 512U);
 }
 
 TEST_F(clsCliTest, WhateverHappensToTheWriteOfOneSettingTheProofTellsIt) {

@@ -200,6 +200,22 @@ TEST_F(clsRestoreTest, BehindTheTestWhatWasReadIsOfferedAndComesBackWhole) {
     EXPECT_NE(Notice().find("It was not restored: register"), std::string::npos) << Notice();
 }
 
+TEST_F(clsRestoreTest, AReaderThatMayBeAnotherGetsWhatWasReadOnlyWhenAPersonSaysSo) {
+    StartOn(/*read=*/true);
+    Click("cmdTest");
+    auto other = held;
+    other[160] = 'Q';
+    reader.Registers = other;
+    boxes.clear();
+    Offer()->click();
+    EXPECT_EQ(
+        boxes,
+        "Restore it all the same?\nThe reader holds something else than a memory test leaves: it may be "
+        "another one.");
+    EXPECT_EQ(reader.Registers, other);
+    EXPECT_EQ(history.Rows.back().Outcome, HistoryOutcome::Cancelled);
+}
+
 TEST_F(clsRestoreTest, WithoutAReadNothingIsOffered) {
     StartOn(/*read=*/false);
     Click("cmdTest");
@@ -257,12 +273,15 @@ TEST_F(clsRestoreTest, TestAndRestoreLeavesTheReaderAsItWasOrSaysWhatItDid) {
     Do("actTestAndRestore");
     EXPECT_EQ(Notice(),
               "The memory test did not pass. It is gone, and the history does not have what was in it.");
+    history.Broken.clear();
     StartOn(/*read=*/true);
     reader.AddFault({SimFault::NoAnswer, 'C', 100, 0, 3});
-    std::array<std::uint8_t, registerCount> other = held;
+    auto other = held;
     other[129] = 0x17;
-    const auto swapped = reader.OnFrame.Connect([&](const std::string& frame, bool received) {
-        if (received && frame.find("C64") == 1) reader.Registers = other;
+    bool tested = false;
+    const auto changed = reader.OnFrame.Connect([&](const std::string& frame, bool received) {
+        tested = tested || frame.at(1) == 'C';
+        if (tested && received && frame.at(1) == 'Y') reader.Registers = other;
     });
     Do("actTestAndRestore");
     EXPECT_EQ(
