@@ -25,9 +25,10 @@ clsEepromTest::Result clsEepromTest::Run(const std::function<bool()>& cancelRequ
         pass = RunPass(pattern, cancelRequested);
         if (pass != Pass::Done) break;
     }
+    const bool failed = pass == Pass::Failed;
     // Kept on purpose: a test that was ended says OK.
-    m_log.ShowMsg(pass == Pass::Failed ? "Test EEPROM NG" : "Test EEPROM OK");
-    if (pass == Pass::Failed) return Result::Failed;
+    m_log.ShowMsg(failed ? "Test EEPROM NG" : "Test EEPROM OK");
+    if (failed) return Result::Failed;
     return pass == Pass::Done ? Result::Passed : Result::Cancelled;
 }
 
