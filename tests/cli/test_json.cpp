@@ -62,6 +62,14 @@ TEST_F(clsCliTest, AStationPrintsAUnitALine) {
     typed = {"04A1B2C3", "n", "bench 9"};
     EXPECT_EQ(Run("station file --port COM1 --start-with-plugged --count 1 --label ask"), 0);
     EXPECT_TRUE(out.Text.starts_with("1  PASS  bench 9  COM1  V1.02R007  0 changes")) << out.Text;
+    history.SetLocked(true);
+    host.StartTimer(6000, [this] { history.SetLocked(false); });
+    typed = {"bench 10", "impatient"};
+    EXPECT_EQ(Run("station file --port COM1 --start-with-plugged --count 1 --label ask"), 0);
+    EXPECT_TRUE(out.Text.starts_with("1  PASS (not recorded)  COM1")) << out.Text;
+    EXPECT_EQ(Lines(out.Text).size(), 1U) << "its label came behind its line";
+    EXPECT_EQ(history.Rows.back().Label, "bench 10");
+    EXPECT_EQ(Said(), "The label \"bench 10\" is kept now");
     EXPECT_EQ(Run("station bad"), 1);
     EXPECT_EQ(Run("station file --port COM9"), 3);
     EXPECT_EQ(Run("station file --label A-1"), 2);
