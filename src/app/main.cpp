@@ -21,7 +21,8 @@
 #include "base/RunProgram.h"
 #include "base/clsMemoryStore.h"
 #include "base/clsScopeGuard.h"
-#include "base/clsWait.h"
+#include "base/modText.h"
+#include "history/HistoryEnd.h"
 #include "history/HistorySettings.h"
 #include "qt/clsQtHost.h"
 #include "qt/clsQtSerialControl.h"
@@ -44,10 +45,9 @@ namespace {
 
 constexpr auto applicationName = "zarn74";
 constexpr int exitUsage = 2;
-constexpr int historyTime = 2000;  // ms that another program may have it locked
-constexpr int iconTime = 50;       // ms from the window's being shown
-constexpr int drawTime = 150;      // ms
-constexpr int demoUnits = 40;      // of a station's demo
+constexpr int iconTime = 50;   // ms from the window's being shown
+constexpr int drawTime = 150;  // ms
+constexpr int demoUnits = 40;  // of a station's demo
 constexpr int demoBad = 10;
 constexpr auto desktopEntry = "org.example.zarn74";
 
@@ -152,6 +152,17 @@ bool HasHistory(const WindowOptions& options) {
     return !options.HistoryFile.empty() || options.Demo == WindowOptions::DemoKind::None;
 }
 
+/// The window is gone: what there is to say goes to whoever has started the program.
+void AwaitHistory(clsIHost& host, clsIHistory& history) {
+    const auto say = [](const std::string& text) { Say(modText::ToUtf8(text) + "\n", 1); };
+    bool stopped = false;
+    const clsStopSignals stopSignals(host, [&stopped] { stopped = true; });
+    history.Changed = {};
+    history.ShowNotice = say;
+    HistoryEnd::Await(
+        host, history, /*atOnce=*/false, [&stopped] { return stopped; }, say);
+}
+
 /// Shows the window until it is closed, on a simulated reader when there is a panel for one. The program's
 /// exit status.
 int Open(const WindowParts& parts, const WindowOptions& options, QWidget* panel,
@@ -171,7 +182,7 @@ int Open(const WindowParts& parts, const WindowOptions& options, QWidget* panel,
     const clsScopeGuard close([&parts, &history] {
         parts.Comm.AwaitReplies();
         parts.Comm.SetPortOpen(false);
-        if (history) clsWait(parts.Host, historyTime).Until([&history] { return history->Settled(); });
+        if (history) AwaitHistory(parts.Host, *history);
     });
     frmMain window(parts, files, options.Bench);
     if (HasHistory(options)) {

@@ -12,6 +12,7 @@
 #include "cli/CliJson.h"
 #include "flows/FileDifferences.h"
 #include "hid/modOrvHID.h"
+#include "history/HistoryEnd.h"
 #include "history/HistorySettings.h"
 #include "settings/RegisterMeaning.h"
 #include "system/UtcNow.h"
@@ -21,7 +22,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr int lossNewsTime = 1000;           // ms
-constexpr int historyTime = 2000;            // ms; after 1000 a person is told
 constexpr char writeCommand = 'C';           // the letter of the frames that change a reader
 constexpr std::size_t inputLimit = 1048576;  // bytes; a settings file has about 2000
 
@@ -195,10 +195,19 @@ CliResult clsCliRun::Execute() {
                               : "interrupted; nothing was written");
     }
     m_comm.AwaitReplies();  // a second Ctrl-C ends it
-    // Another program may have the history for itself.
-    if (m_history != nullptr)
-        clsWait(m_platform.Host(), historyTime).Until([this] { return m_history->Settled(); });
+    AwaitHistory();
     return result;
+}
+
+// Whoever has stopped the command ends the program with the next Ctrl-C, which says nothing any more.
+void clsCliRun::AwaitHistory() {
+    if (m_history == nullptr) return;
+    m_shown = true;
+    const bool stopped = std::exchange(m_stopped, false);
+    HistoryEnd::Await(
+        m_platform.Host(), *m_history, /*atOnce=*/stopped, [this] { return m_stopped; },
+        [this](const std::string& text) { m_log.Say(text); });
+    m_stopped = stopped;
 }
 
 // A device that was pulled out cannot be used any more some time before its removal is told.

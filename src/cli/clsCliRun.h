@@ -43,8 +43,8 @@ class clsCliRun {
 
     CliResult Execute();
     void Stop();
-    /// False from the first byte that is about to change a reader.
-    [[nodiscard]] bool NeedsOutput() const { return !m_writing; }
+    /// False from the first byte that is about to change a reader, and when the command has ended.
+    [[nodiscard]] bool NeedsOutput() const { return !m_writing && !m_shown; }
     /// The port that was opened and its rate; empty and 0 when none was. A port without a rate has 0.
     [[nodiscard]] const std::string& Port() const { return m_port; }
     [[nodiscard]] int Baud() const { return m_baud; }
@@ -69,6 +69,7 @@ class clsCliRun {
 
     CliResult ExecuteCommand();
     void AwaitLossNews();
+    void AwaitHistory();
     CliResult Ports();
     CliResult Identify();
     CliResult Read();
@@ -128,6 +129,7 @@ class clsCliRun {
     bool m_wrote = false;  // into the reader
     bool m_writing =
         false;  // what is shown by now is not all, but the reader is not left half-written for that
+    bool m_shown = false;     // all that there is to show
     bool m_restored = false;  // all that a test overwrote
     bool m_proving = false;   // all was written, and is being read back
 

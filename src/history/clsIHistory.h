@@ -61,7 +61,8 @@ class clsIEventKeeper {
     /// An event of this program that begins now: id, time, machine, user and program. Nothing is kept yet.
     [[nodiscard]] virtual HistoryEvent NewEvent(HistoryAction action) = 0;
     /// Keeps the event as it is now, in the place of what was kept of it before. What cannot be kept at once
-    /// waits in memory, up to 1000 events; that something is not kept is said once, by ShowNotice.
+    /// waits in memory, up to 1000 events; that something is not kept is said by ShowNotice, once until
+    /// something is kept again or the reason is another one, and that too.
     virtual void Keep(const HistoryEvent& event) = 0;
     /// SHA-256, 64 hexadecimal digits.
     [[nodiscard]] virtual std::string Digest(const std::string& bytes) const = 0;
@@ -75,6 +76,8 @@ class clsIHistory : public clsIEventKeeper {
   public:
     /// Nothing waits in memory any more that could still be kept.
     [[nodiscard]] virtual bool Settled() const = 0;
+    /// At the program's end: tries once more, and lets go of what still waits; how many events that were.
+    virtual std::size_t GiveUp() = 0;
     /// Why nothing can be kept, as far as that shows without an event; empty when it can, or when another
     /// program has it for itself at this moment.
     [[nodiscard]] virtual std::string WhyNotKept() { return {}; }

@@ -6,12 +6,14 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QString>
+#include <QtEndian>
 #include <algorithm>
 #include <cstddef>
 
 namespace {
 
 constexpr int densest = 9;
+constexpr int headLength = 4;  // bytes; the unpacked length
 constexpr const char* leftOut = "...\n";
 
 QByteArray Bytes(const std::string& text) { return QByteArray::fromStdString(text); }
@@ -43,14 +45,14 @@ std::vector<HistoryChange> ChangesOf(const QByteArray& json) {
     return changes;
 }
 
-QByteArray Packed(const HistoryEvent& event, const std::string& lines) {
+QByteArray Plain(const HistoryEvent& event, const std::string& lines) {
     QByteArray plain;
     QDataStream stream(&plain, QIODevice::WriteOnly);
     stream.setVersion(QDataStream::Qt_6_0);
     for (const HistorySide* side : {&event.Before, &event.After})
         stream << Bytes(side->Settings) << Bytes(side->Image);
     stream << ChangesJson(event.Changes) << Bytes(lines);
-    return qCompress(plain, densest);
+    return plain;
 }
 
 // Half as many lines, of its beginning and its end.
@@ -71,21 +73,26 @@ namespace EventBytes {
 
 QByteArray Pack(const HistoryEvent& event) {
     std::string lines = event.Lines;
-    QByteArray packed = Packed(event, lines);
-    while (packed.size() > limit && !lines.empty()) {
+    while (true) {
+        const QByteArray plain = Plain(event, lines);
+        QByteArray packed = qCompress(plain, densest);
+        if (lines.empty() || (packed.size() <= limit && plain.size() <= mostPlain)) return packed;
         lines = Halved(lines);
-        packed = Packed(event, lines);
     }
-    return packed;
 }
 
 bool Unpack(const QByteArray& bytes, HistoryEvent& event) {
+    // What it says of its length binds nothing: a packed byte becomes a thousand at most.
+    if (bytes.size() < headLength || bytes.size() > mostPacked) return false;
+    const auto length = qFromBigEndian<quint32>(bytes.constData());
+    if (length > mostPlain) return false;
     const QByteArray plain = qUncompress(bytes);
+    if (plain.size() != static_cast<qsizetype>(length)) return false;
     QDataStream stream(plain);
     stream.setVersion(QDataStream::Qt_6_0);
     QByteArray parts[6];
     for (QByteArray& part : parts) stream >> part;
-    if (stream.status() != QDataStream::Ok) return false;
+    if (stream.status() != QDataStream::Ok || !stream.atEnd()) return false;
     event.Before = {parts[0].toStdString(), parts[1].toStdString()};
     event.After = {parts[2].toStdString(), parts[3].toStdString()};
     event.Changes = ChangesOf(parts[4]);

@@ -78,10 +78,21 @@ void clsSqlHistory::Keep(const HistoryEvent& event) {
     if (same != m_waiting.end()) {
         *same = event;
     } else {
-        if (m_waiting.size() == waitingLimit) m_waiting.pop_front();
+        if (m_waiting.size() == waitingLimit) {
+            m_waiting.pop_front();
+            ++m_lost;
+        }
         m_waiting.push_back(event);
     }
     WriteWaiting(Locks::WaitFor);
+}
+
+std::size_t clsSqlHistory::GiveUp() {
+    WriteWaiting(Locks::WaitFor);
+    m_again.SetEnabled(false);
+    const std::size_t lost = m_waiting.size();
+    m_waiting.clear();
+    return lost;
 }
 
 std::string clsSqlHistory::WhyNotKept() {
@@ -109,6 +120,7 @@ void clsSqlHistory::WriteWaiting(Locks locks) {
         m_waiting.erase(m_waiting.begin(), m_waiting.begin() + static_cast<std::ptrdiff_t>(count));
         if (Changed) Changed();
         m_again.SetEnabled(!m_waiting.empty());
+        if (m_waiting.empty()) TellItsEnd();
         return;
     }
     m_stuck = fault.Kind != Fault::Type::Busy;
@@ -122,8 +134,17 @@ void clsSqlHistory::WriteWaiting(Locks locks) {
 }
 
 void clsSqlHistory::Tell(const QString& why) {
-    if (std::exchange(m_told, true) || !ShowNotice) return;
+    if (std::exchange(m_told, why) == why || !ShowNotice) return;
     ShowNotice(modText::FromUtf8(("History is not kept: " + why).toStdString()));
+}
+
+void clsSqlHistory::TellItsEnd() {
+    const std::size_t lost = std::exchange(m_lost, 0);
+    if (std::exchange(m_told, {}).isEmpty() || !ShowNotice) return;
+    std::string text = "The history is kept again";
+    if (lost == 0) text += ", with all that waited for it";
+    if (lost > 0) text += "; events that waited too long are lost: " + std::to_string(lost);
+    ShowNotice(text);
 }
 
 // -- rows ---------------------------------------------------------------------------------------------------

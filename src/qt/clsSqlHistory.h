@@ -19,6 +19,7 @@
 #include "base/clsIHost.h"
 #include "history/HistorySettings.h"
 #include "history/clsIHistory.h"
+#include "system/HistoryFile.h"
 #include "system/ProgramRun.h"
 
 /// Where a history is kept.
@@ -49,6 +50,7 @@ class clsSqlHistory final : public clsIHistory {
     [[nodiscard]] HistoryEvent NewEvent(HistoryAction action) override;
     void Keep(const HistoryEvent& event) override;
     [[nodiscard]] bool Settled() const override { return m_waiting.empty() || m_stuck; }
+    std::size_t GiveUp() override;
     [[nodiscard]] std::string WhyNotKept() override;
     [[nodiscard]] std::string Digest(const std::string& bytes) const override;
     [[nodiscard]] Events List(const HistoryFilter& filter) override;
@@ -84,7 +86,7 @@ class clsSqlHistory final : public clsIHistory {
     Fault Try(const Work& work);
     Fault Open();
     Fault OpenFile();
-    [[nodiscard]] Fault Recognize(std::int64_t version) const;
+    [[nodiscard]] Fault Recognize(std::int64_t version);
     Fault UseLog();
     Fault OpenAlone();
     [[nodiscard]] Fault LeaveLog() const;
@@ -106,6 +108,7 @@ class clsSqlHistory final : public clsIHistory {
     [[nodiscard]] HistoryOutcome BriefOutcome(const QSqlQuery& query, int at) const;
     [[nodiscard]] bool Exists() const;
     void Tell(const QString& why);
+    void TellItsEnd();
     template <class Type>
     static HistoryAnswer<Type> AnswerOf(const Fault& fault, Type value) {
         using State = typename HistoryAnswer<Type>::State;
@@ -128,10 +131,13 @@ class clsSqlHistory final : public clsIHistory {
     QSqlDatabase m_database;
     std::map<QString, QSqlQuery> m_kept;  // prepared, by their texts
     bool m_open = false;
+    HistoryFile::Node m_node;  // the file that is open
+    bool m_ours = false;       // it is a history, whatever is damaged in it
     std::deque<HistoryEvent> m_waiting;
     bool m_stuck = false;   // what waits is tried again with the next event only
     bool m_locked = false;  // at the last try, and since then
     std::uint32_t m_lockedSince = 0;
-    bool m_told = false;
+    QString m_told;          // why what waits is not kept
+    std::size_t m_lost = 0;  // of what waited, since something was kept last
     clsHostTimer m_again;
 };

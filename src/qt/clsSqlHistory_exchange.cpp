@@ -22,7 +22,7 @@ namespace {
 constexpr auto formatName = "zarn74 history";
 constexpr int formatVersion = 1;
 constexpr qint64 lastTime = 253'402'300'799'999;  // of the year 9999
-constexpr qsizetype mostDetails = 65536;          // bytes; what they unpack to is bounded with that
+constexpr std::size_t imageLength = 512;
 
 // These are numbers, the others texts.
 const QStringList numbers{"revision", "edited", "begun", "ended", "baud", "changes", "process", "started"};
@@ -43,6 +43,8 @@ QJsonObject Object(std::string_view line) {
     return QJsonDocument::fromJson(QByteArray(line.data(), static_cast<qsizetype>(line.size()))).object();
 }
 
+bool PossibleImage(const std::string& image) { return image.empty() || image.size() == imageLength; }
+
 bool Plausible(const QJsonObject& row) {
     for (const QString& column : QString(columns).split(", ")) {
         const QJsonValue value = row[column];
@@ -59,7 +61,8 @@ bool Plausible(const QJsonObject& row) {
     return QUuid(text("uuid")).toString(QUuid::WithoutBraces) == text("uuid") &&
            !QUuid(text("uuid")).isNull() && row["revision"].toInteger() > 0 &&
            ActionOf(text("action").toStdString()) && OutcomeOf(text("outcome").toStdString()) &&
-           details.size() <= mostDetails && EventBytes::Unpack(details, event);
+           EventBytes::Unpack(details, event) && PossibleImage(event.Before.Image) &&
+           PossibleImage(event.After.Image);
 }
 
 /// A row's label, and what tells which of two is the later one.

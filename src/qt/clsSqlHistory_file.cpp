@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/clsScopeGuard.h"
 #include "base/modText.h"
 #include "qt/HistoryRows.h"
 #include "qt/clsSqlHistory.h"
@@ -90,6 +91,7 @@ clsSqlHistory::Fault clsSqlHistory::SetAside() {
     const auto aside = HistoryFile::SetAside(m_place.File, [this] { Close(); });
     switch (aside.Result) {
         case HistoryFile::Aside::State::Done:
+            m_told.clear();  // this says more than that its end has come
             if (ShowNotice)
                 ShowNotice("The history was damaged: it is kept as " + modText::FromUtf8(aside.Name) +
                            ", and a new one begins");
@@ -103,8 +105,13 @@ clsSqlHistory::Fault clsSqlHistory::SetAside() {
 }
 
 clsSqlHistory::Fault clsSqlHistory::Open() {
-    if (m_open) return {};
+    // Of a file that was deleted or moved away the database knows nothing. Its own log stays where it lies:
+    // by that name there may be the log of the file that is there now.
+    if (m_open && m_node == HistoryFile::NodeOf(m_place.File)) return {};
+    Close();
+    m_ours = m_place.Own;
     Fault fault = OpenFile();
+    if (fault.Kind == Fault::Type::Damaged && !m_ours) fault = {Fault::Type::Other, notOurs};
     m_open = !fault;
     if (fault && fault.Kind != Fault::Type::Damaged) Close();  // else as it is set aside
     return fault;
@@ -115,16 +122,17 @@ clsSqlHistory::Fault clsSqlHistory::OpenFile() {
         return {Fault::Type::Other, "Qt's driver for SQLite is not installed"};
     const std::string failure = HistoryFile::Prepare(m_place.File, m_place.Own);
     if (!failure.empty()) return {Fault::Type::Other, FileError(failure)};
+    m_node = HistoryFile::NodeOf(m_place.File);
     m_database = QSqlDatabase::addDatabase("QSQLITE", m_connection);
     m_database.setDatabaseName(QString::fromLocal8Bit(m_place.File.c_str()));
     m_database.setConnectOptions("QSQLITE_BUSY_TIMEOUT=0");
     if (!m_database.open()) return FaultOf(m_database.lastError());
+    if (m_node != HistoryFile::NodeOf(m_place.File)) return {Fault::Type::Busy, {}};
     // What another program made, or a newer one of this, is left as it is: nothing is changed before this.
     std::int64_t version = 0;
     Fault fault = Number("PRAGMA user_version", version);
     const bool alone = fault.Kind == Fault::Type::Other && !(fault = OpenAlone());
     if (alone) fault = Number("PRAGMA user_version", version);
-    if (fault.Kind == Fault::Type::Damaged && !m_place.Own) fault = {Fault::Type::Other, notOurs};
     if (!fault) fault = Recognize(version);
     if (!fault && alone) fault = LeaveLog();
     if (!fault && version == 0) fault = UseLog();
@@ -133,10 +141,11 @@ clsSqlHistory::Fault clsSqlHistory::OpenFile() {
     return version < schema ? CarryForward() : Fault();
 }
 
-clsSqlHistory::Fault clsSqlHistory::Recognize(std::int64_t version) const {
+clsSqlHistory::Fault clsSqlHistory::Recognize(std::int64_t version) {
     std::int64_t application = 0;
     std::int64_t tables = 0;
     if (Fault fault = Number("PRAGMA application_id", application)) return fault;
+    m_ours = m_ours || application == applicationId;
     if (application != applicationId) {
         if (Fault fault = Number("SELECT count(*) FROM sqlite_master", tables)) return fault;
         if (tables != 0) return {Fault::Type::Other, notOurs};
@@ -210,8 +219,12 @@ clsSqlHistory::Fault clsSqlHistory::Write(Locks locks, const Work& work) {
     Fault fault = Run("BEGIN IMMEDIATE");
     static_cast<void>(Run("PRAGMA busy_timeout = 0"));
     if (fault) return fault;
+    bool done = false;
+    const clsScopeGuard leave([&] {
+        if (!done) static_cast<void>(Run("ROLLBACK"));  // the database may have done so by itself
+    });
     fault = work();
     if (!fault) fault = Run("COMMIT");
-    if (fault) static_cast<void>(Run("ROLLBACK"));  // the database may have done so by itself
+    done = !fault;
     return fault;
 }

@@ -33,9 +33,11 @@ bool Lock(int fd, short kind) {
 
 bool Exists(const std::string& file) { return access(file.c_str(), F_OK) == 0; }
 
+// What a link leads to is somebody's own arrangement.
 void CloseToOthers(const std::string& path, mode_t mode) {
     struct stat node {};
-    const bool wider = stat(path.c_str(), &node) == 0 && (node.st_mode & (S_IRWXG | S_IRWXO)) != 0;
+    const bool wider = lstat(path.c_str(), &node) == 0 && !S_ISLNK(node.st_mode) &&
+                       (node.st_mode & (S_IRWXG | S_IRWXO)) != 0;
     if (wider && node.st_uid == geteuid()) static_cast<void>(chmod(path.c_str(), mode));
 }
 
@@ -51,11 +53,19 @@ std::string Prepare(const std::string& file, bool ownFolder) {
         if (mkdir(folder.c_str(), folderMode) != 0 && errno != EEXIST) return std::strerror(errno);
         CloseToOthers(folder, folderMode);
     }
-    const int fd = open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, fileMode);
+    // One that is there is not opened: closing it would end the locks that this process has on it.
+    int fd = open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, fileMode);
+    const bool leadsNowhere = fd < 0 && errno == EEXIST && !Exists(file);
+    if (leadsNowhere) fd = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, fileMode);
     if (fd < 0 && errno != EEXIST) return std::strerror(errno);
     if (fd >= 0) close(fd);
     if (ownFolder) CloseToOthers(file, fileMode);
     return {};
+}
+
+Node NodeOf(const std::string& file) {
+    struct stat node {};
+    return stat(file.c_str(), &node) == 0 ? Node{node.st_dev, node.st_ino} : Node();
 }
 
 Aside SetAside(const std::string& file, const std::function<void()>& close) {
@@ -71,10 +81,8 @@ Aside SetAside(const std::string& file, const std::function<void()>& close) {
     close();
     if (!shared || !Lock(fd, F_WRLCK)) return {State::InUse, {}};
     struct stat opened {};
-    struct stat named {};
-    const bool same = fstat(fd, &opened) == 0 && stat(file.c_str(), &named) == 0 &&
-                      opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
-    if (!same) return {State::Gone, {}};
+    if (fstat(fd, &opened) != 0 || Node{opened.st_dev, opened.st_ino} != NodeOf(file))
+        return {State::Gone, {}};
     std::string name = file + ".damaged";
     for (int number = 2; Exists(name); ++number) name = file + "." + std::to_string(number) + ".damaged";
     // Itself last: until then whoever comes finds it damaged, and goes on where this one may have been ended.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <functional>
 #include <string>
 
@@ -7,8 +9,17 @@
 namespace HistoryFile {
 
 /// Makes the file, empty and for its user alone, when it is not there. With `ownFolder` its folder as well,
-/// which like the file is closed to all others even if it was there already. Why that failed, or empty.
+/// which like the file is closed to all others even if it was there already, but not what a link leads to.
+/// Why that failed, or empty.
 std::string Prepare(const std::string& file, bool ownFolder);
+
+/// Which file it is, whatever its name; none where nothing is.
+struct Node {
+    dev_t Device = 0;
+    ino_t Number = 0;
+    bool operator==(const Node&) const = default;
+};
+[[nodiscard]] Node NodeOf(const std::string& file);
 
 struct Aside {
     enum class State {

@@ -1,79 +1,21 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <signal.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <QSqlDatabase>
-#include <QSqlQuery>
 #include <QVariant>
 #include <chrono>
 #include <cstring>
-#include <memory>
 #include <optional>
 #include <random>
 #include <set>
 
-#include "PlatformFixture.h"
+#include "HistoryFixture.h"
 #include "base/clsScopeGuard.h"
 #include "qt/EventBytes.h"
-#include "qt/clsSqlHistory.h"
 
 namespace {
-
-constexpr std::int64_t day = 86'400'000;
-
-struct History : clsPlatformTest {
-    std::unique_ptr<clsSqlHistory> Open(HistoryPlace place) {
-        auto history = std::make_unique<clsSqlHistory>(host, std::move(place), "tests");
-        history->ShowNotice = [this](const std::string& text) { notices.push_back(text); };
-        return history;
-    }
-    std::unique_ptr<clsSqlHistory> Open() { return Open({file}); }
-    /// Of a history of its own, so that it is what every program sees.
-    std::vector<HistoryEvent> Listed(const HistoryFilter& filter = {}) {
-        const auto answer = Open()->List(filter);
-        EXPECT_EQ(answer.Error, "");
-        return answer.Value;
-    }
-    static HistoryEvent Ended(clsSqlHistory& history, HistoryOutcome outcome = HistoryOutcome::Done) {
-        HistoryEvent event = history.NewEvent(HistoryAction::Write);
-        event.Outcome = outcome;
-        event.Ended = event.Begun + 5;
-        return event;
-    }
-    [[nodiscard]] static int Mode(const std::string& path) {
-        struct stat node {};
-        return stat(path.c_str(), &node) == 0 ? static_cast<int>(node.st_mode & 0777) : -1;
-    }
-    [[nodiscard]] std::string Content(const std::string& path) const {
-        std::ifstream stream(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    }
-
-    std::string file = folder + "/data/zarn74/history.db";
-    std::vector<std::string> notices;
-    int numbers = 0;
-};
-
-/// Another program's connection to the file.
-struct Other {
-    explicit Other(const std::string& file) : database(QSqlDatabase::addDatabase("QSQLITE", "other")) {
-        database.setDatabaseName(QString::fromStdString(file));
-        database.open();
-    }
-    ~Other() {
-        database.close();
-        database = QSqlDatabase();
-        QSqlDatabase::removeDatabase("other");
-    }
-    void Do(const char* sql) {
-        QSqlQuery query(database);
-        EXPECT_TRUE(query.exec(sql)) << sql;
-    }
-    QSqlDatabase database;
-};
 
 TEST_F(History, WhatIsKeptComesBackToEveryProgramAndToNoOtherUser) {
     const auto history = Open();
@@ -207,7 +149,7 @@ TEST_F(History, WhoeverHoldsTheLockStopsNothingAndNothingIsLost) {
     HistoryFilter done;
     done.Outcome = HistoryOutcome::Done;
     EXPECT_EQ(Listed(done).size(), 61U);
-    EXPECT_EQ(notices.size(), 1U);
+    EXPECT_EQ(notices.size(), 2U) << "that it is kept again";
 }
 
 TEST_F(History, AFileThatCannotBeUsedIsSaidOnceAndLeftAsItIs) {
@@ -218,12 +160,16 @@ TEST_F(History, AFileThatCannotBeUsedIsSaidOnceAndLeftAsItIs) {
     const std::string foreign = folder + "/foreign";
     Other(foreign).Do("CREATE TABLE theirs (x)");
     Put("text", std::string(5000, 'x'));
+    const std::string broken = folder + "/broken";
+    fs::copy_file(foreign, broken);
+    std::fstream(broken, std::ios::in | std::ios::out | std::ios::binary).seekp(100) << std::string(500, 'x');
     const struct {
         std::string File;
         const char* Why;
     } rows[] = {{future, "a newer version of the program made its file"},
                 {foreign, "this file is no history"},
                 {folder + "/text", "this file is no history"},
+                {broken, "this file is no history"},
                 {folder + "/text/history.db", "Not a directory"},
                 {folder + "/missing/history.db", "No such file or directory"}};
     for (const auto& row : rows) {
@@ -237,6 +183,7 @@ TEST_F(History, AFileThatCannotBeUsedIsSaidOnceAndLeftAsItIs) {
         EXPECT_EQ(Content(row.File), content);
         const bool there = fs::exists(row.File);
         EXPECT_EQ(history->List({}).Error, there ? row.Why : "");
+        EXPECT_EQ(fs::exists(row.File), there);
     }
 }
 
@@ -269,7 +216,7 @@ TEST_F(History, ADamagedFileIsSetAsideWhenNobodyHasIt) {
         }
         char byte = 0;
         ASSERT_EQ(read(ready[0], &byte, 1), 1);
-        const auto history = Open();
+        const auto history = Open({file, /*Own=*/!header});
         history->Keep(Ended(*history));
         EXPECT_EQ(notices, std::vector<std::string>{"History is not kept: its file is damaged, and another "
                                                     "program has it open"});
@@ -414,7 +361,7 @@ TEST_F(Machines, InWhateverOrderAndHowOftenTheyHearOfEachOtherTheyAgree) {
     std::vector<std::pair<int, HistoryEvent>> underWay;
     const auto end = [&](std::size_t which) {
         auto& [number, event] = underWay[which];
-        event.Before = {"[General]\r\nPrefix=\xE9\r\n", std::string("\0\xFF", 2)};
+        event.Before = {"[General]\r\nPrefix=\xE9\r\n", std::string(512, '\xFF')};
         event.Outcome = HistoryOutcome::Done;
         event.Edited = event.Ended = event.Begun + 5;
         ++event.Revision;
@@ -521,7 +468,13 @@ TEST_F(Machines, WhatAnImportDidIsCounted) {
         event.Begun -= age * day;
         history->Keep(event);
     }
+    HistoryEvent ahead = Ended(*history);
+    ahead.Begun += 27'000 * day;
+    Machine(2)->Keep(ahead);
+    const auto many = history->List({}).Value.size();
     EXPECT_EQ(history->Import(two).Value.Old, 1) << "by the last day of use but two";
+    history->Keep(Ended(*history));
+    EXPECT_EQ(history->List({}).Value.size(), many) << "what was said to go went";
     EXPECT_EQ(Exported(3), "");
 }
 
@@ -543,6 +496,11 @@ TEST_F(Machines, AFileThatIsNotWhatWasExportedIsRefusedWhole) {
         content.replace(at, std::strlen(from), to);
         return content + R"({"events":3,"sha256":")" + history->Digest(content) + "\"}\n";
     };
+    const auto with = [](const std::string& image) {
+        HistoryEvent event;
+        event.Before.Image = image;
+        return "\"details\":\"" + EventBytes::Pack(event).toBase64().toStdString() + "\",\"x\":";
+    };
     const std::pair<std::string, const char*> rows[] = {
         {"", "this is no export of a history"},
         {"[General]\r\nLanguage=3\r\n", "this is no export of a history"},
@@ -552,7 +510,8 @@ TEST_F(Machines, AFileThatIsNotWhatWasExportedIsRefusedWhole) {
         {made("\"details\":\"", "\"details\":\"A"), "it holds something that is no event"},
         {made("\"begun\":", "\"begun\":null,\"x\":"), "it holds something that is no event"},
         {made("\"begun\":", "\"begun\":-5,\"x\":"), "it holds something that is no event"},
-        {made("\"ended\":", "\"ended\":9e15,\"x\":"), "it holds something that is no event"}};
+        {made("\"ended\":", "\"ended\":9e15,\"x\":"), "it holds something that is no event"},
+        {made("\"details\":", with(std::string(511, '\1')).c_str()), "it holds something that is no event"}};
     for (const auto& [content, why] : rows) EXPECT_EQ(Imported(2, content), why);
     EXPECT_FALSE(fs::exists(folder + "/2") && !Machine(2)->List({}).Value.empty());
     EXPECT_EQ(Imported(2, made("\"write\"", "\"read\"")), "3 0 0 0") << "the cases do what they say";
@@ -566,6 +525,9 @@ TEST_F(Machines, AFileThatIsNotWhatWasExportedIsRefusedWhole) {
     EXPECT_EQ(last.Label, label.substr(0, 4 * labelLimit));
     Machine(3)->SetLabel(last.Id, "x" + label);
     EXPECT_EQ(Machine(3)->List({}).Value.at(0).Label, "x" + label.substr(0, 4 * (labelLimit - 1)));
+    const std::string image = with(std::string(512, '\1'));
+    EXPECT_EQ(Imported(4, made("\"details\":", image.c_str())), "3 0 0 0");
+    EXPECT_NE(Exported(4).find(image.substr(0, image.find(','))), std::string::npos);
 }
 
 TEST_F(History, NoEventIsLargerThanItMayBe) {

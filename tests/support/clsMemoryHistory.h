@@ -44,7 +44,11 @@ struct clsMemoryHistory final : clsIHistory {
         Rows.push_back(event);
         Rows.back().Label = label;
     }
-    [[nodiscard]] bool Settled() const override { return Waiting.empty(); }
+    [[nodiscard]] bool Settled() const override {
+        if (AtEnd) std::exchange(AtEnd, {})();
+        return Waiting.empty() && Unsettled == 0;
+    }
+    std::size_t GiveUp() override { return std::exchange(Unsettled, 0) + std::exchange(Waiting, {}).size(); }
     [[nodiscard]] std::string WhyNotKept() override { return Broken; }
     [[nodiscard]] std::string Digest(const std::string& bytes) const override {
         return "digest of " + std::to_string(bytes.size());
@@ -96,8 +100,10 @@ struct clsMemoryHistory final : clsIHistory {
 
     std::function<HistoryAnswer<HistoryImport>(const std::string&)> Imported;
     int Days = 0;
-    int BusyAt = 0;  ///< so many answers to List from now on one is that it is locked; 0: none
-    Events Instead;  ///< the answer to List, when it is not one that is done
+    int BusyAt = 0;             ///< so many answers to List from now on one is that it is locked; 0: none
+    std::size_t Unsettled = 0;  ///< events beside these that wait, for the lock of another program
+    mutable std::function<void()> AtEnd;  ///< run when it is asked whether they are kept, once
+    Events Instead;                       ///< the answer to List, when it is not one that is done
 
   private:
     int m_count = 0;
