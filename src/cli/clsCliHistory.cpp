@@ -282,9 +282,18 @@ CliResult clsCliHistory::Import() {
         m_log.Say(modText::FromUtf8(m_options.File + ": " + m_files.LastError()));
         return {};
     }
-    const auto done = Patiently([&] { return m_history->Import(*content); });
-    if (done.Result != HistoryAnswer<HistoryImport>::State::Done) return {};
-    const HistoryImport& in = done.Value;
+    HistoryImport in;
+    while (!in.Whole && in.Refused.empty()) {
+        const auto part = Patiently([&] { return m_history->Import(*content, in); });
+        if (part.Result != HistoryAnswer<HistoryImport>::State::Done) {
+            if (in.New + in.Newer > 0)
+                m_log.Say(CountText(in.New + in.Newer) + " imported before that: import the file again");
+            return {};
+        }
+        in = part.Value;
+        if (in.New + in.Newer > 0)
+            clsWait(m_platform.Host(), HistoryImport::pause).Until([] { return false; });
+    }
     if (!in.Refused.empty()) {
         m_log.Say(modText::FromUtf8(m_options.File + ": " + in.Refused) + "; nothing was imported");
         return {};

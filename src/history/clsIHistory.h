@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -29,9 +30,14 @@ struct HistoryFilter {
     bool Brief = false;
 };
 
-/// What became of the events that another history held.
+/// What has become of the events that another history held, by now.
 struct HistoryImport {
-    std::string Refused;  ///< why it is no such content; then nothing was taken in
+    static constexpr int pause = 25;  ///< ms between two parts, in which other programs find it free
+
+    bool Whole = false;       ///< nothing is left of it
+    std::size_t Checked = 0;  ///< bytes; nothing is taken in before all are
+    std::size_t Taken = 0;    ///< bytes
+    std::string Refused;      ///< why it is no such content; then nothing was taken in
     int New = 0;
     int Newer = 0;  ///< than they stood here
     int There = 0;  ///< as they are, or newer
@@ -105,10 +111,12 @@ class clsIHistory : public clsIEventKeeper {
     // -- several machines -----------------------------------------------------------------------------------
     /// The events with these ids, or all, as a file's content for Import.
     [[nodiscard]] virtual HistoryAnswer<std::string> Export(const std::vector<std::string>& ids) = 0;
-    /// Takes in what Export made: all of it, or nothing. Of an event that is here already the higher revision
+    /// Takes in the next part of what Export made, and answers with what became of it by now: for a few
+    /// hundredths of a second, since other programs write as well. Called with that until the answer is whole
+    /// or refused; one that breaks off may begin again. Of an event that is here already the higher revision
     /// stays, of equal ones the later edit, then the one of the host whose name is greater. Where it has
     /// ended on one side only, that holds for the label alone, and the end stays.
-    virtual HistoryAnswer<HistoryImport> Import(const std::string& content) = 0;
+    virtual HistoryAnswer<HistoryImport> Import(const std::string& content, const HistoryImport& soFar) = 0;
 
     /// The name that events of this machine have as their host.
     [[nodiscard]] virtual std::string Machine() const = 0;

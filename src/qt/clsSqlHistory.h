@@ -59,8 +59,8 @@ class clsSqlHistory final : public clsIHistory {
     Count SetLabel(const std::string& id, const std::string& label) override;
     Count Prune(std::int64_t before) override;
     [[nodiscard]] HistoryAnswer<std::string> Export(const std::vector<std::string>& ids) override;
-    HistoryAnswer<HistoryImport> Import(const std::string& content) override;
     [[nodiscard]] std::string Machine() const override { return m_machine; }
+    HistoryAnswer<HistoryImport> Import(const std::string& content, const HistoryImport& soFar) override;
     [[nodiscard]] std::string Place() const override { return m_place.File; }
     [[nodiscard]] std::int64_t Size() const override;
     void SetDays(int days) override { m_place.Days = days; }
@@ -97,6 +97,7 @@ class clsSqlHistory final : public clsIHistory {
     Fault WriteEvent(const HistoryEvent& event);
     Fault WriteRow(const QString& sql, const std::vector<QVariant>& values, const QByteArray& details);
     Fault Merge(QJsonObject row, HistoryImport& counts);
+    Fault TakePart(const std::string& content, std::size_t end, HistoryImport& counts);
     Fault WriteLabel(const QJsonObject& row, int ended);
     Fault OldBefore(std::int64_t now, std::int64_t& before);
     Fault DeleteOld(const HistoryEvent& newest);

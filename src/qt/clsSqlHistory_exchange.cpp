@@ -3,6 +3,7 @@
 
 #include <QCryptographicHash>
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QUuid>
 #include <algorithm>
@@ -23,6 +24,7 @@ constexpr auto formatName = "zarn74 history";
 constexpr int formatVersion = 1;
 constexpr qint64 lastTime = 253'402'300'799'999;  // of the year 9999
 constexpr std::size_t imageLength = 512;
+constexpr int partTime = 20;  // ms
 
 // These are numbers, the others texts.
 const QStringList numbers{"revision", "edited", "begun", "ended", "baud", "changes", "process", "started"};
@@ -90,8 +92,13 @@ struct GivenLabel {
     std::string Label;
 };
 
-/// The lines of events in a file that is whole; why it is refused.
-std::string LinesOf(std::string_view content, std::vector<std::string_view>& lines) {
+/// With its end.
+std::string_view LineAt(std::string_view content, std::size_t at) {
+    return content.substr(at, content.find('\n', at) + 1 - at);
+}
+
+/// Why the content is refused, as far as that shows without its events.
+std::string WhyRefused(std::string_view content) {
     const QJsonObject head = Object(content.substr(0, content.find('\n')));
     if (head["format"].toString() != formatName) return "this is no export of a history";
     if (head["version"].toInt() > formatVersion) return "a newer version of the program made it";
@@ -101,12 +108,8 @@ std::string LinesOf(std::string_view content, std::vector<std::string_view>& lin
     const QJsonObject foot = Object(content.substr(end));
     content = content.substr(0, end);
     if (foot["sha256"].toString().toLatin1() != HashOf(content)) return damaged;
-    for (std::size_t at = content.find('\n') + 1; at < content.size();) {
-        const std::size_t next = content.find('\n', at) + 1;
-        lines.push_back(content.substr(at, next - at));
-        at = next;
-    }
-    return foot["events"].toInteger() == static_cast<qint64>(lines.size()) ? std::string() : damaged;
+    const auto lines = std::count(content.begin(), content.end(), '\n') - 1;
+    return foot["events"].toInteger() == static_cast<qint64>(lines) ? std::string() : damaged;
 }
 
 }  // namespace
@@ -205,33 +208,52 @@ clsSqlHistory::Fault clsSqlHistory::WriteLabel(const QJsonObject& row, int ended
     return Run(query);
 }
 
-HistoryAnswer<HistoryImport> clsSqlHistory::Import(const std::string& content) {
-    HistoryImport counts;
-    std::vector<std::string_view> lines;
-    std::string refused = LinesOf(content, lines);
-    const auto take = [&] {
-        return Write(Locks::WaitFor, [&]() -> Fault {
-            counts = {};
-            for (const std::string_view line : lines) {
-                QJsonObject row = Object(line);
-                if (!Plausible(row)) {
-                    refused = "it holds something that is no event";
-                    return {Fault::Type::Other, {}};
-                }
-                row["label"] = Text(CutLabel(row["label"].toString().toStdString()));
-                if (Fault failed = Merge(std::move(row), counts)) return failed;
-            }
-            if (m_place.Days <= 0) return {};
-            std::int64_t before = 0;
-            if (Fault failed = OldBefore(QDateTime::currentMSecsSinceEpoch(), before)) return failed;
-            std::int64_t old = 0;
-            Fault failed = Number(QString("SELECT count(*) FROM events WHERE begun < %1").arg(before), old);
-            counts.Old = static_cast<int>(old);
-            return failed;
-        });
-    };
-    const Fault fault = refused.empty() ? Try(take) : Fault();
-    if (!refused.empty()) return {{}, {refused}, {}};
-    if (!fault && counts.New + counts.Newer > 0 && Changed) Changed();
+// In one transaction; what was read of each line before that was only whether it is an event.
+clsSqlHistory::Fault clsSqlHistory::TakePart(const std::string& content, std::size_t end,
+                                             HistoryImport& counts) {
+    QElapsedTimer time;
+    time.start();
+    while (counts.Taken < end && !time.hasExpired(partTime)) {
+        QJsonObject row = Object(LineAt(content, counts.Taken));
+        row["label"] = Text(CutLabel(row["label"].toString().toStdString()));
+        if (Fault failed = Merge(std::move(row), counts)) return failed;
+        counts.Taken += LineAt(content, counts.Taken).size();
+    }
+    counts.Whole = counts.Taken == end;
+    if (m_place.Days <= 0 || !counts.Whole) return {};
+    std::int64_t before = 0;
+    if (Fault failed = OldBefore(QDateTime::currentMSecsSinceEpoch(), before)) return failed;
+    std::int64_t old = 0;
+    Fault failed = Number(QString("SELECT count(*) FROM events WHERE begun < %1").arg(before), old);
+    counts.Old = static_cast<int>(old);
+    return failed;
+}
+
+HistoryAnswer<HistoryImport> clsSqlHistory::Import(const std::string& content, const HistoryImport& soFar) {
+    HistoryImport counts = soFar;
+    if (counts.Checked == 0) {
+        counts.Refused = WhyRefused(content);
+        counts.Checked = counts.Taken = content.find('\n') + 1;
+        return {{}, counts, {}};
+    }
+    const std::size_t end = content.rfind('\n', content.size() - 2) + 1;
+    if (counts.Checked < end) {
+        QElapsedTimer time;
+        time.start();
+        while (counts.Checked < end && !time.hasExpired(partTime)) {
+            const std::string_view line = LineAt(content, counts.Checked);
+            if (!Plausible(Object(line))) return {{}, {.Refused = "it holds something that is no event"}, {}};
+            counts.Checked += line.size();
+        }
+        return {{}, counts, {}};
+    }
+    const Fault fault = Try([&] {
+        counts = soFar;
+        return Write(Locks::WaitFor, [&] { return TakePart(content, end, counts); });
+    });
+    if (fault) counts = soFar;
+    // Of one that breaks off what came before stays.
+    const bool over = counts.Whole || (fault && fault.Kind != Fault::Type::Busy);
+    if (over && counts.New + counts.Newer > 0 && Changed) Changed();
     return AnswerOf(fault, counts);
 }

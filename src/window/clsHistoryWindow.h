@@ -3,6 +3,7 @@
 #include <QDialog>
 #include <QTimer>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -76,6 +77,8 @@ class clsHistoryWindow : public QDialog {
     void SaveSheets();
     void Export(const std::vector<std::string>& ids);
     void Import();
+    struct Importing;
+    void ImportPart(const std::shared_ptr<Importing>& import);
     bool Save(const QString& file, const std::string& content);
 
     const Parts m_parts;
@@ -86,6 +89,7 @@ class clsHistoryWindow : public QDialog {
     std::optional<HistoryEvent> m_event;  // the one that is shown
     QString m_warning;
     bool m_idle = true;
+    bool m_importing = false;
     bool m_askAgain = false;  // for the event that is chosen
 
     QLineEdit* m_search = nullptr;

@@ -7,6 +7,7 @@
 #include <QMenu>
 #include <QPushButton>
 #include <QTableView>
+#include <QTimer>
 
 #include "widgets/Announcement.h"
 #include "window/HistorySheet.h"
@@ -26,7 +27,15 @@ struct clsWaitCursor {
     ~clsWaitCursor() { QApplication::restoreOverrideCursor(); }
 };
 
+constexpr int mostTries = 1200;  // 30 s in which another program has the history for itself
+
 }  // namespace
+
+struct clsHistoryWindow::Importing {
+    std::string Content;
+    HistoryImport SoFar;
+    int Tries = 0;
+};
 
 void clsHistoryWindow::SetIdle(bool idle) {
     m_idle = idle;
@@ -49,7 +58,7 @@ void clsHistoryWindow::EnableActions() {
     m_label->setEnabled(chosen == 1);
     m_sheet->setEnabled(chosen > 0);
     m_exportChosen->setEnabled(chosen > 0);
-    m_exchange->setEnabled(m_parts.History != nullptr);
+    m_exchange->setEnabled(m_parts.History != nullptr && !m_importing);
 }
 
 void clsHistoryWindow::Say(const QString& text) {
@@ -148,12 +157,35 @@ void clsHistoryWindow::Import() {
                 .arg(file, QString::fromLocal8Bit(m_parts.Files.LastError().c_str())));
         return;
     }
-    const auto answer = m_parts.History->Import(*content);
-    const HistoryImport& in = answer.Value;
-    if (answer.Result != HistoryAnswer<HistoryImport>::State::Done || !in.Refused.empty()) {
-        const bool busy = answer.Result == HistoryAnswer<HistoryImport>::State::Busy;
+    m_importing = true;
+    EnableActions();
+    ImportPart(std::make_shared<Importing>(Importing{*content, {}, 0}));
+}
+
+// The rest from the loop: other programs write between the parts, and the window lives.
+void clsHistoryWindow::ImportPart(const std::shared_ptr<Importing>& import) {
+    using State = HistoryAnswer<HistoryImport>::State;
+    const auto answer = m_parts.History->Import(import->Content, import->SoFar);
+    const bool busy = answer.Result == State::Busy;
+    import->Tries = busy ? import->Tries + 1 : 0;
+    const bool failed = answer.Result == State::Failed || import->Tries > mostTries;
+    if (answer.Result == State::Done) import->SoFar = answer.Value;
+    const HistoryImport& in = import->SoFar;
+    if (!failed && !in.Whole && in.Refused.empty()) {
+        const bool waits = busy || in.New + in.Newer > 0;
+        Say(tr("Importing: %1 %").arg((in.Checked + in.Taken) * 50 / import->Content.size()));
+        QTimer::singleShot(waits ? HistoryImport::pause : 0, this, [this, import] { ImportPart(import); });
+        return;
+    }
+    m_importing = false;
+    EnableActions();
+    if (failed || !in.Refused.empty()) {
         const QString why = QString::fromStdString(in.Refused.empty() ? answer.Error : in.Refused);
-        Say(tr("Nothing was imported: %1.").arg(busy ? tr("another program keeps the history locked") : why));
+        const int some = in.New + in.Newer;
+        const QString text =
+            some == 0 ? tr("Nothing was imported: %1.")
+                      : tr("%1 imported, not all: %2. Import the file again.").arg(EventsText(some));
+        Say(text.arg(busy ? tr("another program keeps the history locked") : why));
         return;
     }
     QString text = tr("%1: %2 new, %3 newer, %4 already there.")

@@ -248,6 +248,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     void SaveDefault();
     void ShowOptions();
     void ApplyHistoryOptions();
+    void ShowHistoryNotice(const QString& text);
     void Note(const QString& text);
     void TellReasons();
     void ShowState();
@@ -280,6 +281,7 @@ class frmMain : public QMainWindow, public clsIMainView {
     clsHistoryWindow* m_historyWindow = nullptr;  // the same
     QToolButton* m_noticeDo = nullptr;            // the same
     clsIHistory* m_events = nullptr;              // null: there is none
+    QString m_historyNotice;                      // the last one of it
     bool m_alwaysKept = false;                    // whatever the user's store says
     clsExplanationPane* m_explanation = nullptr;  // the same
     clsStationPages* m_station = nullptr;         // the same

@@ -5,6 +5,8 @@
 #include "base/modText.h"
 #include "flows/clsSettingsFile.h"
 #include "history/HistorySettings.h"
+#include "qt/QtText.h"
+#include "ui_frmMain.h"
 #include "window/clsActions.h"
 #include "window/clsHistoryWindow.h"
 #include "window/clsOptionsDialog.h"
@@ -33,8 +35,18 @@ void frmMain::ApplyHistoryOptions() {
     m_events->SetDays(HistorySettings::Days(m_parts.Store));
     const bool keep = m_alwaysKept || HistorySettings::Keeps(m_parts.Store);
     m_flows.KeepHistory(keep ? m_events : nullptr);
-    m_events->ShowNotice = [this](const std::string& text) { ShowNotice(text); };
+    m_events->ShowNotice = [this](const std::string& text) { ShowHistoryNotice(QtText::ToQString(text)); };
     ShowWhetherKept();
+}
+
+// It may come at any time: what another notice says, and offers to do, stays above it.
+void frmMain::ShowHistoryNotice(const QString& text) {
+    const bool alone = InStation() || m_ui->fraNotice->isHidden();
+    QString shown = alone ? QString() : m_ui->labNotice->text();
+    if (!m_historyNotice.isEmpty() && shown.endsWith(m_historyNotice)) shown.chop(m_historyNotice.size());
+    m_historyNotice = text;
+    if (shown.isEmpty()) return Note(text);
+    m_ui->labNotice->setText(shown + (shown.endsWith('\n') ? "" : "\n") + text);
 }
 
 void frmMain::ShowWhetherKept() {

@@ -140,15 +140,26 @@ TEST_F(CliHistory, EventsAreListedShownComparedAndTakenOut) {
     EXPECT_EQ(out.Text, "3 events exported\n");
     EXPECT_EQ(Run("history export -"), 0);
     EXPECT_EQ(files.Contents["saved"], out.Text);
-    history.Imported = [&](const std::string& content) {
+    history.Imported = [&](const std::string& content, const HistoryImport& soFar) {
         EXPECT_EQ(content, files.Contents["saved"]);
-        return HistoryAnswer<HistoryImport>{{}, {{}, 2, 1, 4, 1, 5}, {}};
+        // In two parts.
+        return HistoryAnswer<HistoryImport>{{}, {soFar.New > 0, 1, 1, {}, 2, 1, 4, 1, 5}, {}};
     };
     EXPECT_EQ(Run("history import saved"), 0);
     EXPECT_EQ(out.Text,
               "7 events: 2 new, 1 newer, 4 already there\n1 event deleted here before brought back\n"
               "5 events too old to stay: deleted when something new is kept\n");
-    history.Imported = [](const std::string&) { return HistoryAnswer<HistoryImport>{{}, {"it is bad"}, {}}; };
+    history.Imported = [](const std::string&, const HistoryImport& soFar) {
+        using State = HistoryAnswer<HistoryImport>::State;
+        if (soFar.New > 0) return HistoryAnswer<HistoryImport>{State::Failed, {}, "disk full"};
+        return HistoryAnswer<HistoryImport>{{}, {false, 1, 1, {}, 2}, {}};
+    };
+    EXPECT_EQ(Run("history import saved"), 1);
+    EXPECT_EQ(Messages(), (Texts{"the history cannot be used: disk full",
+                                 "2 events imported before that: import the file again"}));
+    history.Imported = [](const std::string&, const HistoryImport&) {
+        return HistoryAnswer<HistoryImport>{{}, {false, 0, 0, "it is bad"}, {}};
+    };
     EXPECT_EQ(Run("history import saved"), 1);
     EXPECT_EQ(Said(), "saved: it is bad; nothing was imported");
     EXPECT_EQ(Run("history import missing"), 1);

@@ -33,6 +33,8 @@ TEST_F(clsCliTest, ACommandEndsWhenItsHistoryIsKeptOrSaysWhatIsLost) {
             timers.push_back(host.StartTimer(row.Free, [this] { history.Unsettled = 0; }));
             if (row.Stop > 0) timers.push_back(host.StartTimer(row.Stop, [this] { cli.Stop(); }));
         };
+        reader.ClearFaults();
+        if (row.Stop == 0) reader.AddFault({SimFault::NoAnswer, 'V'});
         if (row.Stop == 0) host.StartTimer(1, [this] { cli.Stop(); });
         EXPECT_EQ(Run("--quiet --port COM1 --baud 19200 set 5 7"),
                   row.Stop == 0 ? ExitInterrupted : ExitDone);
@@ -40,6 +42,7 @@ TEST_F(clsCliTest, ACommandEndsWhenItsHistoryIsKeptOrSaysWhatIsLost) {
         EXPECT_EQ(Messages(), row.Said) << row.Lasts;
         for (const auto timer : timers) host.StopTimer(timer);
     }
+    reader.ClearFaults();
     // Whoever reads what it prints has gone: nobody has asked for an end of that.
     history.Unsettled = 1;
     history.AtEnd = [this] {

@@ -35,6 +35,14 @@ struct History : clsPlatformTest {
         event.Ended = event.Begun + 5;
         return event;
     }
+    static HistoryAnswer<HistoryImport> ImportAll(clsSqlHistory& history, const std::string& content) {
+        HistoryAnswer<HistoryImport> part;
+        do {
+            part = history.Import(content, part.Value);
+        } while (part.Result == decltype(part.Result)::Done && !part.Value.Whole &&
+                 part.Value.Refused.empty());
+        return part;
+    }
     [[nodiscard]] static int Mode(const std::string& path) {
         struct stat node {};
         return stat(path.c_str(), &node) == 0 ? static_cast<int>(node.st_mode & 0777) : -1;

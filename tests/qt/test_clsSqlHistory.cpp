@@ -345,7 +345,7 @@ struct Machines : History {
     }
     std::string Exported(int number) { return Machine(number)->Export({}).Value; }
     std::string Imported(int number, const std::string& content) {
-        const auto answer = Machine(number)->Import(content);
+        const auto answer = ImportAll(*Machine(number), content);
         EXPECT_EQ(answer.Error, "");
         const HistoryImport& in = answer.Value;
         if (!in.Refused.empty()) return in.Refused;
@@ -461,7 +461,7 @@ TEST_F(Machines, WhatAnImportDidIsCounted) {
     EXPECT_EQ(Imported(2, two), "0 0 2 0") << "an older one is no news";
     Machine(2)->Prune(first.Begun + 1);
     EXPECT_EQ(Imported(2, two), "2 0 0 2");
-    EXPECT_EQ(Open({folder + "/2", /*Own=*/false, /*Days=*/1})->Import(two).Value.Old, 0);
+    EXPECT_EQ(ImportAll(*Open({folder + "/2", /*Own=*/false, /*Days=*/1}), two).Value.Old, 0);
     history = Open({folder + "/2", /*Own=*/false, /*Days=*/1});
     for (const int age : {2, 4, 6}) {
         HistoryEvent event = Ended(*history);
@@ -472,10 +472,50 @@ TEST_F(Machines, WhatAnImportDidIsCounted) {
     ahead.Begun += 27'000 * day;
     Machine(2)->Keep(ahead);
     const auto many = history->List({}).Value.size();
-    EXPECT_EQ(history->Import(two).Value.Old, 1) << "by the last day of use but two";
+    EXPECT_EQ(ImportAll(*history, two).Value.Old, 1) << "by the last day of use but two";
     history->Keep(Ended(*history));
     EXPECT_EQ(history->List({}).Value.size(), many) << "what was said to go went";
     EXPECT_EQ(Exported(3), "");
+}
+
+TEST_F(Machines, OtherProgramsWriteWhileMuchIsTakenInAndOneThatBreaksOffMayBeginAgain) {
+    Machine(1)->Keep(Ended(*Machine(1)));
+    const std::string one = Exported(1);
+    const std::size_t first = one.find('\n') + 1;
+    const std::string line = one.substr(first, one.find('\n', first) + 1 - first);
+    std::string content = one.substr(0, first);
+    constexpr int count = 3000;
+    for (int i = 0; i < count; ++i) {
+        content += line;
+        const std::string number = std::to_string(10'000'000 + i);
+        content.replace(content.find("\"uuid\":\"", content.size() - line.size()) + 8, number.size(), number);
+    }
+    content += R"({"events":3000,"sha256":")" + Machine(1)->Digest(content) + "\"}\n";
+    const auto importer = Machine(2);
+    const auto other = Machine(2);
+    int own = 0;
+    HistoryImport in;
+    for (int parts = 0; !in.Whole && in.Refused.empty(); ++parts) {
+        if (in.New > count / 2 && in.There == 0) in = {};  // a program that has been ended
+        in = importer->Import(content, in).Value;
+        if (in.New + in.There == 0) continue;
+        other->Keep(Ended(*other));
+        EXPECT_TRUE(other->Settled());
+        ++own;
+    }
+    EXPECT_GE(own, 5);
+    EXPECT_GT(in.There, count / 2);
+    EXPECT_EQ(in.There + in.New, count);
+    EXPECT_EQ(Machine(2)->List({}).Value.size(), std::size_t(count + own));
+    // Somebody else has it for himself: nothing is waited for, and nothing lost.
+    std::optional<Other> holder(folder + "/3");
+    Imported(3, one);
+    holder->Do("BEGIN IMMEDIATE");
+    const auto patient = Machine(3);
+    in = patient->Import(one, patient->Import(one, {}).Value).Value;
+    EXPECT_EQ(patient->Import(one, in).Result, HistoryAnswer<HistoryImport>::State::Busy);
+    holder.reset();
+    EXPECT_EQ(patient->Import(one, in).Value.There, 1);
 }
 
 TEST_F(Machines, AFileThatIsNotWhatWasExportedIsRefusedWhole) {

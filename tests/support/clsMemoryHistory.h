@@ -93,12 +93,14 @@ struct clsMemoryHistory final : clsIHistory {
         for (const HistoryEvent& row : Rows) content += row.Id + "\n";
         return {{}, content.empty() ? content : content + "foot\n", {}};
     }
-    HistoryAnswer<HistoryImport> Import(const std::string& content) override { return Imported(content); }
+    HistoryAnswer<HistoryImport> Import(const std::string& content, const HistoryImport& soFar) override {
+        return Imported(content, soFar);
+    }
     [[nodiscard]] std::string Place() const override { return "history.db"; }
     [[nodiscard]] std::int64_t Size() const override { return 1024; }
     void SetDays(int days) override { Days = days; }
 
-    std::function<HistoryAnswer<HistoryImport>(const std::string&)> Imported;
+    std::function<HistoryAnswer<HistoryImport>(const std::string&, const HistoryImport&)> Imported;
     int Days = 0;
     int BusyAt = 0;             ///< so many answers to List from now on one is that it is locked; 0: none
     std::size_t Unsettled = 0;  ///< events beside these that wait, for the lock of another program

@@ -210,6 +210,8 @@ TEST_F(clsHistoryTest, WhatIsChosenIsSavedExportedAndPutOnSheetsThatReplaceNothi
     Do("actExportAll");
     kept.Prune(2500);
     Do("actImport");
+    EXPECT_EQ(Shown("labHistorySaid"), "Importing: 0 %");
+    for (int i = 0; i < 20 && Shown("labHistorySaid").starts_with("Importing"); ++i) QTest::qWait(50);
     EXPECT_EQ(Shown("labHistorySaid"),
               "3 events: 2 new, 0 newer, 1 already there. 2 events deleted here before brought back.");
     chosenFile = "one.txt";
@@ -277,6 +279,19 @@ TEST_F(clsHistoryTest, WhyThereIsNothingStandsInTheWindow) {
     for (int i = 0; i < 20 && Shown("labHistoryState") != "No event is like that."; ++i) QTest::qWait(50);
     EXPECT_EQ(Shown("labHistoryState"), "No event is like that.");
     window.reset();
+}
+
+// What a notice offers is not taken away by it.
+TEST_F(clsHistoryTest, WhatIsSaidOfTheHistoryStandsBesideTheNotice) {
+    StartWith(0);
+    kept.ShowNotice("History is not kept: disk full");
+    EXPECT_EQ(Shown("labNotice"), "History is not kept: disk full");
+    kept.ShowNotice("The history is kept again");
+    EXPECT_EQ(Shown("labNotice"), "The history is kept again");
+    window->ShowNotice("the reader did not keep: Language");
+    kept.ShowNotice("History is not kept: locked");
+    kept.ShowNotice("The history is kept again");
+    EXPECT_EQ(Shown("labNotice"), "The reader did not keep: Language\nThe history is kept again");
 }
 
 TEST_F(clsHistoryTest, TheOptionsSayWhatIsKeptFromNowOn) {
