@@ -48,9 +48,7 @@ std::vector<std::string> AccessReport::Askable() const {
     std::vector<std::string> ports;
     for (const AccessNode& node : Nodes) {
         const bool hindered = std::any_of(Findings.begin(), Findings.end(), [&](const AccessFinding& found) {
-            return found.Port == node.Name && found.Trouble != AccessTrouble::ModemManager &&
-                   found.Trouble != AccessTrouble::RuleMissing &&
-                   found.Trouble != AccessTrouble::RuleNotApplied;
+            return found.Port == node.Name && found.Trouble != AccessTrouble::ModemManager;
         });
         if (node.There && node.May && !hindered) ports.push_back(node.Name);
     }
@@ -78,18 +76,28 @@ void AccessReport::Add(const AccessNode& node, const PortReason& reason) {
                             reason.What + (reason.Why.empty() ? "" : ": " + reason.Why),
                             failed ? "see whether it is a serial line, and whether its hardware is there"
                                    : reason.ToDo + "; this shows who has it",
-                            (failed ? "ls -l " : "sudo fuser -v ") + modText::FromUtf8(node.Device)});
+                            (failed ? "ls -l " : "sudo fuser -v ") + ShellWord(node.Device)});
         return;
     }
-    Findings.push_back({AccessTrouble::Silent, port, "no reader answers on " + port,
-                        node.Hid ? "its adapter is there, and nothing came back from behind it"
-                                 : "the port opens, and nothing came back at any speed",
-                        "check the reader's cable and power; this shows whether it sends anything",
-                        "zarn74ctl --port " + port + (node.Hid ? "" : " --baud 19200") + " monitor"});
+    // By the device: the name may be this run's alone.
+    Findings.push_back(
+        {AccessTrouble::Silent, port, "no reader answers on " + port,
+         node.Hid ? "its adapter is there, and nothing came back from behind it"
+                  : "the port opens, and nothing came back at any speed",
+         "check the reader's cable and power; this shows whether it sends anything",
+         "zarn74ctl --port " + (node.Hid ? port : ShellWord(node.Device) + " --baud 19200") + " monitor"});
 }
 
 std::string AccessText(const AccessNode& node) {
     if (!node.There) return "not there";
     if (!node.Programs.empty()) return "in use by " + node.Programs;
     return node.May ? "may be used" : "no access";
+}
+
+std::string ShellWord(const std::string& file) {
+    constexpr const char* plain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-+:@";
+    if (!file.empty() && file.find_first_not_of(plain) == std::string::npos) return file;
+    std::string quoted = "'";
+    for (const char c : file) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return modText::FromUtf8(quoted + "'");
 }

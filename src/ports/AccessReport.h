@@ -15,11 +15,11 @@ enum class AccessTrouble {
     AclRefuses,      ///< the access list takes away what the mode gives
     SystemRefuses,   ///< every right is there, and the system says no
     NotAtSeat,       ///< whoever sits at the machine is given the reader; this account does not
-    LockFile,        ///< a running program's lock file
+    LockFile,        ///< a lock file that names a running program, or none
     LockLeft,        ///< a lock file whose program has ended, and which this account cannot remove
     InUse,           ///< a program has it open
-    RuleMissing,     ///< no udev rule tells of the maker's devices
-    RuleDoubled,     ///< more than one does
+    RuleMissing,     ///< no udev rule gives this account the maker's device that it may not use
+    RuleDoubled,     ///< there are two of its name, and one hides the other
     RuleNotApplied,  ///< there is one, and this device has not gone through it
     ModemManager,    ///< it runs and was not told to keep off this adapter
     NoDriver,        ///< a USB device is there and no port has come of it
@@ -40,7 +40,7 @@ struct AccessNode {
     bool Member = false;   ///< this session is
     bool May = false;      ///< by owner, group, mode and access list this session may read and write
     std::string LockFile;  ///< empty: none
-    std::string LockedBy;  ///< "name (process 12)"; empty: the file does not tell
+    std::string LockedBy;  ///< whom it names, "name (process 12)"; empty: nobody
     std::string Programs;  ///< that have it open, as far as this account may see them
 
     /// That port, of which nothing more is known yet.
@@ -79,3 +79,5 @@ struct AccessReport {
 
 /// What an account is let do with a device, in one line: "anna may use it".
 std::string AccessText(const AccessNode& node);
+/// A file's name, as the system's bytes, as a shell takes it.
+std::string ShellWord(const std::string& file);

@@ -129,7 +129,7 @@ void Look(AccessNode& node, const AccessAccount& account) {
 
 AccessFinding Explain(const AccessNode& node, const AccessAccount& account) {
     const std::string name = modText::FromUtf8(account.Name);
-    const std::string device = Quoted(node.Device);
+    const std::string device = ShellWord(node.Device);
     const std::string grant = "sudo setfacl -m u:" + name + ":rw " + device;
     AccessFinding found{
         AccessTrouble::OwnerOnly, node.Name, "no access to " + modText::FromUtf8(node.Device), {}, {}, {}};
@@ -160,14 +160,6 @@ AccessFinding Explain(const AccessNode& node, const AccessAccount& account) {
 
 bool SystemRefuses(const AccessNode& node, const AccessAccount& account) {
     return account.Own && access(node.Device.c_str(), R_OK | W_OK) != 0;
-}
-
-std::string Quoted(const std::string& file) {
-    constexpr const char* plain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-+:@";
-    if (!file.empty() && file.find_first_not_of(plain) == std::string::npos) return file;
-    std::string quoted = "'";
-    for (const char c : file) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return modText::FromUtf8(quoted + "'");
 }
 
 }  // namespace AccessRights

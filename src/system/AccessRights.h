@@ -28,7 +28,5 @@ void Look(AccessNode& node, const AccessAccount& account);
 AccessFinding Explain(const AccessNode& node, const AccessAccount& account);
 /// Whether the system refuses the file to this process.
 bool SystemRefuses(const AccessNode& node, const AccessAccount& account);
-/// A file's name as a shell takes it.
-std::string Quoted(const std::string& file);
 
 }  // namespace AccessRights

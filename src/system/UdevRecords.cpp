@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <set>
-#include <sstream>
 #include <system_error>
+#include <utility>
 
-#include "base/modText.h"
 #include "system/FolderEntries.h"
 
 namespace fs = std::filesystem;
@@ -16,18 +16,28 @@ namespace UdevRecords {
 
 namespace {
 
-std::string ContentOf(const fs::path& file) {
-    std::ostringstream content;
-    content << std::ifstream(file).rdbuf();
-    return content.str();
-}
+// The one of the manager's own that gives away what has the tag.
+constexpr auto givingRules = "73-seat-late.rules";
+constexpr auto givingTag = "uaccess";
 
-// Comments aside: a rule, not a sentence, names the maker.
-bool TellsOfReaders(const std::string& content) {
-    std::istringstream lines(content);
-    for (std::string line; std::getline(lines, line);)
-        if (!modText::LTrim(line).starts_with('#') && modText::ContainsNoCase(line, "2E91")) return true;
-    return false;
+// Nothing where there is none: a link that leads nowhere is no file to the manager either.
+std::optional<RuleFile> ReadRules(const fs::path& path) {
+    RuleFile file;
+    file.Path = path.string();
+    file.Shipped = path.filename() == ruleName;
+    file.Late = path.filename() > givingRules;
+    std::error_code failed;
+    const fs::file_type type = fs::status(path, failed).type();
+    if (type == fs::file_type::not_found) return std::nullopt;
+    if (type == fs::file_type::regular) {
+        std::ifstream stream(path);
+        file.Unread = !stream;
+        file.Content.assign(std::istreambuf_iterator<char>(stream), {});
+    }
+    file.Unread = file.Unread || failed;
+    file.Void = !file.Unread && file.Content.empty();  // as what is linked to /dev/null is
+    file.MayGive = file.Unread || file.Content.find(givingTag) != std::string::npos;
+    return file;
 }
 
 }  // namespace
@@ -44,11 +54,10 @@ std::vector<RuleFile> Rules(const std::vector<std::string>& folders) {
         std::sort(files.begin(), files.end());
         for (const fs::path& file : files) {
             if (file.extension() != ".rules") continue;
-            const std::string content = ContentOf(file);
-            const bool shipped = file.filename() == ruleName;
-            const bool tells = TellsOfReaders(content);
-            const bool hidden = !seenNames.insert(file.filename()).second;
-            if (shipped || tells) rules.push_back({file.string(), !tells, hidden});
+            auto rule = ReadRules(file);
+            if (!rule) continue;
+            rule->Hidden = !seenNames.insert(file.filename()).second;
+            if (rule->Shipped || rule->MayGive) rules.push_back(std::move(*rule));
         }
     }
     return rules;

@@ -10,13 +10,18 @@ namespace UdevRecords {
 /// The program's rules, by the name under which they are shipped.
 constexpr const char* ruleName = "70-zarn74.rules";
 
-/// The files in these folders that tell of the maker's devices, the one that counts first; of one name only
-/// the first folder's counts. Empty files count, since they switch a rule of their name off; `Void` tells.
+/// A file that may give devices to whoever sits at the machine, or goes by the name of the program's rules.
 struct RuleFile {
     std::string Path;
-    bool Void = false;    ///< it switches the rule of its name off
-    bool Hidden = false;  ///< one of its name in an earlier folder counts instead
+    std::string Content;
+    bool Shipped = false;  ///< by its name
+    bool Unread = false;   ///< it cannot be opened, as by this account; what it says is not known
+    bool Void = false;     ///< empty: it switches the rules of its name off
+    bool MayGive = false;  ///< it gives some device away, as far as is known
+    bool Hidden = false;   ///< one of its name in an earlier folder counts instead
+    bool Late = false;     ///< by its name it comes when the devices are given away already
 };
+/// In these folders, of which the first counts most.
 std::vector<RuleFile> Rules(const std::vector<std::string>& folders);
 
 /// What became of a device.

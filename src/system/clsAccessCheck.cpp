@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <set>
 #include <system_error>
 #include <utility>
 
@@ -45,6 +44,19 @@ std::string RealPath(const std::string& file) {
 std::string Program(const std::string& name, long process) {
     return modText::FromUtf8(name) + " (process " + std::to_string(process) + ")";
 }
+
+constexpr auto reloadRules = " && sudo udevadm control --reload";
+
+// Nothing that somebody wrote is lost by it.
+std::string PutAside(const std::string& file) {
+    return "sudo mv -b " + ShellWord(file) + " " + ShellWord(file + ".old") + reloadRules;
+}
+
+bool Gives(const UdevRecords::RuleFile& rule, const UdevDevice& device) {
+    return (rule.Shipped && rule.Unread) || UdevRules::Give(rule.Content, device);
+}
+bool Counts(const UdevRecords::RuleFile& rule) { return rule.Shipped && !rule.Hidden; }
+bool IsHidden(const UdevRecords::RuleFile& rule) { return rule.Shipped && rule.Hidden && rule.MayGive; }
 
 bool IsBridge(std::string_view id, std::string_view driver) {
     return std::any_of(bridges.begin(), bridges.end(), [&](const auto& bridge) {
@@ -90,17 +102,19 @@ void clsAccessCheck::AddHidReaders(AccessReport& report) const {
     }
 }
 
+fs::path clsAccessCheck::FolderOf(const std::string& device, bool hid) const {
+    return fs::path(m_roots.Sys) / "class" / (hid ? "hidraw" : "tty") / fs::path(RealPath(device)).filename();
+}
+
 std::string clsAccessCheck::NumberOf(const std::string& device, bool hid) const {
-    const std::string name = fs::path(RealPath(device)).filename().string();
-    return Line(fs::path(m_roots.Sys) / "class" / (hid ? "hidraw" : "tty") / name / "dev");
+    return Line(FolderOf(device, hid) / "dev");
 }
 
 // Empty for what hangs on no USB device. A HID device that a program made has no USB device above it, and is
 // known by what it says of itself.
 clsAccessCheck::UsbPart clsAccessCheck::UsbOf(const std::string& device, bool hid) const {
     UsbPart usb;
-    const std::string name = fs::path(RealPath(device)).filename().string();
-    const fs::path link = fs::path(m_roots.Sys) / "class" / (hid ? "hidraw" : "tty") / name / "device";
+    const fs::path link = FolderOf(device, hid) / "device";
     usb.Driver = LinkName(link / "driver");
     std::ifstream properties(link / "uevent");
     for (std::string line; std::getline(properties, line);) {
@@ -136,7 +150,7 @@ void clsAccessCheck::LookAtProcesses(std::vector<AccessNode>& nodes) {
         for (const auto& [device, node] : devices) {
             if (open.count(device) == 0 || (makes && device.starts_with("/dev/pts/"))) continue;
             node->Programs += (node->Programs.empty() ? "" : ", ") + Program(name, id);
-            m_holder.emplace(node->Name, id);
+            m_holders[node->Name].insert(id);
         }
     }
 }
@@ -153,35 +167,34 @@ void clsAccessCheck::LookAtNode(AccessNode& node, AccessReport& report) {
         return;
     }
     const UsbPart usb = UsbOf(node.Device, node.Hid);
-    m_maker = m_maker || usb.Maker();
+    if (usb.Maker()) m_makers.push_back(ForRules(node));
     LookAtAccess(node, usb, report);
     LookAtLock(node, report);
-    if (!node.Programs.empty())
+    if (!node.Programs.empty()) {
+        std::string command = "kill";
+        for (const long process : m_holders[node.Name]) command += " " + std::to_string(process);
         report.Findings.push_back({AccessTrouble::InUse, node.Name, device + " is in use",
                                    node.Programs + " has it open", "close that program; this ends it",
-                                   "kill " + std::to_string(m_holder[node.Name])});
+                                   command});
+    }
     LookAtModems(node, usb, report);
 }
 
-bool clsAccessCheck::RuleCounts() const {
-    return std::any_of(m_rules.begin(), m_rules.end(),
-                       [](const auto& rule) { return !rule.Hidden && !rule.Void; });
+UdevDevice clsAccessCheck::ForRules(const AccessNode& node) const {
+    return {node.Hid ? "hidraw" : "tty", FolderOf(node.Device, node.Hid).string()};
 }
 
-void clsAccessCheck::LookAtAccess(const AccessNode& node, const UsbPart& usb, AccessReport& report) const {
+// `late`: one that would, came it before the devices are given away.
+bool clsAccessCheck::RuleGives(const AccessNode& node, bool late) const {
+    const UdevDevice device = ForRules(node);
+    return std::any_of(m_rules.begin(), m_rules.end(), [&](const UdevRecords::RuleFile& rule) {
+        return !rule.Hidden && rule.Late == late && Gives(rule, device);
+    });
+}
+
+void clsAccessCheck::LookAtAccess(const AccessNode& node, const UsbPart& usb, AccessReport& report) {
     const std::string device = modText::FromUtf8(node.Device);
-    const std::string quoted = AccessRights::Quoted(node.Device);
-    const auto record = UdevRecords::RecordOf(m_roots.Udev + "/data", NumberOf(node.Device, node.Hid));
-    const bool given = record && record->Given;
-    const bool ruled = m_daemon && usb.Maker();
-    if (ruled && RuleCounts() && !given) {
-        report.Findings.push_back(
-            {AccessTrouble::RuleNotApplied, node.Name, "the udev rule was not applied to " + device,
-             "the reader was plugged in before the rule was there",
-             "plug it in again, or go through the rules",
-             "sudo udevadm control --reload && sudo udevadm trigger --action=add --name-match=" + quoted});
-        return;
-    }
+    const std::string quoted = ShellWord(node.Device);
     if (node.May) {
         if (AccessRights::SystemRefuses(node, m_account))
             report.Findings.push_back({AccessTrouble::SystemRefuses, node.Name, "no access to " + device,
@@ -190,9 +203,23 @@ void clsAccessCheck::LookAtAccess(const AccessNode& node, const UsbPart& usb, Ac
                                        "ls -l " + quoted});
         return;
     }
-    if (ruled && !RuleCounts()) return;  // told of the machine
-    if (!ruled || !given) {
-        report.Findings.push_back(AccessRights::Explain(node, m_account));
+    const bool ruled = m_daemon && usb.Maker();
+    const bool counts = ruled && RuleGives(node, /*late=*/false);
+    const auto record = UdevRecords::RecordOf(m_roots.Udev + "/data", NumberOf(node.Device, node.Hid));
+    const bool given = ruled && record && record->Given && (counts || !RuleGives(node, /*late=*/true));
+    if (!counts && !given) {
+        AccessFinding found = AccessRights::Explain(node, m_account);
+        const bool ruleHelps = ruled && found.Trouble == AccessTrouble::OwnerOnly;
+        if (ruleHelps) return m_needing.push_back(ForRules(node));  // told of the machine
+        report.Findings.push_back(std::move(found));
+        return;
+    }
+    if (!given) {
+        report.Findings.push_back(
+            {AccessTrouble::RuleNotApplied, node.Name, "the udev rule was not applied to " + device,
+             "the reader was plugged in before the rule was there",
+             "plug it in again, or go through the rules",
+             "sudo udevadm control --reload && sudo udevadm trigger --action=add --name-match=" + quoted});
         return;
     }
     const std::string name = modText::FromUtf8(m_account.Name);
@@ -203,24 +230,27 @@ void clsAccessCheck::LookAtAccess(const AccessNode& node, const UsbPart& usb, Ac
          "sudo setfacl -m u:" + name + ":rw " + quoted});
 }
 
-void clsAccessCheck::LookAtLock(AccessNode& node, AccessReport& report) const {
+void clsAccessCheck::LookAtLock(AccessNode& node, AccessReport& report) {
     const auto holder = clsPortLock::HolderOf(m_roots.Locks, RealPath(node.Device));
     if (!holder || holder->Process == getpid()) return;
     node.LockFile = modText::FromUtf8(holder->File);
     if (holder->Process > 0)
         node.LockedBy = Program(holder->Program.empty() ? "a program" : holder->Program, holder->Process);
-    const auto user = m_holder.find(node.Name);
-    if (user != m_holder.end() && user->second == holder->Process) return;  // in use says it all
+    if (m_holders[node.Name].count(holder->Process) != 0) return;  // in use says it all
     const std::string by = node.LockedBy.empty() ? "a program that it does not name" : node.LockedBy;
     if (holder->Alive) {
-        const std::string command = holder->Process > 0 ? "kill " + std::to_string(holder->Process)
-                                                        : "cat " + AccessRights::Quoted(holder->File);
-        report.Findings.push_back({AccessTrouble::LockFile, node.Name, node.LockFile + " keeps others off",
-                                   by + " made it", "close that program", command});
+        // Anybody may write that number, and it may be another program's by now: none is to be ended for it.
+        const bool named = holder->Process > 0;
+        report.Findings.push_back(
+            {AccessTrouble::LockFile, node.Name, node.LockFile + " keeps others off",
+             named ? "it names " + by + ", which was not seen to have the port open" : by + " made it",
+             "close that program if it uses the port, else remove the file; this shows what " +
+                 std::string(named ? "it is" : "the file says"),
+             named ? "ps -p " + std::to_string(holder->Process) : "cat " + ShellWord(holder->File)});
     } else if (!clsPortLock::MayRemove(holder->File, m_account.User)) {
         report.Findings.push_back({AccessTrouble::LockLeft, node.Name, node.LockFile + " keeps others off",
                                    by + " made it and has ended", "remove the file",
-                                   "sudo rm " + AccessRights::Quoted(holder->File)});
+                                   "sudo rm " + ShellWord(holder->File)});
     }
 }
 
@@ -240,38 +270,43 @@ void clsAccessCheck::LookAtModems(const AccessNode& node, const UsbPart& usb, Ac
              R"(", ENV{ID_MM_DEVICE_IGNORE}="1"' | sudo tee -a /etc/udev/rules.d/69-zarn74-modems.rules)"});
 }
 
-void clsAccessCheck::LookAtRules(AccessReport& report) {
-    std::vector<const UdevRecords::RuleFile*> telling;
-    for (const auto& rule : m_rules)
-        if (!rule.Void) telling.push_back(&rule);
-    const auto isVoid = std::find_if(m_rules.begin(), m_rules.end(),
-                                     [](const auto& rule) { return rule.Void && !rule.Hidden; });
-    if (m_daemon && m_maker && !RuleCounts()) {
-        const bool off = isVoid != m_rules.end();
-        const std::string rule = UdevRecords::ruleName;
-        report.Findings.push_back(
-            {AccessTrouble::RuleMissing,
-             {},
-             "the udev rule for readers is missing",
-             off ? modText::FromUtf8(isVoid->Path) + " is empty and switches it off"
-                 : "no rule tells the system to give readers to whoever sits at the machine",
-             off ? "remove that file, and plug the reader in again"
-                 : "install it from the folder packaging of the sources, or the package, and plug the reader "
-                   "in "
-                   "again",
-             off ? "sudo rm " + AccessRights::Quoted(isVoid->Path)
-                 : "sudo cp packaging/" + rule + " /etc/udev/rules.d/ && sudo udevadm control --reload"});
-    }
-    if (telling.size() < 2) return;
-    const auto& first = *telling[0];
-    const auto& second = *telling[1];
+void clsAccessCheck::LookAtRules(AccessReport& report) const {
+    if (!m_needing.empty()) return AddRuleMissing(report);
+    const auto first = std::find_if(m_rules.begin(), m_rules.end(), Counts);
+    const auto behind = std::find_if(m_rules.begin(), m_rules.end(), IsHidden);
+    if (first == m_rules.end() || first->Void || behind == m_rules.end()) return;
+    const bool needed = std::any_of(m_makers.begin(), m_makers.end(), [&](const UdevDevice& device) {
+        return Gives(*first, device) && !Gives(*behind, device);
+    });
+    if (needed) return;
     report.Findings.push_back(
         {AccessTrouble::RuleDoubled,
          {},
          "the udev rule for readers is there more than once",
-         modText::FromUtf8(first.Path + (second.Hidden ? " hides " : " and ") + second.Path),
-         "remove the one that was put there by hand",
-         "sudo rm " + AccessRights::Quoted(first.Path)});
+         modText::FromUtf8(first->Path + " hides " + behind->Path),
+         "put the first aside, unless it was changed on purpose; it stays there under another name",
+         PutAside(first->Path)});
+}
+
+void clsAccessCheck::AddRuleMissing(AccessReport& report) const {
+    const auto first = std::find_if(m_rules.begin(), m_rules.end(), Counts);
+    const auto behind = std::find_if(m_rules.begin(), m_rules.end(), IsHidden);
+    const bool off = first != m_rules.end() && behind != m_rules.end() && Gives(*behind, m_needing.front());
+    const std::string rule = UdevRecords::ruleName;
+    const std::string why = "no rule gives readers to whoever sits at the machine";
+    const std::string how = first == m_rules.end() ? ""
+                            : first->Void          ? " is empty and switches it off"
+                                                   : " does not give them";
+    report.Findings.push_back(
+        {AccessTrouble::RuleMissing,
+         {},
+         "the udev rule for readers is missing",
+         how.empty() ? why : why + ", since " + modText::FromUtf8(first->Path) + how,
+         off ? "put that file aside, and plug the reader in again; it stays there under another name"
+             : "install it from the folder packaging of the sources, and plug the reader in again; the "
+               "Debian package does that too",
+         off ? PutAside(first->Path)
+             : "sudo install -b -m 644 packaging/" + rule + " /etc/udev/rules.d/" + reloadRules});
 }
 
 // A USB device of the maker's, or a bridge, of which no port has come.

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <filesystem>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -8,6 +10,7 @@
 #include "ports/clsIPortDirectory.h"
 #include "system/AccessRights.h"
 #include "system/UdevRecords.h"
+#include "system/UdevRules.h"
 
 /// Where the system tells of itself.
 struct AccessRoots {
@@ -46,18 +49,22 @@ class clsAccessCheck {
     void AddHidReaders(AccessReport& report) const;
     void LookAtProcesses(std::vector<AccessNode>& nodes);
     void LookAtNode(AccessNode& node, AccessReport& report);
-    void LookAtAccess(const AccessNode& node, const UsbPart& usb, AccessReport& report) const;
-    void LookAtLock(AccessNode& node, AccessReport& report) const;
-    void LookAtRules(AccessReport& report);
+    void LookAtAccess(const AccessNode& node, const UsbPart& usb, AccessReport& report);
+    void LookAtLock(AccessNode& node, AccessReport& report);
+    void LookAtRules(AccessReport& report) const;
     void LookAtModems(const AccessNode& node, const UsbPart& usb, AccessReport& report) const;
     void LookForDriverless(AccessReport& report) const;
-    [[nodiscard]] bool RuleCounts() const;
+    [[nodiscard]] std::filesystem::path FolderOf(const std::string& device, bool hid) const;
+    [[nodiscard]] UdevDevice ForRules(const AccessNode& node) const;
+    [[nodiscard]] bool RuleGives(const AccessNode& node, bool late) const;
+    void AddRuleMissing(AccessReport& report) const;
 
     const AccessRoots m_roots;
     const AccessAccount m_account;
     bool m_daemon = false;  // the device manager runs here
     std::vector<UdevRecords::RuleFile> m_rules;
-    bool m_maker = false;  // a device of the maker's is there
+    std::vector<UdevDevice> m_makers;   // the devices of the maker's
+    std::vector<UdevDevice> m_needing;  // those that only a rule would open, and none does
     std::string m_modemManager;
-    std::map<std::string, long> m_holder;  // the first process that has a device open
+    std::map<std::string, std::set<long>> m_holders;  // the processes that have a port's device open
 };

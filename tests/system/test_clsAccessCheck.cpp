@@ -7,11 +7,12 @@
 #include <functional>
 
 #include "support/TempFolder.h"
+#include "system/UdevRules.h"
 
 namespace {
 
 constexpr gid_t dialout = 20;
-constexpr auto rule = "SUBSYSTEM==\"hidraw\", KERNELS==\"*:2E91:0005.*\", TAG+=\"uaccess\"\n";
+constexpr auto rule = R"(SUBSYSTEM=="hidraw", KERNELS=="*:2E91:0005.*", TAG+="uaccess")";
 
 /// A machine on which all is well: a bridge with a port, a reader on USB HID, the rule and what it did to
 /// both.
@@ -19,8 +20,8 @@ struct Machine : TempFolder {
     Machine() {
         Usb("1-1", "0403", "6001", "189:1", "00/ttyUSB0");
         Node("tty", "ttyUSB0", "1-1/00", "188:0");
-        Usb("1-2", "2e91", "0005", "189:2", "00/hid/hidraw");
-        Node("hidraw", "hidraw0", "1-2/00/hid", "240:0");
+        Usb("1-2", "2e91", "0005", "189:2", "00/0003:2E91:0005.0001/hidraw");
+        Node("hidraw", "hidraw0", "1-2/00/0003:2E91:0005.0001", "240:0");
         chmod(Device("hidraw0").c_str(), 0666);
         Put("udev/control", "");
         Put("udev/data/c189:1", "E:ID_MM_DEVICE_IGNORE=1\n");
@@ -54,6 +55,16 @@ struct Machine : TempFolder {
         Put("dev/" + name, "");
         EXPECT_TRUE(geteuid() != 0 || chown(Device(name).c_str(), 0, dialout) == 0);
         chmod(Device(name).c_str(), 0660);
+    }
+    /// The reader on USB HID has not gone through the rule, and is root's.
+    void Refuse() const {
+        Put("udev/data/c240:0", "E:A=1\n");
+        chmod(Device("hidraw0").c_str(), 0600);
+    }
+    /// Another rule instead of the shipped one.
+    void Own(const std::string& name, const std::string& content) const {
+        fs::remove_all(folder + "/lib");
+        Put("etc/" + name, content);
     }
     void Process(const std::string& id, const std::string& name, const std::string& has) const {
         Put("proc/" + id + "/comm", name + "\n");
@@ -118,7 +129,14 @@ TEST(AccessCheck, FindsEachObstacleAloneAndNothingOnAHealthyMachine) {
          "owner-only COM5 $ sudo setfacl -m u:anna:rw /dev/ttyUSB0\n"},
         {"a list that takes", [](Machine& m) { m.SetList("u::rw,g::rw,u:1:rw,m::r,o::-"); },
          "acl-refuses COM5 $ sudo setfacl -b /dev/ttyUSB0\n"},
-        {"a lock", [](Machine& m) { m.Lock("         1\n"); }, "lock-file COM5 $ kill 1\n"},
+        {"a lock", [](Machine& m) { m.Lock("         1\n"); }, "lock-file COM5 $ ps -p 1\n"},
+        {"a lock of who has it open",
+         [](Machine& m) {
+             m.Lock("         1\n");
+             m.Process("77", "term", "ttyUSB0");
+             m.Process("1", "init", "ttyUSB0");
+         },
+         "in-use COM5 $ kill 1 77\n"},
         {"a lock that was left", [](Machine& m) { m.Lock("9999999\nold\n"); },
          "lock-left COM5 $ sudo rm /lock/"},
         {"a lock of one's own that was left",
@@ -128,17 +146,84 @@ TEST(AccessCheck, FindsEachObstacleAloneAndNothingOnAHealthyMachine) {
          },
          ""},
         {"open", [](Machine& m) { m.Process("77", "term", "ttyUSB0"); }, "in-use COM5 $ kill 77\n"},
-        {"no rule", [](Machine& m) { fs::remove_all(m.folder + "/lib"); },
-         "rule-missing  $ sudo cp packaging/"},
-        {"a rule of sentences", [](Machine& m) { m.Put("lib/70-zarn74.rules", "# 2e91\n"); },
-         "rule-missing  $ sudo rm /lib/70-zarn74.rules\n"},
-        {"a rule switched off", [](Machine& m) { m.Put("etc/70-zarn74.rules", ""); },
-         "rule-missing  $ sudo rm /etc/70-zarn74.rules\n"},
+        {"no rule",
+         [](Machine& m) {
+             m.Refuse();
+             fs::remove_all(m.folder + "/lib");
+         },
+         "rule-missing  $ sudo install -b -m 644 packaging/70-zarn74.rules /etc/udev/rules.d/ && "},
+        {"a rule of sentences",
+         [](Machine& m) {
+             m.Refuse();
+             m.Put("lib/70-zarn74.rules", "# 2e91\n");
+         },
+         "rule-missing  $ sudo install -b "},
+        {"a rule switched off",
+         [](Machine& m) {
+             m.Refuse();
+             m.Put("etc/70-zarn74.rules", "");
+         },
+         "rule-missing  $ sudo mv -b /etc/70-zarn74.rules /etc/70-zarn74.rules.old && "},
+        {"switched off, and nothing behind it",
+         [](Machine& m) {
+             m.Refuse();
+             m.Own("99-other.rules", "");
+             fs::create_symlink("/dev/null", m.folder + "/etc/70-zarn74.rules");
+         },
+         "rule-missing  $ sudo install -b "},
+        {"a rule that comes too late",
+         [](Machine& m) {
+             chmod(m.Device("hidraw0").c_str(), 0600);
+             m.Own("99-own.rules", rule);
+         },
+         "rule-missing  $ sudo install -b "},
+        {"the line for modems alone",
+         [](Machine& m) {
+             m.Refuse();
+             m.Own("69-zarn74-modems.rules",
+                   R"(SUBSYSTEM=="usb", ATTR{idVendor}=="2e91", ENV{ID_MM_DEVICE_IGNORE}="1")");
+         },
+         "rule-missing  $ sudo install -b "},
+        {"the line for modems beside it",
+         [](Machine& m) {
+             m.Put("etc/69-zarn74-modems.rules",
+                   R"(SUBSYSTEM=="usb", ATTR{idVendor}=="2e91", ENV{ID_MM_DEVICE_IGNORE}="1")");
+         },
+         ""},
+        {"another maker's product",
+         [](Machine& m) { m.Put("etc/50-local.rules", R"(ATTR{idProduct}=="2e91", TAG+="uaccess")"); }, ""},
+        {"none needed",
+         [](Machine& m) {
+             m.Put("udev/data/c240:0", "E:A=1\n");
+             m.Own("99-own.rules", R"(SUBSYSTEM=="hidraw", KERNELS=="*:2E91:*", MODE="0666")");
+         },
+         ""},
+        {"one's own group",
+         [](Machine& m) {
+             m.Own("99-own.rules", R"(SUBSYSTEM=="hidraw", KERNELS=="*:2E91:*", GROUP="dialout")");
+             m.Refuse();
+             m.account.Session = m.account.Listed = {};
+             chmod(m.Device("ttyUSB0").c_str(), 0666);
+             chmod(m.Device("hidraw0").c_str(), 0660);
+         },
+         "not-in-group hidraw0 $ sudo adduser anna "},
+        {"one that cannot be read",
+         [](Machine& m) {
+             m.Refuse();
+             m.Own("99-other.rules", "");
+             fs::create_symlink("70-zarn74.rules", m.folder + "/etc/70-zarn74.rules");  // for root as well
+         },
+         "rule-not-applied hidraw0 $ "},
         {"two rules", [](Machine& m) { m.Put("etc/70-zarn74.rules", rule); },
-         "rule-doubled  $ sudo rm /etc/70-zarn74.rules\n"},
-        {"two rules of two names", [](Machine& m) { m.Put("etc/99-own.rules", rule); },
-         "rule-doubled  $ sudo rm /etc/99-own.rules\n"},
-        {"not applied", [](Machine& m) { m.Put("udev/data/c240:0", "E:A=1\n"); },
+         "rule-doubled  $ sudo mv -b /etc/70-zarn74.rules /etc/70-zarn74.rules.old && "},
+        {"two rules, of which the hidden one gives less",
+         [](Machine& m) {
+             m.Put("etc/70-zarn74.rules", rule);
+             m.Put("lib/70-zarn74.rules", R"(SUBSYSTEM=="tty", ATTRS{idVendor}=="2e91", TAG+="uaccess")");
+         },
+         ""},
+        {"two rules of two names", [](Machine& m) { m.Put("etc/70-own.rules", rule); }, ""},
+        {"not applied", [](Machine& m) { m.Refuse(); },
          "rule-not-applied hidraw0 $ sudo udevadm control --reload && "},
         {"not at the machine", [](Machine& m) { chmod(m.Device("hidraw0").c_str(), 0600); },
          "not-at-seat hidraw0 $ sudo setfacl -m u:anna:rw /dev/hidraw0\n"},
@@ -191,7 +276,41 @@ TEST(AccessCheck, TellsWhatItSawAndTakesNoNameForMoreThanAName) {
     EXPECT_EQ(report.Nodes.at(1).Name, machine.Device("hidraw0"));
     EXPECT_EQ(report.Only("COM5").Findings.size(), 2U);  // not-in-group, in-use
     EXPECT_EQ(report.Askable(), std::vector{machine.Device("hidraw0")});
-    EXPECT_EQ(AccessRights::Quoted("/dev/a b'$(c)"), "'/dev/a b'\\''$(c)'");
+    EXPECT_EQ(ShellWord("/dev/a b'$(c)"), "'/dev/a b'\\''$(c)'");
+}
+
+TEST(AccessCheck, ARuleCountsForTheDevicesThatItGives) {
+    const Machine machine;
+    machine.Usb("1-3", "2e91", "0007", "189:3", "00/tty");
+    machine.Node("tty", "ttyACM0", "1-3/00", "166:0");
+    const UdevDevice devices[] = {{"hidraw", machine.folder + "/sys/class/hidraw/hidraw0"},
+                                  {"tty", machine.folder + "/sys/class/tty/ttyACM0"}};
+    const std::pair<const char*, const char*> rows[] = {
+        {rule, "hidraw "},
+        {R"(SUBSYSTEM=="tty", ATTRS{idVendor}=="2e91", TAG+="uaccess")", "tty "},
+        {R"(ATTRS{idVendor}=="0403|2e91", TAG+="seat", TAG+="uaccess")", "hidraw tty "},
+        {"KERNEL==\"hidraw*\", \\\n  TAG=\"uaccess\"", "hidraw "},
+        {R"(ATTRS{idVendor}=="2e91", ATTRS{idProduct}=="0007", TAG+="uaccess")", "tty "},
+        {R"(ATTRS{idVendor}=="2e91", KERNELS=="*:2E91:*", TAG+="uaccess")", ""},  // of two parents
+        {R"(ATTRS{idVendor}!="2e91", KERNELS=="1-*", TAG+="uaccess")", ""},
+        {R"(ATTR{idVendor}=="2e91", TAG+="uaccess")", ""},  // of the USB device itself
+        {R"(ATTRS{idVendor}=="2E91", TAG+="uaccess")", ""},
+        {R"(ATTRS{idVendor}=="2e91", ENV{WHO}=="knows", TAG+="uaccess")", ""},
+        {R"(ATTRS{idVendor}=="2e91", TAG-="uaccess")", ""},
+        {R"(ATTRS{idVendor}=="2e91", TAG=="uaccess", RUN{builtin}+="uaccess")", ""},
+        {R"(# ATTRS{idVendor}=="2e91", TAG+="uaccess")", ""},
+        {"ACTION==\"remove\", GOTO=\"end\"\nSUBSYSTEM!=\"tty\", GOTO=\"end\"\n"
+         "ATTRS{idVendor}==\"2e91\", TAG+=\"uaccess\"\nLABEL=\"end\"",
+         "tty "},
+        {"GOTO=\"end\"\nTAG+=\"uaccess\"\nLABEL=\"end\"\nKERNEL==\"ttyACM0\", TAG+=\"uaccess\"", "tty "},
+        {R"(TAG+="uaccess)", ""},
+    };
+    for (const auto& [content, expected] : rows) {
+        std::string given;
+        for (const UdevDevice& device : devices)
+            if (UdevRules::Give(content, device)) given += device.Kind + " ";
+        EXPECT_EQ(given, expected) << content;
+    }
 }
 
 }  // namespace
