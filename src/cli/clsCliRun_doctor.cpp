@@ -27,7 +27,7 @@ std::string NodeText(const AccessNode& node) {
     if (!node.Acl.empty()) text += Shown("        access list: " + node.Acl) + "\n";
     if (!node.LockFile.empty())
         text += Shown("        lock file: " + node.LockFile +
-                      (node.LockedBy.empty() ? "" : ", made by " + node.LockedBy)) +
+                      (node.LockedBy.empty() ? "" : ", which names " + node.LockedBy)) +
                 "\n";
     return text;
 }
@@ -92,7 +92,7 @@ bool clsCliRun::AskPorts(AccessReport& report) {
         std::string port = name;
         for (const PortEntry& reader : m_comm.HidPorts())
             if (reader.Alias == name || reader.Device == name) port = reader.Name;
-        const FlowResult found = m_flows.Scan(port);
+        const FlowResult found = m_flows.Probe(port);
         if (m_stopped || found == FlowResult::Cancelled) break;
         if (found != FlowResult::Done) report.Add(name, m_comm.SearchReasons());
     }

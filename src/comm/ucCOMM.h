@@ -158,9 +158,10 @@ class ucCOMM : private clsPacketCutter::clsISink {
     /// answer to a poll matches the pattern; the pattern also names the store's section. On success the port
     /// is open.
     bool AutoScan(const std::string& pattern, bool noAddress, const std::string& baudRates);
-    /// The same for one port, at the remembered rate and then the list's.
+    /// The same for one port, at the remembered rate and then the list's. Without `remember` a reader that
+    /// answers is not remembered.
     bool AutoScanPort(const std::string& pattern, bool noAddress, const std::string& baudRates,
-                      const std::string& name);
+                      const std::string& name, bool remember = true);
     /// Why each port that the last of these searches tried did not give the reader, in the order of trying.
     [[nodiscard]] const std::vector<PortReason>& SearchReasons() const { return m_searchReasons; }
     /// Why the port of that name could not be opened just now.
@@ -191,6 +192,7 @@ class ucCOMM : private clsPacketCutter::clsISink {
         std::string Section;
         std::string Pattern;  // upper case
         bool NoAddress = false;
+        bool Remember = true;
         std::vector<std::int32_t> Rates;
         int Ports = 1;
         std::uint32_t Generation = 0;

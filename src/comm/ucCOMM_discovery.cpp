@@ -95,10 +95,11 @@ bool ucCOMM::AutoScan(const std::string& pattern, bool noAddress, const std::str
 }
 
 bool ucCOMM::AutoScanPort(const std::string& pattern, bool noAddress, const std::string& baudRates,
-                          const std::string& name) {
+                          const std::string& name, bool remember) {
     m_searchReasons.clear();
-    return ScanPort(MakeScanPlan(pattern, noAddress, baudRates), name, /*portsBefore=*/0) ==
-           ScanResult::Found;
+    ScanPlan plan = MakeScanPlan(pattern, noAddress, baudRates);
+    plan.Remember = remember;
+    return ScanPort(plan, name, /*portsBefore=*/0) == ScanResult::Found;
 }
 
 ucCOMM::ScanResult ucCOMM::ScanPort(const ScanPlan& plan, const std::string& name, int portsBefore) {
@@ -127,8 +128,10 @@ ucCOMM::ScanResult ucCOMM::ScanPort(const ScanPlan& plan, const std::string& nam
         const std::string reply = modText::UCase(Polling(/*address=*/0, plan.NoAddress));
         if (!reply.empty() &&
             (reply.find(plan.Pattern) != std::string::npos || modText::Like(reply, plan.Pattern))) {
-            m_store.SaveSetting(plan.Section, "LastCommPort", name);
-            m_store.SaveSetting(plan.Section, "LastBaudRate", std::to_string(BaudRate()));
+            if (plan.Remember) {
+                m_store.SaveSetting(plan.Section, "LastCommPort", name);
+                m_store.SaveSetting(plan.Section, "LastBaudRate", std::to_string(BaudRate()));
+            }
             OnScan.Raise("Found a reader");
             return ScanResult::Found;
         }

@@ -133,7 +133,7 @@ void clsReaderFlows::ForgetReader() {
     ShowPicture();
 }
 
-bool clsReaderFlows::FindReader(const std::string& port) {
+bool clsReaderFlows::FindReader(const std::string& port, bool remember) {
     m_readerFound = false;
     ForgetReader();
     m_comm.AwaitRestOfImage();  // waits, as the search does: it would garble the first polls
@@ -141,8 +141,9 @@ bool clsReaderFlows::FindReader(const std::string& port) {
     if (Cancelled()) return false;  // the search would know nothing of it
     // Waits at every poll. Handlers of buttons, timers and files look at m_running; a loss of the port closes
     // it and ends the poll; a cancel ends the search.
-    m_readerFound = port.empty() ? m_comm.AutoScan(readerPattern, /*noAddress=*/true, scanRates)
-                                 : m_comm.AutoScanPort(readerPattern, /*noAddress=*/true, scanRates, port);
+    m_readerFound = port.empty()
+                        ? m_comm.AutoScan(readerPattern, /*noAddress=*/true, scanRates)
+                        : m_comm.AutoScanPort(readerPattern, /*noAddress=*/true, scanRates, port, remember);
     return m_readerFound;
 }
 
@@ -150,6 +151,12 @@ FlowResult clsReaderFlows::Scan(const std::string& port) {
     clsDoor door(*this, FlowKind::Reader);
     if (!door.Entered()) return FlowResult::Refused;
     return door.Leave(FindReader(port) && !Cancelled());
+}
+
+FlowResult clsReaderFlows::Probe(const std::string& port) {
+    clsDoor door(*this, FlowKind::Reader);
+    if (!door.Entered()) return FlowResult::Refused;
+    return door.Leave(FindReader(port, /*remember=*/false) && !Cancelled());
 }
 
 FlowResult clsReaderFlows::AutoScan() {

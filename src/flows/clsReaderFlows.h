@@ -100,6 +100,8 @@ class clsReaderFlows {
     // -- with controls or without ---------------------------------------------------------------------------
     /// Looks for a reader on every port, or on the one named. The port is open when it is Done.
     FlowResult Scan(const std::string& port = {});
+    /// Looks for a reader on that port, and remembers nothing of it for later searches.
+    FlowResult Probe(const std::string& port);
     /// Asks the reader for product and firmware; not for the product when a scan has just done so. When it
     /// fails, `identity` has what was told before.
     FlowResult Identify(ReaderIdentity& identity);
@@ -227,7 +229,7 @@ class clsReaderFlows {
     };
 
     [[nodiscard]] bool Cancelled() const { return m_comm.CancelGeneration() != m_generation; }
-    bool FindReader(const std::string& port);
+    bool FindReader(const std::string& port, bool remember = true);
     bool ShowInfo();
     bool NotRead(const char* notice, const char* reason = "");
     void ShowNotices(Notices notices, const std::vector<SettingsFinding>& findings = {});

@@ -101,6 +101,7 @@ QString clsAccessDialog::Sentence() const {
 }
 
 void clsAccessDialog::Ask() {
+    if (!m_parts.MayDisturb()) return;
     m_report = m_parts.Look();
     m_asking = true;
     bool asked = false;

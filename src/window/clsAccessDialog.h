@@ -19,8 +19,8 @@ class clsAccessDialog : public QDialog {
   public:
     struct Parts {
         std::function<AccessReport()> Look;
-        /// Asks first, then each free port for a reader, adding to the report. False when nobody wanted that,
-        /// or it was ended.
+        std::function<bool()> MayDisturb;  ///< a person lets each free port be asked; a question
+        /// Asks each free port for a reader, adding to the report. False when it was ended.
         std::function<bool(AccessReport& report)> Ask;
         std::function<void()> Cancel;
         std::function<bool()> MayAsk;  ///< no reader is in use, which would be lost by it

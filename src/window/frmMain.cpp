@@ -118,7 +118,8 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
           QMessageBox(QMessageBox::Warning, windowTitle(), text, QMessageBox::Ok, this).exec();
       }),
       QuestionDoor([this](const QString& text) {
-          return QMessageBox::question(this, windowTitle(), text) == QMessageBox::Yes;
+          return QMessageBox::question(this, windowTitle(), text, QMessageBox::Yes | QMessageBox::No,
+                                       QMessageBox::No) == QMessageBox::Yes;
       }),
       FileDialogDoor([this](const QString& suggested, bool save, const QString& filter) {
           return ChooseFile(suggested, save, filter);

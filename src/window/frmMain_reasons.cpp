@@ -24,23 +24,25 @@ void frmMain::ConnectReasons() {
 void frmMain::CheckAccess() {
     if (m_flows.FlowRunning()) return Note(tr("Something else is running: nothing was looked at"));
     auto* const dialog = new clsAccessDialog(
-        {m_parts.Access, [this](AccessReport& report) { return AskPorts(report); },
-         [this] { m_flows.Cancel(); }, [this] { return !m_parts.Comm.PortOpen() && !m_flows.FlowRunning(); }},
+        {m_parts.Access,
+         [this] {
+             return QuestionDoor(tr(
+                 "Each free port is opened and sent a poll, at every speed. A device that is no reader may "
+                 "not like that. Ask them now?"));
+         },
+         [this](AccessReport& report) { return AskPorts(report); }, [this] { m_flows.Cancel(); },
+         [this] { return !m_parts.Comm.PortOpen() && !m_flows.FlowRunning(); }},
         this);
     dialog->open();
 }
 
 bool frmMain::AskPorts(AccessReport& report) {
-    if (!QuestionDoor(
-            tr("Each free port is opened and sent a poll, at every speed. A device that is no reader may "
-               "not like that. Ask them now?")))
-        return false;
     const FlowResult result = Run(tr("Asking the free ports"), Pages::Open, [&] {
         for (const std::string& name : report.Askable()) {
             std::string port = name;
             for (const PortEntry& reader : m_parts.Comm.HidPorts())
                 if (reader.Alias == name || reader.Device == name) port = reader.Name;
-            const FlowResult found = m_flows.Scan(port);
+            const FlowResult found = m_flows.Probe(port);
             if (found == FlowResult::Cancelled || found == FlowResult::Refused) return found;
             if (found == FlowResult::Failed) report.Add(name, m_parts.Comm.SearchReasons());
         }

@@ -393,10 +393,13 @@ TEST_F(clsCliTest, TheDoctorAsksPortsOnlyWhenSomebodySaysYes) {
     EXPECT_EQ(Run("doctor"), 4);  // COM2 is silent, COM3 does not open
     EXPECT_NE(out.Text.find("1. no reader answers on COM2\n"), out.Text.npos);
     EXPECT_NE(out.Text.find("2. COM3 cannot be opened\n"), out.Text.npos);
+    EXPECT_NE(out.Text.find("$ zarn74ctl --port /dev/of/COM2 --baud 19200 monitor\n"), out.Text.npos);
     EXPECT_EQ(Lines(out.Text).back(), "2 findings");
     answer.reset();
     asked.clear();
     EXPECT_EQ(Run("--port com1 doctor --poll"), 0);
+    EXPECT_NE(sent, "");
+    EXPECT_EQ(store.GetSetting("Zarn*", "LastCommPort", "none"), "none") << "nothing is changed";
     EXPECT_EQ(Run("doctor COM9"), 0);  // the machine here knows no better
     EXPECT_EQ(Run("demo doctor --poll"), 0);
     EXPECT_EQ(sent, "");
@@ -407,6 +410,10 @@ TEST_F(clsCliTest, TheDoctorAsksPortsOnlyWhenSomebodySaysYes) {
     access.Nodes[0].There = access.Nodes[0].May = true;
     EXPECT_EQ(Run("doctor --poll"), 4);  // there, and no port of the program's
     EXPECT_NE(out.Text.find("1. /dev/hidraw9 could not be asked\n"), out.Text.npos) << out.Text;
+    access.Nodes[0].Name = "COM2";
+    access.Nodes[0].Device = "a b;c";
+    EXPECT_EQ(Run("doctor --poll"), 4);
+    EXPECT_NE(out.Text.find("$ zarn74ctl --port 'a b;c' --baud 19200 monitor\n"), out.Text.npos);
     access.Nodes[0].Name = "COM1";
     access.Findings.push_back({AccessTrouble::NotInGroup, "COM1", "what", "why\x1B", "do", "a command"});
     EXPECT_EQ(Run("doctor COM1 --poll"), 4);

@@ -41,6 +41,7 @@ struct clsWindowTest : testing::Test, ReaderWorld {
             filters += filter.toStdString();
             return chosenFile;
         };
+        realQuestion = window->QuestionDoor;
         window->QuestionDoor = [this](const QString& text) {
             boxes += text.toStdString();
             return false;
@@ -103,6 +104,7 @@ struct clsWindowTest : testing::Test, ReaderWorld {
     modKeyboard keyNames{keyState, scanNames};
     std::string userDefaults = "mine.ini";
     std::string boxes;
+    std::function<bool(const QString& text)> realQuestion;
     std::function<AccessReport()> access;
     std::string filters;
     QString chosenFile;

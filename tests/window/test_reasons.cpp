@@ -1,8 +1,10 @@
 #include <QClipboard>
 #include <QDialog>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QTextBlock>
 #include <QTextBrowser>
+#include <QTimer>
 #include <QTreeWidget>
 
 #include "WindowFixture.h"
@@ -70,13 +72,22 @@ TEST_F(clsReasonsTest, TheCheckOfAccessShowsFindingsAndAsksPortsOnlyAfterAYes) {
     auto& dialog = Find<QDialog>("dlgAccess");
     EXPECT_EQ(Shown("labAccess"), "Nothing is wrong.");
     EXPECT_EQ(Find<QTreeWidget>("lstAccess").topLevelItemCount(), 2);
+    std::string shown;
+    bool yes = false;
+    window->QuestionDoor = [&](const QString& text) {
+        EXPECT_TRUE(text.endsWith("Ask them now?"));
+        shown = Shown("labAccess");
+        return yes;
+    };
     Click("cmdAccessAsk");
-    EXPECT_NE(boxes.find("Ask them now?"), std::string::npos);
+    EXPECT_EQ(shown, "Nothing is wrong.") << "nothing is being asked yet";
     EXPECT_EQ(Sent, "");
-    window->QuestionDoor = [](const QString&) { return true; };
+    EXPECT_EQ(looks, 1);
+    yes = true;
     Click("cmdAccessAsk");
     EXPECT_NE(Sent, "");
     EXPECT_FALSE(comm.PortOpen());
+    EXPECT_EQ(store.GetSetting("Zarn*", "LastCommPort", "none"), "none");
     EXPECT_TRUE(Enabled("cmdAccessAsk"));
     const auto nodes = std::exchange(report.Nodes, {});
     Click("cmdAccessAsk");
@@ -84,7 +95,7 @@ TEST_F(clsReasonsTest, TheCheckOfAccessShowsFindingsAndAsksPortsOnlyAfterAYes) {
     report.Nodes = nodes;
     report.Findings.push_back({AccessTrouble::NotInGroup, "COM2", "what", "why", "do", "a 'command'"});
     Click("cmdAccessAgain");
-    EXPECT_EQ(looks, 5);
+    EXPECT_EQ(looks, 4);
     Click("cmdCopy1");
     EXPECT_EQ(QApplication::clipboard()->text().toStdString(), "a 'command'");
     Sent.clear();
@@ -99,6 +110,18 @@ TEST_F(clsReasonsTest, TheCheckOfAccessShowsFindingsAndAsksPortsOnlyAfterAYes) {
     EXPECT_FALSE(
         window->findChildren<QDialog*>("dlgAccess").back()->findChild<QWidget*>("cmdAccessAsk")->isEnabled())
         << "a reader is in use";
+}
+
+TEST_F(clsReasonsTest, EnterIsNoYesToAQuestion) {
+    Start();
+    for (const bool yes : {true, false}) {
+        QTimer::singleShot(0, [yes] {
+            auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            if (yes) box->button(QMessageBox::Yes)->click();
+            if (!yes) QTest::keyClick(box, Qt::Key_Return);
+        });
+        EXPECT_EQ(realQuestion("Ask them now?"), yes);
+    }
 }
 
 }  // namespace
