@@ -31,6 +31,7 @@
 #include "sim/SimImage.h"
 #include "sim/clsSimBench.h"
 #include "system/ProgramFiles.h"
+#include "system/SameFile.h"
 #include "system/clsAccessCheck.h"
 #include "system/clsDeviceNotices.h"
 #include "system/clsHidReaders.h"
@@ -199,6 +200,10 @@ int Open(const WindowParts& parts, const WindowOptions& options, QWidget* panel,
         return Say("there is no page " + options.Page + "\n", exitUsage);
     if (options.Width > 0 && options.Height > 0) window.resize(options.Width, options.Height);
     if (!options.Record.empty()) {
+        for (const std::string& other :
+             {options.File, options.HistoryFile, options.Screenshot, options.Station})
+            if (!other.empty() && SameFile(other, options.Record))
+                return Say("cannot record to " + options.Record + ", which is named for something else\n", 1);
         if (!window.Record(options.Record)) return Say("cannot record to " + options.Record + "\n", 1);
     }
     window.show();

@@ -143,6 +143,10 @@ std::optional<RecordingEntry> ReadEntry(std::string_view line) {
         entry.Port = object.Text("lost");
         return entry;
     }
+    if (object.Text("end") == "true") {
+        entry.What = RecordingEntry::Kind::End;
+        return entry;
+    }
     if (object.Has("port")) {
         entry.What = RecordingEntry::Kind::Port;
         entry.Port = object.Text("port");
@@ -183,6 +187,7 @@ std::string RecordingLine(const RecordingEntry& entry) {
             return TimeMember(entry.Microseconds) + "," + PortMembers(entry.Port, entry.Baud) + "}";
         case RecordingEntry::Kind::Lost:
             return TimeMember(entry.Microseconds) + R"(,"lost":)" + Quoted(entry.Port) + "}";
+        case RecordingEntry::Kind::End: return TimeMember(entry.Microseconds) + R"(,"end":true})";
     }
     std::string line = TraceLine(entry.Microseconds, entry.Received, entry.Bytes);
     line.pop_back();
@@ -196,6 +201,11 @@ std::string RecordingText(const Recording& recording) {
     for (const RecordingEntry& entry : recording.Entries) text += RecordingLine(entry) + "\n";
     if (recording.CutOff) text.pop_back();
     return text;
+}
+
+bool BeginsRecording(std::string_view text) {
+    RecordingHead head;
+    return ReadHead(text.substr(0, text.find('\n')), head);
 }
 
 std::optional<Recording> ReadRecording(std::string_view text, std::string& error) {
@@ -214,12 +224,15 @@ std::optional<Recording> ReadRecording(std::string_view text, std::string& error
             continue;
         }
         auto entry = ReadEntry(line);
-        if (entry && entry->Microseconds >= latest) {
+        const bool ended = recording.Ended();
+        if (entry && !ended && entry->Microseconds >= latest) {
             latest = entry->Microseconds;
             recording.Entries.push_back(std::move(*entry));
         } else if (whole) {
             error = "line " + std::to_string(number) +
-                    (entry ? " is older than the one before it" : " is none of a recording");
+                    (!entry  ? " is none of a recording"
+                     : ended ? " stands behind the end"
+                             : " is older than the one before it");
             return std::nullopt;
         }
     }

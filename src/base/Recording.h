@@ -23,6 +23,7 @@ struct RecordingEntry {
         Adapter,  ///< bytes to or from the USB adapter in front of it
         Port,     ///< from here on on this port, at this rate
         Lost,     ///< the port was pulled out
+        End,      ///< the recorder was ended; nothing stands behind it
     };
     Kind What = Kind::Frame;
     std::int64_t Microseconds = 0;  ///< since the recording began
@@ -39,6 +40,10 @@ struct Recording {
     std::vector<RecordingEntry> Entries;
     /// The last line has no end: it breaks off there. It is among the entries if it can be read all the same.
     bool CutOff = false;
+    /// Whoever wrote it told its end. It does not when it was killed, or could not write any more.
+    [[nodiscard]] bool Ended() const {
+        return !Entries.empty() && Entries.back().What == RecordingEntry::Kind::End;
+    }
 };
 
 /// JSON objects on a line each, without line end, pure ASCII. A frame's is the line of a trace
@@ -48,5 +53,7 @@ std::string RecordingLine(const RecordingHead& head);
 std::string RecordingLine(const RecordingEntry& entry);
 /// All lines, each with its end; the last one of a recording that breaks off has none.
 std::string RecordingText(const Recording& recording);
+/// Whether a file that begins so is a recording.
+bool BeginsRecording(std::string_view text);
 /// Nothing when it is no recording; `error` then says in which line why.
 std::optional<Recording> ReadRecording(std::string_view text, std::string& error);

@@ -69,7 +69,7 @@ int clsCli::Run(const std::vector<std::string>& arguments) {
             return;
         }
         if (options.Command == CliCommand::Explain || options.Command == CliCommand::Mask) {
-            result = clsCliWire(options, platform, log).Execute();
+            result = clsCliWire(options, platform, m_out, log).Execute();
             return;
         }
         clsCliRun command(options, platform, m_out, m_err, log);

@@ -2,8 +2,6 @@
 
 #include <array>
 #include <cstdint>
-#include <filesystem>
-#include <system_error>
 
 #include "base/ControlNames.h"
 #include "base/TraceLine.h"
@@ -15,6 +13,7 @@
 #include "history/HistoryEnd.h"
 #include "history/HistorySettings.h"
 #include "settings/RegisterMeaning.h"
+#include "system/SameFile.h"
 #include "system/UtcNow.h"
 
 namespace {
@@ -33,15 +32,6 @@ std::string BothWays(int number, int digits) {
 std::string Shortly(PortObstacle obstacle) {
     if (obstacle == PortObstacle::NotThere) return "not there";
     return obstacle == PortObstacle::InUse ? "in use" : "no access";
-}
-
-// Whether two names, of which neither need exist, mean one file.
-bool SameFile(const std::string& one, const std::string& other) {
-    const auto resolved = [](const std::string& name) {
-        std::error_code failed;
-        return std::filesystem::weakly_canonical(std::filesystem::absolute(name, failed), failed);
-    };
-    return resolved(one) == resolved(other);
 }
 
 // Whether the device file is what was typed: a path to it, or its bare name.
@@ -151,6 +141,9 @@ clsCliRun::clsCliRun(const CliOptions& options, clsICliPlatform& platform, clsIT
 clsCliRun::~clsCliRun() {
     m_log.EndLine();
     m_comm.SetPortOpen(false);
+    m_recorder.reset();
+    if (m_recordingBroke)
+        m_log.Say(modText::FromUtf8(m_options.Record) + ": the recording is not whole; it breaks off");
 }
 
 // A file that was named holds whatever the user's switch says.
@@ -173,13 +166,21 @@ bool clsCliRun::BeginRecording() {
         m_log.Say(modText::FromUtf8(m_options.Record) + ": " + modText::FromUtf8(why));
     };
     std::string error;
-    auto file = m_platform.LineFile(m_options.Record, error);
+    for (const std::string* const other :
+         {&m_options.File, &m_options.Other, &m_options.Output, &m_options.HistoryFile, &m_options.Image})
+        if (!other->empty() && SameFile(*other, m_options.Record))
+            error = "the command names it for something else";
+    auto file = error.empty() ? m_platform.LineFile(m_options.Record, error) : nullptr;
     if (file == nullptr) {
         complain(error);
         return false;
     }
     const RecordingHead head{"zarn74ctl", ZARN74_VERSION, {}, 0, UtcNow()};
-    m_recorder.emplace(m_platform.Host(), m_comm, std::move(file), head, complain);
+    m_recorder.emplace(m_platform.Host(), m_comm, std::move(file), head,
+                       [this, complain](const std::string& why) {
+                           m_recordingBroke = true;
+                           complain(why);
+                       });
     return true;
 }
 

@@ -145,6 +145,7 @@ class clsCliRun {
     std::optional<clsFrameTrace> m_trace;
     std::optional<clsFrameTrace> m_monitor;
     std::optional<clsWireRecorder> m_recorder;
+    bool m_recordingBroke = false;
     clsConnection m_onPort;
     clsConnection m_onSent;
 };

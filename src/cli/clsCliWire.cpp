@@ -7,9 +7,7 @@
 #include "base/ControlNames.h"
 #include "base/modText.h"
 #include "cli/CliJson.h"
-#include "wire/Meaning.h"
 #include "wire/RecordingMask.h"
-#include "wire/RecordingRows.h"
 
 namespace {
 
@@ -17,8 +15,9 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::size_t largest = 256U << 20U;  // bytes of a recording
 constexpr std::size_t piece = 1U << 20U;
-constexpr std::size_t textColumn = 30;   // characters; what is longer stands there all the same, up to
-constexpr std::size_t textLongest = 60;  // so many
+constexpr std::size_t portion = 1U << 16U;  // bytes that are printed at once
+constexpr std::size_t textColumn = 30;      // characters; what is longer stands there all the same, up to
+constexpr std::size_t textLongest = 60;     // so many
 
 // As wide as it shows, or cut to what may be.
 std::string Column(std::string utf8) {
@@ -54,8 +53,9 @@ Json PortJson(const std::string& port, int baud) {
 
 }  // namespace
 
-clsCliWire::clsCliWire(const CliOptions& options, clsICliPlatform& platform, clsCliLog& log)
-    : m_options(options), m_platform(platform), m_log(log), m_files(platform.Files()) {}
+clsCliWire::clsCliWire(const CliOptions& options, clsICliPlatform& platform, clsITextOutput& out,
+                       clsCliLog& log)
+    : m_options(options), m_platform(platform), m_out(out), m_log(log), m_files(platform.Files()) {}
 
 bool clsCliWire::TakeInput() {
     std::string error;
@@ -95,38 +95,69 @@ CliResult clsCliWire::Execute() {
     return m_options.Command == CliCommand::Explain ? ExplainAll(*recording) : Mask(*recording);
 }
 
-CliResult clsCliWire::ExplainAll(const Recording& recording) const {
+WireMeaning clsCliWire::MeaningOf(const std::vector<RecordedRow>& rows, std::size_t number) {
+    const WireRow& row = rows[number].Row;
+    const bool paired = row.Partner != clsPairing::none;
+    const std::size_t asked = row.Start.Received && paired ? row.Partner : number;
+    WireMeaning meaning =
+        Explain(row, paired ? &rows.at(row.Partner).Row : nullptr, rows.at(asked).TimedOutAt);
+    if (rows[number].Open) meaning.Text += ": no answer is recorded";
+    return meaning;
+}
+
+// What is printed goes out as it comes: a recording may be larger than what there is room for twice.
+CliResult clsCliWire::ExplainAll(const Recording& recording) {
     const RecordingHead& head = recording.Head;
-    CliResult result{ExitDone, {}, {}};
-    result.Text = modText::ToUtf8(ControlNames::Visible(head.Program + " " + head.Version + ", ")) +
-                  PortText(head.Port, head.Baud) + ", " + modText::ToUtf8(ControlNames::Visible(head.Time)) +
-                  "\n";
-    result.Json = {{"program", CliJson::Text(head.Program)}, {"version", CliJson::Text(head.Version)}};
-    result.Json.update(PortJson(head.Port, head.Baud));
-    result.Json["time"] = CliJson::Text(head.Time);
-    Json& frames = result.Json["frames"] = Json::array();
     const std::vector<RecordedRow> rows = RowsOf(recording);
+    CliResult result{ExitDone, {}, {}};
+    if (m_options.Json) {
+        result.Json = Explained(recording, rows);
+        return result;
+    }
+    std::string& text = result.Text;
+    text = modText::ToUtf8(ControlNames::Visible(head.Program + " " + head.Version + ", ")) +
+           PortText(head.Port, head.Baud) + ", " + modText::ToUtf8(ControlNames::Visible(head.Time)) + "\n";
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        const RecordingEntry& entry = recording.Entries[i];
+        text += Line(recording.Entries[i], rows, i) + "\n";
+        if (text.size() < portion) continue;
+        m_out.Write(text);
+        text.clear();
+        if (m_out.CurrentState() != clsITextOutput::State::Open) return result;
+    }
+    if (!recording.Ended()) text += "nothing more is recorded; the end of the recording is not told\n";
+    return result;
+}
+
+std::string clsCliWire::Line(const RecordingEntry& entry, const std::vector<RecordedRow>& rows,
+                             std::size_t number) {
+    const std::string time = Seconds(entry.Microseconds);
+    if (entry.What == RecordingEntry::Kind::Port) return time + "     on " + PortText(entry.Port, entry.Baud);
+    if (entry.What == RecordingEntry::Kind::End) return time + "     the recording ends";
+    const WireRow& row = rows[number].Row;
+    const WireMeaning meaning = MeaningOf(rows, number);
+    const char* direction = row.Lost ? "  " : entry.Received ? "rx" : "tx";
+    return time + " " + direction + (meaning.Fault ? " ! " : "   ") + Column(VisibleText(row)) + " " +
+           meaning.Text;
+}
+
+Json clsCliWire::Explained(const Recording& recording, const std::vector<RecordedRow>& rows) {
+    const RecordingHead& head = recording.Head;
+    Json json{{"program", CliJson::Text(head.Program)}, {"version", CliJson::Text(head.Version)}};
+    json.update(PortJson(head.Port, head.Baud));
+    json["time"] = CliJson::Text(head.Time);
+    json["ended"] = recording.Ended();
+    Json& frames = json["frames"] = Json::array();
+    for (std::size_t i = 0; i < rows.size(); ++i) {
         const WireRow& row = rows[i].Row;
-        if (entry.What == RecordingEntry::Kind::Port) {
-            result.Text += Seconds(entry.Microseconds) + "     on " + PortText(entry.Port, entry.Baud) + "\n";
-            continue;
-        }
-        const WireRow* partner = row.Partner == clsPairing::none ? nullptr : &rows.at(row.Partner).Row;
-        const auto asked = entry.Received && partner != nullptr ? row.Partner : i;
-        const WireMeaning meaning = Explain(row, partner, rows.at(asked).TimedOutAt);
-        const char* direction = row.Lost ? "  " : entry.Received ? "rx" : "tx";
-        result.Text += Seconds(entry.Microseconds) + " " + direction + (meaning.Fault ? " ! " : "   ") +
-                       Column(VisibleText(row)) + " " + meaning.Text + "\n";
-        if (row.Lost || !m_options.Json) continue;  // it takes ten times the recording's room
-        Json frame = Json::parse(RecordingLine(entry));
+        if (row.Bytes.empty()) continue;
+        const WireMeaning meaning = MeaningOf(rows, i);
+        Json frame = Json::parse(RecordingLine(recording.Entries[i]));
         frame["adapter"] = row.Start.Adapter;
         frame["meaning"] = meaning.Text;
         frame["fault"] = meaning.Fault;
         frames.push_back(std::move(frame));
     }
-    return result;
+    return json;
 }
 
 CliResult clsCliWire::Mask(const Recording& recording) {

@@ -9,6 +9,8 @@ constexpr char endOfFrame = '\r';
 constexpr std::size_t longestFrame = 64;  // bytes; no command is
 constexpr std::int64_t usPerMs = 1000;
 constexpr int usualSpeed = 19200;
+// us; longer than anybody waits. What is added up of it, and a timer's ms, stay far from their types' ends.
+constexpr std::int64_t longestDelay = 3'600'000'000;
 }  // namespace
 
 clsReplayReader::clsReplayReader(clsIHost& host, const Recording& recording, Pace pace)
@@ -16,7 +18,8 @@ clsReplayReader::clsReplayReader(clsIHost& host, const Recording& recording, Pac
     std::int64_t asked = 0;
     for (const RecordingEntry& entry : recording.Entries) {
         switch (entry.What) {
-            case RecordingEntry::Kind::Adapter: continue;
+            case RecordingEntry::Kind::Adapter:
+            case RecordingEntry::Kind::End: continue;
             case RecordingEntry::Kind::Port:
                 if (entry.Baud != 0) m_lineSpeed = entry.Baud;  // a search ends at the right one
                 continue;
@@ -38,7 +41,8 @@ clsReplayReader::clsReplayReader(clsIHost& host, const Recording& recording, Pac
 void clsReplayReader::Spread(const RecordingEntry& entry, std::int64_t asked,
                              std::vector<Happening>& behind) {
     constexpr std::int64_t step = 10'000;  // us
-    const std::int64_t span = std::max<std::int64_t>(entry.Last - entry.Microseconds, 0);
+    const std::int64_t span = std::clamp<std::int64_t>(entry.Last - entry.Microseconds, 0, longestDelay);
+    const std::int64_t delay = std::min(entry.Microseconds - asked, longestDelay);
     const std::size_t most = std::max<std::size_t>(entry.Bytes.size(), 1);
     const std::size_t pieces = std::min(most, static_cast<std::size_t>(span / step) + 1);
     for (std::size_t piece = 0; piece < pieces; ++piece) {
@@ -46,7 +50,7 @@ void clsReplayReader::Spread(const RecordingEntry& entry, std::int64_t asked,
         const std::size_t to = entry.Bytes.size() * (piece + 1) / pieces;
         const std::int64_t later =
             pieces == 1 ? 0 : span * static_cast<std::int64_t>(piece) / static_cast<std::int64_t>(pieces - 1);
-        behind.push_back({entry.Microseconds - asked + later, entry.Bytes.substr(from, to - from)});
+        behind.push_back({delay + later, entry.Bytes.substr(from, to - from)});
     }
 }
 

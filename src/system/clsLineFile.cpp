@@ -5,19 +5,32 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 
+#include "base/Recording.h"
+
+namespace {
+bool HoldsRecording(int fd) {
+    std::array<char, 8192> begin{};  // longer than any first line
+    const ssize_t size = pread(fd, begin.data(), begin.size(), 0);
+    return size > 0 && BeginsRecording({begin.data(), static_cast<std::size_t>(size)});
+}
+}  // namespace
+
 std::unique_ptr<clsLineFile> clsLineFile::Open(const std::string& name, std::string& error) {
     signal(SIGXFSZ, SIG_IGN);  // a limit of the account is an answer, no end
     // Without waiting: what is no regular file, a pipe say, is only looked at.
-    const int fd = open(name.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC, 0666);
+    const int fd = open(name.c_str(), O_RDWR | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0600);
     struct stat info {};
     if (fd < 0 || fstat(fd, &info) != 0) {
         error = std::strerror(errno);
     } else if (!S_ISREG(info.st_mode)) {
         error = "not a regular file";
+    } else if (info.st_size > 0 && !HoldsRecording(fd)) {
+        error = "it is there and is no recording; it stays as it is";
     } else if (ftruncate(fd, 0) != 0) {
         error = std::strerror(errno);
     } else {

@@ -12,8 +12,9 @@
 /// off.
 class clsLineFile final : public clsILineFile {
   public:
-    /// Empties the file, or makes it. Null when that cannot be, or it is no regular file; `error` then has
-    /// the reason.
+    /// Empties the file, or makes it, for its owner alone: cards' IDs go into it. Only a recording is
+    /// emptied. Null when that cannot be, or it is something else or no regular file; `error` then has the
+    /// reason.
     static std::unique_ptr<clsLineFile> Open(const std::string& name, std::string& error);
     clsLineFile(const clsLineFile&) = delete;
     clsLineFile& operator=(const clsLineFile&) = delete;

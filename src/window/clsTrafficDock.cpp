@@ -13,6 +13,7 @@
 #include <QScrollBar>
 #include <QTableView>
 #include <QToolButton>
+#include <algorithm>
 
 #include "settings/RegisterMeaning.h"
 
@@ -186,17 +187,29 @@ void clsTrafficDock::TakeFilter() {
     filter.Command = m_command->currentData().toChar().toLatin1();
     filter.FaultsOnly = m_faults->isChecked();
     filter.Text = m_text->text();
+    QScrollBar& bar = *m_list->verticalScrollBar();
+    const bool atEnd = bar.value() >= bar.maximum();
+    const int top = bar.value();
+    const std::uint64_t seen = top < m_model->rowCount() ? m_model->NumberOf(top) : m_ring.First();
     m_model->SetFilter(filter);
     m_list->scrollToBottom();
+    if (!atEnd) bar.setValue(m_model->RowOf(seen));
     ShowCount();
 }
 
-// New rows never move what somebody looks at: only a list that shows its end goes on showing it.
+// Neither new rows nor those that fall out move what somebody looks at: only a list that shows its end goes
+// on showing it.
 void clsTrafficDock::ShowRows() {
-    const QScrollBar& bar = *m_list->verticalScrollBar();
+    QScrollBar& bar = *m_list->verticalScrollBar();
     const bool atEnd = bar.value() >= bar.maximum();
-    m_model->Update(/*paused=*/m_pause->isChecked());
-    if (atEnd && !m_pause->isChecked()) m_list->scrollToBottom();
+    const int top = bar.value();
+    m_model->SetPaused(m_pause->isChecked());
+    const int dropped = m_model->Update();
+    if (atEnd && !m_pause->isChecked()) {
+        m_list->scrollToBottom();
+    } else if (dropped > 0) {
+        bar.setValue(std::max(top - dropped, 0));
+    }
     ShowCount();
     const bool any = m_ring.End() > m_ring.First();
     const bool waits = any && m_ring.Now() - m_ring.Row(m_ring.End() - 1).Start.Microseconds < longestWait;

@@ -26,6 +26,10 @@ clsTrafficModel::clsTrafficModel(clsWireRing& ring, QObject* parent)
       m_ring(ring),
       m_began(QDateTime::currentMSecsSinceEpoch() - ring.Now() / usPerMs) {}
 
+int clsTrafficModel::RowOf(std::uint64_t number) const {
+    return static_cast<int>(std::lower_bound(m_numbers.begin(), m_numbers.end(), number) - m_numbers.begin());
+}
+
 int clsTrafficModel::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(m_numbers.size());
 }
@@ -123,19 +127,26 @@ void clsTrafficModel::SetFilter(const TrafficFilter& filter) {
     ShowNewest();
 }
 
-void clsTrafficModel::Update(bool paused) {
-    m_texts = {};
-    DropOldest();
-    if (!paused) ShowNewest();
-    m_ring.Told();
+void clsTrafficModel::SetPaused(bool paused) {
+    if (paused != m_pausedAt.has_value()) m_pausedAt = paused ? std::optional(m_ring.End()) : std::nullopt;
 }
 
-void clsTrafficModel::DropOldest() {
+int clsTrafficModel::Update() {
+    m_texts = {};
+    const int dropped = DropOldest();
+    if (!m_pausedAt) ShowNewest();
+    m_ring.Told();
+    return dropped;
+}
+
+int clsTrafficModel::DropOldest() {
     const auto kept = std::lower_bound(m_numbers.begin(), m_numbers.end(), m_ring.First());
-    if (kept == m_numbers.begin()) return;
-    beginRemoveRows({}, 0, static_cast<int>(kept - m_numbers.begin()) - 1);
+    const auto dropped = static_cast<int>(kept - m_numbers.begin());
+    if (dropped == 0) return 0;
+    beginRemoveRows({}, 0, dropped - 1);
     m_numbers.erase(m_numbers.begin(), kept);
     endRemoveRows();
+    return dropped;
 }
 
 // Of the newest rows what they mean may change until their answers have come: only where that changes which
@@ -143,7 +154,8 @@ void clsTrafficModel::DropOldest() {
 void clsTrafficModel::ShowNewest() {
     m_settled = std::max(m_settled, m_ring.First());
     std::vector<std::uint64_t> newest;
-    for (std::uint64_t number = m_settled; number < m_ring.End(); ++number)
+    const std::uint64_t end = m_pausedAt.value_or(m_ring.End());
+    for (std::uint64_t number = m_settled; number < end; ++number)
         if (Shows(number)) newest.push_back(number);
     auto shown = std::lower_bound(m_numbers.begin(), m_numbers.end(), m_settled);
     auto next = newest.begin();
@@ -167,5 +179,5 @@ void clsTrafficModel::ShowNewest() {
     const auto first =
         static_cast<int>(std::lower_bound(m_numbers.begin(), m_numbers.end(), m_settled) - m_numbers.begin());
     if (first < same) emit dataChanged(index(first, 0), index(same - 1, columns - 1));
-    while (m_settled < m_ring.End() && m_ring.Row(m_settled).Start.Microseconds < old) ++m_settled;
+    while (m_settled < end && m_ring.Row(m_settled).Start.Microseconds < old) ++m_settled;
 }

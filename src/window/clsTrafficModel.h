@@ -29,8 +29,14 @@ class clsTrafficModel : public QAbstractTableModel {
     clsTrafficModel(clsWireRing& ring, QObject* parent);
 
     void SetFilter(const TrafficFilter& filter);
-    /// Shows what has come since, and forgets what has fallen out of the ring. With `paused` only the latter.
-    void Update(bool paused);
+    /// Paused, no row is shown that was not on the line by then, whatever the filter.
+    void SetPaused(bool paused);
+    /// Shows what has come since, and forgets what has fallen out of the ring: so many rows, from the top.
+    int Update();
+    /// The row's number in the ring.
+    [[nodiscard]] std::uint64_t NumberOf(int row) const;
+    /// The first row that is this one or newer; their count when there is none.
+    [[nodiscard]] int RowOf(std::uint64_t number) const;
     /// What the row means.
     [[nodiscard]] WireMeaning MeaningOf(int row) const;
     /// A line for each row, with tabs between the columns.
@@ -47,17 +53,17 @@ class clsTrafficModel : public QAbstractTableModel {
         QString Columns[columns];
         WireMeaning Meaning;
     };
-    [[nodiscard]] std::uint64_t NumberOf(int row) const;
     [[nodiscard]] WireMeaning Explained(std::uint64_t number) const;
     [[nodiscard]] const Texts& TextsOf(std::uint64_t number) const;
     [[nodiscard]] bool Shows(std::uint64_t number) const;
-    void DropOldest();
+    int DropOldest();
     void ShowNewest();
 
     clsWireRing& m_ring;
     const qint64 m_began;  // ms since 1970 at the ring's 0
     TrafficFilter m_filter;
-    std::deque<std::uint64_t> m_numbers;  // of the rows shown
-    std::uint64_t m_settled = 0;          // from here on a row's meaning may still change
-    mutable Texts m_texts;                // of the row looked at last
+    std::deque<std::uint64_t> m_numbers;      // of the rows shown
+    std::optional<std::uint64_t> m_pausedAt;  // the ring's end when it was paused
+    std::uint64_t m_settled = 0;              // from here on a row's meaning may still change
+    mutable Texts m_texts;                    // of the row looked at last
 };

@@ -170,6 +170,7 @@ frmMain::frmMain(const WindowParts& parts, const WindowFiles& files, bool bench)
 // These two use what the members below hold to their own end.
 frmMain::~frmMain() {
     if (m_events != nullptr) m_events->ShowNotice = {};  // rows may wait longer than the window stands
+    m_recorder.reset();                                  // while there is somebody to be told
     delete m_traffic;
     delete m_station;
 }

@@ -203,9 +203,22 @@ class clsImages {
     [[nodiscard]] bool IsSure(std::size_t index) const {
         const Image& image = m_images[index];
         if (!IsClean(image) || image.Bytes.size() < registerCount) return false;
-        if (index + 1 == m_images.size() || Behind(image) != m_images[index + 1].First) return true;
+        const std::size_t behind = Behind(image);
+        if (behind == m_rows.size()) return WasQuietBehind(image) || RepeatsTheOneBefore(index);
+        if (index + 1 == m_images.size() || behind != m_images[index + 1].First) return true;
         const Image& next = m_images[index + 1];
         return IsClean(next) && image.Bytes.starts_with(next.Bytes);
+    }
+    // Of what is recorded last nobody knows what would have come behind it.
+    [[nodiscard]] bool WasQuietBehind(const Image& image) const {
+        return m_rows.back().Row.Start.Microseconds - m_rows[image.Entries.back()].Row.LastByte >=
+               clsFrameCutter::imagePause;
+    }
+    [[nodiscard]] bool RepeatsTheOneBefore(std::size_t index) const {
+        if (index == 0) return false;
+        const Image& before = m_images[index - 1];
+        return Behind(before) == m_images[index].First && IsClean(before) &&
+               before.Bytes == m_images[index].Bytes;
     }
 
     const std::vector<RecordedRow>& m_rows;

@@ -17,5 +17,5 @@ struct AnswerDoubt {
 /// One for each entry. A reader answers in the order in which it was asked, perhaps late, not at all, or
 /// twice; a reply may be that of any command for which one such story tells the whole recording. What has not
 /// come after a minute never does. An image is sure when all of it came, no reply stands in it and nothing
-/// was pushed out behind it.
+/// was pushed out behind it; where the recording ends too early to show that, when it came twice the same.
 std::vector<AnswerDoubt> DoubtsOf(const Recording& recording, const std::vector<RecordedRow>& rows);

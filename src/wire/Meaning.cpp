@@ -20,6 +20,7 @@ constexpr char adapterCommand = 'H';
 constexpr std::int64_t usPerMs = 1000;
 constexpr std::size_t checksumSize = 2;
 constexpr std::uint8_t busyCode = 7;
+constexpr std::string_view taken = "A";  // the only answer that the comm control takes for a written register
 
 std::string Milliseconds(std::int64_t microseconds) { return std::to_string(microseconds / usPerMs) + " ms"; }
 std::string Readable(std::string_view bytes) { return modText::ToUtf8(ControlNames::Visible(bytes)); }
@@ -115,7 +116,6 @@ std::string CardText(std::string_view data) {
 std::string DataText(const Command& command, std::string_view reply, const std::string& data) {
     switch (command.Letter) {
         case 'B': return ValueText(command.Register, static_cast<std::uint8_t>(modText::HexValue(data)));
-        case 'C': return "done";
         case 'J': return CardText(data);
         case 'V': {
             const auto firmware = SplitFirmwareAnswer(OrvNetFrame::AcceptedText(reply));
@@ -157,8 +157,14 @@ void ExplainReply(const WireRow& row, const WireRow& asked, std::int64_t timedOu
     meaning.Text = CommandText(command);
     switch (reply.Kind) {
         case OrvNetFrame::ReplyKind::Accepted:
-            meaning.Text +=
-                std::string(command.Letter == 'C' ? ": " : arrow) + DataText(command, text, reply.Data);
+            if (command.Letter != 'C') {
+                meaning.Text += std::string(arrow) + DataText(command, text, reply.Data);
+            } else if (text == taken) {
+                meaning.Text += ": done";
+            } else {
+                meaning.Text += ": " + Readable(text) + " is no answer to a write";
+                meaning.Fault = true;
+            }
             break;
         case OrvNetFrame::ReplyKind::Refused:
             meaning.Text += ": " + RefusalText(reply.Code);

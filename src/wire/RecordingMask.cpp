@@ -141,6 +141,7 @@ void clsFrameMasker::Mask(std::size_t index, RecordingEntry& entry) {
     switch (entry.What) {
         case RecordingEntry::Kind::Port:
         case RecordingEntry::Kind::Lost: HidePort(entry.Port); return;
+        case RecordingEntry::Kind::End: return;
         case RecordingEntry::Kind::Adapter: MaskAdapter(entry.Bytes, entry.Received); return;
         case RecordingEntry::Kind::Frame: break;
     }

@@ -16,15 +16,20 @@ class clsLastStart final : public clsIFrameSink {
     FrameStart Start;
 };
 
-void TellSilences(std::vector<RecordedRow>& rows) {
+void TellSilences(const Recording& recording, std::vector<RecordedRow>& rows) {
     constexpr std::size_t farthest = 1000;  // rows that are looked through for what ends a wait
+    const std::size_t last = rows.size() - 1;
     for (std::size_t i = 0; i < rows.size(); ++i) {
         if (rows[i].Row.Start.Received || rows[i].Row.Lost || rows[i].Row.Bytes.empty()) continue;
         clsSilence silence(rows[i].Row);
         const std::size_t end = std::min(rows.size(), i + farthest);
-        for (std::size_t next = i + 1; next < end; ++next)
-            if (silence.Ends(rows[next].Row, next == rows[i].Row.Partner)) break;
+        bool over = false;
+        for (std::size_t next = i + 1; next < end && !over; ++next) {
+            over = silence.Ends(rows[next].Row, next == rows[i].Row.Partner);
+            if (next == last && recording.Ended()) silence.LastsUntil(rows[next].Row.Start.Microseconds);
+        }
         rows[i].TimedOutAt = silence.TimedOutAt();
+        rows[i].Open = !over && end == rows.size() && rows[i].TimedOutAt == noTimeOut;
     }
 }
 
@@ -45,7 +50,8 @@ std::vector<RecordedRow> RowsOf(const Recording& recording) {
         row.Row.LastByte = std::max(entry.Microseconds, entry.Last);
         row.Row.Start.Received = entry.Received;
         switch (entry.What) {
-            case RecordingEntry::Kind::Port: continue;
+            case RecordingEntry::Kind::Port:
+            case RecordingEntry::Kind::End: continue;
             case RecordingEntry::Kind::Lost:
                 row.Row.Lost = true;
                 pairing.Clear();
@@ -63,6 +69,6 @@ std::vector<RecordedRow> RowsOf(const Recording& recording) {
         }
         pairing.Take(i, row.Row.Start, entry.Bytes);
     }
-    TellSilences(rows);
+    TellSilences(recording, rows);
     return rows;
 }

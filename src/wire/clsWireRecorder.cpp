@@ -12,7 +12,12 @@ clsWireRecorder::clsWireRecorder(clsIHost& host, ucCOMM& comm, std::unique_ptr<c
 
 // Where nothing went over the line the file says at least that.
 clsWireRecorder::~clsWireRecorder() {
-    if (m_file && !m_headWritten) m_file->Append(RecordingLine(m_head));
+    if (m_file && !m_headWritten) Write(m_file->Append(RecordingLine(m_head)));
+    if (!m_file) return;
+    RecordingEntry entry;
+    entry.What = RecordingEntry::Kind::End;
+    entry.Microseconds = m_tap.Now();
+    Write(m_file->Append(RecordingLine(entry)));
 }
 
 void clsWireRecorder::Write(bool done) {

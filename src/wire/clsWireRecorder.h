@@ -14,11 +14,13 @@
 class clsWireRecorder final : private clsIFrameSink {
   public:
     /// Of `head` the program, its version and the time count. `failed` is called once, with the reason in
-    /// words, when the file does not take something; nothing more is written then.
+    /// words, when the file does not take something, at the latest when this is destroyed; nothing more is
+    /// written then.
     clsWireRecorder(clsIHost& host, ucCOMM& comm, std::unique_ptr<clsILineFile> file,
                     const RecordingHead& head, std::function<void(const std::string&)> failed);
     clsWireRecorder(const clsWireRecorder&) = delete;
     clsWireRecorder& operator=(const clsWireRecorder&) = delete;
+    /// Writes that the recording ends here.
     ~clsWireRecorder() override;
 
   private:

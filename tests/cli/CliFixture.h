@@ -36,19 +36,21 @@ struct clsMemoryOutput final : clsITextOutput {
 /// Lines in a text that outlives them.
 class clsMemoryLines final : public clsILineFile {
   public:
-    explicit clsMemoryLines(std::string& text) : m_text(text) { m_text.clear(); }
+    clsMemoryLines(std::string& text, std::size_t room) : m_text(text), m_room(room) { m_text.clear(); }
     bool Append(const std::string& line) override {
         m_last = m_text.size();
         return Lengthen(line);
     }
     bool Lengthen(const std::string& line) override {
+        if (m_last + line.size() >= m_room) return false;
         m_text.replace(m_last, std::string::npos, line + "\n");
         return true;
     }
-    [[nodiscard]] std::string LastError() const override { return {}; }
+    [[nodiscard]] std::string LastError() const override { return "Full"; }
 
   private:
     std::string& m_text;
+    const std::size_t m_room;
     std::size_t m_last = 0;
 };
 
@@ -92,7 +94,7 @@ struct clsCliWorld : testing::Test, clsICliPlatform {
     clsIFiles& Files() override { return files; }
     std::unique_ptr<clsILineFile> LineFile(const std::string& name, std::string& error) override {
         if (files.Refuse) error = "Refused";
-        return files.Refuse ? nullptr : std::make_unique<clsMemoryLines>(files.Contents[name]);
+        return files.Refuse ? nullptr : std::make_unique<clsMemoryLines>(files.Contents[name], lineRoom);
     }
     std::string SetPortMap(const std::vector<std::string>& entries) override {
         return entries.empty() ? "" : "no map here";
@@ -127,6 +129,7 @@ struct clsCliWorld : testing::Test, clsICliPlatform {
     std::int64_t PluggedIn(const std::string&) override { return pluggedIn; }
     std::string DefaultFile() override { return "Default.ini"; }
 
+    std::size_t lineRoom = 1U << 20;  ///< bytes that a recording may have
     [[nodiscard]] long Sent(char command) const { return std::count(sent.begin(), sent.end(), command); }
     /// What the run said, without time or program name.
     [[nodiscard]] Texts Messages() const {

@@ -198,6 +198,48 @@ TEST_F(clsCliTest, QuietLeavesFailuresOfTheLogAlone) {
     EXPECT_EQ(Messages(), Texts{"GetRegister NG"});
 }
 
+// The command that failed is the last one: what became of it stands in the recording, or that nobody knows.
+TEST_F(clsCliTest, ARecordingTellsHowItEnds) {
+    reader.AddFault({SimFault::NoAnswer, 'B'});
+    EXPECT_EQ(Run("--port COM1 --record line get 210"), 1);
+    std::string& line = files.Contents["line"];
+    const auto told = [this](const std::string& question) {
+        EXPECT_EQ(Run(question), 0);
+        Texts ends = Lines(out.Text);
+        ends.erase(ends.begin(), ends.end() - 2);
+        for (std::string& text : ends) text.erase(0, text.find_first_of("trn"));
+        return ends;
+    };
+    const std::string command = "tx ! <STX>BD2<CR>                   read register 210 Language: no answer";
+    EXPECT_EQ(told("explain line"), (Texts{command + " in 500 ms", "the recording ends"}));
+    EXPECT_EQ(Run("mask line -o safe"), 0);
+    EXPECT_EQ(told("explain safe"), (Texts{command + " in 500 ms", "the recording ends"}));
+    line.resize(line.rfind('{'));  // killed
+    std::string open = command + " is recorded";
+    open[3] = ' ';
+    EXPECT_EQ(told("explain line"),
+              (Texts{open, "nothing more is recorded; the end of the recording is not told"}));
+    lineRoom = 400;
+    EXPECT_EQ(Run("--port COM1 --record line get 210"), 1);
+    EXPECT_EQ(Said(), "line: the recording is not whole; it breaks off");
+    EXPECT_EQ(err.Text.find("Full"), err.Text.rfind("Full")) << "said once";
+    EXPECT_LE(line.size(), lineRoom);
+}
+
+TEST_F(clsCliTest, ARecordingTakesNoOtherFilesPlace) {
+    files.Contents["file"] = "[General]\r\nLanguage=3\r\n";
+    for (const char* command :
+         {"--record file write file", "--record ./file read -o x/../file", "--record file diff other file",
+          "--record file dump -o file", "--record file --history ./file read"}) {
+        const std::string content = files.Contents["file"];
+        EXPECT_EQ(Run(command), 1) << command;
+        EXPECT_EQ(Said(), std::string(command).substr(9, std::string(command).find(' ', 9) - 9) +
+                              ": the command names it for something else");
+        EXPECT_EQ(sent, "");
+        EXPECT_EQ(files.Contents["file"], content);
+    }
+}
+
 TEST_F(clsCliTest, SingleRegistersAreShownAsTheyStandInTheReader) {
     EXPECT_EQ(Run("get 0xD2"), 0);
     EXPECT_EQ(out.Text, "210 (0x0D2) = 2 (0x02)\n");

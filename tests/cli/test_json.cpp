@@ -123,6 +123,7 @@ TEST_F(clsCliTest, EveryRunPrintsOneObjectOfTheSchema) {
         {"test-eeprom --restore", 0, "test-eeprom", "/result/restored = true"},
         {"--port COM1 --record line get 210", 0, "get", "/result/register = 210"},
         {"explain line", 0, "explain", "/result/frames/2/meaning = \"read register 210 Language\""},
+        {"explain line", 0, "explain", "/result/ended = true"},
         {"mask line -o safe", 0, "mask", "/result/recording = null"},
         {"explain safe", 0, "explain", "/result/frames/2/hex = \"024244320D\""},
         {"explain file", 1, "explain", "/result = null"},

@@ -148,6 +148,14 @@ TEST(Explanations, NoRowIsInTheShadeOfAnEarlierOneAndNoStepIsEmpty) {
     }
 }
 
+// A reply that is neither yes nor no is none; whoever asked gave the same reply as its error.
+TEST(Explanations, OnlyARefusalIsCalledOne) {
+    const std::string reading = "GetRegister - Reg=5, Err=";
+    EXPECT_NE(Explanations::Of(reading), Explanations::Of(reading + "N05"));
+    for (const char* reply : {"X", "41", "ZARN74", "\x80"})
+        EXPECT_EQ(Explanations::Of(reading), Explanations::Of(reading + reply)) << reply;
+}
+
 TEST(Explanations, TheGuideHasTheTable) {
     const std::string guide = ContentOf(fs::path(ZARN74_DOCS_FOLDER) / "USER_GUIDE.md");
     EXPECT_NE(guide.find(Explanations::GuideTable()), guide.npos) << "It has to hold:\n"

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/TraceLine.h"
+#include "sim/clsReplayReader.h"
 #include "sim/clsSimReader.h"
 #include "sim/clsSimSerialControl.h"
 #include "support/clsVirtualHost.h"
@@ -50,6 +51,29 @@ struct Bench {
     clsConnection OnComm = Control.OnComm.Connect([this] { Events.push_back(Control.CommEvent()); });
     clsConnection OnLost = Control.OnLost.Connect([this] { ++Lost; });
 };
+
+// However far apart the times in a file are, an answer is waited for, an hour at most, and comes.
+TEST(Replay, WaitsForTheFarthestAnswer) {
+    constexpr int hour = 3'600'000;  // ms
+    constexpr std::int64_t last = 99'999'999'999'999'999;
+    for (const std::int64_t answered : {std::int64_t{3'000'000'000'000}, last - 1}) {
+        for (const std::size_t size : {1U, 100U}) {
+            Recording recording{{"zarn74", "1", "COM1", 19200, "now"}, {}, false};
+            const std::string answer(size, 'A');
+            recording.Entries = {{RecordingEntry::Kind::Frame, 0, 0, false, Wire("[D]"), {}, 0},
+                                 {RecordingEntry::Kind::Frame, answered, last, true, answer, {}, 0}};
+            clsVirtualHost host;
+            clsReplayReader reader(host, recording, clsReplayReader::Pace::Recorded);
+            std::string sent;
+            const auto onSend = reader.OnSend.Connect([&](const std::string& bytes) { sent += bytes; });
+            reader.Receive(Wire("[D]"));
+            host.Run(hour - 1);
+            EXPECT_EQ(sent, "");
+            host.Run(hour + 2);
+            EXPECT_EQ(sent, answer);
+        }
+    }
+}
 
 TEST(SimFault, IsReadAsItIsTypedOrSaysWhatIsWrong) {
     const struct {

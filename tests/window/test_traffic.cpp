@@ -1,6 +1,7 @@
 #include <QCheckBox>
 #include <QClipboard>
 #include <QLineEdit>
+#include <QScrollBar>
 #include <QTableView>
 
 #include "WindowFixture.h"
@@ -74,6 +75,36 @@ TEST_F(clsTrafficTest, ShowsWhatItsFiltersLetThrough) {
     EXPECT_TRUE(Meaning(list->currentIndex().row()).contains("N05"));
     Click("cmdTrafficClear");
     EXPECT_EQ(Count(), 0);
+}
+
+// Paused, nothing new is shown, whatever is chosen meanwhile; and where rows fall out, what is looked at
+// stays.
+TEST_F(clsTrafficTest, HoldsStillWhatIsLookedAt) {
+    StartOnReader();
+    Open();
+    auto arrives = [this, number = 0](int count) mutable {
+        for (; count > 0; --count)
+            comm.OnMonitorData.Raise("\x02" + std::to_string(++number) + "\r", /*received=*/true);
+        QTest::qWait(250);
+    };
+    auto& bar = *list->verticalScrollBar();
+    const auto seen = [&] { return Cell(list->rowAt(0), clsTrafficModel::TextColumn); };
+    arrives(static_cast<int>(clsWireRing::wideRows));
+    EXPECT_EQ(bar.value(), bar.maximum());
+    bar.setValue(50'000);
+    const QString looked = seen();
+    arrives(700);
+    EXPECT_EQ(seen(), looked);
+    Click("cmdTrafficPause");
+    const QString last = Cell(Count() - 1, clsTrafficModel::TextColumn);
+    arrives(300);
+    EXPECT_EQ(seen(), looked);
+    Select("cboTrafficDirection", "Received");
+    EXPECT_EQ(Cell(Count() - 1, clsTrafficModel::TextColumn), last);
+    EXPECT_EQ(seen(), looked);
+    Click("cmdTrafficPause");
+    EXPECT_EQ(Cell(Count() - 1, clsTrafficModel::TextColumn), "<STX>101000<CR>");
+    EXPECT_EQ(seen(), looked);
 }
 
 TEST_F(clsTrafficTest, CannotRecordWhereThereIsNoFile) {

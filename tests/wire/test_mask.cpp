@@ -137,6 +137,46 @@ TEST(Mask, HidesWhatIsTypedInThePlaceOfAReply) {
     }
 }
 
+// A card typed before an image moves all of it; what it pushed out comes behind, if the recording goes on so
+// long.
+TEST(Mask, HidesAnImageBehindWhichNothingIsRecorded) {
+    const std::string typed = "04A1B2C3D4\r";
+    std::string image;
+    for (int number = 0; number < 512; ++number) image += static_cast<char>(0x21 + number % 94);
+    using Kind = RecordingEntry::Kind;
+    const struct {
+        const char* name;
+        std::string first, second;
+        std::int64_t end;  // us behind the last byte
+        bool sure;
+    } rows[] = {{"ends with it", image, "", 1000, false},
+                {"quiet behind it", image, "", 2'000'000, true},
+                {"twice the same", image, image, 1000, true},
+                {"typed in front of the second", image, (typed + image).substr(0, 512), 1000, false},
+                {"and of the only one", (typed + image).substr(0, 512), "", 1000, false}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Recording recording{{"zarn74", "1", "COM1", 19200, "now"}, {}, false};
+        std::int64_t now = 0;
+        for (const std::string& bytes : {row.first, row.second}) {
+            if (bytes.empty()) continue;
+            recording.Entries.push_back({Kind::Frame, now, 0, false, "\x02Y\r", {}, 0});
+            recording.Entries.push_back({Kind::Frame, now + 10, now + 20, true, bytes, {}, 0});
+            now += 30;
+        }
+        recording.Entries.push_back({Kind::End, now + row.end, 0, false, {}, {}, 0});
+        const Recording masked = Masked(recording, Seeded(5));
+        EXPECT_EQ(masked.Entries.back(), recording.Entries.back());
+        for (const std::size_t entry : {recording.Entries.size() - 2, std::size_t{1}}) {
+            const std::string& from = recording.Entries[entry].Bytes;
+            const std::string& to = masked.Entries[entry].Bytes;
+            EXPECT_EQ(from.substr(208, 48) == to.substr(208, 48), row.sure);  // settings
+            EXPECT_NE(from.substr(256, 48), to.substr(256, 48));
+            EXPECT_EQ(to.find("04A1"), std::string::npos);
+        }
+    }
+}
+
 /// What goes wrong in a made-up conversation, each in so many of a hundred cases.
 struct Trouble {
     const char* Name;

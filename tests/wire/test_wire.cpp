@@ -75,6 +75,39 @@ TEST(Wire, TellsWhatWentOverTheLine) {
           "< read register 224 Hex digits of Mifare 1K, first digit \xE2\x86\x92 01 from digit 1 on, 0 ms, "
           "checksum "
           "good"}},
+        {"asked again the moment the time was up",
+         "no-answer once",
+         [](WireWorld& w) {
+             w.comm.GetVersion();
+             w.comm.GetVersion();
+         },
+         {"> ask for the firmware: no answer in 500 ms !", "> ask for the firmware",
+          "< ask for the firmware \xE2\x86\x92 V1.02R007, serial number FWQ-K4436, 0 ms"}},
+        {"short waits, a late answer that the next one takes, and none behind the last",
+         "late-reply value=250 count=1 command=D",
+         [](WireWorld& w) {
+             w.comm.PollLine(200);
+             w.Fault("no-answer command=D");
+             w.comm.PollLine(200);
+             w.comm.PollLine(200);
+             for (int i = 0; i < 60; ++i) w.host.WaitEvents(10);
+         },
+         {"> ask who is there: no answer in 200 ms !", "> ask who is there",
+          "< ask who is there \xE2\x86\x92 Zarn74,00, 50 ms", "> ask who is there: no answer in 500 ms !"}},
+        {"a write answered like a reading",
+         "no-answer command=C once",
+         [](WireWorld& w) {
+             w.host.StartTimer(100, [&w] {
+                 w.reader.TypeText(
+                     "\x02"
+                     "A41A2\r");
+             });
+             w.comm.SetRegister(210, 2);
+         },
+         {"> write register 210 Language \xE2\x86\x90 02 Germany",
+          "< write register 210 Language \xE2\x86\x90 02 Germany: A41A2 is no answer to a write, 100 ms !",
+          "> write register 210 Language \xE2\x86\x90 02 Germany",
+          "< write register 210 Language \xE2\x86\x90 02 Germany: done, 0 ms"}},
         {"a wrong checksum",
          "wrong-checksum once",
          [](WireWorld& w) { w.comm.GetRegister(0, w.value); },
@@ -169,7 +202,8 @@ TEST(Recording, IsReadAsItWasWritten) {
     recording.Entries = {{Kind::Frame, 1, 7, false, all, {}, 0},
                          {Kind::Adapter, 2'000'001, 0, true, "\x06", {}, 0},
                          {Kind::Port, 3'000'000, 0, false, {}, "HID", 0},
-                         {Kind::Lost, 4'000'000, 0, false, {}, "COM1", 0}};
+                         {Kind::Lost, 4'000'000, 0, false, {}, "COM1", 0},
+                         {Kind::End, 4'000'000, 0, false, {}, {}, 0}};
     const std::string text = RecordingText(recording);
     EXPECT_EQ(text.find_first_not_of(
                   "\n !\"#$%&'()*+,-./0123456789:;<=>?@ABCDEFGHIJKLMNOPQRSTUVWXYZ[\\]^_`abcdefghijklm"
@@ -179,6 +213,8 @@ TEST(Recording, IsReadAsItWasWritten) {
     const auto read = ReadRecording(text, error);
     ASSERT_TRUE(read) << error;
     EXPECT_EQ(read->Entries, recording.Entries);
+    EXPECT_TRUE(read->Ended());
+    EXPECT_FALSE(ReadRecording(text + text.substr(text.find("{\"t\":4")), error)) << "behind its end";
     EXPECT_EQ(read->Head.Port, recording.Head.Port);
     for (std::size_t size = text.find('\n') + 1; size < text.size(); ++size) {  // killed anywhere
         const auto cut = ReadRecording(std::string_view(text).substr(0, size), error);

@@ -23,6 +23,7 @@
 #include "sim/pty/clsFrameLog.h"
 #include "sim/pty/clsPtyLine.h"
 #include "sim/pty/clsSimConsole.h"
+#include "system/SameFile.h"
 #include "system/StandardStreams.h"
 #include "system/UtcNow.h"
 #include "system/clsLineFile.h"
@@ -136,6 +137,15 @@ class clsSignals {
 /// Keeps a recording of what goes between a reader and whoever asks it, as that one sees it.
 class clsRecording {
   public:
+    clsRecording() = default;
+    clsRecording(const clsRecording&) = delete;
+    clsRecording& operator=(const clsRecording&) = delete;
+    ~clsRecording() {
+        RecordingEntry entry;
+        entry.What = RecordingEntry::Kind::End;
+        entry.Microseconds = Now();
+        Write(entry);
+    }
     /// What is wrong with the file, empty when nothing is.
     std::string Begin(const std::string& name, clsSimReader& reader, const std::string& port) {
         std::string error;
@@ -143,9 +153,8 @@ class clsRecording {
         if (m_file == nullptr) return error;
         Write(RecordingHead{"zarn74sim", ZARN74_VERSION, port, reader.LineSpeed(), UtcNow()});
         m_onFrame = reader.OnFrame.Connect([this](const std::string& bytes, bool received) {
-            constexpr std::int64_t nsPerMicrosecond = 1000;
             RecordingEntry entry;
-            entry.Microseconds = (clsPollHost::Now() - m_start) / nsPerMicrosecond;
+            entry.Microseconds = Now();
             entry.Received = !received;
             entry.Bytes = bytes;
             Write(entry);
@@ -154,9 +163,13 @@ class clsRecording {
     }
 
   private:
+    [[nodiscard]] std::int64_t Now() const {
+        constexpr std::int64_t nsPerMicrosecond = 1000;
+        return (clsPollHost::Now() - m_start) / nsPerMicrosecond;
+    }
     template <class Line>
     void Write(const Line& line) {
-        if (!m_file || m_file->Append(RecordingLine(line))) return;
+        if (m_file == nullptr || m_file->Append(RecordingLine(line))) return;
         Complain("cannot write the recording: " + m_file->LastError());
         m_file.reset();  // what came later would look as if nothing was missing
     }
@@ -284,6 +297,10 @@ int Run(const ProgramOptions& options) {
     if (!error.empty()) return Fail(error);
     clsRecording recording;
     if (!options.Record.empty()) {
+        for (const std::string& other : {options.Image, options.Log, options.Line.Link})
+            if (!other.empty() && SameFile(other, options.Record))
+                return Fail("cannot write the recording " + options.Record +
+                            ": it is named for something else");
         const std::string refused = recording.Begin(options.Record, reader, line.Path());
         if (!refused.empty()) return Fail("cannot write the recording " + options.Record + ": " + refused);
     }
