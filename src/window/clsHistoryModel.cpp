@@ -133,6 +133,14 @@ bool clsHistoryModel::ShowNewer(std::vector<HistoryEvent>& events, bool last) {
     if (whole) m_all = last && !behind;
     if (added > 0) endInsertRows();
     emit dataChanged(index(0, 0), index(added + static_cast<int>(both) - 1, ColumnCount - 1));
+    // Older ones that have come in: a view asks for more when it is scrolled, and a short list is not.
+    if (whole && behind && both < pageSize) {
+        beginInsertRows({}, rowCount(), rowCount() + static_cast<int>(events.end() - (old + both)) - 1);
+        m_events.insert(m_events.end(), std::make_move_iterator(old + both),
+                        std::make_move_iterator(events.end()));
+        m_all = last;
+        endInsertRows();
+    }
     return true;
 }
 

@@ -8,6 +8,7 @@ TEST_F(clsCliTest, ACommandEndsWhenItsHistoryIsKeptOrSaysWhatIsLost) {
     const std::string waits =
         "the history is locked by another program: waiting up to 30 s, Ctrl-C ends that";
     const std::string lost = "lost for the history, which another program keeps locked: ";
+    const std::string some = "interrupted; what was written so far is in the reader";
     constexpr int never = 99'000;
     const struct {
         std::size_t Waiting;
@@ -22,8 +23,8 @@ TEST_F(clsCliTest, ACommandEndsWhenItsHistoryIsKeptOrSaysWhatIsLost) {
                 {3, never, never, 30'000, {waits, lost + "3 events"}},
                 {1, never, 4000, 4000, {waits, lost + "1 event"}},
                 {1, never, 300, 300, {lost + "1 event"}},
-                {1, 500, 0, 500, {"interrupted; nothing was written", waits}},
-                {1, never, 0, 30'000, {"interrupted; nothing was written", waits, lost + "1 event"}}};
+                {1, 500, 0, 500, {"SetRegister NG", some, waits}},
+                {1, never, 0, 30'000, {"SetRegister NG", some, waits, lost + "1 event"}}};
     for (const auto& row : rows) {
         history.Unsettled = row.Waiting;
         std::uint32_t begun = 0;
@@ -34,7 +35,7 @@ TEST_F(clsCliTest, ACommandEndsWhenItsHistoryIsKeptOrSaysWhatIsLost) {
             if (row.Stop > 0) timers.push_back(host.StartTimer(row.Stop, [this] { cli.Stop(); }));
         };
         reader.ClearFaults();
-        if (row.Stop == 0) reader.AddFault({SimFault::NoAnswer, 'V'});
+        if (row.Stop == 0) reader.AddFault({SimFault::NoAnswer, 'C'});
         if (row.Stop == 0) host.StartTimer(1, [this] { cli.Stop(); });
         EXPECT_EQ(Run("--quiet --port COM1 --baud 19200 set 5 7"),
                   row.Stop == 0 ? ExitInterrupted : ExitDone);
