@@ -240,10 +240,12 @@ void AddHistory(CLI::App& app, CliOptions& options) {
     }
 }
 
+CLI::Option* AddFile(CLI::App& command, const char* name, std::string& value, const char* help) {
+    return command.add_option(name, value, help)->type_name("FILE")->check(NotEmpty);
+}
+
 void AddStation(CLI::App& app, CliOptions& options) {
-    app.add_option("FILE", options.File, "The settings file for all of them")
-        ->type_name("FILE")
-        ->check(NotEmpty);
+    AddFile(app, "FILE", options.File, "The settings file for all of them")->required();
     app.add_flag("--check", options.CheckOnly, "Compare only; write nothing");
     app.add_option("--label", options.Labels,
                    "A running label as A-{0001}, ask for one on standard input, or\n"
@@ -262,83 +264,92 @@ void AddStation(CLI::App& app, CliOptions& options) {
     app.add_flag("--start-with-plugged", options.StartWithPlugged, "Do what is plugged in already, too");
 }
 
-// What the history understands is only made where it is `asked`: it takes longer than all else together.
-void AddCommands(CLI::App& app, CliOptions& options, bool asked) {
-    for (const CommandRow& row : commands) {
-        CLI::App* command = app.add_subcommand(row.Name, row.Help);
-        command->fallthrough();
-        command->callback([&options, &row] { options.Command = row.Command; });
-        const auto file = [&](const char* name, const char* help) {
-            return command->add_option(name, options.File, help)->type_name("FILE")->check(NotEmpty);
-        };
-        switch (row.Command) {
-            case CliCommand::Read: file("-o", "Save to FILE instead of printing; - prints"); break;
-            case CliCommand::Dump:
-                file("-o", "Save the bytes to FILE; - prints them");
-                command->add_flag("--explain", options.Explain,
-                                  "A line for each register: its setting and what its byte means");
-                break;
-            case CliCommand::Write: file("FILE", "The settings file; - is standard input"); break;
-            case CliCommand::Default: file("FILE", "The file with the defaults; - is standard input"); break;
-            case CliCommand::Check:
-            case CliCommand::Diff: file("FILE", "The settings file; - is standard input"); break;
-            case CliCommand::Explain: file("FILE", "The recording; - is standard input"); break;
-            case CliCommand::Mask: file("FILE", "The recording; - is standard input"); break;
-            case CliCommand::Get:
-                AddNumber(*command, "REG", options.Register, 0, highestRegister, "0 to 511, decimal or 0x..");
-                break;
-            case CliCommand::Set:
-                AddNumber(*command, "REG", options.Register, 0, highestRegister, "0 to 511, decimal or 0x..");
-                AddNumber(*command, "VALUE", options.Value, 0, highestValue, "0 to 255, decimal or 0x..");
-                break;
-            case CliCommand::TestEeprom:
-                command->add_flag("--yes", options.Yes, "Yes, destroy all settings of the reader");
-                command->add_flag("--restore", options.Restore,
-                                  "Read first, and write all 512 registers back");
-                break;
-            case CliCommand::Restore:
-                AddId(*command, options);
-                AddBefore(*command, options);
-                command->add_flag("--yes", options.Yes,
-                                  "Also to another product, or where the firmware lacks a setting");
-                AddWriteFlags(*command, options);
-                break;
-            case CliCommand::Doctor:
-                command->add_option("PORT", options.Port, "Only this port; without it all are looked at")
-                    ->type_name("")
-                    ->check(NotEmpty);
-                command->add_flag("--poll", options.Poll, "Ask each free port for a reader, at every speed");
-                break;
-            case CliCommand::Station: AddStation(*command, options); break;
-            case CliCommand::History:
-                if (asked) AddHistory(*command, options);
-                break;
-            default: break;
-        }
-        for (CLI::Option* option : command->get_options()) {
-            if (option->get_positional() && row.Command != CliCommand::Default &&
-                row.Command != CliCommand::Doctor)
-                option->required();
-        }
-        if (row.Command == CliCommand::Diff)
-            command->add_option("OTHER", options.Other, "The file to compare it with; none: the reader")
-                ->type_name("FILE")
-                ->check(NotEmpty);
-        if (row.Command == CliCommand::Mask)
-            command->add_option("-o", options.Output, "Save to FILE instead of printing; - prints")
-                ->type_name("FILE")
-                ->check(NotEmpty);
-        if (row.Command == CliCommand::Write || row.Command == CliCommand::Default) {
-            command->add_flag("--all", options.All, "Write everything, without comparing first");
-            AddWriteFlags(*command, options);
-        }
+void AddRegister(CLI::App& command, CliOptions& options) {
+    AddNumber(command, "REG", options.Register, 0, highestRegister, "0 to 511, decimal or 0x..");
+    command.get_option("REG")->required();
+}
+
+// Of the commands that take settings or a recording out of a file.
+void AddFileOptions(CLI::App& command, CliCommand which, CliOptions& options) {
+    switch (which) {
+        case CliCommand::Write:
+        case CliCommand::Default:
+            if (which == CliCommand::Write)
+                AddFile(command, "FILE", options.File, "The settings file; - is standard input")->required();
+            else
+                AddFile(command, "FILE", options.File, "The file with the defaults; - is standard input");
+            command.add_flag("--all", options.All, "Write everything, without comparing first");
+            AddWriteFlags(command, options);
+            break;
+        case CliCommand::Check:
+        case CliCommand::Diff:
+            AddFile(command, "FILE", options.File, "The settings file; - is standard input")->required();
+            if (which == CliCommand::Diff)
+                AddFile(command, "OTHER", options.Other, "The file to compare it with; none: the reader");
+            break;
+        case CliCommand::Explain:
+        case CliCommand::Mask:
+            AddFile(command, "FILE", options.File, "The recording; - is standard input")->required();
+            if (which == CliCommand::Mask)
+                AddFile(command, "-o", options.Output, "Save to FILE instead of printing; - prints");
+            break;
+        default: break;
     }
-    app.require_subcommand(1);
+}
+
+void AddOptions(CLI::App& command, CliCommand which, CliOptions& options) {
+    switch (which) {
+        case CliCommand::Read:
+            AddFile(command, "-o", options.File, "Save to FILE instead of printing; - prints");
+            break;
+        case CliCommand::Dump:
+            AddFile(command, "-o", options.File, "Save the bytes to FILE; - prints them");
+            command.add_flag("--explain", options.Explain,
+                             "A line for each register: its setting and what its byte means");
+            break;
+        case CliCommand::Get: AddRegister(command, options); break;
+        case CliCommand::Set:
+            AddRegister(command, options);
+            AddNumber(command, "VALUE", options.Value, 0, highestValue, "0 to 255, decimal or 0x..");
+            command.get_option("VALUE")->required();
+            break;
+        case CliCommand::TestEeprom:
+            command.add_flag("--yes", options.Yes, "Yes, destroy all settings of the reader");
+            command.add_flag("--restore", options.Restore, "Read first, and write all 512 registers back");
+            break;
+        case CliCommand::Restore:
+            AddId(command, options);
+            AddBefore(command, options);
+            command.add_flag("--yes", options.Yes,
+                             "Also to another product, or where the firmware lacks a setting");
+            AddWriteFlags(command, options);
+            break;
+        case CliCommand::Doctor:
+            command.add_option("PORT", options.Port, "Only this port; without it all are looked at")
+                ->type_name("")
+                ->check(NotEmpty);
+            command.add_flag("--poll", options.Poll, "Ask each free port for a reader, at every speed");
+            break;
+        case CliCommand::Station: AddStation(command, options); break;
+        case CliCommand::History: AddHistory(command, options); break;
+        default: AddFileOptions(command, which, options); break;
+    }
 }
 
 std::vector<std::string>::const_iterator Typed(const std::vector<std::string>& arguments,
                                                const std::string& word) {
     return std::find(arguments.begin(), arguments.end(), word);
+}
+
+// What a command understands is only made where its name was typed: all of them take longer than all else.
+void AddCommands(CLI::App& app, CliOptions& options, const std::vector<std::string>& arguments) {
+    for (const CommandRow& row : commands) {
+        CLI::App* command = app.add_subcommand(row.Name, row.Help);
+        command->fallthrough();
+        command->callback([&options, &row] { options.Command = row.Command; });
+        if (Typed(arguments, row.Name) != arguments.end()) AddOptions(*command, row.Command, options);
+    }
+    app.require_subcommand(1);
 }
 
 // The help for what was typed: a command's with its whole name and the options of those that it belongs to.
@@ -413,8 +424,7 @@ const char* CommandName(CliCommand command) {
 CliParsing ParseArguments(const std::vector<std::string>& arguments, CliOptions& options) {
     CLI::App app("Configures a Zarn74 card reader.", "zarn74ctl");
     AddGlobalOptions(app, options);
-    const bool asked = Typed(arguments, CommandName(CliCommand::History)) != arguments.end();
-    AddCommands(app, options, asked);
+    AddCommands(app, options, arguments);
     CLI::App* const demo = app.add_subcommand("demo", "Run the command that follows on a simulated reader");
     demo->fallthrough();
     demo->add_option("--image", options.Image, "Its memory: a file of 512 bytes")
@@ -423,7 +433,7 @@ CliParsing ParseArguments(const std::vector<std::string>& arguments, CliOptions&
     demo->add_flag("--hid", options.Hid, "The reader hangs on USB HID, behind an adapter");
     AddNumber(*demo, "--units", options.DemoUnits, 1, mostDemoUnits, "station: so many readers come and go");
     AddNumber(*demo, "--bad", options.DemoBad, 0, mostDemoUnits, "station: so many of them are bad");
-    AddCommands(*demo, options, asked);
+    AddCommands(*demo, options, arguments);
 
     CliParsing parsing;
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
