@@ -6,7 +6,10 @@
 #include "cli/clsICliPlatform.h"
 #include "cli/clsITextOutput.h"
 
+class clsCliLog;
 class clsCliRun;
+struct CliOptions;
+struct CliOutcome;
 
 /// The program zarn74ctl: takes its arguments, runs one command and says how it ended. Built by main, or by a
 /// test, over a machine and two outputs that outlive it.
@@ -26,6 +29,8 @@ class clsCli {
     void OutputClosed();
 
   private:
+    CliOutcome On(clsICliPlatform& platform, const CliOptions& options, clsCliLog& log);
+    CliOutcome OnDemo(CliOptions& options, clsCliLog& log);
     int WhetherWritten(int exit);
 
     clsICliPlatform& m_platform;

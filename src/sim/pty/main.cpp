@@ -320,14 +320,7 @@ int Run(const ProgramOptions& options) {
     return saved ? ExitDone : ExitFailed;
 }
 
-int Main(int argc, char** argv) {
-    ProgramOptions options;
-    std::vector<std::string> faults;
-    CLI::App app(
-        "A simulated Zarn74 reader behind a pseudo-terminal. Prints the terminal's path, which a program "
-        "opens\n"
-        "like a serial port, and takes commands on standard input until quit, SIGINT or SIGTERM.",
-        "zarn74sim");
+void AddOptions(CLI::App& app, ProgramOptions& options, std::vector<std::string>& faults) {
     const auto rate = CLI::Range(1, 4'000'000).description("");
     app.add_option("--image", options.Image,
                    "Memory image of 512 bytes: loaded at the start, made when there is none,\n"
@@ -373,6 +366,17 @@ int Main(int argc, char** argv) {
                "\nA fault meets every frame that it can, always, unless its rule says less. Examples:\n"
                "  zarn74sim --example --link reader\n"
                "  zarn74sim --fault \"no-answer command=B register=160 once\" --pace 19200\n");
+}
+
+int Main(int argc, char** argv) {
+    ProgramOptions options;
+    std::vector<std::string> faults;
+    CLI::App app(
+        "A simulated Zarn74 reader behind a pseudo-terminal. Prints the terminal's path, which a program "
+        "opens\n"
+        "like a serial port, and takes commands on standard input until quit, SIGINT or SIGTERM.",
+        "zarn74sim");
+    AddOptions(app, options, faults);
     try {
         app.parse(argc, argv);
         for (const std::string& text : faults) {
