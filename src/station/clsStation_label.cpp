@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "base/modText.h"
+#include "history/HistoryEvent.h"
 #include "station/clsStation.h"
 
 namespace {
@@ -58,7 +59,7 @@ void clsStation::Ask(StationQuestion question, const std::string& text) {
 void clsStation::TakeLabel(const std::string& text) {
     const bool free = m_rows && m_shown.LabelAsked && !m_shown.LabelWaits;
     if (!free || m_shown.Question != StationQuestion::None) return;
-    m_label = WithoutKeys(text);
+    m_label = CutLabel(WithoutKeys(text));
     if (m_label.empty()) return SkipLabel();
     const ZarnInfo& profile = m_profile.Record();
     const bool form = !m_options.LabelForm.empty();
