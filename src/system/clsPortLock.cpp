@@ -60,8 +60,10 @@ bool clsPortLock::Read(const std::string& file) {
     if (m_holder.Process <= 0 || (!host.empty() && host != HostName())) return true;
     const bool runs = kill(static_cast<pid_t>(m_holder.Process), 0) == 0 || errno == EPERM;
     const std::string now = PortAccess::ProgramName(m_holder.Process);
-    // Its number may be another program's by now.
-    m_holder.Alive = runs && (m_holder.Program.empty() || now.empty() || now == m_holder.Program);
+    // Its number may be another program's by now. Of another user's only so much of the name is told.
+    constexpr std::size_t told = 15;
+    const bool same = now == m_holder.Program || (now.size() == told && m_holder.Program.starts_with(now));
+    m_holder.Alive = runs && (m_holder.Program.empty() || now.empty() || same);
     if (m_holder.Program.empty()) m_holder.Program = now;
     return true;
 }

@@ -1,7 +1,9 @@
 #include "system/clsAccessCheck.h"
 
 #include <sys/acl.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <functional>
@@ -109,6 +111,18 @@ struct Machine : TempFolder {
     AccessAccount account;
 };
 
+// A process that has ended and that nobody has waited for: of its names only the one that is cut off is left.
+pid_t CutNamed(const char* name) {
+    const pid_t child = fork();
+    if (child == 0) {
+        prctl(PR_SET_NAME, name);
+        _exit(0);
+    }
+    siginfo_t info{};
+    EXPECT_EQ(waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT), 0);
+    return child;
+}
+
 TEST(AccessCheck, FindsEachObstacleAloneAndNothingOnAHealthyMachine) {
     const struct {
         const char* Name;
@@ -137,6 +151,11 @@ TEST(AccessCheck, FindsEachObstacleAloneAndNothingOnAHealthyMachine) {
              m.Process("1", "init", "ttyUSB0");
          },
          "in-use COM5 $ kill 1 77\n"},
+        {"a lock of a program whose file is not told, and whose name is cut off",
+         [](Machine& m) {
+             m.Lock(std::to_string(CutNamed("a-name-of-15-ch")) + "\na-name-of-15-chars-and-more\n");
+         },
+         "lock-file COM5 $ ps -p "},
         {"a lock that was left", [](Machine& m) { m.Lock("9999999\nold\n"); },
          "lock-left COM5 $ sudo rm /lock/"},
         {"a lock of one's own that was left",
