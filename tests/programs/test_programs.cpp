@@ -200,15 +200,18 @@ TEST_F(Programs, NothingOfAnInterruptedCommandReachesTheNextProgramOnTheLine) {
         run="zarn74ctl --port $tty --baud 19200"
         $run read >first 2>err
         for time in .1 .2 .35 .45; do
-            $run dump >/dev/null 2>&1 &
+            $run --trace dump >/dev/null 2>sent &
+            until [ -s sent ]; do sleep .01; done
             sleep $time
             kill $!
             wait $!
             echo $?
+            rm sent
             $run read 2>err | cmp - first
         done
         tell fault late-reply value=400 command=B register=5 once
-        $run get 5 >/dev/null 2>&1 &
+        $run --trace get 5 >/dev/null 2>sent &
+        until [ -s sent ]; do sleep .01; done
         sleep .3
         kill $!
         wait $!
