@@ -484,13 +484,13 @@ TEST_F(Machines, OtherProgramsWriteWhileMuchIsTakenInAndOneThatBreaksOffMayBegin
     const std::size_t first = one.find('\n') + 1;
     const std::string line = one.substr(first, one.find('\n', first) + 1 - first);
     std::string content = one.substr(0, first);
-    constexpr int count = 3000;
+    constexpr int count = 6000;
     for (int i = 0; i < count; ++i) {
         content += line;
         const std::string number = std::to_string(10'000'000 + i);
         content.replace(content.find("\"uuid\":\"", content.size() - line.size()) + 8, number.size(), number);
     }
-    content += R"({"events":3000,"sha256":")" + Machine(1)->Digest(content) + "\"}\n";
+    content += R"({"events":6000,"sha256":")" + Machine(1)->Digest(content) + "\"}\n";
     const auto importer = Machine(2);
     const auto other = Machine(2);
     int own = 0;
@@ -503,7 +503,7 @@ TEST_F(Machines, OtherProgramsWriteWhileMuchIsTakenInAndOneThatBreaksOffMayBegin
         EXPECT_TRUE(other->Settled());
         ++own;
     }
-    EXPECT_GE(own, 5);
+    EXPECT_GE(own, 3) << "parts of 20 ms, however quick the machine is";
     EXPECT_GT(in.There, count / 2);
     EXPECT_EQ(in.There + in.New, count);
     EXPECT_EQ(Machine(2)->List({}).Value.size(), std::size_t(count + own));
