@@ -79,10 +79,7 @@ Outcome Read(const Row& row, int reads) {
 /// ms; nothing when the read failed.
 std::string SlowRead(int exchange, int first, int second) {
     FlowWorld world;
-    clsSimSerialControl::Line line;
-    line.Reader = &world.reader;
-    line.Paced = true;
-    world.serial.AddLine(1, line);
+    world.Pace();
     world.flows.SetQuickRead(false);
     world.reader.AddFault({SimFault::LateReply, 'B', -1, exchange, 1, first});
     world.reader.AddFault({SimFault::LateReply, 'B', -1, exchange + 1, 1, second});

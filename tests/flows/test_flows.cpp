@@ -246,10 +246,7 @@ TEST_F(Flows, WhatTheReaderTypesIsShownAndItsCardReadWhenAsked) {
 }
 
 TEST_F(Flows, TheRestOfACancelledImageIsNeitherShownNorTakenForAnAnswer) {
-    clsSimSerialControl::Line line;
-    line.Reader = &reader;
-    line.Paced = true;
-    serial.AddLine(1, line);
+    Pace();
     comm.SetBaudRate(2400);  // 512 bytes take two seconds
     host.StartTimer(300, [this] { flows.Cancel(); });
     EXPECT_EQ(End(flows.Read()), "Cancelled: Get Device Information NG");

@@ -46,6 +46,10 @@ struct StationWorld : clsIStationView {
     static constexpr const char* profile = "shop.txt";
     struct Unit {
         explicit Unit(clsIHost& host) : Reader(host) {}
+        void Fault(const std::string& rule) {
+            std::string error;
+            if (!rule.empty()) Reader.AddFault(*ParseSimFault(rule, error));
+        }
         clsSimReader Reader;
         clsSimAdapter Adapter{Reader};  // of one on USB HID
     };

@@ -72,8 +72,7 @@ TEST_P(StationFaults, EachUnitHasOneRowAndTheVerdictOfItsMemory) {
         auto& unit = world.Make();
         if (i % 3 == 1) unit.Reader.SetRegister(209, 6);
         if (GetParam()) unit.Reader.SetRegister(209, 3);
-        std::string error;
-        if (*test.Fault != '\0') unit.Reader.AddFault(*ParseSimFault(test.Fault, error));
+        unit.Fault(test.Fault);
         std::map<std::string, int> writes;
         const auto onFrame = unit.Reader.OnFrame.Connect([&](const std::string& frame, bool received) {
             if (received && frame[1] == 'C') ++writes[frame];
@@ -241,8 +240,7 @@ TEST(Station, AFixedLineIsPolledWithoutALineInTheLog) {
         SCOPED_TRACE(fault);
         auto& next = world.Make();
         if (*fault == 'n') next.Reader.SetRegister(209, 7);
-        std::string error;
-        if (*fault != '\0') next.Reader.AddFault(*ParseSimFault(fault, error));
+        next.Fault(fault);
         const std::size_t before = world.results.size();
         world.Plug(next, 1);
         world.host.Run(60'000);
@@ -278,8 +276,7 @@ TEST(Station, CheckingOnlyWritesNothing) {
     for (const char* fault : {"", "short-dump value=100"}) {
         StationWorld world;
         auto& unit = world.Make();
-        std::string error;
-        if (*fault != '\0') unit.Reader.AddFault(*ParseSimFault(fault, error));
+        unit.Fault(fault);
         world.options.CheckOnly = true;
         ASSERT_TRUE(world.station.Start(world.options));
         world.Plug(unit, 5);

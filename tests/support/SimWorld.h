@@ -22,6 +22,17 @@ struct SimWorld {
         comm.SetMSCommMode(false);
         comm.SetPortOpen(true);
     }
+    void Fault(const std::string& rule) {
+        std::string error;
+        reader.AddFault(ParseSimFault(rule, error).value());
+    }
+    /// Bytes take their time from now on.
+    void Pace() {
+        clsSimSerialControl::Line line;
+        line.Reader = &reader;
+        line.Paced = true;
+        serial.AddLine(1, line);
+    }
     clsVirtualHost host;
     clsSimReader reader{host};
     clsSimSerialControl serial{host};

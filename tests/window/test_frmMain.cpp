@@ -287,10 +287,7 @@ TEST_F(clsMainTest, NothingMovesWhenAPageIsFirstShownAndTheWindowFitsOnSmallScre
 
 TEST_F(clsMainTest, TheBytesOfTheMemoryImageMoveTheProgress) {
     StartOnReader();
-    clsSimSerialControl::Line line;
-    line.Reader = &reader;
-    line.Paced = true;
-    serial.AddLine(1, line);
+    Pace();
     comm.SetBaudRate(2400);  // 4.4 s
     std::vector<int> values;
     Texts texts;

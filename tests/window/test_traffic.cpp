@@ -39,8 +39,7 @@ TEST_F(clsTrafficTest, ShowsWhatItsFiltersLetThrough) {
     Open();
     std::uint8_t value = 0;
     comm.GetRegister(210, value);
-    std::string error;
-    reader.AddFault(ParseSimFault("refuse-code value=5 once command=C", error).value());
+    Fault("refuse-code value=5 once command=C");
     comm.SetRegister(210, 3);
     QTest::qWait(200);
     const int all = Count();

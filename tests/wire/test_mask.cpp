@@ -17,6 +17,12 @@ bool HoldsKeysOrID(int number) {
     return number < 128 ? number % 8 != 0 : number >= 256 || (number >= 160 && number < 208);
 }
 
+RecordingEntry Frame(std::int64_t time, bool received, const std::string& bytes) {
+    return {RecordingEntry::Kind::Frame, time, 0, received, bytes, {}, 0};
+}
+
+std::string Framed(const std::string& text) { return OrvNetFrame::STX + text + OrvNetFrame::CR; }
+
 /// Everything that is somebody's own, in every place where it can stand, recorded.
 struct clsRecorded : SimWorld {
     clsRecorded() {
@@ -41,18 +47,13 @@ struct clsRecorded : SimWorld {
         comm.GetRegister(164, value);
         trace.reset();
     }
-    void Fault(const std::string& rule) {
-        std::string error;
-        reader.AddFault(ParseSimFault(rule, error).value());
-    }
     static std::uint8_t secret(int number) {
         return static_cast<std::uint8_t>(number % 7 == 0 ? 0xFF : 0xA0 + number % 13);
     }
     Recording recording{{"zarn74", "1", "\\\\hid#serial", 19200, "now"}, {}, false};
     std::optional<clsFrameTrace> trace{
         std::in_place, host, comm, [this](const FrameRecord& record) {
-            recording.Entries.push_back(
-                {RecordingEntry::Kind::Frame, record.Microseconds, 0, record.Received, record.Bytes, {}, 0});
+            recording.Entries.push_back(Frame(record.Microseconds, record.Received, record.Bytes));
         }};
 };
 
@@ -118,17 +119,7 @@ TEST(Mask, HidesWhatIsTypedInThePlaceOfAReply) {
     for (const std::string command : {"D", "V", "J", "X", "B0D2", "B0A0", "C0D2,4100", "Y"}) {
         for (const std::string before : {"", "A", "N", "A01,"}) {
             Recording recording{{"zarn74", "1", "COM1", 19200, "now"}, {}, false};
-            const auto add = [&](std::int64_t time, bool received, const std::string& text) {
-                recording.Entries.push_back({RecordingEntry::Kind::Frame,
-                                             time,
-                                             0,
-                                             received,
-                                             OrvNetFrame::STX + text + OrvNetFrame::CR,
-                                             {},
-                                             0});
-            };
-            add(0, false, command);
-            add(1000, true, before + typed);
+            recording.Entries = {Frame(0, false, Framed(command)), Frame(1000, true, Framed(before + typed))};
             const std::string masked = Masked(recording, Seeded(3)).Entries[1].Bytes;
             EXPECT_EQ(masked.size(), before.size() + typed.size() + 2);
             for (std::size_t at = 0; at + 4 <= typed.size(); ++at)
@@ -160,7 +151,7 @@ TEST(Mask, HidesAnImageBehindWhichNothingIsRecorded) {
         std::int64_t now = 0;
         for (const std::string& bytes : {row.first, row.second}) {
             if (bytes.empty()) continue;
-            recording.Entries.push_back({Kind::Frame, now, 0, false, "\x02Y\r", {}, 0});
+            recording.Entries.push_back(Frame(now, false, "\x02Y\r"));
             recording.Entries.push_back({Kind::Frame, now + 10, now + 20, true, bytes, {}, 0});
             now += 30;
         }
@@ -230,7 +221,6 @@ class clsMadeUp final : clsIFrameSink {
     };
     int Below(int bound) { return static_cast<int>(m_draw() % static_cast<std::uint32_t>(bound)); }
     bool Happens(int percent) { return Below(100) < percent; }
-    static std::string Frame(const std::string& text) { return OrvNetFrame::STX + text + OrvNetFrame::CR; }
     void Ask(int number) {
         const std::string field = OrvNetFrame::RegisterField(number);
         const int kind = Below(60);
@@ -238,7 +228,7 @@ class clsMadeUp final : clsIFrameSink {
         const std::string text = letter == 'B'   ? "B" + field
                                  : letter == 'C' ? OrvNetFrame::WriteRegisterCommand(number, 0x55)
                                                  : std::string(1, letter);
-        m_cutter.Sent(m_now, letter == 'C' ? OrvNetFrame::BuildFrame(text, true) : Frame(text));
+        m_cutter.Sent(m_now, letter == 'C' ? OrvNetFrame::BuildFrame(text, true) : Framed(text));
         if (letter == 'C') m_registers[static_cast<std::size_t>(number)] = 0x55;
         if (Happens(m_trouble.Typed)) Come(m_now + Below(300'000), "C0BBEE42\r", "bbbbbbbb");
         if (Happens(m_trouble.Flood)) Come(m_now + Below(300'000), std::string(5000, '\x90'), "");
@@ -260,10 +250,10 @@ class clsMadeUp final : clsIFrameSink {
                 reply.Bytes = OrvNetFrame::BuildFrame("A" + value, true);
                 if (HoldsKeysOrID(number) && value != "FF") reply.Secret = std::string("\0\0d", 3);
                 break;
-            case 'C': reply.Bytes = Frame("A"); break;
-            case 'V': reply.Bytes = Frame("AV1.02R007,FWQ-K4436"); break;
+            case 'C': reply.Bytes = Framed("A"); break;
+            case 'V': reply.Bytes = Framed("AV1.02R007,FWQ-K4436"); break;
             case 'J':
-                reply.Bytes = Frame("A01,C0BBEE42");
+                reply.Bytes = Framed("A01,C0BBEE42");
                 reply.Secret = std::string("\0\0\0\0\0d\0d\0d\0d", 13);
                 break;
             default:
@@ -294,8 +284,7 @@ class clsMadeUp final : clsIFrameSink {
         m_cutter.Received(m_now, coming.Bytes);
     }
     void FrameBegins(const FrameStart& start) override {
-        Recorded.Entries.push_back(
-            {RecordingEntry::Kind::Frame, start.Microseconds, 0, start.Received, {}, {}, 0});
+        Recorded.Entries.push_back(Frame(start.Microseconds, start.Received, ""));
     }
     void FrameGrows(std::int64_t, std::string_view bytes) override { Recorded.Entries.back().Bytes += bytes; }
     void FrameEnds() override {}
@@ -347,9 +336,8 @@ TEST(Mask, HidesWhatCannotBePairedForSure) {
                           OrvNetFrame::CheckReply(to.substr(1, 5)).empty());
                 if (from == to || rows[i].Row.Partner == clsPairing::none) continue;
                 const auto asked = made.Recorded.Entries[rows[i].Row.Partner].Bytes.substr(2);
-                changed +=
-                    HoldsKeysOrID(static_cast<int>(modText::HexValue(asked.substr(0, asked.size() - 1)))) ? 0
-                                                                                                          : 1;
+                const auto number = modText::HexValue(asked.substr(0, asked.size() - 1));
+                changed += HoldsKeysOrID(static_cast<int>(number)) ? 0 : 1;
             }
             if (trouble.Name == std::string("none")) {
                 ASSERT_EQ(changed, 0) << seed;
