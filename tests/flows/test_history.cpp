@@ -13,15 +13,33 @@ struct Recording : FlowWorld {
         view.Controls = false;
         disk.Contents = {{file, content}, {"bad", "[General]\r\nOther=1\r\n"}};
     }
-    void Fault(SimFault fault, char command, int number = -1) {
-        SimFaultRule rule{fault, command, number};
-        rule.Value = 3;
-        reader.AddFault(rule);
+    Recording& Fault(SimFault fault, char command, int number = -1) {
+        reader.AddFault({fault, command, number, 0, -1, /*Value=*/3});
+        return *this;
+    }
+    Recording& Slow() {
+        flows.SetQuickRead(false);
+        return *this;
+    }
+    Recording& Begin() {
+        flows.BeginEvent(HistoryAction::Write);
+        return *this;
+    }
+    void Lay(const char* name = file, FileRole role = FileRole::Compare) {
+        LaidFile laid;
+        flows.LayFile(name, role, laid);
+    }
+    /// When the test of the memory is in its second pattern.
+    Recording& EndInTheTest(bool closes) {
+        logView.OnLine = [this, closes] {
+            if (Last() == "Write 0xFF to EEPROM 32~47 byte OK")
+                closes ? void(flows.RequestClose()) : flows.Cancel();
+        };
+        return *this;
     }
     /// What the command line does to write a file and to prove it.
     void Write() {
-        flows.BeginEvent(HistoryAction::Write);
-        if (WriteFile(file) == FlowResult::Done) Prove();
+        if (Begin().WriteFile(file) == FlowResult::Done) Prove();
         flows.EndEvent(/*cancelled=*/false);
     }
     void Prove() {
@@ -60,185 +78,103 @@ TEST(History, EveryFlowIsOneEventOfWhatWasSeen) {
         std::function<void(Recording&)> Run;
         const char* Kept;
     } rows[] = {
-        {"read", [](Recording& world) { world.flows.Read(); }, "read done 0 [|si]"},
-        {"slow read",
-         [](Recording& world) {
-             world.flows.SetQuickRead(false);
-             world.flows.Read();
-         },
-         "read done 0 [|s]"},
-        {"search", [](Recording& world) { world.flows.AutoScan(); }, "read done 0 [|si]"},
-        {"search without a reader",
-         [](Recording& world) {
-             world.serial.Unplug(1);
-             world.flows.AutoScan();
-         },
-         ""},
+        {"read", [](auto& world) { world.flows.Read(); }, "read done 0 [|si]"},
+        {"slow read", [](auto& world) { world.Slow().flows.Read(); }, "read done 0 [|s]"},
+        {"search", [](auto& world) { world.flows.AutoScan(); }, "read done 0 [|si]"},
+        {"search without a reader", [](auto& world) { world.serial.Unplug(1), world.flows.AutoScan(); }, ""},
         {"search, and the reader does not tell its firmware",
-         [](Recording& world) {
-             world.Fault(SimFault::NoAnswer, 'V');
-             world.flows.AutoScan();
-         },
+         [](auto& world) { world.Fault(SimFault::NoAnswer, 'V').flows.AutoScan(); },
          "read failed 0 [|] the reader did not tell its firmware"},
         {"search, and the reader does not tell its product",
-         [](Recording& world) {
-             world.reader.Product = "Zarn74";
-             world.flows.AutoScan();
-         },
+         [](auto& world) { world.reader.Product = "Zarn74", world.flows.AutoScan(); },
          "read failed 0 [|] the reader did not tell its product"},
         {"search, and the reader is not read to its end",
-         [](Recording& world) {
-             world.Fault(SimFault::NoAnswer, 'B');
-             world.flows.SetQuickRead(false);
-             world.flows.AutoScan();
-         },
+         [](auto& world) { world.Slow().Fault(SimFault::NoAnswer, 'B').flows.AutoScan(); },
          "read failed 0 [|] Get Device Information NG"},
         {"search that was cancelled as the reader told its firmware",
-         [](Recording& world) {
-             world.Fault(SimFault::LateReply, 'V');
+         [](auto& world) {
              const auto cancel = world.reader.OnFrame.Connect([&world](const std::string& frame, bool) {
                  if (frame.at(1) == 'V') world.flows.Cancel();
              });
-             world.flows.AutoScan();
+             world.Fault(SimFault::LateReply, 'V').flows.AutoScan();
          },
          "read cancelled 0 [|]"},
-        {"no answer",
-         [](Recording& world) {
-             world.Fault(SimFault::NoAnswer, 'V');
-             world.flows.Read();
-         },
+        {"no answer", [](auto& world) { world.Fault(SimFault::NoAnswer, 'V').flows.Read(); },
          "read failed 0 [|] Get Device Information NG"},
         {"cancelled",
-         [](Recording& world) {
+         [](auto& world) {
              world.view.OnProgress = [&] { world.flows.Cancel(); };
-             world.flows.SetQuickRead(false);
-             world.flows.Read();
+             world.Slow().flows.Read();
          },
          "read cancelled 0 [|] Get Device Information NG"},
-        {"dump",
-         [](Recording& world) {
-             modZarn74::Image image;
-             world.flows.Dump(image);
-         },
+        {"dump", [image = modZarn74::Image()](auto& world) mutable { world.flows.Dump(image); },
          "read done 0 [|i]"},
-        {"check",
-         [](Recording& world) {
-             LaidFile laid;
-             world.flows.LayFile(file, FileRole::Compare, laid);
-         },
-         "check differs 7 [|si]"},
-        {"check, by the slow way",
-         [](Recording& world) {
-             world.Fault(SimFault::ShortDump, 'Y');
-             LaidFile laid;
-             world.flows.LayFile(file, FileRole::Compare, laid);
-         },
+        {"check", [](auto& world) { world.Lay(); }, "check differs 7 [|si]"},
+        {"check, by the slow way", [](auto& world) { world.Fault(SimFault::ShortDump, 'Y').Lay(); },
          "check differs 7 [|s]"},
         {"read by the slow way in a write, interrupted behind it",
-         [](Recording& world) {
-             world.Fault(SimFault::ShortDump, 'Y');
-             world.flows.BeginEvent(HistoryAction::Write);
-             world.flows.Read();
+         [](auto& world) {
+             world.Begin().Fault(SimFault::ShortDump, 'Y').flows.Read();
              world.flows.EndEvent(/*cancelled=*/true);
          },
          "write cancelled 0 [|s]"},
-        {"file without settings",
-         [](Recording& world) {
-             LaidFile laid;
-             world.flows.LayFile("bad", FileRole::Compare, laid);
-             world.flows.Initialize("missing");
-         },
+        {"file without settings", [](auto& world) { world.Lay("bad"), world.flows.Initialize("missing"); },
          ""},
-        {"write and prove", [](Recording& world) { world.Write(); }, "write done 7 [si|si]"},
-        {"write, and one is lost",
-         [](Recording& world) {
-             world.Fault(SimFault::DroppedWrite, 'C', 210);
-             world.Write();
-         },
+        {"write and prove", [](auto& world) { world.Write(); }, "write done 7 [si|si]"},
+        {"write, and one is lost", [](auto& world) { world.Fault(SimFault::DroppedWrite, 'C', 210).Write(); },
          "write differs 7 [si|si] not kept: Language"},
         {"write, and no answer behind it",
-         [](Recording& world) {
-             world.flows.BeginEvent(HistoryAction::Write);
-             world.WriteFile(file);
-             world.Fault(SimFault::NoAnswer, 'B');
-             world.Fault(SimFault::NoAnswer, 'D');
-             world.Fault(SimFault::NoAnswer, 'V');
+         [](auto& world) {
+             world.Begin().WriteFile(file);
+             for (const char command : {'B', 'D', 'V'}) world.Fault(SimFault::NoAnswer, command);
              world.Prove();
              world.flows.EndEvent(/*cancelled=*/true);
          },
          "write not proven 7 [si|]"},
-        {"write refused",
-         [](Recording& world) {
-             world.Fault(SimFault::RefuseCode, 'C', 210);
-             world.Write();
-         },
+        {"write refused", [](auto& world) { world.Fault(SimFault::RefuseCode, 'C', 210).Write(); },
          "write failed 7 [si|] Write NG"},
         {"interrupted between two flows",
-         [](Recording& world) {
-             world.flows.BeginEvent(HistoryAction::Write);
-             LaidFile laid;
-             world.flows.LayFile(file, FileRole::Settings, laid);
+         [](auto& world) {
+             world.Begin().Lay(file, FileRole::Settings);
              world.flows.EndEvent(/*cancelled=*/true);
          },
          "write cancelled 7 [|si]"},
-        {"write of the pages", [](Recording& world) { world.Edit(); }, "write done 23 [si|si]"},
+        {"write of the pages", [](auto& world) { world.Edit(); }, "write done 23 [si|si]"},
         {"write of the pages, and one is lost",
-         [](Recording& world) {
-             world.Fault(SimFault::DroppedWrite, 'C', 210);
-             world.Edit();
-         },
+         [](auto& world) { world.Fault(SimFault::DroppedWrite, 'C', 210).Edit(); },
          "write differs 23 [si|si] not kept: Language"},
         {"write of all pages without a look before it, and one is lost",
-         [](Recording& world) {
+         [](auto& world) {
              world.flows.SetOnlyChanged(false);
-             world.Fault(SimFault::DroppedWrite, 'C', 210);
-             world.Edit();
+             world.Fault(SimFault::DroppedWrite, 'C', 210).Edit();
          },
          "write differs 1 [|si] not kept: Language"},
         {"write of what was chosen",
-         [](Recording& world) {
+         [](auto& world) {
              ZarnInfo held;
              world.module.GetZarnInfo(held, /*quick=*/true, modZarn74::Lines::Silent);
              ZarnInfo chosen = held;
              chosen.Language = 4;
-             world.flows.BeginEvent(HistoryAction::Write);
-             world.flows.WriteDifferences(chosen, held);
+             world.Begin().flows.WriteDifferences(chosen, held);
              world.Prove();
              world.flows.EndEvent(/*cancelled=*/false);
          },
          "write done 1 [|si]"},
-        {"defaults", [](Recording& world) { world.flows.Initialize(file); }, "default done 18 [si|]"},
-        {"register", [](Recording& world) { world.flows.SetRegister(5, 7, [](std::uint8_t) {}); },
-         "set done 1 [|]"},
+        {"defaults", [](auto& world) { world.flows.Initialize(file); }, "default done 18 [si|]"},
+        {"register", [](auto& world) { world.flows.SetRegister(5, 7, [](auto) {}); }, "set done 1 [|]"},
         {"register, lost",
-         [](Recording& world) {
-             world.Fault(SimFault::DroppedWrite, 'C', 5);
-             world.flows.SetRegister(5, 7, [](std::uint8_t) {});
+         [](auto& world) {
+             world.Fault(SimFault::DroppedWrite, 'C', 5).flows.SetRegister(5, 7, [](auto) {});
          },
          "set differs 1 [|] not kept: Register 5"},
-        {"memory test", [](Recording& world) { world.flows.TestEeprom(); }, "test done 0 [|i]"},
+        {"memory test", [](auto& world) { world.flows.TestEeprom(); }, "test done 0 [|i]"},
         {"memory test, cancelled in its second pattern",
-         [](Recording& world) {
-             world.logView.OnLine = [&] {
-                 if (world.Last() == "Write 0xFF to EEPROM 32~47 byte OK") world.flows.Cancel();
-             };
-             world.flows.TestEeprom();
-         },
+         [](auto& world) { world.EndInTheTest(/*closes=*/false).flows.TestEeprom(); },
          "test cancelled 0 [|] Test EEPROM NG"},
         {"memory test, ended by a window that closes",
-         [](Recording& world) {
-             world.logView.OnLine = [&] {
-                 if (world.Last() == "Write 0xFF to EEPROM 32~47 byte OK") world.flows.RequestClose();
-             };
-             world.flows.TestEeprom();
-         },
-         "test cancelled 0 [|]"},
+         [](auto& world) { world.EndInTheTest(/*closes=*/true).flows.TestEeprom(); }, "test cancelled 0 [|]"},
         {"port closed",
-         [](Recording& world) {
-             world.comm.SetPortOpen(false);
-             world.flows.Read();
-             world.flows.TestEeprom();
-         },
+         [](auto& world) { world.comm.SetPortOpen(false), world.flows.Read(), world.flows.TestEeprom(); },
          ""},
     };
     for (const auto& row : rows) {

@@ -24,15 +24,11 @@ TEST(Recorded, EveryFlowSendsAndSaysWhatItAlwaysDid) {
         std::function<void(FlowWorld&)> Run;
         std::uint64_t Digest;
     } rows[] = {
-        {"scan", [](FlowWorld& world) { world.flows.AutoScan(); }, 9792387767453971822U},
-        {"slow read",
-         [](FlowWorld& world) {
-             world.flows.SetQuickRead(false);
-             world.flows.Read();
-         },
+        {"scan", [](auto& world) { world.flows.AutoScan(); }, 9792387767453971822U},
+        {"slow read", [](auto& world) { world.flows.SetQuickRead(false), world.flows.Read(); },
          2314012039445980834U},
         {"write",
-         [](FlowWorld& world) {
+         [](auto& world) {
              std::string message;
              world.flows.Read();
              world.view.Form.ShowZarn74(RecordOf(unusual), message);
@@ -40,33 +36,23 @@ TEST(Recorded, EveryFlowSendsAndSaysWhatItAlwaysDid) {
          },
          1251674211554214536U},
         {"write all",
-         [](FlowWorld& world) {
-             world.flows.SetOnlyChanged(false);
-             world.flows.Read();
-             world.flows.Apply();
-         },
+         [](auto& world) { world.flows.SetOnlyChanged(false), world.flows.Read(), world.flows.Apply(); },
          10641148476189121830U},
-        {"default", [](FlowWorld& world) { world.flows.Initialize("f"); }, 15677733628163312743U},
+        {"default", [](auto& world) { world.flows.Initialize("f"); }, 15677733628163312743U},
         {"file",
-         [](FlowWorld& world) {
-             world.flows.OpenFile("f");
-             world.flows.SaveFile("g");
-             world.flows.OpenFile("missing");
+         [](auto& world) {
+             world.flows.OpenFile("f"), world.flows.SaveFile("g"), world.flows.OpenFile("missing");
          },
          14377331501446795493U},
-        {"write file",
-         [](FlowWorld& world) {
-             world.view.Controls = false;
-             world.WriteFile("f");
-         },
+        {"write file", [](auto& world) { world.view.Controls = false, world.WriteFile("f"); },
          5534270728985802481U},
         {"refused",
-         [](FlowWorld& world) {
+         [](auto& world) {
              world.reader.AddFault({SimFault::RefuseCode, 'C', 209, 0, -1, 3});
              world.flows.Initialize("f");
          },
          11233685362541328289U},
-        {"EEPROM", [](FlowWorld& world) { world.flows.TestEeprom(); }, 15153282928945535777U},
+        {"EEPROM", [](auto& world) { world.flows.TestEeprom(); }, 15153282928945535777U},
     };
     for (const auto& row : rows) {
         FlowWorld world;
@@ -162,20 +148,15 @@ TEST_F(Proof, OnlyWhatWasSeenIsSaidOfTheReader) {
     EXPECT_EQ(view.Notices.back(), "Written, not proven: the reader could not be read back");
     flows.SetReadBack(false);
 
-    const std::function<void()> forgets[] = {[&] {
-                                                 reader.AddFault({SimFault::RefuseCode, 'C', 217, 0, 1, 3});
-                                                 flows.Apply();
-                                             },
-                                             [&] {
-                                                 view.OnProgress = [&] { flows.Cancel(); };
-                                                 flows.Apply();
-                                                 view.OnProgress = nullptr;
-                                             },
-                                             [&] { flows.TestEeprom(); }, [&] { flows.Scan("COM2"); },
-                                             [&] {
-                                                 serial.Unplug(1);
-                                                 host.DoEvents();
-                                             }};
+    const auto refused = [&] { reader.AddFault({SimFault::RefuseCode, 'C', 217, 0, 1, 3}), flows.Apply(); };
+    const auto cancelled = [&] {
+        view.OnProgress = [&] { flows.Cancel(); };
+        flows.Apply();
+        view.OnProgress = nullptr;
+    };
+    const std::function<void()> forgets[] = {refused, cancelled, [&] { flows.TestEeprom(); },
+                                             [&] { flows.Scan("COM2"); },
+                                             [&] { serial.Unplug(1), host.DoEvents(); }};
     for (const auto& forget : forgets) {
         reader.ClearFaults();
         comm.SetPortOpen(true);

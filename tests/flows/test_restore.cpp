@@ -48,6 +48,11 @@ struct Restore : testing::Test, FlowWorld {
         return (done ? "restored" : text) + "/" +
                (last.Action == HistoryAction::Restore ? WordOf(last.Outcome) : "none");
     }
+    /// The event of a test.
+    HistoryEvent& Tested() {
+        flows.TestEeprom();
+        return history.Rows.back();
+    }
     /// Read and tested as one event, which is the one to be restored.
     void TestInOneEvent() {
         flows.BeginEvent(HistoryAction::Test);
@@ -174,9 +179,8 @@ TEST_F(Restore, SettingsComeBackWhereNoBytesAreKeptAndAPersonIsAskedWhereTheyMay
           "ID without leading zeros: Needs firmware V1.01R004 or later"}},
         {"what a test left",
          [this] {
-             event.Product.clear();
-             event.Action = HistoryAction::Test;
-             reader.Version = "V1.02R007,FWQ-K4436";
+             event.Product.clear(), event.Action = HistoryAction::Test,
+                                    reader.Version = "V1.02R007,FWQ-K4436";
          },
          {"a memory test left this behind: there are no settings in it"}},
     };
@@ -206,8 +210,7 @@ TEST_F(Restore, All512ComeBackBehindAMemoryTestAndOnlyThere) {
         {"read, then tested", [this] { flows.TestEeprom(); }, true},
         {"the test broke off in its first pattern",
          [this] {
-             reader.AddFault({SimFault::RefuseCode, 'C', 140, 0, 1, 4});
-             flows.TestEeprom();
+             reader.AddFault({SimFault::RefuseCode, 'C', 140, 0, 1, 4}), flows.TestEeprom();
          },
          true},
         {"what the test found before it", [this] { TestInOneEvent(); }, true},
@@ -215,29 +218,13 @@ TEST_F(Restore, All512ComeBackBehindAMemoryTestAndOnlyThere) {
          [this] { flows.TestEeprom(), flows.Read(), event = history.Rows.back(); }, false},
         {"restored since", [this] { flows.TestEeprom(), Run(), reader.Registers = changed; }, false},
         {"another reader in its place", [this] { flows.TestEeprom(), reader.Registers[129] = 0x17; }, false},
-        {"another port's reader was tested",
-         [this] { flows.TestEeprom(), history.Rows.back().Port = "COM7"; }, false},
+        {"another port's reader was tested", [this] { Tested().Port = "COM7"; }, false},
         {"never tested", [this] { reader.Registers.fill(0xFF); }, false},
-        {"another machine's reader was tested",
-         [this] {
-             flows.TestEeprom();
-             history.Rows.back().Host = "another";
-         },
-         false},
-        {"another machine's event, and its test",
-         [this] {
-             flows.TestEeprom();
-             event.Host = history.Rows.back().Host = "another";
-         },
-         false},
+        {"another machine's reader was tested", [this] { Tested().Host = "another"; }, false},
+        {"another machine's event, and its test", [this] { event.Host = Tested().Host = "another"; }, false},
         {"another machine's test itself",
-         [this] {
-             TestInOneEvent();
-             event.Host = history.Rows.back().Host = "another";
-         },
-         false},
-        {"restored on another port than that of the read", [this] { flows.TestEeprom(), port = "COM2"; },
-         false},
+         [this] { TestInOneEvent(), event.Host = history.Rows.back().Host = "another"; }, false},
+        {"restored on another port than that of the read", [this] { Tested(), port = "COM2"; }, false},
         {"the test itself, its reader on another port by now", [this] { TestInOneEvent(), port = "COM2"; },
          true},
         {"a test that did not begin, and was given a label",
@@ -249,23 +236,12 @@ TEST_F(Restore, All512ComeBackBehindAMemoryTestAndOnlyThere) {
              reader.Registers.fill(0xFF);
          },
          false},
-        {"a test of which nothing was kept before it",
-         [this] {
-             flows.TestEeprom();
-             history.Rows.back().Revision = 1;
-         },
-         false},
+        {"a test of which nothing was kept before it", [this] { Tested().Revision = 1; }, false},
         {"the program was killed in the test",
-         [this] {
-             flows.TestEeprom();
-             history.Rows.back().Revision = 1;
-             history.Rows.back().Outcome = HistoryOutcome::Interrupted;
-         },
-         true},
-        {"the history is locked as it is asked for tests", [this] { flows.TestEeprom(), history.BusyAt = 1; },
+         [this] { Tested().Revision = 1, history.Rows.back().Outcome = HistoryOutcome::Interrupted; }, true},
+        {"the history is locked as it is asked for tests", [this] { Tested(), history.BusyAt = 1; }, false},
+        {"the history is locked as it is asked for restores", [this] { Tested(), history.BusyAt = 2; },
          false},
-        {"the history is locked as it is asked for restores",
-         [this] { flows.TestEeprom(), history.BusyAt = 2; }, false},
     };
     const HistoryEvent first = event;
     for (const auto& row : rows) {
@@ -291,150 +267,63 @@ TEST_F(Restore, All512ComeBackBehindAMemoryTestAndOnlyThere) {
 TEST_F(Restore, ATestWritesBackWhatWasThereHoweverItEnds) {
     constexpr auto another = "what answers now may be another reader";
     const std::string version = reader.Version;
+    using enum FlowResult;
+    using enum SimFault;
+    struct Moment {
+        SimFaultRule Fault{NoAnswer, 'Z'};
+        int Step = 0;           ///< at which something happens,
+        const char* Line = "";  ///< or the line of the log
+        std::function<void()> Do;
+    };
+    const auto fault = [](auto... rule) { return Moment{{rule...}, 0, "", {}}; };
+    const auto at = [](int step, auto what) { return Moment{{NoAnswer, 'Z'}, step, "", what}; };
+    const auto on = [](const char* line, auto what, SimFaultRule rule) {
+        return Moment{rule, 0, line, what};
+    };
+    const auto cancel = [this] { flows.Cancel(); };
+    const auto exchange = [this] { reader.Registers.fill(0xFF), reader.Registers[210] = 5; };
     const struct {
         const char* Name;
-        SimFaultRule Fault;
-        int Step;  ///< at which something happens
-        std::function<void()> Do;
+        Moment What;
         FlowResult Result;
         bool Whole;          ///< all is as it was
         const char* Events;  ///< of the history
-        const char* WhyNot;
-        const char* Line = "";  ///< of the log, at which it happens instead
+        const char* WhyNot = "";
     } rows[] = {
-        {"passed", {}, 0, {}, FlowResult::Done, true, "test done, restore done", ""},
-        {"a block was refused",
-         {SimFault::RefuseCode, 'C', 100, 0, 1, 4},
-         0,
-         {},
-         FlowResult::Failed,
-         true,
-         "test failed, restore done",
-         ""},
-        {"a byte was not kept",
-         {SimFault::DroppedWrite, 'C', 100, 1, 1},
-         0,
-         {},
-         FlowResult::Failed,
-         true,
-         "test failed, restore done",
-         ""},
-        {"cancelled in the test",
-         {},
-         60,
-         [this] { flows.Cancel(); },
-         FlowResult::Cancelled,
-         true,
-         "test cancelled, restore done",
-         ""},
-        {"closed in the test",
-         {},
-         60,
-         [this] { flows.RequestClose(); },
-         FlowResult::Cancelled,
-         true,
-         "test cancelled, restore done",
-         ""},
-        {"cancelled as it is written back",
-         {},
-         130,
-         [this] { flows.Cancel(); },
-         FlowResult::Failed,
-         false,
-         "test done, restore cancelled",
+        {"passed", {}, Done, true, "test done, restore done"},
+        {"a block was refused", fault(RefuseCode, 'C', 100, 0, 1, 4), Failed, true,
+         "test failed, restore done"},
+        {"a byte was not kept", fault(DroppedWrite, 'C', 100, 1, 1), Failed, true,
+         "test failed, restore done"},
+        {"cancelled in the test", at(60, cancel), Cancelled, true, "test cancelled, restore done"},
+        {"closed in the test", at(60, [this] { flows.RequestClose(); }), Cancelled, true,
+         "test cancelled, restore done"},
+        {"cancelled as it is written back", at(130, cancel), Failed, false, "test done, restore cancelled",
          "188 of 204 registers not tried"},
-        {"pulled in the test",
-         {},
-         60,
-         [this] { serial.Unplug(1); },
-         FlowResult::Failed,
-         false,
-         "test failed",
-         ""},
-        {"its memory cannot be seen behind the test",
-         {SimFault::RefuseCode, 'Y', -1, 6, 2, 4},
-         0,
-         {},
-         FlowResult::Failed,
-         false,
-         "test done, restore failed",
-         another},
-        {"silent in the test for a moment",
-         {SimFault::NoAnswer, 'C', 100, 0, 2},
-         0,
-         {},
-         FlowResult::Done,
-         true,
-         "test done, restore done",
-         ""},
-        {"silent until the test ended",
-         {SimFault::NoAnswer, 'C', 100, 0, 3},
-         0,
-         {},
-         FlowResult::Failed,
-         true,
-         "test failed, restore done",
-         ""},
+        {"pulled in the test", at(60, [this] { serial.Unplug(1); }), Failed, false, "test failed"},
+        {"its memory cannot be seen behind the test", fault(RefuseCode, 'Y', -1, 6, 2, 4), Failed, false,
+         "test done, restore failed", another},
+        {"silent in the test for a moment", fault(NoAnswer, 'C', 100, 0, 2), Done, true,
+         "test done, restore done"},
+        {"silent until the test ended", fault(NoAnswer, 'C', 100, 0, 3), Failed, true,
+         "test failed, restore done"},
         {"a bit is stuck, and it was never silent",
-         {},
-         0,
-         [this] { reader.Registers[129] = 0x10; },
-         FlowResult::Failed,
-         true,
-         "test failed, restore done",
-         "",
-         "Write 0x0 to EEPROM 128~143 byte OK"},
+         on("Write 0x0 to EEPROM 128~143 byte OK", [this] { reader.Registers[129] = 0x10; }, {NoAnswer, 'Z'}),
+         Failed, true, "test failed, restore done"},
         {"another is plugged in behind the test, factory-fresh but for a setting",
-         {SimFault::NoAnswer, 'C', 100, 0, 3},
-         0,
-         [this] { reader.Registers.fill(0xFF), reader.Registers[210] = 5; },
-         FlowResult::Failed,
-         false,
-         "test failed, restore failed",
-         another,
-         "Test EEPROM NG"},
+         on("Test EEPROM NG", exchange, {NoAnswer, 'C', 100, 0, 3}), Failed, false,
+         "test failed, restore failed", another},
         {"another is plugged in, and the test goes on with it",
-         {SimFault::NoAnswer, 'C', 100, 0, 2},
-         0,
-         [this] { reader.Registers = kept; },
-         FlowResult::Failed,
-         false,
-         "test failed, restore failed",
-         another,
-         "SetRegister - Reg=100, Err=Timeout"},
+         on("SetRegister - Reg=100, Err=Timeout", [this] { reader.Registers = kept; },
+            {NoAnswer, 'C', 100, 0, 2}),
+         Failed, false, "test failed, restore failed", another},
         {"another is plugged in that tells itself by its firmware alone",
-         {SimFault::NoAnswer, 'C', 100, 0, 3},
-         0,
-         [this] { reader.Version = "V1.01R003,FWQ-K1"; },
-         FlowResult::Failed,
-         false,
-         "test failed, restore failed",
-         another,
-         "Test EEPROM NG"},
-        {"a register is worn out",
-         {SimFault::DroppedWrite, 'C', 129, 2},
-         0,
-         {},
-         FlowResult::Failed,
-         false,
-         "test done, restore differs",
-         ""},
-        {"no memory in one piece",
-         {SimFault::RefuseCode, 'Y', -1, 0, -1, 4},
-         0,
-         {},
-         FlowResult::Failed,
-         true,
-         "read failed",
-         ""},
-        {"cancelled before the test",
-         {},
-         1,
-         [this] { flows.Cancel(); },
-         FlowResult::Cancelled,
-         true,
-         "read cancelled",
-         ""},
+         on("Test EEPROM NG", [this] { reader.Version = "V1.01R003,FWQ-K1"; }, {NoAnswer, 'C', 100, 0, 3}),
+         Failed, false, "test failed, restore failed", another},
+        {"a register is worn out", fault(DroppedWrite, 'C', 129, 2), Failed, false,
+         "test done, restore differs"},
+        {"no memory in one piece", fault(RefuseCode, 'Y', -1, 0, -1, 4), Failed, true, "read failed"},
+        {"cancelled before the test", at(1, cancel), Cancelled, true, "read cancelled"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.Name);
@@ -442,14 +331,14 @@ TEST_F(Restore, ATestWritesBackWhatWasThereHoweverItEnds) {
         comm.SetPortOpen(true);
         Change();
         history.Rows.clear();
-        reader.AddFault(row.Fault.Command != 0 ? row.Fault : SimFaultRule{SimFault::NoAnswer, 'Z'});
+        reader.AddFault(row.What.Fault);
         reader.Version = version;
         int steps = 0;
         view.OnProgress = [&] {
-            if (++steps == row.Step) row.Do();
+            if (++steps == row.What.Step) row.What.Do();
         };
         logView.OnLine = [&] {
-            if (Last() == row.Line) row.Do();
+            if (Last() == row.What.Line) row.What.Do();
         };
         TestedReader tested;
         EXPECT_EQ(flows.TestAndRestore(tested), row.Result);
