@@ -200,76 +200,30 @@ TEST_F(Engine, ALateReplyNeverAnswersTheNextCommand) {
         host.StartTimer(200, [this] { comm.CancelCommand(); });
         comm.Dump(four);
     };
+    const auto two = [this] { comm.SendOrvNetCMD("V", false, false, 190), Send(200); };
     using Arrivals = std::vector<std::pair<int, std::string>>;
+    const Arrivals own{{210, "\2A2\r"}};
+    const Arrivals both{{250, "\2A1\r"}, {260, "\2A2\r"}};
+    const Arrivals refused{{250, "\2N05\r\r"}, {300, "\2A2\r"}};
+    const Arrivals slow{{150, "\r\2"}, {1900, "\2"}, {2350, "\r"}, {2360, "\2A2\r"}};
     // What it shows; what came before the command, which is sent after 200 ms; what arrives when; the
     // command's reply and time; what was told.
     const std::tuple<const char*, std::function<void()>, Arrivals, std::string, std::string> rows[] = {
         {"late", silent, {{250, "\2A1\r"}, {1400, "\2A2\r"}}, "A2 1200", "\2|13:A1|"},
-        {"lost: the last is the answer", silent, {{210, "\2A2\r"}}, "A2 2000", ""},
-        {"refused, and told twice that it ends",
-         silent,
-         {{250, "\2N05\r\r"}, {300, "\2A2\r"}},
-         "A2 100",
-         "\2|13:N05|"},
+        {"lost: the last is the answer", silent, own, "A2 2000", ""},
+        {"refused, and told twice that it ends", silent, refused, "A2 100", "\2|13:N05|"},
         {"the answer breaks off", silent, {{250, "\2A1\r"}, {300, "\2A"}}, "Timeout 600", "\2|13:A1|"},
-        {"two of them at once",
-         [&] {
-             comm.SendOrvNetCMD("V", false, false, 190);
-             Send(200);
-         },
-         {{400, "\2A0\r\2A1\r"}, {401, "\2A2\r"}},
-         "A2 11",
-         "\2|13:A0|\2|13:A1|"},
-        {"it came in between",
-         [&] {
-             silent();
-             host.Sleep(100);
-         },
-         {{250, "\2A1\r"}, {310, "\2A2\r"}},
-         "A2 10",
-         "\2|13:A1|"},
-        {"it ran out",
-         [&] {
-             silent();
-             host.Sleep(1800);
-         },
-         {{2010, "\2A2\r"}},
-         "A2 10",
-         ""},
-        {"cancelled", cancelled, {{250, "\2A1\r"}, {260, "\2A2\r"}}, "A2 60", "\2|13:A1|"},
-        {"not waited for", unwaited, {{250, "\2A1\r"}, {260, "\2A2\r"}}, "A2 60", "\2|13:A1|"},
-        {"the port was closed",
-         [&] {
-             silent();
-             comm.SetPortOpen(false);
-             comm.SetPortOpen(true);
-         },
-         {{210, "\2A2\r"}},
-         "A2 10",
-         ""},
-        {"another rate",
-         [&] {
-             silent();
-             comm.SetBaudRate(2400);
-             comm.SetBaudRate(9600);
-         },
-         {{210, "\2A2\r"}},
-         "A2 10",
-         ""},
-        {"the same rate",
-         [&] {
-             silent();
-             comm.SetBaudRate(comm.BaudRate());
-         },
-         {{210, "\2A2\r"}},
-         "A2 2000",
-         ""},
+        {"two of them at once", two, {{400, "\2A0\r\2A1\r"}, {401, "\2A2\r"}}, "A2 11", "\2|13:A0|\2|13:A1|"},
+        {"it came in between", [&] { silent(), host.Sleep(55); }, both, "A2 5", "\2|13:A1|"},
+        {"it ran out", [&] { silent(), host.Sleep(1800); }, {{2010, "\2A2\r"}}, "A2 10", ""},
+        {"cancelled", cancelled, both, "A2 60", "\2|13:A1|"},
+        {"not waited for", unwaited, both, "A2 60", "\2|13:A1|"},
+        {"the port was closed", [&] { silent(), comm.SetPortOpen(false), comm.SetPortOpen(true); }, own,
+         "A2 10", ""},
+        {"another rate", [&] { silent(), comm.SetBaudRate(2400), comm.SetBaudRate(9600); }, own, "A2 10", ""},
+        {"the same rate", [&] { silent(), comm.SetBaudRate(comm.BaudRate()); }, own, "A2 2000", ""},
         {"the rest of an image", image, {{150, "\r\2"}, {600, "\2\r"}, {610, "\2A2\r"}}, "A2 410", ""},
-        {"an image that takes long",
-         image,
-         {{150, "\r\2"}, {1900, "\2"}, {2350, "\r"}, {2360, "\2A2\r"}},
-         "A2 2160",
-         ""},
+        {"an image that takes long", image, slow, "A2 2160", ""},
         {"an image without its end", image, {{150, "\r\2"}, {1990, "\2"}, {2500, "\2A2\r"}}, "A2 2300", ""},
     };
     for (const auto& [what, before, arrivals, reply, told] : rows) {
@@ -316,10 +270,7 @@ TEST_F(Engine, AWaitEndsWithItsPort) {
     Image four(4);
     const std::function<void()> ends[] = {[this] { serial.OnLost.Raise(); },
                                           [this] { notices.OnDeviceRemoveComplete.Raise(3, "COM1"); },
-                                          [this] {
-                                              comm.SetPortOpen(false);
-                                              comm.SetPortOpen(true);
-                                          }};
+                                          [this] { comm.SetPortOpen(false), comm.SetPortOpen(true); }};
     for (const auto& end : ends) {
         comm.SetPortOpen(true);
         host.StartTimer(100, end);

@@ -135,8 +135,7 @@ TEST(PortReason, ARefusalNamesTheNodesOwnGroupAndWhatHelpsThisUser) {
          "it belongs to the group plugdev; you are in that group since you logged in: log out and in again"},
         {{"root", "tty", true, false, true, true},
          "the system refuses it although you are in the group tty; if this is a container or sandbox, give "
-         "it "
-         "the device"},
+         "it the device"},
         {{"root", "tty", true, true, false, false},
          "the system refuses it even to root; if this is a container or sandbox, give it the device"},
         {{"root", "root", true, false, false, false},

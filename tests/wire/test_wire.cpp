@@ -11,9 +11,9 @@
 
 namespace {
 
-/// What a ring's rows say, with their direction and "!" for what went wrong.
-Texts Told(clsWireRing& ring) {
-    Texts told;
+/// What a ring's rows say, a line each, with their direction and "!" for what went wrong.
+std::string Told(clsWireRing& ring) {
+    std::string told;
     ring.Widen();
     for (std::uint64_t number = ring.First(); number < ring.End(); ++number) {
         const WireRow row = ring.Row(number);
@@ -22,139 +22,99 @@ Texts Told(clsWireRing& ring) {
         const bool answers = row.Start.Received && row.Partner != clsPairing::none;
         const WireMeaning meaning = Explain(row, row.Partner == clsPairing::none ? nullptr : &partner,
                                             ring.TimedOutAt(answers ? row.Partner : number));
-        told.push_back((row.Start.Received ? "< " : "> ") + meaning.Text + (meaning.Fault ? " !" : ""));
+        told += (row.Start.Received ? "< " : "> ") + meaning.Text + (meaning.Fault ? " !\n" : "\n");
     }
     return told;
 }
 
 struct WireWorld : SimWorld {
-    void Fault(const std::string& rule) {
-        std::string error;
-        reader.AddFault(ParseSimFault(rule, error).value());
-    }
     void Wait() {
         for (int i = 0; i < 30; ++i) host.WaitEvents(10);
     }
+    void Get(int number) { comm.GetRegister(number, value); }
     clsWireRing ring{host, comm};
     std::uint8_t value = 0;
 };
 
 TEST(Wire, TellsWhatWentOverTheLine) {
     const struct {
-        const char* name;
-        const char* fault;
+        const char *name, *fault;
         void (*act)(WireWorld&);
-        Texts told;
+        const char* told;
     } rows[] = {
-        {"a register",
-         "",
-         [](WireWorld& w) { w.comm.GetRegister(210, w.value); },
-         {"> read register 210 Language",
-          "< read register 210 Language \xE2\x86\x92 02 Germany, 0 ms, checksum good"}},
-        {"a write",
-         "",
-         [](WireWorld& w) { w.comm.SetRegister(162, 0x0D); },
-         {"> write register 162 Prefix, byte 3 of 16 \xE2\x86\x90 0D key <CR>",
-          "< write register 162 Prefix, byte 3 of 16 \xE2\x86\x90 0D key <CR>: done, 0 ms"}},
-        {"refused",
-         "refuse-code value=5",
-         [](WireWorld& w) { w.comm.GetRegister(512, w.value); },
-         {"> read register 512", "< read register 512: refused: N05, 0 ms, checksum good !"}},
-        {"silent, then late",
-         "late-reply value=580 once",
-         [](WireWorld& w) { w.comm.GetRegister(219, w.value); },
-         {"> read register 219 Keyboard output: no answer in 500 ms !", "> read register 219 Keyboard output",
-          "< read register 219 Keyboard output \xE2\x86\x92 FF on, late, 80 ms after the time-out, checksum "
-          "good !",
-          "< read register 219 Keyboard output \xE2\x86\x92 FF on, 30 ms, checksum good"}},
-        {"never",
-         "no-answer once",
-         [](WireWorld& w) { w.comm.GetRegister(224, w.value); },
-         {"> read register 224 Hex digits of Mifare 1K, first digit: no answer in 500 ms !",
-          "> read register 224 Hex digits of Mifare 1K, first digit",
-          "< read register 224 Hex digits of Mifare 1K, first digit \xE2\x86\x92 01 from digit 1 on, 0 ms, "
-          "checksum "
-          "good"}},
-        {"asked again the moment the time was up",
-         "no-answer once",
-         [](WireWorld& w) {
-             w.comm.GetVersion();
-             w.comm.GetVersion();
-         },
-         {"> ask for the firmware: no answer in 500 ms !", "> ask for the firmware",
-          "< ask for the firmware \xE2\x86\x92 V1.02R007, serial number FWQ-K4436, 0 ms"}},
+        {"a register", "", [](auto& w) { w.Get(210); },
+         "> read register 210 Language\n< read register 210 Language \xE2\x86\x92 02 Germany, 0 ms, checksum "
+         "good\n"},
+        {"a write", "", [](auto& w) { w.comm.SetRegister(162, 0x0D); },
+         "> write register 162 Prefix, byte 3 of 16 \xE2\x86\x90 0D key <CR>\n"
+         "< write register 162 Prefix, byte 3 of 16 \xE2\x86\x90 0D key <CR>: done, 0 ms\n"},
+        {"refused", "refuse-code value=5", [](auto& w) { w.Get(512); },
+         "> read register 512\n< read register 512: refused: N05, 0 ms, checksum good !\n"},
+        {"silent, then late", "late-reply value=580 once", [](auto& w) { w.Get(219); },
+         "> read register 219 Keyboard output: no answer in 500 ms !\n> read register 219 Keyboard output\n"
+         "< read register 219 Keyboard output \xE2\x86\x92 FF on, late, 80 ms after the time-out, checksum "
+         "good !\n"
+         "< read register 219 Keyboard output \xE2\x86\x92 FF on, 30 ms, checksum good\n"},
+        {"never", "no-answer once", [](auto& w) { w.Get(224); },
+         "> read register 224 Hex digits of Mifare 1K, first digit: no answer in 500 ms !\n"
+         "> read register 224 Hex digits of Mifare 1K, first digit\n"
+         "< read register 224 Hex digits of Mifare 1K, first digit \xE2\x86\x92 01 from digit 1 on, 0 ms, "
+         "checksum good\n"},
+        {"asked again the moment the time was up", "no-answer once",
+         [](auto& w) { w.comm.GetVersion(), w.comm.GetVersion(); },
+         "> ask for the firmware: no answer in 500 ms !\n> ask for the firmware\n"
+         "< ask for the firmware \xE2\x86\x92 V1.02R007, serial number FWQ-K4436, 0 ms\n"},
         {"short waits, a late answer that the next one takes, and none behind the last",
          "late-reply value=250 count=1 command=D",
-         [](WireWorld& w) {
+         [](auto& w) {
              w.comm.PollLine(200);
              w.Fault("no-answer command=D");
-             w.comm.PollLine(200);
-             w.comm.PollLine(200);
-             for (int i = 0; i < 60; ++i) w.host.WaitEvents(10);
+             w.comm.PollLine(200), w.comm.PollLine(200);
+             w.Wait(), w.Wait();
          },
-         {"> ask who is there: no answer in 200 ms !", "> ask who is there",
-          "< ask who is there \xE2\x86\x92 Zarn74,00, 50 ms", "> ask who is there: no answer in 500 ms !"}},
-        {"a write answered like a reading",
-         "no-answer command=C once",
-         [](WireWorld& w) {
-             w.host.StartTimer(100, [&w] {
-                 w.reader.TypeText(
-                     "\x02"
-                     "A41A2\r");
-             });
+         "> ask who is there: no answer in 200 ms !\n> ask who is there\n"
+         "< ask who is there \xE2\x86\x92 Zarn74,00, 50 ms\n> ask who is there: no answer in 500 ms !\n"},
+        {"a write answered like a reading", "no-answer command=C once",
+         [](auto& w) {
+             w.host.StartTimer(100, [&w] { w.reader.TypeText("\2A41A2\r"); });
              w.comm.SetRegister(210, 2);
          },
-         {"> write register 210 Language \xE2\x86\x90 02 Germany",
-          "< write register 210 Language \xE2\x86\x90 02 Germany: A41A2 is no answer to a write, 100 ms !",
-          "> write register 210 Language \xE2\x86\x90 02 Germany",
-          "< write register 210 Language \xE2\x86\x90 02 Germany: done, 0 ms"}},
-        {"a wrong checksum",
-         "wrong-checksum once",
-         [](WireWorld& w) { w.comm.GetRegister(0, w.value); },
-         {"> read register 0 Table row 1, card type",
-          "< read register 0 Table row 1, card type \xE2\x86\x92 01 Mifare 1K, 0 ms, checksum wrong !",
-          "> read register 0 Table row 1, card type",
-          "< read register 0 Table row 1, card type \xE2\x86\x92 01 Mifare 1K, 0 ms, checksum good"}},
-        {"noise, and half a frame",
-         "garbage-before-stx",
-         [](WireWorld& w) {
-             w.comm.GetVersion();
-             w.reader.TypeText(
-                 "\x02"
-                 "A4");
-             w.Wait();
-         },
-         {"> ask for the firmware", "< 5 bytes outside of any frame !",
-          "< ask for the firmware \xE2\x86\x92 V1.02R007, serial number FWQ-K4436, 0 ms",
-          "< a frame without its end !"}},
-        {"typed, and a card",
-         "",
-         [](WireWorld& w) {
-             w.reader.TypeText("04A1\r");
-             w.Wait();
+         "> write register 210 Language \xE2\x86\x90 02 Germany\n"
+         "< write register 210 Language \xE2\x86\x90 02 Germany: A41A2 is no answer to a write, 100 ms !\n"
+         "> write register 210 Language \xE2\x86\x90 02 Germany\n"
+         "< write register 210 Language \xE2\x86\x90 02 Germany: done, 0 ms\n"},
+        {"a wrong checksum", "wrong-checksum once", [](auto& w) { w.Get(0); },
+         "> read register 0 Table row 1, card type\n"
+         "< read register 0 Table row 1, card type \xE2\x86\x92 01 Mifare 1K, 0 ms, checksum wrong !\n"
+         "> read register 0 Table row 1, card type\n"
+         "< read register 0 Table row 1, card type \xE2\x86\x92 01 Mifare 1K, 0 ms, checksum good\n"},
+        {"noise, and half a frame", "garbage-before-stx",
+         [](auto& w) { w.comm.GetVersion(), w.reader.TypeText("\2A4"), w.Wait(); },
+         "> ask for the firmware\n< 5 bytes outside of any frame !\n"
+         "< ask for the firmware \xE2\x86\x92 V1.02R007, serial number FWQ-K4436, 0 ms\n"
+         "< a frame without its end !\n"},
+        {"typed, and a card", "",
+         [](auto& w) {
+             w.reader.TypeText("04A1\r"), w.Wait();
              w.reader.PlaceCard({1, "04A1B2C3"});
              w.comm.SendOrvNetCMD("J", false, false);
          },
-         {"< typed by the reader", "> ask for the card",
-          "< ask for the card \xE2\x86\x92 Mifare 1K 04A1B2C3, 0 ms"}},
-        {"an image with frames in it, and a short one",
-         "short-dump value=300 skip=1",
-         [](WireWorld& w) {
-             w.reader.Registers[160] = 2;
-             w.reader.Registers[161] = 'V';
-             w.reader.Registers[162] = 13;
+         "< typed by the reader\n> ask for the card\n< ask for the card \xE2\x86\x92 Mifare 1K 04A1B2C3, 0 "
+         "ms\n"},
+        {"an image with frames in it, and a short one", "short-dump value=300 skip=1",
+         [](auto& w) {
+             std::copy_n("\2V\r", 3, w.reader.Registers.begin() + 160);
              std::array<std::uint8_t, 512> image{};
              w.comm.Dump(image);
          },
-         {"> read the memory image", "< read the memory image \xE2\x86\x92 512 bytes, 0 ms",
-          "> read the memory image", "< read the memory image \xE2\x86\x92 bytes 1 to 300 of 512, 0 ms !"}},
-        {"pulled out",
-         "no-answer",
-         [](WireWorld& w) {
+         "> read the memory image\n< read the memory image \xE2\x86\x92 512 bytes, 0 ms\n"
+         "> read the memory image\n< read the memory image \xE2\x86\x92 bytes 1 to 300 of 512, 0 ms !\n"},
+        {"pulled out", "no-answer",
+         [](auto& w) {
              w.host.StartTimer(100, [&w] { w.serial.Unplug(1); });
-             w.comm.GetRegister(210, w.value);
+             w.Get(210);
          },
-         {"> read register 210 Language", "> the port was pulled out !"}},
+         "> read register 210 Language\n> the port was pulled out !\n"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -173,11 +133,10 @@ TEST(Wire, TheRingKeepsTheNewestInItsRoom) {
     for (int i = 0; i < 700; ++i) world.comm.GetRegister(i % 512, world.value);
     EXPECT_EQ(world.ring.End() - world.ring.First(), clsWireRing::smallRows);
     EXPECT_EQ(world.ring.End(), 1400U);
-    EXPECT_EQ(world.ring.Row(1398).Bytes,
-              "\x02"
-              "BBB\r");
+    EXPECT_EQ(world.ring.Row(1398).Bytes, "\2BBB\r");
     EXPECT_EQ(world.ring.Memory(), memory);
-    EXPECT_EQ(Told(world.ring).size(), clsWireRing::smallRows);  // wide, of what was kept
+    const std::string told = Told(world.ring);  // wide, of what was kept
+    EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), clsWireRing::smallRows);
     EXPECT_EQ(world.ring.Row(1399).Partner, 1398U);
     const std::string noise(30'000, '\x80');
     for (int i = 0; i < 600; ++i) world.comm.OnMonitorData.Raise(noise, true);
