@@ -19,6 +19,10 @@ struct LockedWorld : StationWorld {
         history.SetLocked(true);
     }
     void At(int ms, std::function<void()> what) { host.StartTimer(ms, std::move(what)); }
+    LockedWorld& StopAt700() {
+        At(700, [this] { station.Stop(); });
+        return *this;
+    }
     /// What is shown of each unit, as it was shown last, and what stands in the history; and the state.
     [[nodiscard]] std::string Told() const {
         std::map<int, std::string> shown;
@@ -32,6 +36,7 @@ struct LockedWorld : StationWorld {
 };
 
 TEST(StationLabels, ALabelThatWaitsIsItsOwnUnitsAndNobodyElses) {
+    constexpr auto notKept = "The label \"A\" was not kept: another program has the history for itself";
     struct Case {
         const char* Name;
         int Locked;  // ms
@@ -42,37 +47,32 @@ TEST(StationLabels, ALabelThatWaitsIsItsOwnUnitsAndNobodyElses) {
     const Case cases[] = {
         {"a moment", 1400, [](LockedWorld&) {}, "1=A 2= | A  | PASS"},
         {"another one, impatiently", 1400,
-         [](LockedWorld& world) { world.At(700, [&] { world.station.TakeLabel("B"); }); },
-         "1=A 2= | A  | PASS"},
+         [](auto& world) { world.At(700, [&] { world.station.TakeLabel("B"); }); }, "1=A 2= | A  | PASS"},
         {"left out, and answers to no question", 1400,
-         [](LockedWorld& world) {
+         [](auto& world) {
              world.At(700, [&] {
                  world.station.SkipLabel();
-                 world.station.Answer(/*yes=*/true);
-                 world.station.Answer(/*yes=*/false);
+                 for (const bool yes : {true, false}) world.station.Answer(yes);
              });
          },
          "1=A 2= | A  | PASS"},
-        {"stopped", 1400, [](LockedWorld& world) { world.At(700, [&] { world.station.Stop(); }); },
-         "1=A | A | STOPPED"},
+        {"stopped", 1400, [](auto& world) { world.StopAt700(); }, "1=A | A | STOPPED"},
         {"stopped twice", 1400,
-         [](LockedWorld& world) {
-             world.At(700, [&] { world.station.Stop(); });
-             world.At(800, [&] {
+         [](auto& world) {
+             world.StopAt700().At(800, [&] {
                  world.station.Abort();
                  EXPECT_EQ(world.station.Shown().Word(), "STOPPED");
              });
          },
-         "1= |  | STOPPED", "The label \"A\" was not kept: another program has the history for itself"},
+         "1= |  | STOPPED", notKept},
         {"stopped, and started again", 1400,
-         [](LockedWorld& world) {
-             world.At(700, [&] { world.station.Stop(); });
-             world.At(900, [&] { EXPECT_FALSE(world.station.Start(world.options)); });
+         [](auto& world) {
+             world.StopAt700().At(900, [&] { EXPECT_FALSE(world.station.Start(world.options)); });
              world.At(1600, [&] { EXPECT_TRUE(world.station.Start(world.options)); });
          },
          "1=A | A | READY"},
         {"long: the next unit does not wait for ever", 5000,
-         [](LockedWorld& world) {
+         [](auto& world) {
              world.At(1900, [&] { EXPECT_EQ(world.station.Shown().State, StationState::Waiting); });
              world.At(2500, [&] {
                  EXPECT_EQ(world.station.Shown().State, StationState::Working);
@@ -81,7 +81,7 @@ TEST(StationLabels, ALabelThatWaitsIsItsOwnUnitsAndNobodyElses) {
          },
          "1=A 2= | A  | PASS", "The label \"A\" is kept now"},
         {"long, and both units are given one", 9000,
-         [](LockedWorld& world) {
+         [](auto& world) {
              world.At(6000, [&] {
                  EXPECT_EQ(world.station.Shown().LateLabels, 1);
                  world.station.TakeLabel("A");
@@ -92,17 +92,15 @@ TEST(StationLabels, ALabelThatWaitsIsItsOwnUnitsAndNobodyElses) {
          },
          "1=A 2=B | A B | PASS", "The label \"B\" is kept now"},
         {"stopped, and it stays locked", 60'000,
-         [](LockedWorld& world) {
-             world.At(700, [&] { world.station.Stop(); });
-             world.At(10'600, [&] {
+         [](auto& world) {
+             world.StopAt700().At(10'600, [&] {
                  EXPECT_EQ(world.station.Shown().ToDo(), "Wait: another program has the history for itself");
              });
              world.At(10'900, [&] { EXPECT_EQ(world.station.Shown().Word(), "STOPPED"); });
          },
-         "1= |  | STOPPED", "The label \"A\" was not kept: another program has the history for itself"},
+         "1= |  | STOPPED", notKept},
         {"the disk is full by then", 1400,
-         [](LockedWorld& world) { world.At(700, [&] { world.history.Broken = "disk full"; }); },
-         "1= 2= |  | PASS", ""},
+         [](auto& world) { world.At(700, [&] { world.history.Broken = "disk full"; }); }, "1= 2= |  | PASS"},
     };
     for (const Case& test : cases) {
         SCOPED_TRACE(test.Name);

@@ -15,6 +15,8 @@ namespace {
 
 constexpr gid_t dialout = 20;
 constexpr auto rule = R"(SUBSYSTEM=="hidraw", KERNELS=="*:2E91:0005.*", TAG+="uaccess")";
+constexpr auto modems = R"(SUBSYSTEM=="usb", ATTR{idVendor}=="2e91", ENV{ID_MM_DEVICE_IGNORE}="1")";
+constexpr auto tty = "ttyUSB0";
 
 /// A machine on which all is well: a bridge with a port, a reader on USB HID, the rule and what it did to
 /// both.
@@ -63,10 +65,17 @@ struct Machine : TempFolder {
         Put("udev/data/c240:0", "E:A=1\n");
         chmod(Device("hidraw0").c_str(), 0600);
     }
-    /// Another rule instead of the shipped one.
-    void Own(const std::string& name, const std::string& content) const {
+    /// Another rule instead of the shipped one, whose name leads elsewhere.
+    void Own(const std::string& name, const std::string& content, const char* elsewhere = "") const {
         fs::remove_all(folder + "/lib");
         Put("etc/" + name, content);
+        if (*elsewhere != 0) fs::create_symlink(elsewhere, folder + "/etc/70-zarn74.rules");
+    }
+    void NoGroup() { account.Session = account.Listed = {}; }
+    /// It runs, and the device manager holds this of the bridge.
+    void ModemManager(const std::string& data) const {
+        Process("88", "ModemManager", "");
+        Put("udev/data/c189:1", data);
     }
     void Process(const std::string& id, const std::string& name, const std::string& has) const {
         Put("proc/" + id + "/comm", name + "\n");
@@ -132,8 +141,7 @@ TEST(AccessCheck, FindsEachObstacleAloneAndNothingOnAHealthyMachine) {
         {"healthy", [](Machine&) {}, ""},
         {"a list that gives",
          [](Machine& m) {
-             m.account.Session = m.account.Listed = {};
-             m.SetList("u::rw,g::-,u:" + std::to_string(m.account.User) + ":rw,m::rw,o::-");
+             m.NoGroup(), m.SetList("u::rw,g::-,u:" + std::to_string(m.account.User) + ":rw,m::rw,o::-");
          },
          ""},
         {"not there", [](Machine& m) { fs::remove(m.Device("ttyUSB0")); },
@@ -146,9 +154,7 @@ TEST(AccessCheck, FindsEachObstacleAloneAndNothingOnAHealthyMachine) {
         {"a lock", [](Machine& m) { m.Lock("         1\n"); }, "lock-file COM5 $ ps -p 1\n"},
         {"a lock of who has it open",
          [](Machine& m) {
-             m.Lock("         1\n");
-             m.Process("77", "term", "ttyUSB0");
-             m.Process("1", "init", "ttyUSB0");
+             m.Lock("         1\n"), m.Process("77", "term", tty), m.Process("1", "init", tty);
          },
          "in-use COM5 $ kill 1 77\n"},
         {"a lock of a program whose file is not told, and whose name is cut off",
@@ -159,55 +165,23 @@ TEST(AccessCheck, FindsEachObstacleAloneAndNothingOnAHealthyMachine) {
         {"a lock that was left", [](Machine& m) { m.Lock("9999999\nold\n"); },
          "lock-left COM5 $ sudo rm /lock/"},
         {"a lock of one's own that was left",
-         [](Machine& m) {
-             m.Lock("9999999\nold\n");
-             m.account.User -= 4242;
-         },
-         ""},
-        {"open", [](Machine& m) { m.Process("77", "term", "ttyUSB0"); }, "in-use COM5 $ kill 77\n"},
-        {"no rule",
-         [](Machine& m) {
-             m.Refuse();
-             fs::remove_all(m.folder + "/lib");
-         },
+         [](Machine& m) { m.Lock("9999999\nold\n"), m.account.User -= 4242; }, ""},
+        {"open", [](Machine& m) { m.Process("77", "term", tty); }, "in-use COM5 $ kill 77\n"},
+        {"no rule", [](Machine& m) { m.Refuse(), fs::remove_all(m.folder + "/lib"); },
          "rule-missing  $ sudo install -b -m 644 packaging/70-zarn74.rules /etc/udev/rules.d/ && "},
-        {"a rule of sentences",
-         [](Machine& m) {
-             m.Refuse();
-             m.Put("lib/70-zarn74.rules", "# 2e91\n");
-         },
+        {"a rule of sentences", [](Machine& m) { m.Refuse(), m.Put("lib/70-zarn74.rules", "# 2e91\n"); },
          "rule-missing  $ sudo install -b "},
-        {"a rule switched off",
-         [](Machine& m) {
-             m.Refuse();
-             m.Put("etc/70-zarn74.rules", "");
-         },
+        {"a rule switched off", [](Machine& m) { m.Refuse(), m.Put("etc/70-zarn74.rules", ""); },
          "rule-missing  $ sudo mv -b /etc/70-zarn74.rules /etc/70-zarn74.rules.old && "},
         {"switched off, and nothing behind it",
-         [](Machine& m) {
-             m.Refuse();
-             m.Own("99-other.rules", "");
-             fs::create_symlink("/dev/null", m.folder + "/etc/70-zarn74.rules");
-         },
+         [](Machine& m) { m.Refuse(), m.Own("99-other.rules", "", "/dev/null"); },
          "rule-missing  $ sudo install -b "},
         {"a rule that comes too late",
-         [](Machine& m) {
-             chmod(m.Device("hidraw0").c_str(), 0600);
-             m.Own("99-own.rules", rule);
-         },
+         [](Machine& m) { chmod(m.Device("hidraw0").c_str(), 0600), m.Own("99-own.rules", rule); },
          "rule-missing  $ sudo install -b "},
-        {"the line for modems alone",
-         [](Machine& m) {
-             m.Refuse();
-             m.Own("69-zarn74-modems.rules",
-                   R"(SUBSYSTEM=="usb", ATTR{idVendor}=="2e91", ENV{ID_MM_DEVICE_IGNORE}="1")");
-         },
+        {"the line for modems alone", [](Machine& m) { m.Refuse(), m.Own("69-zarn74-modems.rules", modems); },
          "rule-missing  $ sudo install -b "},
-        {"the line for modems beside it",
-         [](Machine& m) {
-             m.Put("etc/69-zarn74-modems.rules",
-                   R"(SUBSYSTEM=="usb", ATTR{idVendor}=="2e91", ENV{ID_MM_DEVICE_IGNORE}="1")");
-         },
+        {"the line for modems beside it", [](Machine& m) { m.Put("etc/69-zarn74-modems.rules", modems); },
          ""},
         {"another maker's product",
          [](Machine& m) { m.Put("etc/50-local.rules", R"(ATTR{idProduct}=="2e91", TAG+="uaccess")"); }, ""},
@@ -220,18 +194,12 @@ TEST(AccessCheck, FindsEachObstacleAloneAndNothingOnAHealthyMachine) {
         {"one's own group",
          [](Machine& m) {
              m.Own("99-own.rules", R"(SUBSYSTEM=="hidraw", KERNELS=="*:2E91:*", GROUP="dialout")");
-             m.Refuse();
-             m.account.Session = m.account.Listed = {};
-             chmod(m.Device("ttyUSB0").c_str(), 0666);
-             chmod(m.Device("hidraw0").c_str(), 0660);
+             m.Refuse(), m.NoGroup();
+             chmod(m.Device("ttyUSB0").c_str(), 0666), chmod(m.Device("hidraw0").c_str(), 0660);
          },
          "not-in-group hidraw0 $ sudo adduser anna "},
-        {"one that cannot be read",
-         [](Machine& m) {
-             m.Refuse();
-             m.Own("99-other.rules", "");
-             fs::create_symlink("70-zarn74.rules", m.folder + "/etc/70-zarn74.rules");  // for root as well
-         },
+        {"one that cannot be read, for root as well",
+         [](Machine& m) { m.Refuse(), m.Own("99-other.rules", "", "70-zarn74.rules"); },
          "rule-not-applied hidraw0 $ "},
         {"two rules", [](Machine& m) { m.Put("etc/70-zarn74.rules", rule); },
          "rule-doubled  $ sudo mv -b /etc/70-zarn74.rules /etc/70-zarn74.rules.old && "},
@@ -246,31 +214,19 @@ TEST(AccessCheck, FindsEachObstacleAloneAndNothingOnAHealthyMachine) {
          "rule-not-applied hidraw0 $ sudo udevadm control --reload && "},
         {"not at the machine", [](Machine& m) { chmod(m.Device("hidraw0").c_str(), 0600); },
          "not-at-seat hidraw0 $ sudo setfacl -m u:anna:rw /dev/hidraw0\n"},
-        {"a modem manager that was told", [](Machine& m) { m.Process("88", "ModemManager", ""); }, ""},
-        {"a modem manager that was not",
-         [](Machine& m) {
-             m.Process("88", "ModemManager", "");
-             m.Put("udev/data/c189:1", "E:A=1\n");
-         },
+        {"a modem manager that was told", [](Machine& m) { m.ModemManager("E:ID_MM_DEVICE_IGNORE=1\n"); },
+         ""},
+        {"a modem manager that was not", [](Machine& m) { m.ModemManager("E:A=1\n"); },
          "modem-manager COM5 $ echo 'SUBSYSTEM==\"usb\", ENV{DEVTYPE}==\"usb_device\", "
          "ATTR{idVendor}==\"0403\", "},
         {"a real modem",
-         [](Machine& m) {
-             m.Process("88", "ModemManager", "");
-             m.Put("udev/data/c189:1", "");
-             m.Put("sys/devices/usb1/1-1/idProduct", "9999\n");
-         },
-         ""},
+         [](Machine& m) { m.ModemManager(""), m.Put("sys/devices/usb1/1-1/idProduct", "9999\n"); }, ""},
         {"no driver", [](Machine& m) { m.Usb("1-3", "1a86", "7523", "189:3", ""); },
          "no-driver  $ sudo modprobe ch341\n"},
         {"no driver for a reader", [](Machine& m) { m.Usb("1-3", "2e91", "0005", "189:3", ""); },
          "no-driver  $ sudo modprobe usbhid\n"},
         {"no device manager",
-         [](Machine& m) {
-             fs::remove_all(m.folder + "/udev");
-             fs::remove_all(m.folder + "/lib");
-         },
-         ""},
+         [](Machine& m) { fs::remove_all(m.folder + "/udev"), fs::remove_all(m.folder + "/lib"); }, ""},
     };
     for (const auto& row : rows) {
         Machine machine;
@@ -284,9 +240,8 @@ TEST(AccessCheck, FindsEachObstacleAloneAndNothingOnAHealthyMachine) {
 
 TEST(AccessCheck, TellsWhatItSawAndTakesNoNameForMoreThanAName) {
     Machine machine;
-    machine.account.Session.clear();
-    machine.account.Listed.clear();
-    machine.Process("77", "term", "ttyUSB0");
+    machine.NoGroup();
+    machine.Process("77", "term", tty);
     const AccessReport report = machine.Look();
     const AccessNode& node = report.Nodes.at(0);
     EXPECT_EQ(node.Mode, "-rw-rw----");
