@@ -85,6 +85,12 @@ struct clsCliWorld : testing::Test, clsICliPlatform {
         EXPECT_FALSE(serial.PortOpen()) << line;
         return exit;
     }
+    /// What it printed, or said at last, behind its exit status.
+    std::string Printed(const std::string& line) { return std::to_string(Run(line)) + " " + out.Text; }
+    std::string Ended(const std::string& line) {
+        const std::string exit = std::to_string(Run(line));
+        return exit + " " + Said();
+    }
 
     clsIHost& Host() override { return host; }
     clsISerialControl& Serial() override { return serial; }

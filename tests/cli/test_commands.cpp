@@ -43,18 +43,15 @@ TEST_F(clsCliTest, WrongUsageIsOneLineAndTouchesNothing) {
 
 TEST_F(clsCliTest, TheHelpOfACommandHasItsWholeNameAndAllThatItTakes) {
     const struct {
-        const char* line;
-        Texts parts;
+        const char *line, *first, *part, *another, *last = "";
     } rows[] = {
-        {"get --help",
-         {"Usage: zarn74ctl get [OPTIONS] REG\n", "0 to 511, decimal or 0x..\n", "--port NAME "}},
-        {"demo read -h",
-         {"Usage: zarn74ctl demo read [OPTIONS]\n", "  -o FILE ", "--quiet ", "--image FILE "}},
-        {"--help", {"Usage: zarn74ctl [OPTIONS] SUBCOMMAND\n", "--trace ", "Exit status: 0 done"}},
+        {"get --help", "Usage: zarn74ctl get [OPTIONS] REG\n", "0 to 511, decimal or 0x..\n", "--port NAME "},
+        {"demo read -h", "Usage: zarn74ctl demo read [OPTIONS]\n", "  -o FILE ", "--quiet ", "--image FILE "},
+        {"--help", "Usage: zarn74ctl [OPTIONS] SUBCOMMAND\n", "--trace ", "Exit status: 0 done"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(Run(row.line), 0) << row.line;
-        for (const std::string& part : row.parts)
+        for (const char* part : {row.first, row.part, row.another, row.last})
             EXPECT_NE(out.Text.find(part), std::string::npos) << out.Text;
         EXPECT_EQ(out.Text.find("\n\n\n"), std::string::npos) << out.Text;
     }
@@ -116,8 +113,7 @@ TEST_F(clsCliTest, ADemoReadsTheImageThatItIsGivenAndRemembersNothing) {
 TEST_F(clsCliTest, WhatWasReadIsASettingsFileThatWritesBackNothing) {
     EXPECT_EQ(Run("read"), 0);
     const std::string text = out.Text;
-    EXPECT_EQ(Run("--slow read -o file"), 0);
-    EXPECT_EQ(out.Text, "");
+    EXPECT_EQ(Printed("--slow read -o file"), "0 ");
     EXPECT_EQ(files.Contents["file"], text);
     EXPECT_EQ(Run("write file"), 0);
     EXPECT_EQ(Sent('C'), 1);  // the one setting that is never compared
@@ -169,12 +165,10 @@ TEST_F(clsCliTest, ALineStandsForStandardInputAndOutput) {
     EXPECT_EQ(Sent('C'), 1);
     EXPECT_EQ(Run("demo default -"), 0);
     EXPECT_EQ(Run("diff - -"), 0);
-    EXPECT_EQ(Run("dump -o -"), 0);
-    EXPECT_EQ(out.Text, std::string(reader.Registers.begin(), reader.Registers.end()));
+    EXPECT_EQ(Printed("dump -o -"), "0 " + std::string(reader.Registers.begin(), reader.Registers.end()));
     EXPECT_EQ(files.Contents.size(), 0U);
     input.resize(2 << 20);
-    EXPECT_EQ(Run("write -"), 1);
-    EXPECT_EQ(Said(), "standard input: there is no end to it");
+    EXPECT_EQ(Ended("write -"), "1 standard input: there is no end to it");
 }
 
 TEST_F(clsCliTest, AReaderThatDoesNotTellWhatItIsIsTheReasonOfAFailure) {
@@ -220,8 +214,8 @@ TEST_F(clsCliTest, ARecordingTellsHowItEnds) {
     EXPECT_EQ(told("explain line"),
               (Texts{open, "nothing more is recorded; the end of the recording is not told"}));
     lineRoom = 400;
-    EXPECT_EQ(Run("--port COM1 --record line get 210"), 1);
-    EXPECT_EQ(Said(), "line: the recording is not whole; it breaks off");
+    EXPECT_EQ(Ended("--port COM1 --record line get 210"),
+              "1 line: the recording is not whole; it breaks off");
     EXPECT_EQ(err.Text.find("Full"), err.Text.rfind("Full")) << "said once";
     EXPECT_LE(line.size(), lineRoom);
 }
@@ -241,10 +235,8 @@ TEST_F(clsCliTest, ARecordingTakesNoOtherFilesPlace) {
 }
 
 TEST_F(clsCliTest, SingleRegistersAreShownAsTheyStandInTheReader) {
-    EXPECT_EQ(Run("get 0xD2"), 0);
-    EXPECT_EQ(out.Text, "210 (0x0D2) = 2 (0x02)\n");
-    EXPECT_EQ(Run("set 511 0x41"), 0);
-    EXPECT_EQ(out.Text, "511 (0x1FF) = 65 (0x41)\n");
+    EXPECT_EQ(Printed("get 0xD2"), "0 210 (0x0D2) = 2 (0x02)\n");
+    EXPECT_EQ(Printed("set 511 0x41"), "0 511 (0x1FF) = 65 (0x41)\n");
     EXPECT_EQ(reader.Registers[511], 0x41);
     EXPECT_EQ(Run("dump"), 0);
     EXPECT_EQ(Lines(out.Text).at(13), "0D0: 00 FF 02 FF 00 00 FF FF FF 00 FF FF FF FF FF FF");
@@ -255,18 +247,14 @@ TEST_F(clsCliTest, SingleRegistersAreShownAsTheyStandInTheReader) {
     EXPECT_EQ(Run("dump -o image"), 0);
     EXPECT_EQ(files.Contents["image"], std::string(reader.Registers.begin(), reader.Registers.end()));
 
-    SimFaultRule fault;
-    fault.Fault = SimFault::DroppedWrite;
-    reader.AddFault(fault);
+    reader.AddFault({SimFault::DroppedWrite});
     EXPECT_EQ(Run("set 511 7"), 1);
     EXPECT_NE(err.Text.find("register 511 (0x1FF) reads 65 (0x41) after 7 (0x07) was written"),
               std::string::npos);
     EXPECT_EQ(out.Text, "");
-    EXPECT_EQ(Run("test-eeprom --yes"), 1);
-    EXPECT_EQ(out.Text, "failed\n");
+    EXPECT_EQ(Printed("test-eeprom --yes"), "1 failed\n");
     reader.ClearFaults();
-    EXPECT_EQ(Run("test-eeprom --yes"), 0);
-    EXPECT_EQ(out.Text, "passed\n");
+    EXPECT_EQ(Printed("test-eeprom --yes"), "0 passed\n");
 }
 
 TEST_F(clsCliTest, WhatWasWrittenIsReadBackAndWhatWasNotKeptIsNamed) {
@@ -308,8 +296,7 @@ TEST_F(clsCliTest, WhatWasWrittenIsReadBackAndWhatWasNotKeptIsNamed) {
         EXPECT_EQ(sent, row.frames != nullptr ? row.frames : sent);
     }
     reader.ClearFaults();
-    EXPECT_EQ(Run("check file"), 0);
-    EXPECT_EQ(out.Text, "none of 43 settings differ\n");
+    EXPECT_EQ(Printed("check file"), "0 none of 43 settings differ\n");
     files.Contents["bare"] = "[General]\r\nLanguage=3\r\n";
     EXPECT_EQ(Run("write bare --dry-run"), 0);
     EXPECT_TRUE(
@@ -322,8 +309,7 @@ TEST_F(clsCliTest, WhatWasWrittenIsReadBackAndWhatWasNotKeptIsNamed) {
     const clsConnection stop = reader.OnFrame.Connect([this](const std::string&, bool received) {
         if (received && Sent('V') == 3) host.StartTimer(100, [this] { cli.Stop(); });
     });
-    EXPECT_EQ(Run("write file"), 130);
-    EXPECT_EQ(Said(), "interrupted; written, not proven");
+    EXPECT_EQ(Ended("write file"), "130 interrupted; written, not proven");
 }
 
 TEST_F(clsCliTest, AWriteThatHasBegunIsNotLeftHalfDoneBecauseNobodyReadsTheOutput) {
@@ -346,8 +332,7 @@ TEST_F(clsCliTest, TwoFilesAreComparedWithoutAReader) {
     files.Contents["b"] = "[General]\r\nLanguage=1\r\n";
     files.Contents["bad"] = "[General]\r\nLanguage=300\r\n";
     EXPECT_EQ(Run("diff a a"), 0);
-    EXPECT_EQ(Run("diff a b"), 4);
-    EXPECT_EQ(out.Text, "Language (210): English(UK) -> France\n1 of 43 settings differs\n");
+    EXPECT_EQ(Printed("diff a b"), "4 Language (210): English(UK) -> France\n1 of 43 settings differs\n");
     EXPECT_EQ(Run("diff a bad"), 1);
     EXPECT_EQ(Messages(),
               (Texts{"Language=300: not a number from 0 to 255", "Open Device Info From File OK!"}));
@@ -362,11 +347,7 @@ TEST_F(clsCliTest, AnInterruptedCommandEndsSoonAndLeavesNothingBehind) {
     for (const char* line : {"--slow read", "--slow read -o file", "write file", "default file", "dump",
                              "get 1", "test-eeprom --yes", "--port COM2 scan", "--json --slow read"}) {
         reader.ClearFaults();
-        for (const char command : {'B', 'Y'}) {
-            SimFaultRule silent;
-            silent.Command = command;
-            reader.AddFault(silent);
-        }
+        for (const char command : {'B', 'Y'}) reader.AddFault({SimFault::NoAnswer, command});
         const auto start = host.Now();
         host.StartTimer(60, [this] { cli.Stop(); });
         EXPECT_EQ(Run(line), 130) << line;
@@ -377,20 +358,16 @@ TEST_F(clsCliTest, AnInterruptedCommandEndsSoonAndLeavesNothingBehind) {
         EXPECT_EQ(Said() == "interrupted; nothing was written", writes) << line;
     }
     reader.ClearFaults();
-    SimFaultRule silent;
-    silent.Command = 'C';
-    reader.AddFault(silent);
+    reader.AddFault({SimFault::NoAnswer, 'C'});
     for (const char* line : {"set 5 1", "write file --all", "test-eeprom --yes"}) {
         host.StartTimer(60, [this] { cli.Stop(); });
         EXPECT_EQ(Run(line), 130) << line;
         EXPECT_EQ(Said(), "interrupted; what was written so far is in the reader") << line;
     }
     reader.ClearFaults();
-    silent.Command = 'Y';
-    reader.AddFault(silent);
+    reader.AddFault({SimFault::NoAnswer, 'Y'});
     host.StartTimer(60, [this] { serial.Unplug(1); });
-    EXPECT_EQ(Run("read"), 1);
-    EXPECT_EQ(Said(), "Get Device Information NG");  // it was never asked for its firmware
+    EXPECT_EQ(Ended("read"), "1 Get Device Information NG");  // it was never asked for its firmware
 }
 
 TEST_F(clsCliTest, TheMonitorShowsFramesAndWhatTheReaderTypes) {
@@ -410,8 +387,7 @@ TEST_F(clsCliTest, TheMonitorShowsFramesAndWhatTheReaderTypes) {
 
     out.Limit = 60;  // whoever reads it goes away after the first line
     host.StartTimer(100, type);
-    EXPECT_EQ(Run("--json --port COM1 --baud 19200 monitor"), 130);
-    EXPECT_EQ(out.Text, "");
+    EXPECT_EQ(Printed("--json --port COM1 --baud 19200 monitor"), "130 ");
 }
 
 TEST_F(clsCliTest, ColorIsForTerminalsAndControlCharactersForNobody) {
@@ -426,8 +402,7 @@ TEST_F(clsCliTest, ColorIsForTerminalsAndControlCharactersForNobody) {
 }
 
 TEST_F(clsCliTest, TheDoctorAsksPortsOnlyWhenSomebodySaysYes) {
-    EXPECT_EQ(Run("doctor"), 0);
-    EXPECT_EQ(Said(), "no port was asked for a reader; --poll does that");
+    EXPECT_EQ(Ended("doctor"), "0 no port was asked for a reader; --poll does that");
     EXPECT_NE(asked, "");
     EXPECT_EQ(sent, "");
     EXPECT_EQ(Lines(out.Text).back(), "nothing is wrong");
@@ -471,9 +446,7 @@ TEST_F(clsCliTest, OnATerminalAFailureIsFollowedOnceByWhatToDoFirst) {
             if (said.starts_with("           what to do: ")) text += said.substr(23) + "|";
         return text;
     };
-    SimFaultRule silent{SimFault::NoAnswer};
-    silent.Command = 'B';
-    reader.AddFault(silent);
+    reader.AddFault({SimFault::NoAnswer, 'B'});
     EXPECT_EQ(hints("get 1"), "");
     err.OnTerminal = true;
     EXPECT_EQ(hints("get 1"),

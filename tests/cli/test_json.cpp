@@ -164,9 +164,7 @@ TEST_F(clsCliTest, WhateverHappensToTheWriteOfOneSettingTheProofTellsIt) {
             SCOPED_TRACE(setting + " " + std::string(SimFaultName(fault)));
             reader.ClearFaults();
             reader.Registers = registers;
-            SimFaultRule rule{fault, 'C', std::stoi(change["registers"].get<std::string>())};
-            rule.Value = 3;
-            reader.AddFault(rule);
+            reader.AddFault({fault, 'C', std::stoi(change["registers"].get<std::string>()), 0, -1, 3});
             if (fault == SimFault::NoAnswer) reader.AddFault({SimFault::NoAnswer, 'B'});
             const int exit = Run("--json write file");
             const Json changes = Json::parse(out.Text)["result"]["changes"];
