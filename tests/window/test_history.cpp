@@ -248,6 +248,7 @@ TEST_F(clsHistoryTest, WhyThereIsNothingStandsInTheWindow) {
     Do("actHistory");
     EXPECT_TRUE(Shown("labHistoryState").starts_with("No history is kept: ")) << Shown("labHistoryState");
     clsMemoryHistory other;
+    using State = clsIHistory::Events::State;
     const struct {
         const char* Kept;
         clsIHistory::Events Answer;
@@ -259,11 +260,9 @@ TEST_F(clsHistoryTest, WhyThereIsNothingStandsInTheWindow) {
          "The history is switched off (Edit, Options): nothing new is kept.\n"
          "Nothing is kept yet: what is done with a reader will stand here."},
         {"1",
-         {clsIHistory::Events::State::Busy, {}, {}},
+         {State::Busy, {}, {}},
          "The history cannot be shown: another program keeps it locked; it is asked again."},
-        {"1",
-         {clsIHistory::Events::State::Failed, {}, "disk I/O error"},
-         "The history cannot be shown: disk I/O error."},
+        {"1", {State::Failed, {}, "disk I/O error"}, "The history cannot be shown: disk I/O error."},
     };
     for (const auto& row : rows) {
         store.SaveSetting("History", "Keep", row.Kept);
@@ -274,7 +273,7 @@ TEST_F(clsHistoryTest, WhyThereIsNothingStandsInTheWindow) {
         EXPECT_EQ(Shown("labHistoryState"), row.Says);
         EXPECT_EQ(Enabled("cmdHistoryRestore"), false);
     }
-    other.Instead = {clsIHistory::Events::State::Busy, {}, {}};
+    other.Instead = {State::Busy, {}, {}};
     Find<QLineEdit>("txtHistorySearch").setText("x");
     Settle();
     other.Instead = {};
@@ -308,17 +307,15 @@ TEST_F(clsHistoryTest, TheOptionsSayWhatIsKeptFromNowOn) {
     Click("cmdShowZarn74");
     EXPECT_EQ(kept.List({}).Value.size(), 0U);
     EXPECT_TRUE(Shown("labHistoryState").starts_with("The history is switched off"));
-    Answering("actOptions", [](QWidget& dialog) {
+    const auto toggle = [](QWidget& dialog) {
         EXPECT_EQ(dialog.findChild<QSpinBox*>("spnHistoryDays")->value(), 0);
         dialog.findChild<QCheckBox*>("chkKeepHistory")->click();
         dynamic_cast<QDialog&>(dialog).accept();
-    });
+    };
+    Answering("actOptions", toggle);
     Click("cmdShowZarn74");
     EXPECT_EQ(kept.List({}).Value.size(), 1U);
-    Answering("actOptions", [](QWidget& dialog) {
-        dialog.findChild<QCheckBox*>("chkKeepHistory")->click();
-        dynamic_cast<QDialog&>(dialog).accept();
-    });
+    Answering("actOptions", toggle);
     window.reset();
     EXPECT_FALSE(kept.ShowNotice) << "rows that still wait are told to nobody";
 }

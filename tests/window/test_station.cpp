@@ -320,15 +320,16 @@ TEST_F(clsStationWindowTest, AnOperatorReachesNothingButTheRun) {
     EXPECT_EQ(Word(), "READY");
     EXPECT_FALSE(window->menuBar()->isVisible());
     EXPECT_FALSE(Find<QWidget>("cmdStationLeave").isVisible());
-    for (const QAction* action : window->findChildren<QAction*>(QRegularExpression("^act")))
-        EXPECT_EQ(action->isEnabled(), action->objectName() == "actFullScreen")
-            << action->objectName().toStdString();
+    const auto expectOnlyFullScreen = [this] {
+        for (const QAction* action : window->findChildren<QAction*>(QRegularExpression("^act")))
+            EXPECT_EQ(action->isEnabled(), action->objectName() == "actFullScreen")
+                << action->objectName().toStdString();
+    };
+    expectOnlyFullScreen();
     Plug();
     host.Run(3000);
     EXPECT_EQ(Word(), "PASS");
-    for (const QAction* action : window->findChildren<QAction*>(QRegularExpression("^act")))
-        EXPECT_EQ(action->isEnabled(), action->objectName() == "actFullScreen")
-            << action->objectName().toStdString();
+    expectOnlyFullScreen();
     Key(Qt::Key_Escape);
     Alt(Qt::Key_S);
     EXPECT_EQ(Word(), "STOPPED");
