@@ -54,13 +54,13 @@ struct Programs : testing::Test {
     }
     ~Programs() override { std::filesystem::remove_all(folder); }
 
-    /// The script of a shell says this and nothing else.
+    /// The script of a shell says this and nothing else, with a "|" behind each line.
     void ExpectSaid(const std::string& script, const std::string& expected) const {
         std::ofstream(folder + "/script") << preamble << script << "\nexit 0\n";
         FILE* const said = popen(("cd '" + folder + "' && timeout 60 bash script 2>&1").c_str(), "r");
         ASSERT_NE(said, nullptr);
-        std::string text = "\n";
-        for (int c = fgetc(said); c != EOF; c = fgetc(said)) text += static_cast<char>(c);
+        std::string text;
+        for (int c = fgetc(said); c != EOF; c = fgetc(said)) text += static_cast<char>(c == '\n' ? '|' : c);
         EXPECT_EQ(WEXITSTATUS(pclose(said)), 0) << "124 is that it hangs";
         EXPECT_EQ(text, expected);
     }
@@ -92,24 +92,9 @@ TEST_F(Programs, TheSimulatorAnswersOverItsTerminalAndSavesEachWriteBeforeItAnsw
         wait $sim
         echo ended with $?
         sed -E 's/.*"t":[0-9]\..*"dir":"(..)".*"text":"(.*)"\}/\1 \2/' log | sed -n 3,4p)sh",
-               R"(
-512
-none
-AV1.02R007,FWQ-K4436
-A
-1
-511 (0x1FF) = 7 (0x07)
-7
-card 3 04526AF13B2C80
-A03,04526AF13B2C80
-typed 6 bytes
-04A1~
-A03,04526AF13B2C80
-quit
-ended with 0
-rx \u0002V\u000D
-tx \u0002AV1.02R007,FWQ-K4436\u000D
-)");
+               "512|none|AV1.02R007,FWQ-K4436|A|1|511 (0x1FF) = 7 (0x07)|7|card 3 04526AF13B2C80|"
+               "A03,04526AF13B2C80|typed 6 bytes|04A1~|A03,04526AF13B2C80|quit|ended with 0|"
+               "rx \\u0002V\\u000D|tx \\u0002AV1.02R007,FWQ-K4436\\u000D|");
 }
 
 // What was on the line stands in the recording, though the program was killed in the middle of a frame, and
@@ -141,16 +126,9 @@ TEST_F(Programs, ARecordingOutlivesItsProgramAndIsAReaderAgain) {
         zarn74ctl --port "$tty" --baud 19200 --quiet get 211
         read -r -t 5 <&8
         echo "$REPLY")sh",
-               R"(
-told
-half a reply
-zarn74ctl: /dev/null/line: Not a directory
-no faults
-210 (0x0D2) = 2 (0x02)
-quit
-210 (0x0D2) = 2 (0x02)
-zarn74sim: the recording does not hold <STX>BD3<CR>
-)");
+               "told|half a reply|zarn74ctl: /dev/null/line: Not a directory|no faults|"
+               "210 (0x0D2) = 2 (0x02)|quit|210 (0x0D2) = 2 (0x02)|"
+               "zarn74sim: the recording does not hold <STX>BD3<CR>|");
 }
 
 TEST_F(Programs, TheSimulatorHangsUpWhenUnpluggedAndComesBackOnANewTerminal) {
@@ -180,18 +158,8 @@ TEST_F(Programs, TheSimulatorHangsUpWhenUnpluggedAndComesBackOnANewTerminal) {
         wait $sim
         echo ended with $?
         [ -L reader ] && echo the link is still there)sh",
-               R"(
-AFF
-unplugged
-hung up
-209 (0xD1) = 6 (0x06)
-none
-5 (0x005) = 255 (0xFF)
-typed 14 bytes
-AFF
-AFF
-ended with 0
-)");
+               "AFF|unplugged|hung up|209 (0xD1) = 6 (0x06)|none|5 (0x005) = 255 (0xFF)|typed 14 bytes|"
+               "AFF|AFF|ended with 0|");
 }
 
 TEST_F(Programs, NothingOfAnInterruptedCommandReachesTheNextProgramOnTheLine) {
@@ -216,14 +184,8 @@ TEST_F(Programs, NothingOfAnInterruptedCommandReachesTheNextProgramOnTheLine) {
         kill $!
         wait $!
         $run get 0xD1 2>err)sh",
-               R"(
-130
-130
-130
-130
-fault late-reply command=B register=5 count=1 value=400
-209 (0x0D1) = 255 (0xFF)
-)");
+               "130|130|130|130|fault late-reply command=B register=5 count=1 value=400|"
+               "209 (0x0D1) = 255 (0xFF)|");
 }
 
 TEST_F(Programs, TheSimulatorStaysCalmUnderAFlood) {
@@ -237,10 +199,7 @@ TEST_F(Programs, TheSimulatorStaysCalmUnderAFlood) {
         disconnect
         connect
         ask J)sh",
-               R"(
-5 (0x5) = 255 (0xFF)
-AFF
-)");
+               "5 (0x5) = 255 (0xFF)|AFF|");
 }
 
 TEST_F(Programs, TheSimulatorLeavesTheImageWholeWhenItCannotBeSaved) {
@@ -253,11 +212,7 @@ TEST_F(Programs, TheSimulatorLeavesTheImageWholeWhenItCannotBeSaved) {
         tell quit
         wait $sim
         echo $? $(wc -c <image))sh",
-               R"(
-A
-zarn74sim: cannot write the memory image image
-1 512
-)");
+               "A|zarn74sim: cannot write the memory image image|1 512|");
 }
 
 TEST_F(Programs, TheSimulatorSaysInOneLineWhatIsWrong) {
@@ -273,19 +228,14 @@ TEST_F(Programs, TheSimulatorSaysInOneLineWhatIsWrong) {
         for line in frobnicate 'set 5 256' 'card 1 0G' help; do
             tell "$line" | cut -c 1-35
         done)sh",
-               R"(
-2 1 zarn74sim: The following argument was not exp
-2 1 zarn74sim: --fault: unknown fault "no-anser";
-1 1 zarn74sim: a memory image has 512 bytes, shor
-1 1 zarn74sim: short exists and is no link to a t
-1 1 zarn74sim: link exists and is no link to a te
-1 1 zarn74sim: cannot write the log .: Is a direc
-x
-zarn74sim: unknown command "frobnic
-zarn74sim: usage: set REG VALUE; RE
-zarn74sim: a serial is an even numb
-  card TYPE SERIAL | none lays a ca
-)");
+               "2 1 zarn74sim: The following argument was not exp|"
+               "2 1 zarn74sim: --fault: unknown fault \"no-anser\";|"
+               "1 1 zarn74sim: a memory image has 512 bytes, shor|"
+               "1 1 zarn74sim: short exists and is no link to a t|"
+               "1 1 zarn74sim: link exists and is no link to a te|"
+               "1 1 zarn74sim: cannot write the log .: Is a direc|x|"
+               "zarn74sim: unknown command \"frobnic|zarn74sim: usage: set REG VALUE; RE|"
+               "zarn74sim: a serial is an even numb|  card TYPE SERIAL | none lays a ca|");
 }
 
 TEST_F(Programs, AFolderOrADisplayThatIsNotThereIsSaidAndCrashesNobody) {
@@ -304,15 +254,9 @@ TEST_F(Programs, AFolderOrADisplayThatIsNotThereIsSaidAndCrashesNobody) {
         QT_QPA_PLATFORM=xcb DISPLAY=/no/such zarn74 --demo 2>&1 | cut -d/ -f1
         QT_QPA_PLATFORM=none zarn74 --describe 2>&1
         echo $?)sh",
-               R"(
-3 0
-3 0
-1 0
-0
-zarn74: the window cannot be shown: could not connect to display 
-zarn74: the window cannot be shown: Could not find the Qt platform plugin "none" in ""
-1
-)");
+               "3 0|3 0|1 0|0|zarn74: the window cannot be shown: could not connect to display |"
+               "zarn74: the window cannot be shown: Could not find the Qt platform plugin \"none\" in \"\"|"
+               "1|");
 }
 
 TEST_F(Programs, TheUsersDefaultsComeBeforeThoseBesideTheProgramAndTheInstallations) {
@@ -330,13 +274,7 @@ TEST_F(Programs, TheUsersDefaultsComeBeforeThoseBesideTheProgramAndTheInstallati
             rm $folder/Default.ini
         done
         usr/lib/zarn74/zarn74ctl demo default 2>&1 | grep -o 'Open .*!')sh",
-               R"(
-CD2,64
-CD2,65
-CD2,66
-CD2,67
-Open Zarn74 Default Info From File NG!
-)");
+               "CD2,64|CD2,65|CD2,66|CD2,67|Open Zarn74 Default Info From File NG!|");
 }
 
 TEST_F(Programs, AReaderBehindADeviceFileIsFoundReadAndWritten) {
@@ -356,20 +294,11 @@ TEST_F(Programs, AReaderBehindADeviceFileIsFoundReadAndWritten) {
         (printf '[General]\r\nLang'; sleep .2; printf 'uage=5\r\n') | zarn74ctl --port ./reader --quiet write - | tail -n 2
         zarn74ctl --port ./reader --quiet get 210
         echo $?)sh",
-               R"(
-COM Port: COM7, 19200 baud
-COM Port: COM5, 19200 baud
- null: /dev/null cannot be opened
- nothing: there is no such port
-read back: all of it was kept
-1
-zarn74ctl: Language=5: no list has this value
-zarn74ctl: the file has no conversion table: the reader's table is emptied
-6 of 43 settings differ
-read back: all of it was kept
-210 (0x0D2) = 5 (0x05)
-0
-)");
+               "COM Port: COM7, 19200 baud|COM Port: COM5, 19200 baud| null: /dev/null cannot be opened|"
+               " nothing: there is no such port|read back: all of it was kept|1|"
+               "zarn74ctl: Language=5: no list has this value|"
+               "zarn74ctl: the file has no conversion table: the reader's table is emptied|"
+               "6 of 43 settings differ|read back: all of it was kept|210 (0x0D2) = 5 (0x05)|0|");
 }
 
 TEST_F(Programs, AReaderOnHidIsFoundByEachOfItsNamesOrItIsSaidWhyNot) {
@@ -383,19 +312,17 @@ TEST_F(Programs, AReaderOnHidIsFoundByEachOfItsNamesOrItIsSaidWhyNot) {
             zarn74ctl demo --hid --port $name --baud 19200 get 1 2>err >out
             echo $? $(grep -c 'no access' err) $(tail -n 1 err | cut -d';' -f1 | cut -d- -f2)
         done)sh",
-               R"(
-HID1    virtual/hidraw1  \\?\hid#vid_2e91&pid_0005#1-1:1.0 (Tarka USB Adapter), Fabé, serial number 7
-HID2    virtual/hidraw2  \\?\hid#vid_2e91&pid_0005#1-2:1.0 (Zarn74), Simulated, serial number 0001 (no access)
-HID3    virtual/hidraw3  \\?\hid#vid_2e91&pid_0005#1-3:1.0 (Zarn74), Simulated, serial number 0001 (in use)
-zarn74ctl: HID2: no access to virtual/hidraw2
-zarn74ctl: HID3: in use by another program: sleep (process N)
-0 0 GetRegister OK
-0 0 GetRegister OK
-0 0 GetRegister OK
-0 0 GetRegister OK
-3 1 zarn74ctl: HID2: no access to virtual/hidraw2
-3 0 zarn74ctl: HID4: there is no such port
-)");
+               "HID1    virtual/hidraw1  \\\\?\\hid#vid_2e91&pid_0005#1-1:1.0 (Tarka USB Adapter), Fabé, "
+               "serial number 7|"
+               "HID2    virtual/hidraw2  \\\\?\\hid#vid_2e91&pid_0005#1-2:1.0 (Zarn74), Simulated, serial "
+               "number 0001 (no access)|"
+               "HID3    virtual/hidraw3  \\\\?\\hid#vid_2e91&pid_0005#1-3:1.0 (Zarn74), Simulated, serial "
+               "number 0001 (in use)|"
+               "zarn74ctl: HID2: no access to virtual/hidraw2|"
+               "zarn74ctl: HID3: in use by another program: sleep (process N)|0 0 GetRegister OK|"
+               "0 0 GetRegister OK|0 0 GetRegister OK|0 0 GetRegister OK|"
+               "3 1 zarn74ctl: HID2: no access to virtual/hidraw2|"
+               "3 0 zarn74ctl: HID4: there is no such port|");
 }
 
 TEST_F(Programs, WhatEndsARunInTheMiddleEndsItAtOnce) {
@@ -433,14 +360,8 @@ TEST_F(Programs, WhatEndsARunInTheMiddleEndsItAtOnce) {
         zarn74ctl --slow read 2>err
         echo the cable pulled $? $(grep -o 'COM7 is .*' err)
         (($(frames) < 450)) || echo one of them went on with its 468 frames)sh",
-               R"(
-INT 130
-TERM 130
-twice 130 1
-INT 130
-a closed pipe 130
-the cable pulled 1 COM7 is removed and closed
-)");
+               "INT 130|TERM 130|twice 130 1|INT 130|a closed pipe 130|"
+               "the cable pulled 1 COM7 is removed and closed|");
 }
 
 TEST_F(Programs, AFileIsReplacedAsAWholeOrLeftAsItWasAndWhatCannotBeWrittenIsSaid) {
@@ -489,38 +410,15 @@ TEST_F(Programs, AFileIsReplacedAsAWholeOrLeftAsItWasAndWhatCannotBeWrittenIsSai
         exec 7<>pipe
         (echo full; zarn74ctl demo get 5 2>err; echo $?) >&7
         timeout 1 head -n 3 <&7)sh",
-               R"(
-zarn74ctl: cannot write to standard output
-1
-zarn74: cannot write to standard output
-1
-zarn74: cannot write to standard output
-1
-Save Device Info To File NG!
-old
-Save Device Info To File NG!
-kept
-Dump OK
-Save Dump To File OK
-Save Dump To File NG
-dir/fifo: it is no regular file
-Open Device Info From File NG!
-dir/fifo: it is no regular file
-Open Device Info From File NG!
-/proc/self/mem: Input/output error
-Save Device Info To File NG!
-dir/none/file: No such file or directory
-prw-r--r-- fifo
--rw-r----- file
-lrwxrwxrwx link
-512 file
-it waits
-1F0: FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF
-0
-full
-5 (0x005) = 0 (0x00)
-0
-)");
+               "zarn74ctl: cannot write to standard output|1|zarn74: cannot write to standard output|1|"
+               "zarn74: cannot write to standard output|1|Save Device Info To File NG!|old|"
+               "Save Device Info To File NG!|kept|Dump OK|Save Dump To File OK|Save Dump To File NG|"
+               "dir/fifo: it is no regular file|Open Device Info From File NG!|"
+               "dir/fifo: it is no regular file|Open Device Info From File NG!|"
+               "/proc/self/mem: Input/output error|Save Device Info To File NG!|"
+               "dir/none/file: No such file or directory|prw-r--r-- fifo|-rw-r----- file|"
+               "lrwxrwxrwx link|512 file|it waits|1F0: FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF|"
+               "0|full|5 (0x005) = 0 (0x00)|0|");
 }
 
 TEST_F(Programs, TheWindowTellsWhatTheReadersImageHoldsAndDrawsIt) {
@@ -549,22 +447,13 @@ TEST_F(Programs, TheWindowTellsWhatTheReadersImageHoldsAndDrawsIt) {
             zarn74 $line 2>err
             echo $? $(tail -n 1 err)
         done)sh",
-               R"(
-0
-cboLanguage=France
-labPort=COM1
-oCardSNLen0=2,3
-txtPrefix=ab<CR>
- Get Device Information OK
- 00 00 04 4c 00 00 02 ee
-cboLanguage=Germany
-labPort=\\?\hid#vid_2e91&pid_0005#1-1:1.0 (Tarka USB Adapter) with Tarka V2.10
-labStatusPort=HID1
-1 zarn74: the settings shown could not be saved to
-1 zarn74: cannot write /no/such/p.png
-1 zarn74: cannot read the memory image /no/such/image: No such file or directory
-2 zarn74: The following argument was not expected: --nonsense
-)");
+               "0|cboLanguage=France|labPort=COM1|oCardSNLen0=2,3|txtPrefix=ab<CR>|"
+               " Get Device Information OK| 00 00 04 4c 00 00 02 ee|cboLanguage=Germany|"
+               "labPort=\\\\?\\hid#vid_2e91&pid_0005#1-1:1.0 (Tarka USB Adapter) with Tarka V2.10|"
+               "labStatusPort=HID1|1 zarn74: the settings shown could not be saved to|"
+               "1 zarn74: cannot write /no/such/p.png|"
+               "1 zarn74: cannot read the memory image /no/such/image: No such file or directory|"
+               "2 zarn74: The following argument was not expected: --nonsense|");
 }
 
 // Readers come and go on one line, one of them in the middle: what is said of each is what its row holds.
@@ -592,18 +481,14 @@ TEST_F(Programs, AStationKeepsARowOfEachReaderAlsoOfOneThatGoesInTheMiddle) {
         sed 's/  [0-9.]* s//' out
         zarn74ctl --json history --action station |
             grep -o -E '"(outcome|label|reason|changeCount)":("[^"]*"|[0-9]*|null)' | paste -d' ' - - - -)sh",
-               R"(
-language 2
-language 2
-language 2
-4
-1  PASS  U-0001  COM7  V1.02R007  2 changes
-2  FAIL  U-0002  COM7  V1.02R007  2 changes  pulled out while writing; written: Language; Language: wanted Germany, it was USA; Tag frequency: wanted LF (125KHz), it was LF + HF
-3  PASS  U-0003  COM7  V1.02R007  2 changes
-"outcome":"done" "reason":null "label":"U-0003" "changeCount":2
-"outcome":"failed" "reason":"pulled out while writing; written: Language" "label":"U-0002" "changeCount":2
-"outcome":"done" "reason":null "label":"U-0001" "changeCount":2
-)");
+               "language 2|language 2|language 2|4|1  PASS  U-0001  COM7  V1.02R007  2 changes|"
+               "2  FAIL  U-0002  COM7  V1.02R007  2 changes  pulled out while writing; written: Language; "
+               "Language: wanted Germany, it was USA; Tag frequency: wanted LF (125KHz), it was LF + HF|"
+               "3  PASS  U-0003  COM7  V1.02R007  2 changes|"
+               "\"outcome\":\"done\" \"reason\":null \"label\":\"U-0003\" \"changeCount\":2|"
+               "\"outcome\":\"failed\" \"reason\":\"pulled out while writing; written: Language\" "
+               "\"label\":\"U-0002\" \"changeCount\":2|"
+               "\"outcome\":\"done\" \"reason\":null \"label\":\"U-0001\" \"changeCount\":2|");
 }
 
 TEST_F(Programs, AWriteOfSevenSettingsTakesTwoAndAHalfKiBOfTheHistory) {
@@ -616,10 +501,7 @@ TEST_F(Programs, AWriteOfSevenSettingsTakesTwoAndAHalfKiBOfTheHistory) {
             stat -c %s history.db >>sizes
         done | uniq -c
         echo $(($(tail -n 1 sizes) - $(sed -n 10p sizes) <= 20 * 2560 + 4096)))sh",  // in whole pages
-               R"(
-     30 7 of 43 settings differ
-1
-)");
+               "     30 7 of 43 settings differ|1|");
 }
 
 }  // namespace
