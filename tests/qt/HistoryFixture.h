@@ -14,6 +14,7 @@
 #include "PlatformFixture.h"
 #include "qt/clsSqlHistory.h"
 
+using Texts = std::vector<std::string>;
 inline constexpr std::int64_t day = 86'400'000;
 
 struct History : clsPlatformTest {
@@ -57,7 +58,7 @@ struct History : clsPlatformTest {
     }
 
     std::string file = folder + "/data/zarn74/history.db";
-    std::vector<std::string> notices;
+    Texts notices;
     int numbers = 0;
 };
 

@@ -141,8 +141,7 @@ TEST_F(History, WhoeverHoldsTheLockStopsNothingAndNothingIsLost) {
     }
     EXPECT_FALSE(history->Settled());
     Until([&] { return !notices.empty(); });
-    EXPECT_EQ(notices,
-              (std::vector<std::string>{"History is not kept: another program keeps its file locked"}));
+    EXPECT_EQ(notices, Texts{"History is not kept: another program keeps its file locked"});
     EXPECT_LE(longTurns, 10);
     other.Do("COMMIT");
     EXPECT_TRUE(Until([&] { return history->Settled(); }));
@@ -218,8 +217,8 @@ TEST_F(History, ADamagedFileIsSetAsideWhenNobodyHasIt) {
         ASSERT_EQ(read(ready[0], &byte, 1), 1);
         const auto history = Open({file, /*Own=*/!header});
         history->Keep(Ended(*history));
-        EXPECT_EQ(notices, std::vector<std::string>{"History is not kept: its file is damaged, and another "
-                                                    "program has it open"});
+        EXPECT_EQ(notices,
+                  Texts{"History is not kept: its file is damaged, and another program has it open"});
         EXPECT_EQ(Content(file), before);
         kill(holder, SIGKILL);
         waitpid(holder, nullptr, 0);
@@ -332,7 +331,7 @@ TEST_F(History, WhereProgramsCannotShareMemoryItIsKeptWithoutALog) {
             }
             EXPECT_TRUE(Until([&] { return first->Settled() && second->Settled(); }));
             EXPECT_EQ(Open(place)->List({}).Value.size(), fromTheBeginning ? 6U : 7U);
-            EXPECT_EQ(notices, std::vector<std::string>());
+            EXPECT_EQ(notices, Texts());
         }
     }
 }

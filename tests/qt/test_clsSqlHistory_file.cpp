@@ -40,9 +40,8 @@ TEST_F(History, EachTroubleIsSaidOnceAndItsEndToo) {
     Other other(file);
     const auto refuse = [&](const char* why) {
         other.Do("DROP TRIGGER IF EXISTS no");
-        other.Do(("CREATE TRIGGER no BEFORE INSERT ON events BEGIN SELECT RAISE(ABORT, '" + std::string(why) +
-                  "'); END")
-                     .c_str());
+        const std::string raise = "SELECT RAISE(ABORT, '" + std::string(why) + "')";
+        other.Do(("CREATE TRIGGER no BEFORE INSERT ON events BEGIN " + raise + "; END").c_str());
     };
     for (const char* why : {"first", "first", "second"}) {
         refuse(why);
@@ -51,8 +50,7 @@ TEST_F(History, EachTroubleIsSaidOnceAndItsEndToo) {
     other.Do("DROP TRIGGER no");
     const std::string back = "The history is kept again, with all that waited for it";
     for (int i = 0; i < 2; ++i) history->Keep(Ended(*history));
-    EXPECT_EQ(notices,
-              (std::vector<std::string>{"History is not kept: first", "History is not kept: second", back}));
+    EXPECT_EQ(notices, (Texts{"History is not kept: first", "History is not kept: second", back}));
     EXPECT_EQ(Listed().size(), 9U);
     notices.clear();
     other.Do("BEGIN IMMEDIATE");
@@ -62,8 +60,8 @@ TEST_F(History, EachTroubleIsSaidOnceAndItsEndToo) {
     Until([&] { return history->Settled(); });
     refuse("first");
     history->Keep(Ended(*history));
-    EXPECT_EQ(notices, (std::vector<std::string>{"History is not kept: another program keeps its file locked",
-                                                 back, "History is not kept: first"}));
+    EXPECT_EQ(notices, (Texts{"History is not kept: another program keeps its file locked", back,
+                              "History is not kept: first"}));
 }
 
 TEST_F(History, WhatWaitsForTooLongIsCountedAsLost) {
@@ -81,11 +79,9 @@ TEST_F(History, WhatWaitsForTooLongIsCountedAsLost) {
 
 TEST_F(History, NoOtherUserReadsAFileThatIsMadeBehindALinkAndNothingElseIsClosed) {
     const struct {
-        const char* Link;    // in the folder of the data
-        const char* Target;  // what it leads to
+        const char *Link, *Target;  // in the folder of the data, and what it leads to
         bool Own;
-        int FileMode;
-        int FolderMode;
+        int FileMode, FolderMode;
     } rows[] = {
         {"zarn74/history.db", "new", true, 0600, 0700},
         {"zarn74/history.db", "new", false, 0600, 0755},
