@@ -44,9 +44,9 @@ struct clsRestoreTest : clsWindowTest {
     [[nodiscard]] std::string Sentence() const { return Shown("labReview"); }
     /// Other bytes than were held in so many mapped registers that nothing else depends on.
     void Change(int count) {
-        for (int number = 129; count > 0; ++number) {
-            if (!ZarnRegisterMap::mapped.at(static_cast<std::size_t>(number))) continue;
-            reader.SetRegister(number, static_cast<std::uint8_t>(held.at(number) ^ 0x41));
+        for (std::size_t number = 129; count > 0; ++number) {
+            if (!ZarnRegisterMap::mapped.at(number)) continue;
+            reader.SetRegister(static_cast<int>(number), static_cast<std::uint8_t>(held.at(number) ^ 0x41));
             --count;
         }
     }
