@@ -25,13 +25,12 @@ std::unique_ptr<clsLineFile> clsLineFile::Open(const std::string& name, std::str
     // Without waiting: what is no regular file, a pipe say, is only looked at.
     const int fd = open(name.c_str(), O_RDWR | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0600);
     struct stat info {};
-    if (fd < 0 || fstat(fd, &info) != 0) {
-        error = std::strerror(errno);
-    } else if (!S_ISREG(info.st_mode)) {
+    const bool seen = fd >= 0 && fstat(fd, &info) == 0;
+    if (seen && !S_ISREG(info.st_mode)) {
         error = "not a regular file";
-    } else if (info.st_size > 0 && !HoldsRecording(fd)) {
+    } else if (seen && info.st_size > 0 && !HoldsRecording(fd)) {
         error = "it is there and is no recording; it stays as it is";
-    } else if (ftruncate(fd, 0) != 0) {
+    } else if (!seen || ftruncate(fd, 0) != 0) {
         error = std::strerror(errno);
     } else {
         return std::unique_ptr<clsLineFile>(new clsLineFile(fd));

@@ -78,9 +78,10 @@ QVariant clsTrafficModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid() || number < m_ring.First()) return {};
     switch (role) {
         case Qt::DisplayRole:
-        case Qt::AccessibleTextRole: return TextsOf(number).Columns[index.column()];
+        case Qt::AccessibleTextRole:
+            return TextsOf(number).Columns.at(static_cast<std::size_t>(index.column()));
         case Qt::ToolTipRole: {
-            const QString& text = TextsOf(number).Columns[index.column()];
+            const QString& text = TextsOf(number).Columns.at(static_cast<std::size_t>(index.column()));
             return text.size() > 30 ? QVariant(text) : QVariant();
         }
         case Qt::ForegroundRole: return TextsOf(number).Meaning.Fault ? QVariant(FaultColor()) : QVariant();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractTableModel>
+#include <array>
 #include <deque>
 #include <optional>
 
@@ -50,7 +51,7 @@ class clsTrafficModel : public QAbstractTableModel {
   private:
     struct Texts {
         std::uint64_t Number = clsPairing::none;
-        QString Columns[columns];
+        std::array<QString, columns> Columns;
         WireMeaning Meaning;
     };
     [[nodiscard]] WireMeaning Explained(std::uint64_t number) const;

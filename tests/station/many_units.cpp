@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 
@@ -23,10 +24,7 @@ long ResidentKiB() {
     return resident * sysconf(_SC_PAGESIZE) / 1024;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    const int units = argc > 1 ? std::atoi(argv[1]) : 3000;
+int Run(int units) {
     constexpr int settled = 1500;   // by then the list of units is full
     constexpr long mayGrow = 1024;  // KiB
     StationWorld world(/*inMemory=*/true);
@@ -63,4 +61,15 @@ int main(int argc, char** argv) {
     std::printf("%d units, %ld KiB more than after %d, %zu descriptors\n", units, grown, settled,
                 Descriptors());
     return grown <= mayGrow && Descriptors() == descriptors ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return Run(argc > 1 ? std::atoi(argv[1]) : 3000);
+    } catch (const std::exception& error) {
+        std::puts(error.what());
+        return 1;
+    }
 }

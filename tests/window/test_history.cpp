@@ -31,7 +31,7 @@ struct clsHistoryTest : clsWindowTest {
         window->UseHistory(kept, /*always=*/false);
         for (int i = 0; i < count; ++i) {
             HistoryEvent event = kept.NewEvent(i % 2 == 0 ? HistoryAction::Read : HistoryAction::Write);
-            event.Begun = 1000 * (i + 1);
+            event.Begun = std::int64_t{1000} * (i + 1);
             event.Outcome = HistoryOutcome::Done;
             event.Label = "Unit " + std::to_string(i);
             event.After.Settings = i % 3 == 0 ? "[General]\r\nLanguage=3\r\n" : "[General]\r\nLanguage=4\r\n";
@@ -115,7 +115,7 @@ TEST_F(clsHistoryTest, WhatAFlowAddsIsThereAtOnceAndMovesNothing) {
     EXPECT_EQ(Cell(bar.value(), labelColumn), first);
     ASSERT_EQ(Table().selectionModel()->selectedRows().size(), 1);
     EXPECT_EQ(Table().selectionModel()->selectedRows().front().row(), 51);
-    kept.Prune(1000 * 200);
+    kept.Prune(std::int64_t{1000} * 200);
     Settle();
     EXPECT_EQ(Rows(), 12);
 }
